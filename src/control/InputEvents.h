@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace tevanto {
+
+/// Global display points, origin at the top left of the main display.
+struct PointerLocation {
+  double x = 0;
+  double y = 0;
+  bool operator==(const PointerLocation&) const = default;
+};
+
+/// Flags of an event: which modifiers it carries. The numbers are those of the system whose key codes are
+/// used here.
+namespace eventFlag {
+inline constexpr std::uint32_t kShift = 0x20000;
+inline constexpr std::uint32_t kControl = 0x40000;
+inline constexpr std::uint32_t kOption = 0x80000;
+inline constexpr std::uint32_t kCommand = 0x100000;
+inline constexpr std::uint32_t kNumericPad = 0x200000;
+inline constexpr std::uint32_t kSecondaryFunction = 0x800000;
+}  // namespace eventFlag
+
+/// Whether an event is made from a source that knows what the session's own keys are doing.
+enum class EventSource { none, combinedSession };
+
+enum class KeyDirection { down, up };
+
+/// A physical key, by its virtual key code on the US layout; `text`, when not empty, is what the event types
+/// instead.
+struct KeyEvent {
+  std::uint16_t keyCode = 0;
+  KeyDirection direction = KeyDirection::down;
+  std::uint32_t flags = 0;
+  std::u16string_view text = {};
+  EventSource source = EventSource::none;
+};
+
+enum class MouseEventType {
+  leftDown = 1,
+  leftUp = 2,
+  rightDown = 3,
+  rightUp = 4,
+  moved = 5,
+  leftDragged = 6
+};
+
+struct MouseEvent {
+  MouseEventType type = MouseEventType::moved;
+  PointerLocation location;
+  int button = 0;      // 0 left, 1 right
+  int clickState = 0;  // 1 for a click, 2 for the second of a double click, ...; 0 for motion
+};
+
+/// A scroll in pixels; positive is up and left.
+struct ScrollEvent {
+  std::int32_t vertical = 0;
+  std::int32_t horizontal = 0;
+};
+
+/// The key of a media keyboard; the numbers are those of the key type in a system-defined event.
+enum class MediaKey { play = 16, next = 17, previous = 18 };
+
+/// Where synthetic input enters the system. Used on the main queue. A post answers whether the event could be
+/// made.
+class InputEvents {
+ public:
+  virtual ~InputEvents() = default;
+
+  virtual bool postKey(const KeyEvent& event) = 0;
+  virtual bool postMouse(const MouseEvent& event) = 0;
+  virtual bool postScroll(const ScrollEvent& event) = 0;
+  virtual bool postMediaKey(MediaKey key, KeyDirection direction) = 0;
+  virtual void warpPointer(PointerLocation location) = 0;
+  /// (0, 0) when it cannot be read.
+  virtual PointerLocation pointerLocation() = 0;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "core/Result.h"
+
+namespace tevanto {
+
+enum class LoginItemStatus { notRegistered, enabled, requiresApproval, notFound, unknown };
+
+/// The registration that starts this program after the user logs in. Main queue only.
+class LoginItem {
+ public:
+  virtual ~LoginItem() = default;
+  virtual LoginItemStatus status() = 0;
+  virtual Result<void> registerItem() = 0;
+  virtual Result<void> unregisterItem() = 0;
+  /// Shows the user where login items are approved.
+  virtual void openSettings() = 0;
+};
+
+}  // namespace tevanto

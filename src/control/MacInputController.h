@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "control/InputEvents.h"
+#include "control/SymbolicHotKeys.h"
+#include "remote/RemoteMessage.h"
+
+namespace tevanto {
+
+class UserPreferences;
+class Workspace;
+
+/// Turns the phone's pointer, keyboard, text and gesture commands into input events. Main queue only. It
+/// checks no permission and never answers; what it cannot use, it ignores.
+class MacInputController {
+ public:
+  MacInputController(InputEvents& events, UserPreferences& preferences, Workspace& workspace);
+
+  void handle(const RemoteCommand& command);
+
+ private:
+  void movePointer(double dx, double dy);
+  void click(const RemoteCommand& command);
+  void mouseDown();
+  void mouseUp();
+  void scroll(double dx, double dy);
+  void keyPress(const RemoteCommand& command);
+  void keyStroke(std::uint16_t keyCode, const std::vector<RemoteModifier>& modifiers);
+  void insertText(std::string_view text);
+  void systemGesture(std::string_view gesture);
+  void openApplication(std::string_view location);
+
+  InputEvents& events_;
+  SymbolicHotKeys hotKeys_;
+  Workspace& workspace_;
+  bool leftButtonDown_ = false;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/Published.h"
+#include "remote/RemoteMessage.h"
+
+namespace tevanto {
+
+class PowerSources;
+class SleepAssertions;
+
+/// Keep Awake: holds off idle sleep, within a floor of the battery and a number of hours. Main queue only;
+/// the published values may be read anywhere.
+class MacPowerManager {
+ public:
+  MacPowerManager(std::shared_ptr<SerialQueue> mainQueue, SleepAssertions& assertions, PowerSources& sources);
+  ~MacPowerManager();
+
+  Published<bool> isKeepAwakeOn;
+  Published<bool> isHelperReady;
+  Published<std::string> statusText;
+  Published<std::optional<int>> batteryPercent;
+  Published<int> batteryFloor;  // percent
+  Published<int> autoOffHours;
+
+  /// Hears of every change, with a "powerState" message.
+  std::function<void(RemoteMessage)> onStateChanged;
+
+  /// True when Keep Awake is now as asked; false when switching it on was refused or failed.
+  bool setKeepAwake(bool on);
+  void refreshBattery();
+  /// The "powerState" message of this moment.
+  RemoteMessage stateMessage() const;
+  /// Gives the assertion back when the process ends.
+  void appWillTerminate();
+
+ private:
+  void autoOffTimerFired();
+  void batteryTimerFired();
+  void scheduleBatteryTimer();
+  bool isOnBatteryPower() const;
+  void releaseAssertion();
+  void report();
+
+  std::shared_ptr<SerialQueue> mainQueue_;
+  SleepAssertions& assertions_;
+  PowerSources& sources_;
+  std::optional<std::uint32_t> sleepAssertionID_;
+  Timer autoOffTimer_;
+  Timer batteryTimer_;
+};
+
+}  // namespace tevanto

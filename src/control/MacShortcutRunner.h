@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "control/ScriptHost.h"
+#include "remote/RemoteMessage.h"
+
+namespace tevanto {
+
+class AccessibilityPermission;
+class InputEvents;
+class SerialQueue;
+class Workspace;
+
+struct VolumeState {
+  std::optional<double> volume;  // 0 to 1
+  std::optional<bool> muted;
+};
+
+/// Performs the phone's system shortcuts and lists the applications. Scripts may block, so it is called on a
+/// queue of its own, "tevanto.shortcuts", and never on the main queue; events are posted on the main queue,
+/// which it waits for. `installedApps` may be called from any thread.
+class MacShortcutRunner {
+ public:
+  struct Result {
+    bool success = false;
+    std::string message;
+  };
+
+  MacShortcutRunner(std::shared_ptr<SerialQueue> mainQueue, ScriptHost& scripts, Workspace& workspace,
+                    InputEvents& events, AccessibilityPermission& permission);
+
+  /// Whether `type` is a command of this class.
+  static bool handles(std::string_view type);
+
+  Result run(const RemoteCommand& command);
+  VolumeState volumeState();
+  std::vector<RemoteAppInfo> installedApps();
+
+ private:
+  std::shared_ptr<SerialQueue> mainQueue_;
+  ScriptHost& scripts_;
+  Workspace& workspace_;
+  InputEvents& events_;
+  AccessibilityPermission& permission_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tevanto {
+
+struct PowerSource {
+  std::optional<std::int64_t> currentCapacity;
+  std::optional<std::int64_t> maxCapacity;
+  std::string state;  // `kBatteryPower` while the machine draws from it
+};
+
+/// The machine's batteries and supplies. Main queue only.
+class PowerSources {
+ public:
+  virtual ~PowerSources() = default;
+  virtual std::vector<PowerSource> snapshot() = 0;
+
+  static constexpr std::string_view kBatteryPower = "Battery Power";
+  static constexpr std::string_view kAcPower = "AC Power";
+};
+
+}  // namespace tevanto

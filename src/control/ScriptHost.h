@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace tevanto {
+
+struct ScriptResult {
+  bool success = false;
+  std::string errorMessage;  // when not successful
+  std::optional<std::variant<std::int32_t, bool>> value;
+};
+
+/// Runs a script of the system's scripting language and waits for it. May be called from any thread, one at a
+/// time.
+class ScriptHost {
+ public:
+  virtual ~ScriptHost() = default;
+  /// A text that is no script of this host fails with "bad script"; a script that fails without saying why,
+  /// with "script error".
+  virtual ScriptResult run(std::string_view source) = 0;
+};
+
+/// The product's scripts, as the host gets them.
+namespace script {
+inline constexpr std::string_view kOutputVolume = "output volume of (get volume settings)";
+inline constexpr std::string_view kOutputMuted = "output muted of (get volume settings)";
+inline constexpr std::string_view kSetOutputVolume = "set volume output volume ";  // + 0 to 100
+inline constexpr std::string_view kSetOutputMuted = "set volume output muted ";    // + "true" or "false"
+inline constexpr std::string_view kSystemEvents = "tell application \"System Events\" to ";
+inline constexpr std::string_view kRestart = "restart";
+inline constexpr std::string_view kShutDown = "shut down";
+inline constexpr std::string_view kLogOut = "log out";
+}  // namespace script
+
+}  // namespace tevanto

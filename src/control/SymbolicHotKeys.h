@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <variant>
+#include <vector>
+
+#include "remote/RemoteMessage.h"
+
+namespace tevanto {
+
+class UserPreferences;
+
+/// The user's own shortcuts for system gestures, read afresh for every gesture.
+class SymbolicHotKeys {
+ public:
+  struct NotDefined {};
+  struct Disabled {};
+  struct KeyStroke {
+    std::uint16_t keyCode = 0;
+    std::vector<RemoteModifier> modifiers;
+    bool operator==(const KeyStroke&) const = default;
+  };
+  using Lookup = std::variant<NotDefined, Disabled, KeyStroke>;
+
+  explicit SymbolicHotKeys(UserPreferences& preferences) : preferences_(preferences) {}
+  Lookup find(int identifier) const;
+
+ private:
+  UserPreferences& preferences_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,56 @@
+#pragma once
+
+// For the classes that talk to Boost.Asio themselves (sockets, descriptors): everybody else uses SerialQueue.
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/strand.hpp>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "core/EventLoop.h"
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+struct EventLoop::Core {
+  explicit Core(unsigned ownThreads);
+
+  /// Starts the loop's own threads if it has any and they do not run yet.
+  void ensureThreads();
+  void stop();
+
+  boost::asio::io_context context;
+  boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
+  const unsigned threadCount;
+  std::mutex mutex;
+  std::vector<std::thread> threads;
+  bool stopped = false;
+};
+
+/// The serial queue of an event loop: a strand.
+class EventLoopQueue final : public SerialQueue, public std::enable_shared_from_this<EventLoopQueue> {
+ public:
+  using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;
+
+  EventLoopQueue(std::shared_ptr<EventLoop::Core> core, std::string label);
+
+  void async(Task work) override;
+  [[nodiscard]] Timer asyncAfter(Duration delay, Task work) override;
+  void sync(Task work) override;
+  bool isCurrent() const override;
+  TimePoint now() const override;
+
+  const Strand& strand() const { return strand_; }
+  boost::asio::io_context& context() const { return core_->context; }
+
+  /// The event-loop queue behind `queue`; sockets can only live on one of these.
+  static EventLoopQueue& from(SerialQueue& queue);
+
+ private:
+  std::shared_ptr<EventLoop::Core> core_;
+  Strand strand_;
+};
+
+}  // namespace tevanto

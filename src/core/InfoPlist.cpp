@@ -1,0 +1,85 @@
+#include "core/InfoPlist.h"
+
+#include <plist/plist.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <utility>
+
+namespace tevanto {
+namespace {
+
+using Node = std::unique_ptr<void, void (*)(plist_t)>;
+
+std::optional<std::string> stringOf(plist_t node) {
+  if (!node || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
+  std::uint64_t length = 0;
+  const char* text = plist_get_string_ptr(node, &length);
+  return text ? std::optional<std::string>(std::in_place, text, length) : std::nullopt;
+}
+
+std::optional<std::vector<std::string>> stringsOf(plist_t node) {
+  if (!node || plist_get_node_type(node) != PLIST_ARRAY) return std::nullopt;
+  std::vector<std::string> found;
+  for (std::uint32_t i = 0; i < plist_array_get_size(node); ++i) {
+    auto text = stringOf(plist_array_get_item(node, i));
+    if (!text) return std::nullopt;
+    found.push_back(std::move(*text));
+  }
+  return found;
+}
+
+}  // namespace
+
+Result<InfoPlist> InfoPlist::parse(std::span<const std::byte> bytes) {
+  if (bytes.size() > kMaxBytes) return Failure{"the property list is larger than 64 KiB"};
+  plist_t raw = nullptr;
+  const auto* data = reinterpret_cast<const char*>(bytes.data());
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  if (bytes.size() >= 8) plist_from_memory(data, size, &raw);
+  const Node root(raw, plist_free);
+  if (!raw || plist_get_node_type(raw) != PLIST_DICT)
+    return Failure{"not a property list with a dictionary at its top"};
+
+  InfoPlist result;
+  plist_dict_iter iterator = nullptr;
+  plist_dict_new_iter(raw, &iterator);
+  const std::unique_ptr<void, void (*)(void*)> iteratorOwner(iterator, std::free);
+  while (true) {
+    char* rawKey = nullptr;
+    plist_t item = nullptr;
+    plist_dict_next_item(raw, iterator, &rawKey, &item);
+    const std::unique_ptr<char, void (*)(void*)> key(rawKey, std::free);
+    if (!item) break;
+    if (!key) continue;
+    if (auto text = stringOf(item)) result.strings_.emplace(key.get(), std::move(*text));
+    if (auto texts = stringsOf(item)) result.arrays_.emplace(key.get(), std::move(*texts));
+  }
+  return result;
+}
+
+Result<InfoPlist> InfoPlist::load(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return Failure{"cannot open " + file.string()};
+  std::string bytes(kMaxBytes + 1, '\0');
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  auto parsed = parse(std::as_bytes(std::span(bytes)));
+  if (!parsed) return Failure{file.string() + ": " + parsed.error()};
+  return parsed;
+}
+
+std::optional<std::string> InfoPlist::string(std::string_view key) const {
+  const auto found = strings_.find(key);
+  return found == strings_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<std::vector<std::string>> InfoPlist::strings(std::string_view key) const {
+  const auto found = arrays_.find(key);
+  return found == arrays_.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace tevanto

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/Result.h"
+
+namespace tevanto {
+
+/// The bundle information of the program: deployment values by key, from an XML or binary property list.
+/// Strings and arrays of strings at the top level are kept; everything else is of no use here and is left
+/// out.
+class InfoPlist {
+ public:
+  /// The largest property list that is read, in bytes.
+  static constexpr std::size_t kMaxBytes = 64 * 1024;
+
+  InfoPlist() = default;
+  static Result<InfoPlist> parse(std::span<const std::byte> bytes);
+  static Result<InfoPlist> load(const std::filesystem::path& file);
+
+  std::optional<std::string> string(std::string_view key) const;
+  std::optional<std::vector<std::string>> strings(std::string_view key) const;
+
+ private:
+  std::map<std::string, std::string, std::less<>> strings_;
+  std::map<std::string, std::vector<std::string>, std::less<>> arrays_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "core/Task.h"
+
+namespace tevanto {
+
+/// A timer that has been set on a queue. Destroying or cancelling it before it fired means that it never
+/// fires. Cancel it on its own queue (or after the queue has stopped): only there is "cancelled means silent"
+/// exact.
+class Timer {
+ public:
+  Timer() = default;
+  explicit Timer(std::function<void()> cancel) : cancel_(std::move(cancel)) {}
+  Timer(Timer&& other) noexcept : cancel_(std::exchange(other.cancel_, nullptr)) {}
+  Timer& operator=(Timer&& other) noexcept {
+    if (this != &other) {
+      cancel();
+      cancel_ = std::exchange(other.cancel_, nullptr);
+    }
+    return *this;
+  }
+  ~Timer() { cancel(); }
+
+  void cancel() {
+    if (auto cancelOnce = std::exchange(cancel_, nullptr)) cancelOnce();
+  }
+  /// Whether a timer was set here and not cancelled since; it stays true after the timer fired.
+  explicit operator bool() const { return cancel_ != nullptr; }
+
+ private:
+  std::function<void()> cancel_;
+};
+
+/// Work given to a serial queue runs one piece at a time, in the order in which it was given.
+/// Every stateful object of the program lives on one such queue; every wait is a timer of one.
+class SerialQueue {
+ public:
+  using Duration = std::chrono::steady_clock::duration;
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  explicit SerialQueue(std::string label) : label_(std::move(label)) {}
+  virtual ~SerialQueue() = default;
+  SerialQueue(const SerialQueue&) = delete;
+  SerialQueue& operator=(const SerialQueue&) = delete;
+
+  /// Runs `work` later, never before this call returns.
+  virtual void async(Task work) = 0;
+  /// Runs `work` once, `delay` from now (at once when not positive). Dropping the returned timer cancels it.
+  [[nodiscard]] virtual Timer asyncAfter(Duration delay, Task work) = 0;
+  /// Runs `work` on this queue and returns when it is done; at once when already on this queue.
+  virtual void sync(Task work) = 0;
+  /// Whether the caller runs on this queue.
+  virtual bool isCurrent() const = 0;
+  /// The monotonic time by which this queue's timers run.
+  virtual TimePoint now() const = 0;
+
+  const std::string& label() const { return label_; }
+
+ private:
+  std::string label_;
+};
+
+/// A closure for asynchronous work that returns to `owner`: hops to `queue` and does nothing once the owner
+/// is gone. The member or callable is invoked as `work(Owner&, arguments...)`.
+template <class Owner, class Work>
+auto weakly(const std::shared_ptr<Owner>& owner, std::shared_ptr<SerialQueue> queue, Work work) {
+  return [weak = std::weak_ptr<Owner>(owner), queue = std::move(queue), work](auto... arguments) {
+    queue->async([weak, work, ... arguments = std::move(arguments)]() mutable {
+      if (auto alive = weak.lock()) work(*alive, std::move(arguments)...);
+    });
+  };
+}
+
+}  // namespace tevanto

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace tevanto {
+
+/// Calls `visit` with the UTF-16 units of each extended grapheme cluster (Unicode UAX #29) of a UTF-8 text,
+/// in order. Ill-formed bytes become U+FFFD.
+void forEachGraphemeCluster(std::string_view utf8, const std::function<void(std::u16string_view)>& visit);
+
+/// UTF-16 to UTF-8; unpaired surrogates become U+FFFD.
+std::string toUtf8(std::u16string_view utf16);
+
+/// Compares names as the user's locale sorts them, without regard to case. Build one for a whole sort.
+class LocalizedOrder {
+ public:
+  LocalizedOrder();
+  ~LocalizedOrder();
+  LocalizedOrder(const LocalizedOrder&) = delete;
+  LocalizedOrder& operator=(const LocalizedOrder&) = delete;
+
+  /// Negative, zero or positive, as `a` sorts before, with or after `b` (both UTF-8).
+  int compare(std::string_view a, std::string_view b) const;
+
+ private:
+  void* collator_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,17 @@
+#include "core/UserDefaults.h"
+
+namespace tevanto {
+
+std::optional<std::string> UserDefaults::string(std::string_view key) const {
+  const auto stored = value(key);
+  const auto* text = stored ? std::get_if<std::string>(&*stored) : nullptr;
+  return text ? std::optional(*text) : std::nullopt;
+}
+
+bool UserDefaults::boolean(std::string_view key) const {
+  const auto stored = value(key);
+  const auto* flag = stored ? std::get_if<bool>(&*stored) : nullptr;
+  return flag && *flag;
+}
+
+}  // namespace tevanto

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+#include "core/EventLoop.h"
+#include "net/TcpListener.h"
+
+namespace tevanto {
+
+/// Listeners over sockets of the event loop, one socket for IPv4 and one for IPv6 where the machine has it.
+/// The queue given to `start` must belong to the same loop; accepted connections live there too.
+class AsioTcpListenerFactory final : public TcpListenerFactory {
+ public:
+  AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope);
+  Result<std::unique_ptr<TcpListener>> listen(std::uint16_t port) override;
+
+ private:
+  std::shared_ptr<EventLoop> loop_;
+  ListenScope scope_;
+};
+
+}  // namespace tevanto

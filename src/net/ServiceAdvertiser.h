@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tevanto {
+
+/// One service in DNS-Based Service Discovery (RFC 6763), in the default domain.
+struct ServiceDescription {
+  std::string name;
+  std::string type;  // "_service._tcp"
+  std::uint16_t port = 0;
+  std::vector<std::pair<std::string, std::string>> txt;
+
+  bool operator==(const ServiceDescription&) const = default;
+};
+
+enum class AdvertisingState {
+  pending,      // asked for, not yet visible on the network
+  advertised,   // visible, under `name`
+  unavailable,  // there is no discovery service on this machine; published as soon as there is one
+};
+
+struct AdvertisingStatus {
+  AdvertisingState state = AdvertisingState::pending;
+  std::string name;     // the name in use: a collision on the network may have changed it
+  std::string message;  // for a person, when not advertised
+
+  bool operator==(const AdvertisingStatus&) const = default;
+};
+
+/// Keeps services visible on the local network for as long as the returned registration is held.
+/// The status callback comes on an arbitrary thread.
+class ServiceAdvertiser {
+ public:
+  using Registration = std::shared_ptr<void>;
+  using StatusHandler = std::function<void(const AdvertisingStatus&)>;
+
+  virtual ~ServiceAdvertiser() = default;
+  [[nodiscard]] virtual Registration advertise(const ServiceDescription& service, StatusHandler onStatus) = 0;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "net/TcpConnection.h"
+#include "remote/MessageChannel.h"
+
+namespace tevanto {
+
+/// Carries messages over one TCP connection, one JSON object per line, each ended by a line feed:
+///
+///     {"type":"pairRequest","code":"012345"}\n
+///
+/// Lives on the queue given to `start`. Lines that do not decode are dropped in silence. There is no upper
+/// bound on a line, on purpose; each byte is looked at once for its line feed, so a long line costs time in
+/// proportion to its length.
+class LineProtocolConnection final : public MessageChannel,
+                                     public std::enable_shared_from_this<LineProtocolConnection> {
+ public:
+  explicit LineProtocolConnection(std::unique_ptr<TcpConnection> connection);
+
+  /// Every state of the platform connection, unfiltered, before `onChannelState` hears its share of it.
+  std::function<void(ConnectionState)> onStateChange;
+
+  /// The callbacks must be set before.
+  void start(std::shared_ptr<SerialQueue> queue);
+  void send(const RemoteMessage& message) override;
+  void close() override;
+
+ private:
+  void receiveNext();
+  void take(std::span<const std::byte> bytes);
+  void stateChanged(ConnectionState state);
+
+  std::unique_ptr<TcpConnection> connection_;
+  std::string buffer_;   // received bytes that do not yet end in a line feed
+  std::string encoded_;  // reused for every message that is sent
+};
+
+}  // namespace tevanto

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+
+#include "remote/RemoteMessage.h"
+
+namespace tevanto {
+
+/// `interrupted` is for channels that may recover by themselves; `failed` is final.
+enum class ChannelState { ready = 0, interrupted = 1, failed = 2 };
+
+/// The channel through which the server talks to the phone, whichever road it came by. An event without a
+/// callback is dropped.
+class MessageChannel {
+ public:
+  virtual ~MessageChannel() = default;
+
+  std::function<void(RemoteMessage)> onMessage;
+  std::function<void(ChannelState)> onChannelState;
+
+  virtual void send(const RemoteMessage& message) = 0;
+  virtual void close() = 0;
+};
+
+}  // namespace tevanto
