@@ -16,9 +16,10 @@ class Task {
 
   Task() = default;
 
-  template <class F>
-  requires(!std::is_same_v<std::decay_t<F>, Task> && std::is_invocable_v<std::decay_t<F>&>) Task(
-      F&& work) {  // NOLINT(bugprone-forwarding-reference-overload): constrained above; a lambda is a task
+  /// Any `void()` callable, a lambda above all, is a task.
+  template <class F, class = std::enable_if_t<!std::is_same_v<std::decay_t<F>, Task> &&
+                                              std::is_invocable_v<std::decay_t<F>&>>>
+  Task(F&& work) {  // NOLINT(google-explicit-constructor)
     using Stored = std::decay_t<F>;
     if constexpr (fitsInline<Stored>()) {
       new (storage_) Stored(std::forward<F>(work));
