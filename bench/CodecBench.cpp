@@ -2,24 +2,10 @@
 
 #include <benchmark/benchmark.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
 
+#include "bench/AllocationCount.h"
 #include "remote/RemoteMessageCodec.h"
-
-namespace {
-std::atomic<std::size_t> allocations = 0;
-}
-
-void* operator new(std::size_t size) {
-  allocations.fetch_add(1, std::memory_order_relaxed);
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace tevanto {
 namespace {
@@ -28,12 +14,12 @@ const std::string kLine =
     R"({"type":"command","token":"0A4E7C52-3A51-4D8C-9C1F-5B7C0E6C6F11","command":{"type":"movePointer","dx":3.5,"dy":-2.25}})";
 
 void countAllocations(benchmark::State& state, std::size_t before) {
-  state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations.load() - before),
+  state.counters["allocations"] = benchmark::Counter(static_cast<double>(bench::allocationCount() - before),
                                                      benchmark::Counter::kAvgIterations);
 }
 
 void decodeCommand(benchmark::State& state) {
-  const auto before = allocations.load();
+  const auto before = bench::allocationCount();
   for (auto _ : state) benchmark::DoNotOptimize(decodeRemoteMessage(kLine));
   countAllocations(state, before);
 }
@@ -42,7 +28,7 @@ BENCHMARK(decodeCommand);
 void encodeCommand(benchmark::State& state) {
   const auto message = decodeRemoteMessage(kLine);
   std::string out;
-  const auto before = allocations.load();
+  const auto before = bench::allocationCount();
   for (auto _ : state) {
     out.clear();
     benchmark::DoNotOptimize(encodeRemoteMessage(*message, out));
@@ -56,7 +42,7 @@ void encodeAck(benchmark::State& state) {
   ack.type = "ack";
   ack.ok = true;
   std::string out;
-  const auto before = allocations.load();
+  const auto before = bench::allocationCount();
   for (auto _ : state) {
     out.clear();
     benchmark::DoNotOptimize(encodeRemoteMessage(ack, out));
