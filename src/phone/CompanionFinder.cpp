@@ -48,9 +48,7 @@ Answer<std::vector<FoundService>> CompanionFinder::discover() const {
   }
   auto browsed = browser_->browse(kServiceType, choice_.timeout);
   if (!browsed) {
-    return Trouble{ExitCode::notFound,
-                   "Discovery does not work here (" + browsed.error() +
-                       "). Name the computer: --host ADDRESS; `tevanto status` shows it."};
+    return Trouble{ExitCode::notFound, browsed.error() + " --host ADDRESS connects without discovery."};
   }
   std::vector<FoundService> found;
   for (auto& service : browsed.value()) mergeInto(found, std::move(service));

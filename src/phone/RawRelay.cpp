@@ -19,12 +19,12 @@ Answer<bool> RawRelay::run() {
     const int ready = ::poll(waits.data(), waits.size(), wait);
     if (ready == 0) return true;
     if (ready < 0 && errno != EINTR) return Trouble{ExitCode::notDone, "Waiting for input failed."};
+    if (ready > 0 && waits[1].revents) {
+      if (auto read = readInput(); !read) return read;
+    }
     if (ready > 0 && waits[0].revents && !printReplies()) {
       if (inputEnded_) return true;
       return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
-    }
-    if (ready > 0 && waits[1].revents) {
-      if (auto read = readInput(); !read) return read;
     }
   }
 }
