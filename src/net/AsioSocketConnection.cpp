@@ -58,6 +58,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   }
 
   void receive(std::size_t maxBytes) {
+    if (ended_) return;
     assert(wantedBytes_ == 0 && "one receive at a time");
     wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, received_.size());
     if (ready_) beginRead();
