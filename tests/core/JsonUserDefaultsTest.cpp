@@ -182,6 +182,7 @@ INSTANTIATE_TEST_SUITE_P(Contents, DamagedJsonDefaults,
                                            Damage{"null", "null"}, Damage{"trailing", "{} {}"},
                                            Damage{"invalidUtf8", "{\"a\":\"\xFF\"}"},
                                            Damage{"surrogate", "{\"a\":\"\xED\xA0\x80\"}"},
+                                           Damage{"numberOutOfRange", R"({"a":[{"b":1e400}]})"},
                                            Damage{"zeros", std::string(512, '\0')},
                                            Damage{"deep", nested(1000)},
                                            Damage{"tooLarge", "{}" + std::string(5u << 20, ' ')}),
@@ -300,6 +301,7 @@ TEST_F(JsonDefaults, refuseWhatCouldNotBeReadBack) {
   EXPECT_FALSE(defaults.set("\xC3", true).ok());
   EXPECT_FALSE(defaults.set("b", Strings{"ok", "\xED\xA0\x80"}).ok());
   EXPECT_FALSE(defaults.set("b", std::nan("")).ok());
+  EXPECT_FALSE(defaults.set("b", std::numeric_limits<double>::infinity()).ok());
   EXPECT_FALSE(defaults.set("b", std::string(5u << 20, 'x')).ok());
   EXPECT_EQ(contentOf(file_), before);
   EXPECT_EQ(defaults.value("b"), std::nullopt);
