@@ -23,6 +23,7 @@
 #include "control/MacPowerManager.h"
 #include "core/DeviceIdentity.h"
 #include "core/JsonUserDefaults.h"
+#include "platform/linux/JournalLogSink.h"
 
 namespace tevanto {
 namespace {
@@ -39,7 +40,7 @@ class LinuxCompanion {
  public:
   LinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults)
       : defaults_(defaults),
-        services_(options, defaults, LogSink::standardError()),
+        services_(options, defaults, makeSystemLogSink()),
         terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
         runtime_(services_.factories(terminal_, terminal_)),
