@@ -1,13 +1,12 @@
 #include "core/JsonUserDefaults.h"
 
-#include <algorithm>
 #include <boost/json.hpp>
-#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <utility>
 
 #include "core/DurableFile.h"
+#include "core/ExactJson.h"
 #include "core/FileSystem.h"
 
 namespace tevanto {
@@ -19,24 +18,7 @@ namespace json = boost::json;
 constexpr std::size_t kMaxDepth = 32;
 constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
 
-/// A number beyond the range of double is read as infinite, which JSON cannot write.
-bool isFinite(const json::value& value) {
-  if (const auto* number = value.if_double()) return std::isfinite(*number);
-  if (const auto* array = value.if_array()) return std::all_of(array->begin(), array->end(), isFinite);
-  const auto* object = value.if_object();
-  const auto finiteMember = [](const auto& member) { return isFinite(member.value()); };
-  return !object || std::all_of(object->begin(), object->end(), finiteMember);
-}
-
-/// One JSON object (RFC 8259), in valid UTF-8 and with numbers that double can hold.
-std::optional<json::object> parseObject(std::string_view text) {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
-  boost::system::error_code error;
-  auto parsed = json::parse(json::string_view(text.data(), text.size()), error, {}, options);
-  if (error || !parsed.is_object() || !isFinite(parsed)) return std::nullopt;
-  return std::move(parsed.as_object());
-}
+std::optional<json::object> parseObject(std::string_view text) { return parseExactObject(text, kMaxDepth); }
 
 std::optional<DefaultsValue> toDefaultsValue(const json::value& stored) {
   switch (stored.kind()) {
