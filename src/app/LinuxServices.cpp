@@ -7,16 +7,19 @@
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
-#include "control/UserPreferences.h"
 #include "core/UserDefaults.h"
 #include "net/AsioTcpListener.h"
 #include "platform/linux/AvahiServiceAdvertiser.h"
 #include "platform/linux/CommandModifier.h"
 #include "platform/linux/ComputerName.h"
+#include "platform/linux/DesktopKeyStrokes.h"
+#include "platform/linux/DesktopOverview.h"
+#include "platform/linux/DesktopPreferences.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/LinuxScriptHost.h"
 #include "platform/linux/LogindSession.h"
 #include "platform/linux/LogindSleepAssertions.h"
+#include "platform/linux/MprisMediaKeys.h"
 #include "platform/linux/PulseAudioOutput.h"
 #include "platform/linux/SysfsPowerSources.h"
 #include "platform/linux/UPowerSources.h"
@@ -45,14 +48,16 @@ std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& option
   return std::make_unique<AvahiServiceAdvertiser>();
 }
 
-/// For a desktop whose own shortcuts are not known.
-class NoUserPreferences final : public UserPreferences {
- public:
-  std::optional<PreferenceValue> value(std::string_view, std::string_view) override { return std::nullopt; }
-};
-
-DesktopWorkspace::Overviews noOverviews() {
-  return {[](const std::string&) { return false; }, [](const std::string&) { return false; }};
+DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& overview) {
+  return {[overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            return kind && overview->available(*kind);
+          },
+          [overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            if (kind) overview->open(*kind);
+            return kind.has_value();
+          }};
 }
 
 }  // namespace
@@ -67,9 +72,12 @@ struct LinuxServices::Parts {
         advertiser(makeAdvertiser(options)),
         xServer(std::make_shared<XServerLink>(std::string(), mainQueue, Logger(sink, "input"))),
         permission(xServer),
-        events(XTestInputEvents::open(
+        xEvents(XTestInputEvents::open(
             xServer, mainQueue, [this] { return commandModifierOf(defaults); }, Logger(sink, "input"))),
-        workspace(DesktopFolders::fromEnvironment(), noOverviews(), Logger(sink, "applications")),
+        overview(DesktopOverview::ofSession(shortcutQueue, Logger(sink, "applications"))),
+        events(std::make_shared<DesktopKeyStrokes>(xEvents, keyStrokes())),
+        preferences(DesktopPreferences::sessionOfThisProcess()),
+        workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
         scripts(audio, session),
         assertions(Logger(sink, "power")),
         powerSources(kernelPowerSources, upower) {}
@@ -89,11 +97,14 @@ struct LinuxServices::Parts {
   std::unique_ptr<ServiceAdvertiser> advertiser;
   std::shared_ptr<XServerLink> xServer;
   XTestPermission permission;
-  std::shared_ptr<XTestInputEvents> events;
-  NoUserPreferences preferences;
+  std::shared_ptr<XTestInputEvents> xEvents;
+  std::shared_ptr<DesktopOverview> overview;
+  std::shared_ptr<DesktopKeyStrokes> events;
+  DesktopPreferences preferences;
   DesktopWorkspace workspace;
   PulseAudioOutput audio;
   LogindSession session;
+  MprisMediaKeys mediaKeys;
   LinuxScriptHost scripts;
   LogindSleepAssertions assertions;
   SysfsPowerSources kernelPowerSources;
@@ -101,6 +112,18 @@ struct LinuxServices::Parts {
   StartupPowerSources powerSources;
   XdgAutostartLoginItem loginItem;
   const std::optional<std::string> name = tevanto::computerName();
+
+  /// What key strokes do that are the desktop's rather than an application's. Main queue.
+  DesktopKeyStrokes::Actions keyStrokes() {
+    return {.lockSession = [this] { return session.lockSession().ok(); },
+            .openOverview =
+                [this] {
+                  if (!overview->available(DesktopOverview::Kind::windows)) return false;
+                  overview->open(DesktopOverview::Kind::windows);
+                  return true;
+                },
+            .pressMediaKey = [this](MediaKey key) { return mediaKeys.press(key); }};
+  }
 
   std::shared_ptr<MacRemoteServer> makeServer() {
     const auto input = std::make_shared<MacInputController>(*events, preferences, workspace);
