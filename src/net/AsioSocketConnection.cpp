@@ -61,7 +61,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     if (ended_) return;
     assert(wantedBytes_ == 0 && "one receive at a time");
     wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, received_.size());
-    if (ready_) beginRead();
+    if (ready_ && !delivering_) beginRead();
   }
 
   void send(std::span<const std::byte> bytes) {
@@ -169,8 +169,13 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     const bool endOfStream = error == asio::error::eof;
     Received received{.bytes = std::span(received_).first(count), .endOfStream = endOfStream, .error = {}};
     if (error && !endOfStream) received.error = error.message();
+    delivering_ = true;
     if (onReceive) onReceive(received);
-    if (!error || ended_) return;
+    delivering_ = false;
+    if (ended_) return;
+    // Behind what the bytes have set going: the next read mostly finds nothing yet, and that can wait.
+    if (wantedBytes_ > 0) asio::post(*strand_, [self = shared_from_this()] { self->beginRead(); });
+    if (!error) return;
     if (endOfStream) write();
     end(ConnectionState::failed);
   }
@@ -216,6 +221,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   std::unique_ptr<EventLoopQueue::Strand> strand_;
   std::array<std::byte, kMaxReceiveBytes> received_;
   std::size_t wantedBytes_ = 0;    // of the open receive; 0: none is open
+  bool delivering_ = false;        // bytes are being handed over
   std::vector<std::byte> unsent_;  // from `written_` on
   std::size_t written_ = 0;
   bool ready_ = false;
