@@ -12,6 +12,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::int16_t kCorner = 40;   // pixels from the screen's corner
 constexpr std::uint16_t kExtent = 41;  // an odd number has a middle
+constexpr int kMiddle = kExtent / 2;
 constexpr std::int16_t kTolerance = 1;
 
 }  // namespace
@@ -77,7 +78,7 @@ Result<std::unique_ptr<XPointerWindow>> XPointerWindow::open(const std::string& 
 XPointerWindow::XPointerWindow(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
 XPointerWindow::~XPointerWindow() = default;
 
-PointerLocation XPointerWindow::middle() const { return {kCorner + kExtent / 2, kCorner + kExtent / 2}; }
+PointerLocation XPointerWindow::middle() const { return {kCorner + kMiddle, kCorner + kMiddle}; }
 
 bool XPointerWindow::seesPointer(std::chrono::milliseconds patience) {
   const auto deadline = Clock::now() + patience;
@@ -87,8 +88,8 @@ bool XPointerWindow::seesPointer(std::chrono::milliseconds patience) {
     if (type == XCB_MOTION_NOTIFY || type == XCB_ENTER_NOTIFY) {
       // Both events have their coordinates in the same places.
       const auto* motion = reinterpret_cast<const xcb_motion_notify_event_t*>(event);
-      arrived = std::abs(motion->event_x - kExtent / 2) <= kTolerance &&
-                std::abs(motion->event_y - kExtent / 2) <= kTolerance;
+      arrived = std::abs(motion->event_x - kMiddle) <= kTolerance &&
+                std::abs(motion->event_y - kMiddle) <= kTolerance;
     }
     std::free(event);
     if (arrived) return true;

@@ -59,6 +59,7 @@ std::shared_ptr<XConnection> XServerLink::attempt() {
   if (result) {
     log_.info("Input goes to the X server");
   } else {
+    // NOLINTNEXTLINE(bugprone-use-after-move): a result is moved from only when it holds a value
     log_.warning(made.error() + " Input waits for one.");
   }
   return result;
