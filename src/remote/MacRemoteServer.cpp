@@ -309,8 +309,15 @@ void MacRemoteServer::permissionChecked(bool trusted) {
     const auto self = weak.lock();
     if (!self) return;
     self->isAccessibilityTrusted.set(trusted);
-    if (!trusted) self->statusText.set(status::kAccessibilityRequired);
+    if (!trusted) return self->statusText.set(status::kAccessibilityRequired);
+    self->onQueue([](MacRemoteServer& server) { server.permissionReturned(); });
   });
+}
+
+// What the status text asked for has been done: it would go on asking until the phone connects anew.
+void MacRemoteServer::permissionReturned() {
+  if (!running_ || statusText.get() != status::kAccessibilityRequired) return;
+  statusText.set(isClientConnected.get() ? status::kConnected : status::kWaiting);
 }
 
 }  // namespace tevanto

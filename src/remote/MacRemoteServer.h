@@ -92,6 +92,7 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   void enterConnectedState();
   void completePairing(const std::optional<std::string>& phoneDeviceID);
   void permissionChecked(bool trusted);
+  void permissionReturned();
 
   const Environment environment_;
   AccessibilityPermission& permission_;

@@ -135,6 +135,7 @@ TEST_F(CommandDispatchTest, needsThePermissionForInputOnly) {
   EXPECT_EQ(phone.replies(), std::vector<RemoteMessage>{kDone});
   EXPECT_EQ(events_.pointer, (PointerLocation{3, 4}));
   EXPECT_TRUE(server_->isAccessibilityTrusted.get());
+  EXPECT_EQ(server_->statusText.get(), "iPhone connected");
 }
 
 TEST_F(CommandDispatchTest, recordsTheMissingPermissionOnTheMainQueue) {

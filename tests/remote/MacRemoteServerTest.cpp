@@ -443,10 +443,26 @@ TEST_F(MacRemoteServerTest, asksForThePermissionAndPublishesWhatCameOfIt) {
   run();
   EXPECT_EQ(permission_.requests, 1);
   EXPECT_FALSE(server_->isAccessibilityTrusted.get());
+  EXPECT_EQ(statusText(), "Accessibility required");
   permission_.trusted = true;
   server_->requestAccessibility();
   run();
   EXPECT_TRUE(server_->isAccessibilityTrusted.get());
+  EXPECT_EQ(statusText(), "Waiting for iPhone");
+}
+
+TEST_F(MacRemoteServerTest, leavesAnyOtherStatusAloneWhenThePermissionReturns) {
+  permission_.trusted = false;
+  makeServer();
+  start();
+  server_->requestAccessibility();
+  run();
+  auto phone = connect();
+  ASSERT_EQ(statusText(), "Pair from iPhone");
+  permission_.trusted = true;
+  server_->requestAccessibility();
+  run();
+  EXPECT_EQ(statusText(), "Pair from iPhone");
 }
 
 TEST_F(MacRemoteServerTest, keepsItsIdentifierFromStartToStart) {
