@@ -40,7 +40,7 @@ class CommandLineTest : public PhoneFixture {
   }
   /// The companion answers `count` messages and hangs up.
   void closeAfter(std::size_t count) {
-    companion_.answer = [this, count](const RemoteMessage& given) {
+    companion_.script()->answer = [this, count](const RemoteMessage& given) {
       auto replies = companion_.defaultAnswer(given);
       if (companion_.received().size() >= count) replies.push_back(hangUp());
       return replies;
@@ -85,7 +85,7 @@ TEST_F(CommandLineTest, keepsItsIdentifier) {
 }
 
 TEST_F(CommandLineTest, ignoresTheAnswerToAnotherGreeting) {
-  companion_.answer = [&](const RemoteMessage& given) {
+  companion_.script()->answer = [&](const RemoteMessage& given) {
     auto stranger = companion_.defaultAnswer(given);
     stranger[0].type = "sessionRejected";
     stranger[0].sessionNonce = "another";
@@ -164,7 +164,7 @@ TEST_F(CommandLineTest, sendsCommandsWithoutArguments) {
 }
 
 TEST_F(CommandLineTest, sendsTheVolumeAsAFraction) {
-  companion_.ack.message = "volume 40";
+  companion_.script()->ack.message = "volume 40";
   auto volume = expected("setVolume");
   volume.level = 0.4;
   EXPECT_EQ(sent({"volume", "40"}), volume);
@@ -187,7 +187,7 @@ TEST_F(CommandLineTest, switchesKeepAwake) {
 }
 
 TEST_F(CommandLineTest, saysWhyKeepAwakeWasRefused) {
-  companion_.answer = [&](const RemoteMessage& given) {
+  companion_.script()->answer = [&](const RemoteMessage& given) {
     auto replies = companion_.defaultAnswer(given);
     if (replies[0].type == "powerState") {
       replies[0].keepAwakeOn = false;
@@ -200,10 +200,10 @@ TEST_F(CommandLineTest, saysWhyKeepAwakeWasRefused) {
 }
 
 TEST_F(CommandLineTest, saysWhenThereIsNoPowerManagement) {
-  companion_.powerState = {};
-  companion_.powerState.type = "powerState";
-  companion_.powerState.ok = false;
-  companion_.powerState.message = "power unavailable";
+  companion_.script()->powerState = {};
+  companion_.script()->powerState.type = "powerState";
+  companion_.script()->powerState.ok = false;
+  companion_.script()->powerState.message = "power unavailable";
   EXPECT_EQ(run({"keep-awake", "on"}), 4);
   EXPECT_THAT(err(), HasSubstr("power unavailable"));
   EXPECT_EQ(run({"state"}), 0);
@@ -220,7 +220,7 @@ TEST_F(CommandLineTest, showsTheState) {
 
 TEST_F(CommandLineTest, listsApplicationsAndWritesTheirIcons) {
   test::TemporaryFolder folder;
-  companion_.apps = {{"Editor", "org.example.Editor", "iVBORw==", 1700000000.0}};
+  companion_.script()->apps = {{"Editor", "org.example.Editor", "iVBORw==", 1700000000.0}};
   EXPECT_EQ(run({"apps", "--icons", (folder / "icons").string()}), 0) << err();
   EXPECT_THAT(out(), HasSubstr("Editor"));
   EXPECT_THAT(out(), HasSubstr("2023-11-1"));
@@ -237,7 +237,7 @@ TEST_F(CommandLineTest, saysWhoAnswers) {
 TEST_F(CommandLineTest, pairsAndKeepsTheToken) {
   (void)defaults_.remove("companion.DESK-ID.token");
   (void)defaults_.remove("lastCompanion");
-  companion_.token = "FRESH";
+  companion_.script()->token = "FRESH";
   EXPECT_EQ(run({"pair", "012345"}), 0) << err();
   EXPECT_EQ(out(), "Paired with Desk.\n");
   EXPECT_EQ(defaults_.string("companion.DESK-ID.token"), "FRESH");
@@ -250,7 +250,7 @@ TEST_F(CommandLineTest, pairsAndKeepsTheToken) {
 }
 
 TEST_F(CommandLineTest, neverPrintsTheToken) {
-  companion_.token = "SECRET";
+  companion_.script()->token = "SECRET";
   EXPECT_EQ(run({"--json", "pair", "012345"}), 0);
   EXPECT_THAT(out(), HasSubstr("pairAccepted"));
   EXPECT_THAT(out() + err(), Not(HasSubstr("SECRET")));
@@ -280,15 +280,15 @@ TEST_F(CommandLineTest, saysHowToPairWhenItIsNotPaired) {
 }
 
 TEST_F(CommandLineTest, passesOnWhyACommandWasRefused) {
-  companion_.ack.ok = false;
-  companion_.ack.message = "accessibility required";
+  companion_.script()->ack.ok = false;
+  companion_.script()->ack.message = "accessibility required";
   EXPECT_EQ(run({"move", "1", "2"}), 4);
   EXPECT_THAT(err(), HasSubstr("accessibility required"));
   EXPECT_EQ(out(), "");
 }
 
 TEST_F(CommandLineTest, saysWhenTheConnectionIsLost) {
-  companion_.answer = [&](const RemoteMessage& given) {
+  companion_.script()->answer = [&](const RemoteMessage& given) {
     return given.type == "command" ? std::vector{hangUp()} : companion_.defaultAnswer(given);
   };
   for (const auto& arguments :
@@ -299,7 +299,7 @@ TEST_F(CommandLineTest, saysWhenTheConnectionIsLost) {
 }
 
 TEST_F(CommandLineTest, saysWhenNoAnswerComes) {
-  companion_.answer = [](const RemoteMessage&) { return std::vector<RemoteMessage>(); };
+  companion_.script()->answer = [](const RemoteMessage&) { return std::vector<RemoteMessage>(); };
   EXPECT_EQ(run({"--timeout", "0.1", "hello"}), 5);
   EXPECT_THAT(err(), HasSubstr("did not answer in time"));
 }
@@ -367,8 +367,8 @@ TEST_F(CommandLineTest, printsOneObjectPerReply) {
 }
 
 TEST_F(CommandLineTest, printsTroubleAsAnObjectToo) {
-  companion_.ack.ok = false;
-  companion_.ack.message = "app not found";
+  companion_.script()->ack.ok = false;
+  companion_.script()->ack.message = "app not found";
   EXPECT_EQ(run({"--json", "open", "x"}), 4);
   EXPECT_EQ(out(),
             "{\"type\":\"ack\",\"ok\":false,\"message\":\"app not found\"}\n"
@@ -448,7 +448,7 @@ TEST_F(CommandLineTest, asksOnATerminal) {
 }
 
 TEST_F(CommandLineTest, relaysRawLines) {
-  companion_.token.reset();
+  companion_.script()->token.reset();
   closeAfter(2);
   giveInput(
       "{\"type\":\"sessionHello\",\"sessionNonce\":\"n\",\"extra\":[1, "
@@ -480,7 +480,7 @@ TEST_F(CommandLineTest, endsARawConversationWithItsInput) {
 }
 
 TEST_F(CommandLineTest, saysWhenTheCompanionEndsARawConversation) {
-  companion_.answer = [](const RemoteMessage&) { return std::vector{hangUp()}; };
+  companion_.script()->answer = [](const RemoteMessage&) { return std::vector{hangUp()}; };
   giveInput("{\"type\":\"x\"}\n");  // and the input stays open
   EXPECT_EQ(run({"raw"}), 5);
 }

@@ -20,7 +20,7 @@ RemoteMessage messageWith(std::string text) {
 
 TEST(LineSocket, receivesLinesOneByOne) {
   test::ScriptedCompanion companion;
-  companion.answer = [](const RemoteMessage&) {
+  companion.script()->answer = [](const RemoteMessage&) {
     return std::vector<RemoteMessage>{messageWith("1"), messageWith("2"), messageWith("3")};
   };
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
@@ -36,7 +36,9 @@ TEST(LineSocket, receivesLinesOneByOne) {
 TEST(LineSocket, receivesALineLargerThanItsBuffer) {
   test::ScriptedCompanion companion;
   const std::string large(3'000'000, 'x');
-  companion.answer = [&](const RemoteMessage&) { return std::vector<RemoteMessage>{messageWith(large)}; };
+  companion.script()->answer = [&](const RemoteMessage&) {
+    return std::vector<RemoteMessage>{messageWith(large)};
+  };
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
   ASSERT_TRUE(socket);
   ASSERT_TRUE(socket.value().send("{\"type\":\"x\"}\n", generous()));
@@ -55,7 +57,7 @@ TEST(LineSocket, saysWhenNothingCame) {
 
 TEST(LineSocket, saysWhenThePeerIsGone) {
   test::ScriptedCompanion companion;
-  companion.answer = [](const RemoteMessage&) {
+  companion.script()->answer = [](const RemoteMessage&) {
     RemoteMessage close;
     close.type = "close";
     return std::vector<RemoteMessage>{messageWith("last"), close};

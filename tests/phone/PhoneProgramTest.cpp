@@ -77,7 +77,7 @@ TEST_F(PhoneProgramTest, keepsTheTokenToItself) {
 TEST_F(PhoneProgramTest, leavesWithTheExitStatusOfTheTrouble) {
   EXPECT_EQ(run({"dance"}).exitStatus, 2);
   EXPECT_EQ(run({"hello"}).exitStatus, 4);
-  companion_.answer = [](const RemoteMessage&) {
+  companion_.script()->answer = [](const RemoteMessage&) {
     RemoteMessage close;
     close.type = "close";
     return std::vector<RemoteMessage>{close};

@@ -70,8 +70,8 @@ TEST_F(TouchpadTest, letsGoOfWhatItHolds) {
 }
 
 TEST_F(TouchpadTest, showsWhyItIsRefused) {
-  companion_.ack.ok = false;
-  companion_.ack.message = "accessibility required";
+  companion_.script()->ack.ok = false;
+  companion_.script()->ack.message = "accessibility required";
   start();
   terminal_.type(" ");
   EXPECT_TRUE(terminal_.waitFor("accessibility required"));

@@ -52,19 +52,18 @@ void sendAll(int socket, std::string_view bytes) {
 
 }  // namespace
 
-ScriptedCompanion::ScriptedCompanion(Family family)
-    : ack(message("ack")),
-      systemState(message("systemState")),
-      powerState(message("powerState")),
-      family_(family) {
-  ack.ok = true;
-  systemState.volume = 0.42;
-  systemState.muted = false;
-  powerState.keepAwakeOn = false;
-  powerState.helperReady = true;
-  powerState.batteryPercent = 73;
-  powerState.message = "Keep Awake off";
-  answer = [this](const RemoteMessage& given) { return defaultAnswer(given); };
+ScriptedCompanion::ScriptedCompanion(Family family) : family_(family) {
+  script_.ack = message("ack");
+  script_.ack.ok = true;
+  script_.systemState = message("systemState");
+  script_.systemState.volume = 0.42;
+  script_.systemState.muted = false;
+  script_.powerState = message("powerState");
+  script_.powerState.keepAwakeOn = false;
+  script_.powerState.helperReady = true;
+  script_.powerState.batteryPercent = 73;
+  script_.powerState.message = "Keep Awake off";
+  script_.answer = [this](const RemoteMessage& given) { return defaultAnswer(given); };
   listener_ = listenOnLoopback(family, port_);
   thread_ = std::thread([this] { serve(); });
 }
@@ -152,7 +151,8 @@ bool ScriptedCompanion::handleLine(int phone, const std::string& line) {
   }
   changed_.notify_all();
   if (!given) return true;
-  for (const auto& reply : answer(*given)) {
+  const auto replies = script()->answer(*given);
+  for (const auto& reply : replies) {
     if (reply.type == "close") return false;
     std::string encoded;
     if (encodeRemoteMessage(reply, encoded)) sendAll(phone, encoded + "\n");
@@ -160,7 +160,7 @@ bool ScriptedCompanion::handleLine(int phone, const std::string& line) {
   return true;
 }
 
-std::vector<RemoteMessage> ScriptedCompanion::defaultAnswer(const RemoteMessage& given) {
+std::vector<RemoteMessage> ScriptedCompanion::defaultAnswer(const RemoteMessage& given) const {
   if (given.type == "command") return answerCommand(given);
   RemoteMessage reply;
   reply.protocolVersion = 2;
@@ -169,40 +169,40 @@ std::vector<RemoteMessage> ScriptedCompanion::defaultAnswer(const RemoteMessage&
   reply.kind = "mac";
   reply.capabilities = capabilityList();
   if (given.type == "sessionHello") {
-    const bool known = token && given.token == token;
+    const bool known = script_.token && given.token == script_.token;
     reply.type = known ? "sessionReady" : "sessionRejected";
     reply.sessionNonce = given.sessionNonce;
     if (!known) reply.message = "unauthorized";
   } else if (given.type == "pairRequest") {
     reply.type = given.code == "012345" ? "pairAccepted" : "pairRejected";
     if (reply.type == "pairRejected") reply.message = "wrong code";
-    if (reply.type == "pairAccepted") reply.token = token;
+    if (reply.type == "pairAccepted") reply.token = script_.token;
   } else {
     return {};
   }
   if (reply.type == "sessionReady" || reply.type == "pairAccepted") {
-    return {reply, message("capabilities"), systemState};
+    return {reply, message("capabilities"), script_.systemState};
   }
   return {reply};
 }
 
-std::vector<RemoteMessage> ScriptedCompanion::answerCommand(const RemoteMessage& given) {
+std::vector<RemoteMessage> ScriptedCompanion::answerCommand(const RemoteMessage& given) const {
   auto refused = message("ack");
   refused.ok = false;
   refused.message = "unauthorized";
-  if (given.token != token || !given.command) return {refused};
+  if (given.token != script_.token || !given.command) return {refused};
   const auto& type = given.command->type;
-  if (type == "querySystemState") return {systemState};
-  if (type == "queryKeepAwake") return {powerState};
+  if (type == "querySystemState") return {script_.systemState};
+  if (type == "queryKeepAwake") return {script_.powerState};
   if (type == "setKeepAwake") {
-    auto state = powerState;
+    auto state = script_.powerState;
     if (state.ok != false) state.keepAwakeOn = given.command->on;
     return {state};
   }
-  if (type != "queryApps") return {ack};
+  if (type != "queryApps") return {script_.ack};
   auto list = message("appList");
-  list.apps = apps;
-  list.appsHash = appsHash(apps);
+  list.apps = script_.apps;
+  list.appsHash = appsHash(script_.apps);
   return {list};
 }
 

@@ -29,14 +29,29 @@ class ScriptedCompanion {
   /// "127.0.0.1:port" or "[::1]:port".
   std::string host() const;
 
-  /// Set these before the phone connects. `answer` gives the replies to one message, in order; a reply whose
-  /// type is "close" closes the connection.
-  std::function<std::vector<RemoteMessage>(const RemoteMessage&)> answer;
-  std::optional<std::string> token = "T";
-  RemoteMessage ack;          // to every command that is not a query
-  RemoteMessage systemState;  // to "querySystemState"
-  RemoteMessage powerState;   // to keep-awake commands
-  std::vector<RemoteAppInfo> apps;
+  struct Script {
+    /// The replies to one message, in order; a reply whose type is "close" closes the connection. Runs with
+    /// the script held, on the companion's own thread.
+    std::function<std::vector<RemoteMessage>(const RemoteMessage&)> answer;
+    std::optional<std::string> token = "T";
+    RemoteMessage ack;          // to every command that is not a query
+    RemoteMessage systemState;  // to "querySystemState"
+    RemoteMessage powerState;   // to keep-awake commands
+    std::vector<RemoteAppInfo> apps;
+  };
+
+  /// The script, held for as long as the value lives: `companion.script()->token = "U";`
+  class HeldScript {
+   public:
+    Script* operator->() const { return &script_; }
+
+   private:
+    friend class ScriptedCompanion;
+    HeldScript(std::mutex& mutex, Script& script) : lock_(mutex), script_(script) {}
+    std::unique_lock<std::mutex> lock_;
+    Script& script_;
+  };
+  HeldScript script() { return {scriptMutex_, script_}; }
 
   /// The messages so far.
   std::vector<RemoteMessage> received();
@@ -49,18 +64,21 @@ class ScriptedCompanion {
   /// Closes the phone's connection.
   void dropPhone();
 
-  std::vector<RemoteMessage> defaultAnswer(const RemoteMessage& message);
+  /// What it answers by default; for an `answer` of a test's own.
+  std::vector<RemoteMessage> defaultAnswer(const RemoteMessage& message) const;
 
  private:
   void serve();
   void converse(int phone);
   bool handleLine(int phone, const std::string& line);
-  std::vector<RemoteMessage> answerCommand(const RemoteMessage& message);
+  std::vector<RemoteMessage> answerCommand(const RemoteMessage& message) const;
 
   int listener_ = -1;
   std::uint16_t port_ = 0;
   Family family_;
-  std::mutex mutex_;
+  std::mutex scriptMutex_;  // guards script_
+  Script script_;
+  std::mutex mutex_;  // guards what follows
   std::condition_variable changed_;
   std::vector<std::string> lines_;
   std::vector<RemoteMessage> received_;
