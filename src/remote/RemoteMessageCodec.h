@@ -9,8 +9,8 @@
 namespace tevanto {
 
 /// JSON (RFC 8259) to message. Strict: UTF-8 and types are checked, `type` is required, null counts as
-/// absent, unknown members are ignored, integers must be integral numbers. Nothing when the text is anything
-/// else; never throws, and its stack does not grow with the text.
+/// absent, unknown members are ignored, integers must be integral numbers, lists have no more than 65,536
+/// elements. Nothing when the text is anything else; never throws, and its stack does not grow with the text.
 std::optional<RemoteMessage> decodeRemoteMessage(std::string_view json);
 
 /// Message to JSON, on one line, without a line feed, appended to `out`. Absent members are left out. False,

@@ -15,6 +15,9 @@ using boost::system::error_code;
 
 /// Deeper nesting fails: the parser recurses once for each level. Messages themselves use four levels.
 constexpr std::size_t kMaxDepth = 32;
+/// Longer lists fail: an element takes up to 50 times the memory of its text, and no computer has as many
+/// applications.
+constexpr std::size_t kMaxElements = 65536;
 
 /// A double that stands for an integer, exactly, in 64 bits.
 std::optional<std::int64_t> integral(double value) {
@@ -44,7 +47,7 @@ class MessageBuilder {
       command->emplace();
       return enter(Place::command);
     }
-    if (place_ != Place::apps) return fail(error);
+    if (place_ != Place::apps || message_.apps->size() == kMaxElements) return fail(error);
     message_.apps->emplace_back();
     return enter(Place::app);
   }
@@ -219,10 +222,7 @@ class MessageBuilder {
   }
 
   bool take(std::string_view text) {
-    if (place_ == Place::capabilities) {
-      message_.capabilities->emplace_back(text);
-      return true;
-    }
+    if (place_ == Place::capabilities) return append(*message_.capabilities, text);
     if (place_ == Place::modifiers) return takeModifier(text);
     if (auto* required = slot<std::string>()) {
       required->assign(text);
@@ -236,8 +236,14 @@ class MessageBuilder {
 
   bool takeModifier(std::string_view name) {
     const auto modifier = modifierNamed(name);
-    if (modifier) message_.command->modifiers->push_back(*modifier);
-    return modifier.has_value();
+    return modifier && append(*message_.command->modifiers, *modifier);
+  }
+
+  template <class Element, class Value>
+  static bool append(std::vector<Element>& list, const Value& value) {
+    if (list.size() == kMaxElements) return false;
+    list.emplace_back(value);
+    return true;
   }
 
   bool takeWholeNumber(double value, error_code& error) {

@@ -458,5 +458,30 @@ TEST(RemoteMessageCodec, failsOnNestingThatIsTooDeepAndNeverExhaustsTheStack) {
   EXPECT_FALSE(decodeRemoteMessage(std::string(5'000'000, '{')));
 }
 
+TEST(RemoteMessageCodec, unfoldsNoListWithoutBounds) {
+  const auto listOf = [](const std::string& head, const std::string& element, std::size_t count) {
+    auto text = head;
+    for (std::size_t i = 0; i < count; ++i) text += (i == 0 ? "" : ",") + element;
+    return text + "]";
+  };
+  const auto capabilities = [&](std::size_t count) {
+    return listOf(R"({"type":"t","capabilities":[)", R"("")", count) + "}";
+  };
+  const auto apps = [&](std::size_t count) {
+    return listOf(R"({"type":"t","apps":[)", R"({"name":"","bundleId":""})", count) + "}";
+  };
+  const auto modifiers = [&](std::size_t count) {
+    return listOf(R"({"type":"t","command":{"type":"c","modifiers":[)", R"("shift")", count) + "}}";
+  };
+  const auto unknown = [&](std::size_t count) { return listOf(R"({"type":"t","x":[)", "1", count) + "}"; };
+  EXPECT_EQ(decodeRemoteMessage(capabilities(65536))->capabilities->size(), 65536u);
+  EXPECT_FALSE(decodeRemoteMessage(capabilities(65537)));
+  EXPECT_EQ(decodeRemoteMessage(apps(65536))->apps->size(), 65536u);
+  EXPECT_FALSE(decodeRemoteMessage(apps(65537)));
+  EXPECT_EQ(decodeRemoteMessage(modifiers(65536))->command->modifiers->size(), 65536u);
+  EXPECT_FALSE(decodeRemoteMessage(modifiers(65537)));
+  EXPECT_TRUE(decodeRemoteMessage(unknown(65537))) << "what is ignored takes no memory";
+}
+
 }  // namespace
 }  // namespace tevanto
