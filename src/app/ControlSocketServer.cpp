@@ -1,5 +1,6 @@
 #include "app/ControlSocketServer.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,6 +25,12 @@ bool isSameUser(Protocol::socket& socket) {
   socklen_t length = sizeof(peer);
   return ::getsockopt(socket.native_handle(), SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 &&
          peer.uid == ::geteuid();
+}
+
+/// Programs that the companion opens must not inherit its sockets.
+template <class Socket>
+void closeOnExec(Socket& socket) {
+  ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
 }
 
 /// One client: reads a line, answers it, and reads on only when the answer has been taken.
@@ -112,6 +119,7 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
     ::unlink(path.c_str());
     Error error;
     acceptor.open(Protocol(), error);
+    if (!error) closeOnExec(acceptor);
     // The folder is private already; the mode keeps the socket private should it be moved.
     const auto before = ::umask(0177);
     if (!error) acceptor.bind(Protocol::endpoint(path.string()), error);
@@ -140,6 +148,7 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
   }
 
   void take(Protocol::socket socket) {
+    closeOnExec(socket);
     std::erase_if(clients, [](const auto& client) { return client.expired(); });
     const bool full = clients.size() >= limits.maxClients;
     const bool own = isSameUser(socket);

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -5,7 +6,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <string>
+#include <vector>
 
 #include "app/ControlSocketClient.h"
 #include "app/ControlSocketServer.h"
@@ -99,6 +102,31 @@ TEST_F(ControlSocket, isPrivate) {
   struct stat info {};
   ASSERT_EQ(::stat(path_.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0600U);
+}
+
+/// The descriptors of this process that are sockets of the server at `path`: its own, and one for each
+/// client.
+std::vector<int> serverSockets(const std::filesystem::path& path) {
+  std::vector<int> found;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    const int descriptor = std::stoi(entry.path().filename());
+    sockaddr_un address{};
+    socklen_t size = sizeof(address);
+    const bool known = ::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) == 0;
+    if (known && address.sun_family == AF_UNIX && size > sizeof(sa_family_t) && path == address.sun_path)
+      found.push_back(descriptor);
+  }
+  return found;
+}
+
+TEST_F(ControlSocket, isNotInheritedByProgramsThatAreStartedMeanwhile) {
+  listen();
+  RawClient client(path_);
+  ASSERT_TRUE(client.send("one\n"));
+  ASSERT_EQ(client.line(), "<one>");
+  const auto sockets = serverSockets(path_);
+  EXPECT_EQ(sockets.size(), 2u);
+  for (const int socket : sockets) EXPECT_EQ(::fcntl(socket, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
 TEST_F(ControlSocket, goesAwayWithItsServer) {
