@@ -4,31 +4,18 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <string>
 
+#include "core/Descriptor.h"
+
 namespace tevanto {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return number_; }
-
- private:
-  const int number_;
-};
 
 bool waitFor(int descriptor, short events, Clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
@@ -68,7 +55,7 @@ Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& pa
   const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (socket.get() < 0 || path.string().size() >= sizeof(address.sun_path)) {
+  if (!socket || path.string().size() >= sizeof(address.sun_path)) {
     return Failure{"The control socket " + path.string() + " cannot be used."};
   }
   std::strcpy(address.sun_path, path.c_str());

@@ -1,10 +1,10 @@
 #include "platform/linux/AutostartEntry.h"
 
-#include <glib.h>
-
 #include <cerrno>
 #include <string_view>
 #include <utility>
+
+#include "platform/linux/GlibOwned.h"
 
 namespace tevanto {
 namespace {
@@ -18,14 +18,7 @@ constexpr auto kTakenBack = "X-Tevanto-Unregistered";
 constexpr int kPublicFile = 0644;
 constexpr int kPrivateFolder = 0700;
 
-struct Free {
-  void operator()(void* memory) const { g_free(memory); }
-};
-using Text = std::unique_ptr<char, Free>;
-
-struct StringsFree {
-  void operator()(char** strings) const { g_strfreev(strings); }
-};
+using Strings = std::unique_ptr<char*, GlibRelease<g_strfreev>>;
 
 class Error {
  public:
@@ -57,7 +50,7 @@ std::string execArgument(std::string_view argument) {
 std::optional<std::string> programOf(const char* exec) {
   char** arguments = nullptr;
   if (!g_shell_parse_argv(exec, nullptr, &arguments, nullptr)) return std::nullopt;
-  const std::unique_ptr<char*, StringsFree> owner(arguments);
+  const Strings owner(arguments);
   std::string program = arguments[0];
   for (auto at = program.find("%%"); at != program.npos; at = program.find("%%", at + 1))
     program.erase(at, 1);
@@ -99,7 +92,7 @@ Result<std::optional<AutostartEntry>> AutostartEntry::load(const std::filesystem
     if (error.isFileError(G_FILE_ERROR_NOENT)) return std::optional<AutostartEntry>();
     return error.failure();
   }
-  const Text content(read);
+  const GlibText content(read);
   AutostartEntry entry;
   const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
   if (!g_key_file_load_from_data(entry.keys_->file, content.get(), size, flags, nullptr) ||
@@ -111,7 +104,7 @@ Result<std::optional<AutostartEntry>> AutostartEntry::load(const std::filesystem
 
 Result<void> AutostartEntry::save(const std::filesystem::path& file) const {
   gsize size = 0;
-  const Text content(g_key_file_to_data(keys_->file, &size, nullptr));
+  const GlibText content(g_key_file_to_data(keys_->file, &size, nullptr));
   const auto folder = file.parent_path();
   if (g_mkdir_with_parents(folder.c_str(), kPrivateFolder) != 0) {
     return Failure{"cannot create " + folder.string() + ": " + g_strerror(errno)};
@@ -134,9 +127,9 @@ bool AutostartEntry::isSwitchedOff() const {
 bool AutostartEntry::isTakenBack() const { return keys_->boolean(kTakenBack) == true; }
 
 bool AutostartEntry::startsSomething() const {
-  const Text exec(g_key_file_get_string(keys_->file, kGroup, kExec, nullptr));
+  const GlibText exec(g_key_file_get_string(keys_->file, kGroup, kExec, nullptr));
   const auto program = exec ? programOf(exec.get()) : std::nullopt;
-  return program && Text(g_find_program_in_path(program->c_str()));
+  return program && GlibText(g_find_program_in_path(program->c_str()));
 }
 
 void AutostartEntry::setCommand(const std::filesystem::path& program,

@@ -158,10 +158,10 @@ std::optional<std::vector<std::string>> BusReply::strings() const {
   return texts;
 }
 
-FileDescriptor BusReply::descriptor() const {
+Descriptor BusReply::descriptor() const {
   auto* message = rewound();
   const auto fd = message ? readBasic<int>(message, SD_BUS_TYPE_UNIX_FD) : std::nullopt;
-  return fd ? FileDescriptor(::fcntl(*fd, F_DUPFD_CLOEXEC, 0)) : FileDescriptor();
+  return fd ? Descriptor(::fcntl(*fd, F_DUPFD_CLOEXEC, 0)) : Descriptor();
 }
 
 std::optional<BusProperties> BusReply::properties() const {

@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "platform/linux/FileDescriptor.h"
+#include "core/Descriptor.h"
 
 struct sd_bus_message;
 
@@ -53,7 +53,7 @@ class BusReply {
   std::optional<std::string> string() const;
   std::optional<std::vector<std::string>> strings() const;
   /// A duplicate that outlives this reply; the message closes its own.
-  FileDescriptor descriptor() const;
+  Descriptor descriptor() const;
   /// The basic members of an a{sv}; members of other types are left out.
   std::optional<BusProperties> properties() const;
   /// The content of a variant; of a structure in it, such as logind's (id, path), the last text.

@@ -2,12 +2,12 @@
 
 #include <utility>
 
+#include "control/KeyCodes.h"
 #include "platform/linux/VirtualKeyCodes.h"
 
 namespace tevanto {
 namespace {
 
-constexpr std::uint16_t kQ = 12;
 constexpr std::uint16_t kTab = 48;
 constexpr std::uint16_t kSpace = 49;
 constexpr std::uint32_t kModifiers =
@@ -21,7 +21,7 @@ DesktopKeyStrokes::DesktopKeyStrokes(std::shared_ptr<InputEvents> events, Action
 bool DesktopKeyStrokes::postKey(const KeyEvent& event) {
   if (!event.text.empty()) return events_->postKey(event);
   const auto modifiers = event.flags & kModifiers;
-  if (event.keyCode == kQ && modifiers == (eventFlag::kCommand | eventFlag::kControl))
+  if (event.keyCode == keyCode::kQ && modifiers == (eventFlag::kCommand | eventFlag::kControl))
     return postAction(event.direction, actions_.lockSession);
   if (event.keyCode == kSpace && modifiers == eventFlag::kCommand)
     return postAction(event.direction, [this] { return actions_.openOverview() || tapSuper(); });

@@ -9,7 +9,7 @@
 #include <array>
 #include <cmath>
 
-#include "platform/linux/FileDescriptor.h"
+#include "core/Descriptor.h"
 #include "platform/linux/GlibOwned.h"
 
 namespace tevanto {
@@ -113,7 +113,7 @@ std::optional<std::vector<std::byte>> encode(const Pixbuf& image) {
 
 std::optional<std::vector<std::byte>> renderIcon(const std::string& path, int pixels) {
   // Opened without waiting: a pipe under an icon's name has no writer.
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return {};
   if (!S_ISREG(status.st_mode) || status.st_size > kMaxFileBytes) return {};

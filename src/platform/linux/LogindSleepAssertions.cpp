@@ -57,7 +57,7 @@ SleepAssertions::Code LogindSleepAssertions::release(std::uint32_t identifier) {
   return 0;
 }
 
-SleepAssertions::Code LogindSleepAssertions::inhibitLogind(const std::string& reason, FileDescriptor& held) {
+SleepAssertions::Code LogindSleepAssertions::inhibitLogind(const std::string& reason, Descriptor& held) {
   const auto reply = callOnce(systemBus_, {"org.freedesktop.login1",
                                            "/org/freedesktop/login1",
                                            "org.freedesktop.login1.Manager",

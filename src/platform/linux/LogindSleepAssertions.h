@@ -32,11 +32,11 @@ class LogindSleepAssertions final : public SleepAssertions {
     std::vector<BusCall> giveBack;
   };
   struct Held {
-    FileDescriptor logind;
+    Descriptor logind;
     std::optional<SessionInhibitors> session;
   };
 
-  Code inhibitLogind(const std::string& reason, FileDescriptor& held);
+  Code inhibitLogind(const std::string& reason, Descriptor& held);
   std::optional<SessionInhibitors> inhibitSession(const std::string& reason);
 
   Logger log_;

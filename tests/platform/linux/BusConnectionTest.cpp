@@ -144,7 +144,7 @@ TEST_F(BusConnectionTest, failsWhenTheBusHangsDiesOrIsNotThere) {
 TEST_F(BusConnectionTest, aDescriptorOutlivesItsReplyAndIsNotInherited) {
   auto logind = test::DBusMock::ofTemplate(bus_, "logind");
   auto bus = open();
-  FileDescriptor descriptor;
+  Descriptor descriptor;
   {
     const auto reply = bus.call({"org.freedesktop.login1",
                                  "/org/freedesktop/login1",
