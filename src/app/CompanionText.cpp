@@ -48,7 +48,7 @@ std::string discoveryText(const AdvertisingStatus& discovery) {
     case AdvertisingState::unavailable:
       return "off" + (discovery.message.empty() ? "" : ": " + withoutLead(discovery.message));
     case AdvertisingState::pending:
-      return "starting";
+      return discovery.message.empty() ? "starting" : discovery.message;
   }
   return {};
 }

@@ -72,6 +72,14 @@ TEST(CompanionText, tellsWhatDoesNotWork) {
   EXPECT_TRUE(contains(panel, "Address: none: it does not listen\n")) << panel;
 }
 
+TEST(CompanionText, tellsWhyItIsNotVisibleYet) {
+  auto status = readyStatus();
+  status.discovery = {AdvertisingState::pending, "desk", ""};
+  EXPECT_TRUE(contains(statusLines(status), "Discovery:       starting\n"));
+  status.discovery.message = "The Avahi daemon does not publish the service: Too many objects.";
+  EXPECT_TRUE(contains(statusLines(status), "Too many objects.\n"));
+}
+
 TEST(CompanionText, aComputerWithoutANetworkIsReachedFromItself) {
   auto status = readyStatus();
   status.addresses.clear();
