@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "control/AccessibilityPermission.h"
-#include "core/Base64.h"
 #include "control/InputEvents.h"
 #include "control/KeyCodes.h"
 #include "control/Workspace.h"
+#include "core/Base64.h"
 #include "core/SerialQueue.h"
 #include "core/Text.h"
 

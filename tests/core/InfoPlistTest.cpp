@@ -25,12 +25,9 @@ std::string xml(std::string_view members) {
 std::string binary() {
   const std::string objects[] = {
       std::string("\xD3\x01\x02\x03\x04\x05\x06", 7),  // keys 1 to 3, values 4 to 6
-      "\x51"
-      "a",
-      "\x51"
-      "l",
-      "\x51"
-      "u",
+      "Qa",                                            // Q: a text of one byte
+      "Ql",
+      "Qu",
       "\x52xy",
       std::string("\xA1\x04", 2),
       std::string("\x61\x00\xE9", 3)};
@@ -85,9 +82,7 @@ TEST(InfoPlist, givesNothingForAnotherKindOfValue) {
 
 TEST(InfoPlist, doesNotEndTheProcessOverAMalformedKey) {
   auto bytes = binary();
-  bytes[bytes.find("\x51"
-                   "a") +
-        1] = '\0';  // a key of one zero byte
+  bytes[bytes.find("Qa") + 1] = '\0';  // a key of one zero byte
   const auto parsed = parse(bytes);
   if (parsed) {
     EXPECT_EQ(parsed.value().string("a"), std::nullopt);
