@@ -15,8 +15,8 @@ using boost::system::error_code;
 
 /// Deeper nesting fails: the parser recurses once for each level. Messages themselves use four levels.
 constexpr std::size_t kMaxDepth = 32;
-/// Longer lists fail: an element takes up to 50 times the memory of its text, and no computer has as many
-/// applications.
+/// Longer lists fail: one of empty strings takes more than ten times the memory of its text, and no computer
+/// has as many applications.
 constexpr std::size_t kMaxElements = 65536;
 
 /// A double that stands for an integer, exactly, in 64 bits.
