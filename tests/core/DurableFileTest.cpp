@@ -20,25 +20,17 @@
 #include "core/FileSystem.h"
 #include "tests/support/RecordingFileSystem.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestFiles.h"
 
 namespace tevanto {
 namespace {
 
 namespace fs = std::filesystem;
+using test::contentOf;
+using test::fill;
+using test::modeOf;
 using Kind = test::RecordingFileSystem::Kind;
 using Kinds = std::vector<Kind>;
-
-std::string contentOf(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void fill(const fs::path& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
-int modeOf(const fs::path& path) {
-  struct stat facts {};
-  return ::lstat(path.c_str(), &facts) == 0 ? static_cast<int>(facts.st_mode & 07777) : -1;
-}
 
 class DurableFile : public ::testing::Test {
  protected:
