@@ -74,7 +74,7 @@ TEST(Timer, movesWithItsRightToCancel) {
   {
     Timer timer([&] { ++cancelled; });
     Timer moved(std::move(timer));
-    EXPECT_FALSE(timer);
+    EXPECT_FALSE(timer);  // NOLINT(bugprone-use-after-move): a timer that was moved from is none
     EXPECT_TRUE(moved);
     timer.cancel();
     EXPECT_EQ(cancelled, 0);

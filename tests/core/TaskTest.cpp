@@ -18,6 +18,7 @@ static_assert(!std::is_constructible_v<Task, int>, "only what can be called is a
 template <std::size_t extraBytes, bool throwingMove = false>
 struct Probe {
   explicit Probe(int& count, const void*& place) : alive(&count), ranAt(&place) { ++count; }
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): one kind of probe may throw
   Probe(Probe&& other) noexcept(!throwingMove) : alive(other.alive), ranAt(other.ranAt) { ++*alive; }
   Probe(const Probe&) = delete;
   ~Probe() { --*alive; }
@@ -44,7 +45,7 @@ void runsMovesAndDestroys(bool expectInside) {
     EXPECT_EQ(standsInside(ranAt, task), expectInside);
 
     Task moved(std::move(task));
-    EXPECT_FALSE(task);
+    EXPECT_FALSE(task);  // NOLINT(bugprone-use-after-move): a task that was moved from is empty
     EXPECT_TRUE(moved);
     EXPECT_EQ(alive, 1);
     moved();
