@@ -10,6 +10,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
   pkg_check_modules(GIO REQUIRED IMPORTED_TARGET gio-unix-2.0)
   pkg_check_modules(GDK_PIXBUF REQUIRED IMPORTED_TARGET gdk-pixbuf-2.0)
+  pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xtest xcb-xkb xcb-xinput)
 endif()
 

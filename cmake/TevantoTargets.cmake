@@ -21,6 +21,11 @@ add_custom_target(programs)
 add_custom_target(threads_tests)
 add_custom_target(fuzz_targets)
 
+if(TEVANTO_FUZZ)
+  # Coverage of the libraries is what leads the fuzzer into them.
+  target_compile_options(tevanto_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # tevanto_library(<name> SOURCES a.cpp ... [PUBLIC lib ...] [PRIVATE lib ...])
 function(tevanto_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})

@@ -17,6 +17,9 @@ class Workspace;
 /// checks no permission and never answers; what it cannot use, it ignores.
 class MacInputController {
  public:
+  /// The most clicks that one command performs, so that none keeps the main queue busy for good.
+  static constexpr std::int64_t kMaxClicks = 1000;
+
   MacInputController(InputEvents& events, UserPreferences& preferences, Workspace& workspace);
 
   void handle(const RemoteCommand& command);

@@ -20,6 +20,8 @@ class MacPowerManager {
  public:
   MacPowerManager(std::shared_ptr<SerialQueue> mainQueue, SleepAssertions& assertions, PowerSources& sources);
   ~MacPowerManager();
+  MacPowerManager(const MacPowerManager&) = delete;
+  MacPowerManager& operator=(const MacPowerManager&) = delete;
 
   Published<bool> isKeepAwakeOn;
   Published<bool> isHelperReady;
@@ -40,10 +42,16 @@ class MacPowerManager {
   void appWillTerminate();
 
  private:
+  bool switchOn();
+  void switchOff();
+  void startTimers();
+  void scheduleBatteryTimer();
   void autoOffTimerFired();
   void batteryTimerFired();
-  void scheduleBatteryTimer();
   bool isOnBatteryPower() const;
+  /// On battery power with no more than the floor left, by the last reading.
+  bool isAtBatteryFloor() const;
+  bool holdAssertion();
   void releaseAssertion();
   void report();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@ class AccessibilityPermission;
 class InputEvents;
 class SerialQueue;
 class Workspace;
+enum class MediaKey;
 
 struct VolumeState {
   std::optional<double> volume;  // 0 to 1
@@ -42,6 +44,16 @@ class MacShortcutRunner {
   std::vector<RemoteAppInfo> installedApps();
 
  private:
+  Result runScript(std::string source, std::string success);
+  std::optional<std::int32_t> outputVolume();  // percent
+  std::optional<bool> outputMuted();
+  Result setVolume(double level);
+  Result toggleMute();
+  Result power(std::string_view action);
+  Result lock();
+  Result openApplication(const std::string& identifier);
+  Result pressMediaKey(MediaKey key);
+
   std::shared_ptr<SerialQueue> mainQueue_;
   ScriptHost& scripts_;
   Workspace& workspace_;

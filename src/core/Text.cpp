@@ -9,7 +9,10 @@
 namespace tevanto {
 namespace {
 
+constexpr std::size_t kMaxBytes = std::size_t{1} << 30;  // ICU counts in 32 bits; longer text ends here
+
 icu::UnicodeString fromUtf8(std::string_view utf8) {
+  utf8 = utf8.substr(0, kMaxBytes);
   return icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
 }
 
@@ -36,9 +39,24 @@ std::string toUtf8(std::u16string_view utf16) {
   return utf8;
 }
 
+std::string lowerCased(std::string_view utf8) {
+  std::string lower;
+  fromUtf8(utf8).toLower(icu::Locale::getRoot()).toUTF8String(lower);
+  return lower;
+}
+
+std::string wellFormedUtf8(std::string_view bytes) {
+  std::string utf8;
+  fromUtf8(bytes).toUTF8String(utf8);
+  return utf8;
+}
+
 LocalizedOrder::LocalizedOrder() : collator_(nullptr) {
   UErrorCode status = U_ZERO_ERROR;
-  auto* collator = icu::Collator::createInstance(status);
+  // Without a locale the process runs in "C", whose order is that of the bytes; the root order is for people.
+  const bool noLocale = std::string_view(icu::Locale::getDefault().getVariant()) == "POSIX";
+  const auto& locale = noLocale ? icu::Locale::getRoot() : icu::Locale::getDefault();
+  auto* collator = icu::Collator::createInstance(locale, status);
   if (U_FAILURE(status)) return;
   collator->setStrength(icu::Collator::SECONDARY);  // accents count, case does not
   collator_ = collator;

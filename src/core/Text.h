@@ -13,6 +13,12 @@ void forEachGraphemeCluster(std::string_view utf8, const std::function<void(std:
 /// UTF-16 to UTF-8; unpaired surrogates become U+FFFD.
 std::string toUtf8(std::u16string_view utf16);
 
+/// The text with its letters in lower case, without regard to the locale.
+std::string lowerCased(std::string_view utf8);
+
+/// The text itself when it is well-formed, else with U+FFFD in place of what is not.
+std::string wellFormedUtf8(std::string_view bytes);
+
 /// Compares names as the user's locale sorts them, without regard to case. Build one for a whole sort.
 class LocalizedOrder {
  public:

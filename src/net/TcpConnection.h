@@ -12,10 +12,14 @@
 namespace tevanto {
 
 /// The life of a platform connection. `failed` and `cancelled` are final; exactly one of them is reported.
+///
+///     setup --start--> preparing --> ready --> failed      (fault, or the peer has ended its stream)
+///                          |           +-----> cancelled   (`cancel`)
+///                          +--> failed or cancelled
 enum class ConnectionState { setup, waiting, preparing, ready, failed, cancelled };
 
-/// What one receive brought: bytes (valid during the callback only), whether the stream ended, and a fault if
-/// any.
+/// What one receive brought: bytes, whether the stream ended, and a fault if any. The bytes are valid until
+/// the callback returns or asks for more, whichever comes first.
 struct Received {
   std::span<const std::byte> bytes;
   bool endOfStream = false;
@@ -23,7 +27,8 @@ struct Received {
 };
 
 /// One TCP connection of the platform. Lives on the queue given to `start`: every call after that and every
-/// callback happens there. After a final state nothing more is called back.
+/// callback happens there, each callback in a turn of its own, never inside a call. After a final state
+/// nothing more is called back, and nothing after its destruction, which is best done on the queue too.
 class TcpConnection {
  public:
   using StateHandler = std::function<void(ConnectionState)>;
@@ -31,21 +36,26 @@ class TcpConnection {
 
   virtual ~TcpConnection() = default;
 
-  /// Must be set before `start`.
+  /// Both must be set before `start`.
   virtual void setStateHandler(StateHandler handler) = 0;
+  virtual void setReceiveHandler(ReceiveHandler handler) = 0;
   virtual void start(std::shared_ptr<SerialQueue> queue) = 0;
-  /// Asks once for 1 to `maxBytes` bytes. Only one receive may be open at a time.
-  virtual void receive(std::size_t maxBytes, ReceiveHandler handler) = 0;
+  /// Asks once for 1 to `maxBytes` bytes (never more than `kMaxReceiveBytes`), which come to the receive
+  /// handler; before `ready` it waits. Only one receive may be open at a time. After the end of the peer's
+  /// stream has come, what is still unsent is offered to the kernel once and the connection ends as `failed`.
+  virtual void receive(std::size_t maxBytes) = 0;
   /// Queues the bytes behind those still unsent; they are written together when the current turn of the queue
   /// ends. What the kernel refuses is kept, up to `kMaxPendingBytes`; beyond that the connection fails.
   virtual void send(std::span<const std::byte> bytes) = 0;
   /// Bytes given to `send` that the kernel has not taken yet.
   virtual std::size_t pendingBytes() const = 0;
-  /// Ends the connection; reports `cancelled` unless it already ended.
+  /// Ends the connection and frees its descriptor; `cancelled` is reported in the queue's next turn, unless
+  /// it already ended.
   virtual void cancel() = 0;
   /// "address:port" of the peer, for logs and status.
   virtual std::string peerName() const = 0;
 
+  static constexpr std::size_t kMaxReceiveBytes = 4096;
   static constexpr std::size_t kMaxPendingBytes = 8 * 1024 * 1024;
 };
 

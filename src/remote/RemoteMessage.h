@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,30 +14,32 @@ namespace tevanto {
 /// Modifier keys held during a key press; the names are the wire strings.
 enum class RemoteModifier { shift, option, control, command };
 
+// Every member says `= {}`, so that designated initialisers may leave any of them out without a warning.
+
 /// The command inside a "command" message. `type` names it; each command reads the members it needs.
 struct RemoteCommand {
-  std::string type;
-  std::optional<double> dx;  // points
-  std::optional<double> dy;  // points
-  std::optional<std::int64_t> clicks;
-  std::optional<std::string> button;
-  std::optional<std::string> key;
-  std::optional<std::vector<RemoteModifier>> modifiers;
-  std::optional<std::string> text;
-  std::optional<bool> on;
-  std::optional<double> level;  // 0 to 1
-  std::optional<std::string> appId;
-  std::optional<std::string> gesture;
+  std::string type = {};
+  std::optional<double> dx = {};  // points
+  std::optional<double> dy = {};  // points
+  std::optional<std::int64_t> clicks = {};
+  std::optional<std::string> button = {};
+  std::optional<std::string> key = {};
+  std::optional<std::vector<RemoteModifier>> modifiers = {};
+  std::optional<std::string> text = {};
+  std::optional<bool> on = {};
+  std::optional<double> level = {};  // 0 to 1
+  std::optional<std::string> appId = {};
+  std::optional<std::string> gesture = {};
 
   bool operator==(const RemoteCommand&) const = default;
 };
 
 /// An installed application. `bundleId` is its identity.
 struct RemoteAppInfo {
-  std::string name;
-  std::string bundleId;
-  std::optional<std::string> iconPNGBase64;
-  std::optional<double> installedDate;  // seconds since 1970-01-01 UTC
+  std::string name = {};
+  std::string bundleId = {};
+  std::optional<std::string> iconPNGBase64 = {};
+  std::optional<double> installedDate = {};  // seconds since 1970-01-01 UTC
 
   bool operator==(const RemoteAppInfo&) const = default;
 };
@@ -43,27 +47,27 @@ struct RemoteAppInfo {
 /// The one record of the control channel, in both directions. `type` names the kind; every other member is
 /// written only when it holds a value.
 struct RemoteMessage {
-  std::string type;
-  std::optional<std::int64_t> protocolVersion;
-  std::optional<std::string> sessionNonce;
-  std::optional<std::string> token;
-  std::optional<std::string> code;
-  std::optional<std::string> deviceName;
-  std::optional<std::string> hostName;
-  std::optional<std::string> deviceID;
-  std::optional<std::string> kind;
-  std::optional<std::vector<std::string>> capabilities;
-  std::optional<RemoteCommand> command;
-  std::optional<bool> ok;
-  std::optional<std::string> message;
-  std::optional<bool> keepAwakeOn;
-  std::optional<bool> helperReady;
-  std::optional<std::int64_t> batteryPercent;
-  std::optional<double> volume;      // 0 to 1
-  std::optional<double> brightness;  // 0 to 1
-  std::optional<bool> muted;
-  std::optional<std::vector<RemoteAppInfo>> apps;
-  std::optional<std::string> appsHash;
+  std::string type = {};
+  std::optional<std::int64_t> protocolVersion = {};
+  std::optional<std::string> sessionNonce = {};
+  std::optional<std::string> token = {};
+  std::optional<std::string> code = {};
+  std::optional<std::string> deviceName = {};
+  std::optional<std::string> hostName = {};
+  std::optional<std::string> deviceID = {};
+  std::optional<std::string> kind = {};
+  std::optional<std::vector<std::string>> capabilities = {};
+  std::optional<RemoteCommand> command = {};
+  std::optional<bool> ok = {};
+  std::optional<std::string> message = {};
+  std::optional<bool> keepAwakeOn = {};
+  std::optional<bool> helperReady = {};
+  std::optional<std::int64_t> batteryPercent = {};
+  std::optional<double> volume = {};      // 0 to 1
+  std::optional<double> brightness = {};  // 0 to 1
+  std::optional<bool> muted = {};
+  std::optional<std::vector<RemoteAppInfo>> apps = {};
+  std::optional<std::string> appsHash = {};
 
   bool operator==(const RemoteMessage&) const = default;
 };
@@ -85,3 +89,8 @@ std::optional<RemoteModifier> modifierNamed(std::string_view name);
 std::string appsHash(const std::vector<RemoteAppInfo>& apps);
 
 }  // namespace tevanto
+
+template <>
+struct std::hash<tevanto::RemoteAppInfo> {
+  std::size_t operator()(const tevanto::RemoteAppInfo& app) const noexcept;
+};

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace tevanto {
+
+/// How a program of this suite ends.
+enum class ExitCode { done = 0, failed = 1, usage = 2, notRunning = 3 };
+
+/// Starts the companion.
+struct CompanionOptions {
+  bool headless = false;
+  std::optional<std::uint16_t> remotePort;  // 0: any free one; absent: the usual one
+  std::optional<std::uint16_t> screenPort;
+  bool loopbackOnly = false;
+  bool noDiscovery = false;
+};
+struct StatusOptions {
+  bool json = false;
+};
+struct KeepAwakeOptions {
+  bool on = false;
+};
+struct DefaultsOptions {
+  enum class Action { list, get, set, remove };
+  enum class Type { automatic, string, boolean, integer, real, array };
+  Action action = Action::list;
+  std::string key;
+  std::string value;
+  Type type = Type::automatic;
+};
+struct DoctorOptions {
+  bool json = false;
+  std::optional<std::uint16_t> remotePort;
+  std::optional<std::uint16_t> screenPort;
+};
+/// Nothing to do but to end; what there was to say has been printed.
+struct EndNow {
+  int exitStatus = 0;
+};
+
+using Invocation =
+    std::variant<CompanionOptions, StatusOptions, KeepAwakeOptions, DefaultsOptions, DoctorOptions, EndNow>;
+
+/// Reads the arguments of `tevanto`. Help, version and errors are printed here.
+Invocation parseCommandLine(int argc, const char* const* argv);
+
+}  // namespace tevanto

@@ -1,0 +1,132 @@
+#include "app/Commands.h"
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "app/CompanionLock.h"
+#include "app/CompanionText.h"
+#include "app/ControlSocketClient.h"
+#include "app/DefaultsText.h"
+#include "app/RuntimeFolder.h"
+#include "core/JsonUserDefaults.h"
+
+namespace tevanto {
+namespace {
+
+void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+ExitCode complain(const std::string& sentence, ExitCode code = ExitCode::failed) {
+  std::fprintf(stderr, "tevanto: %s\n", sentence.c_str());
+  return code;
+}
+
+Result<std::optional<ControlReply>> ask(const ControlRequest& request) {
+  const auto folder = runtimeFolder();
+  if (!folder) return Failure{folder.error()};
+  return askCompanion(controlSocketIn(folder.value()), request);
+}
+
+/// Asks, and complains where that does not bring an answer. `code` then tells how to end.
+std::optional<ControlReply> askOrComplain(const ControlRequest& request, ExitCode& code) {
+  auto answer = ask(request);
+  if (!answer) {
+    code = complain(answer.error());
+    return std::nullopt;
+  }
+  if (!answer.value()) code = complain("No companion runs; start it with: tevanto", ExitCode::notRunning);
+  return std::move(answer).value();
+}
+
+ExitCode listDefaults(const UserDefaults& defaults) {
+  for (const auto& [key, value] : defaults.all()) {
+    print(key + " = " +
+          (isSecretDefault(key) ? "(hidden; shown by: tevanto defaults get " + key + ")"
+                                : defaultsText(value)) +
+          "\n");
+  }
+  return ExitCode::done;
+}
+
+ExitCode getDefault(const UserDefaults& defaults, const std::string& key) {
+  const auto value = defaults.value(key);
+  if (!value) return complain("There is no setting \"" + key + "\"; tevanto defaults list shows them.");
+  print(defaultsText(*value) + "\n");
+  return ExitCode::done;
+}
+
+/// A companion that runs learns of the change; without one there is nobody to tell.
+ExitCode tellCompanion() {
+  const auto answer = ask({ControlRequest::Kind::reloadDefaults});
+  if (answer) return ExitCode::done;
+  return complain("The setting is stored, but the running companion does not know of it: " + answer.error());
+}
+
+ExitCode setDefault(UserDefaults& defaults, const DefaultsOptions& options) {
+  auto value = defaultsValueFrom(options.value, options.type);
+  if (!value) return complain(value.error(), ExitCode::usage);
+  const auto stored = defaults.set(options.key, std::move(value).value());
+  return stored ? tellCompanion() : complain(stored.error());
+}
+
+ExitCode removeDefault(UserDefaults& defaults, const std::string& key) {
+  if (!defaults.value(key)) return complain("There is no setting \"" + key + "\" to remove.");
+  const auto removed = defaults.remove(key);
+  return removed ? tellCompanion() : complain(removed.error());
+}
+
+}  // namespace
+
+ExitCode runStatus(const StatusOptions& options) {
+  auto code = ExitCode::done;
+  const auto reply = askOrComplain({ControlRequest::Kind::status}, code);
+  if (!reply) return code;
+  if (!reply->ok || !reply->status) return complain(reply->error);
+  print(options.json ? encodeCompanionStatus(*reply->status) + "\n" : statusLines(*reply->status));
+  return ExitCode::done;
+}
+
+ExitCode runKeepAwake(const KeepAwakeOptions& options) {
+  auto code = ExitCode::done;
+  const auto reply = askOrComplain({ControlRequest::Kind::keepAwake, options.on}, code);
+  if (!reply) return code;
+  if (!reply->ok) return complain(reply->error);
+  print((reply->status ? reply->status->keepAwakeStatusText : std::string("done")) + "\n");
+  return ExitCode::done;
+}
+
+ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults) {
+  switch (options.action) {
+    case DefaultsOptions::Action::list:
+      return listDefaults(defaults);
+    case DefaultsOptions::Action::get:
+      return getDefault(defaults, options.key);
+    case DefaultsOptions::Action::set:
+      return setDefault(defaults, options);
+    case DefaultsOptions::Action::remove:
+      return removeDefault(defaults, options.key);
+  }
+  return ExitCode::usage;
+}
+
+ExitCode handOverToRunningCompanion() {
+  const auto folder = runtimeFolder();
+  if (!folder) return complain(folder.error());
+  const auto socket = controlSocketIn(folder.value());
+  // One that has only just taken the lock may not listen yet.
+  for (int attempt = 0; attempt < 50; ++attempt) {
+    const auto answer = askCompanion(socket, {ControlRequest::Kind::showSetupWindow});
+    if (!answer) return complain(answer.error());
+    if (const auto& reply = answer.value(); reply && reply->ok && reply->status) {
+      print("Tevanto runs already, as process " + std::to_string(reply->status->processID) + ".\n");
+      print(companionPanel(*reply->status, phoneProgramForUser(), TextStyle::forStandardOutput()));
+      return ExitCode::done;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  return complain("A companion runs as process " + std::to_string(CompanionLock::holder(folder.value())) +
+                  " but does not answer; end it and start again.");
+}
+
+}  // namespace tevanto

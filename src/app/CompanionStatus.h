@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "net/ServiceAdvertiser.h"
+
+namespace tevanto {
+
+/// What a running companion tells about itself: one moment of its published values.
+struct CompanionStatus {
+  std::string version;
+  std::int64_t processID = 0;
+  std::string pairingCode;
+  std::string statusText;
+  bool isClientConnected = false;
+  bool isPaired = false;  // a phone holds a token
+  bool isAccessibilityTrusted = false;
+  std::string deviceID;
+  std::string hostName;
+  std::vector<std::string> addresses;  // of this computer on the local network, without port
+  std::int64_t remotePort = 0;         // 0 until it listens
+  std::string mirroringStatusText;
+  bool keepAwakeOn = false;
+  std::optional<std::int64_t> batteryPercent;
+  std::string keepAwakeStatusText;
+  bool launchAtLoginOn = false;
+  std::string launchAtLoginStatusText;
+  AdvertisingStatus discovery;
+
+  bool operator==(const CompanionStatus&) const = default;
+};
+
+/// One JSON object on one line. A battery percentage that is not known is null.
+std::string encodeCompanionStatus(const CompanionStatus& status);
+/// Nothing when the text is not such an object; members that are missing keep their initial values.
+std::optional<CompanionStatus> decodeCompanionStatus(std::string_view json);
+
+/// The name of a discovery state in the JSON form.
+std::string_view nameOf(AdvertisingState state);
+
+}  // namespace tevanto

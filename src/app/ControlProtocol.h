@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "app/CompanionStatus.h"
+#include "core/Result.h"
+
+namespace tevanto {
+
+/// What another program of the same user may ask of a running companion, one JSON object per line:
+///
+///     {"request":"status"}
+///     {"request":"keepAwake","on":true}
+///     {"request":"showSetupWindow"}
+///     {"request":"reloadDefaults"}
+///
+/// Each is answered with one line: {"ok":true,"status":{...}}, or {"ok":false,"error":"...","status":{...}},
+/// without "status" when the request was not understood.
+struct ControlRequest {
+  enum class Kind { status, keepAwake, showSetupWindow, reloadDefaults };
+  Kind kind = Kind::status;
+  bool on = false;  // keepAwake
+
+  bool operator==(const ControlRequest&) const = default;
+};
+
+struct ControlReply {
+  bool ok = false;
+  std::string error;  // when not ok, one sentence for a person
+  std::optional<CompanionStatus> status;
+
+  bool operator==(const ControlReply&) const = default;
+};
+
+/// The line without its line feed. A request that cannot be used fails with a sentence that says why.
+Result<ControlRequest> decodeControlRequest(std::string_view line);
+std::string encodeControlRequest(const ControlRequest& request);
+
+std::optional<ControlReply> decodeControlReply(std::string_view line);
+std::string encodeControlReply(const ControlReply& reply);
+
+}  // namespace tevanto

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "core/EventLoop.h"
+#include "core/Result.h"
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+/// Answers lines on a Unix socket of mode 0600, and only to processes of the same user (SO_PEERCRED). Lives
+/// on the queue given to it. A client gets one answer at a time and is not read while it does not take it, so
+/// a slow one costs a descriptor and a few kilobytes, never time.
+class ControlSocketServer {
+ public:
+  /// A line without its line feed to the answer without its line feed.
+  using Handler = std::function<std::string(std::string_view line)>;
+
+  struct Limits {
+    std::size_t maxLineBytes = 4096;
+    std::size_t maxClients = 16;
+    std::chrono::milliseconds silence = std::chrono::seconds(10);  // then the client is let go
+  };
+
+  /// Whoever calls this holds the `CompanionLock` of the folder: what lies at `path` is removed.
+  static Result<std::unique_ptr<ControlSocketServer>> listen(const std::shared_ptr<SerialQueue>& queue,
+                                                             const std::filesystem::path& path, Limits limits,
+                                                             Handler handler);
+
+  /// Ends every client and removes the socket. On the queue, or after its loop has stopped.
+  ~ControlSocketServer();
+  ControlSocketServer(const ControlSocketServer&) = delete;
+  ControlSocketServer& operator=(const ControlSocketServer&) = delete;
+
+  struct Listener;  // the sockets
+
+ private:
+  explicit ControlSocketServer(std::shared_ptr<Listener> listener) : listener_(std::move(listener)) {}
+  std::shared_ptr<Listener> listener_;
+};
+
+}  // namespace tevanto

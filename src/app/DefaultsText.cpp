@@ -1,0 +1,74 @@
+#include "app/DefaultsText.h"
+
+#include <boost/json.hpp>
+#include <optional>
+#include <variant>
+
+#include "core/DeviceIdentity.h"
+
+namespace tevanto {
+namespace {
+
+namespace json = boost::json;
+using Type = DefaultsOptions::Type;
+
+std::optional<DefaultsValue> fromJson(const json::value& value) {
+  if (value.is_bool()) return DefaultsValue(value.as_bool());
+  if (value.is_int64()) return DefaultsValue(value.as_int64());
+  if (value.is_double()) return DefaultsValue(value.as_double());
+  if (value.is_string()) return DefaultsValue(std::string(value.as_string().c_str()));
+  if (!value.is_array()) return std::nullopt;
+  std::vector<std::string> strings;
+  for (const auto& element : value.as_array()) {
+    if (!element.is_string()) return std::nullopt;
+    strings.emplace_back(element.as_string().c_str());
+  }
+  return DefaultsValue(std::move(strings));
+}
+
+std::optional<DefaultsValue> parsed(std::string_view text) {
+  boost::system::error_code error;
+  const auto value = json::parse(text, error);
+  return error ? std::nullopt : fromJson(value);
+}
+
+}  // namespace
+
+std::string defaultsText(const DefaultsValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) return *text;
+  return std::visit([](const auto& content) { return json::serialize(json::value_from(content)); }, value);
+}
+
+Result<DefaultsValue> defaultsValueFrom(std::string_view text, Type type) {
+  auto value = parsed(text);
+  switch (type) {
+    case Type::string:
+      return DefaultsValue(std::string(text));
+    case Type::automatic:
+      // A text in quotation marks stays as it was written: only --type string and the shell decide on quotes.
+      if (!value || std::holds_alternative<std::string>(*value)) return DefaultsValue(std::string(text));
+      return std::move(*value);
+    case Type::boolean:
+      if (value && std::holds_alternative<bool>(*value)) return std::move(*value);
+      return Failure{"A value of type bool is true or false."};
+    case Type::integer:
+      if (value && std::holds_alternative<std::int64_t>(*value)) return std::move(*value);
+      return Failure{"A value of type int is a whole number, like 8."};
+    case Type::real:
+      if (value && std::holds_alternative<double>(*value)) return std::move(*value);
+      if (value && std::holds_alternative<std::int64_t>(*value)) {
+        return DefaultsValue(static_cast<double>(std::get<std::int64_t>(*value)));
+      }
+      return Failure{"A value of type float is a number, like 0.5."};
+    case Type::array:
+      if (value && std::holds_alternative<std::vector<std::string>>(*value)) return std::move(*value);
+      return Failure{R"(A value of type array is a JSON array of strings, like '["a","b"]'.)"};
+  }
+  return Failure{"There is no such type."};
+}
+
+bool isSecretDefault(std::string_view key) {
+  return key == kPairingTokenKey || key == "tevanto.turn.credential" || key == "tevanto.turn-credentials.v1";
+}
+
+}  // namespace tevanto

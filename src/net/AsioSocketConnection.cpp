@@ -1,0 +1,260 @@
+#include "net/AsioSocketConnection.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <array>
+#include <boost/asio/bind_executor.hpp>
+#include <boost/asio/connect.hpp>
+#include <boost/asio/post.hpp>
+#include <cassert>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tevanto {
+
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using boost::system::error_code;
+
+namespace {
+
+/// A send buffer that grew beyond this is given back once it is empty.
+constexpr std::size_t kKeptSendBytes = 64 * 1024;
+
+std::string endpointName(const tcp::endpoint& endpoint) {
+  const std::string address = endpoint.address().to_string();
+  const bool bracketed = endpoint.address().is_v6();
+  return (bracketed ? "[" + address + "]" : address) + ":" + std::to_string(endpoint.port());
+}
+
+}  // namespace
+
+void closeOnExec(int descriptor) { ::fcntl(descriptor, F_SETFD, FD_CLOEXEC); }
+
+/// What outlives the connection object for as long as the socket still has work under way. It owns no queue
+/// and no loop: the loop owns the work that owns this.
+class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream> {
+ public:
+  Stream(AsioSocket socket, std::string host, std::uint16_t port)
+      : socket_(std::move(socket)), resolver_(socket_.get_executor()), host_(std::move(host)), port_(port) {
+    error_code error;
+    if (socket_.is_open()) {
+      const auto peer = socket_.remote_endpoint(error);  // fails when the peer is already gone
+      if (!error) peerName_ = endpointName(peer);
+    } else {
+      peerName_ = host_ + ":" + std::to_string(port_);
+    }
+  }
+
+  StateHandler onState;
+  ReceiveHandler onReceive;
+
+  void start(const EventLoopQueue& queue) {
+    assert(!strand_ && "a connection is started once");
+    strand_ = std::make_unique<EventLoopQueue::Strand>(queue.strand());
+    asio::post(*strand_, [self = shared_from_this()] { self->prepare(); });
+  }
+
+  void receive(std::size_t maxBytes) {
+    assert(wantedBytes_ == 0 && "one receive at a time");
+    wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, received_.size());
+    if (ready_) beginRead();
+  }
+
+  void send(std::span<const std::byte> bytes) {
+    if (ended_) return;
+    unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
+    if (ready_ && pendingBytes() > kMaxPendingBytes) write();
+    if (pendingBytes() > kMaxPendingBytes) return end(ConnectionState::failed);
+    if (ready_) flushAtEndOfTurn();
+  }
+
+  std::size_t pendingBytes() const { return unsent_.size() - written_; }
+  const std::string& peerName() const { return peerName_; }
+
+  /// Frees the socket now and reports `state` in the next turn. Only the first end counts.
+  void end(ConnectionState state) {
+    if (!close() || !strand_) return;
+    asio::post(*strand_, [self = shared_from_this(), state] { self->reportLast(state); });
+  }
+
+  /// Ends it without a word. The handlers go later: one of them may be running right now.
+  void abandon() {
+    close();
+    silent_ = true;
+    if (strand_) asio::post(*strand_, [self = shared_from_this()] { self->dropHandlers(); });
+  }
+
+ private:
+  template <class Handler>
+  auto onStrand(Handler handler) {
+    return asio::bind_executor(*strand_, std::move(handler));
+  }
+
+  bool close() {
+    if (std::exchange(ended_, true)) return false;
+    error_code ignored;
+    resolver_.cancel();
+    socket_.close(ignored);
+    unsent_ = {};
+    written_ = 0;
+    return true;
+  }
+
+  void report(ConnectionState state) {
+    if (onState && !silent_) onState(state);
+  }
+
+  void reportLast(ConnectionState state) {
+    report(state);
+    dropHandlers();
+  }
+
+  void dropHandlers() {
+    onState = nullptr;
+    onReceive = nullptr;
+  }
+
+  void prepare() {
+    if (ended_) return;
+    report(ConnectionState::preparing);
+    if (ended_) return;
+    if (socket_.is_open()) return becomeReady();
+    resolver_.async_resolve(host_, std::to_string(port_),
+                            onStrand([self = shared_from_this()](const error_code& error,
+                                                                 const tcp::resolver::results_type& found) {
+                              self->resolved(error, found);
+                            }));
+  }
+
+  void resolved(const error_code& error, const tcp::resolver::results_type& found) {
+    if (ended_) return;
+    if (error) return end(ConnectionState::failed);
+    asio::async_connect(
+        socket_, found,
+        onStrand([self = shared_from_this()](const error_code& fault, const tcp::endpoint& peer) {
+          if (self->ended_) return;
+          if (fault) return self->end(ConnectionState::failed);
+          self->peerName_ = endpointName(peer);
+          self->becomeReady();
+        }));
+  }
+
+  void becomeReady() {
+    error_code ignored;
+    closeOnExec(socket_.native_handle());
+    socket_.non_blocking(true, ignored);
+    socket_.set_option(tcp::no_delay(true), ignored);
+    ready_ = true;
+    report(ConnectionState::ready);
+    if (ended_) return;
+    if (wantedBytes_ > 0) beginRead();
+    if (pendingBytes() > 0) flushAtEndOfTurn();
+  }
+
+  void beginRead() {
+    if (ended_) return;
+    socket_.async_read_some(asio::buffer(received_.data(), wantedBytes_),
+                            onStrand([self = shared_from_this()](const error_code& error, std::size_t count) {
+                              self->finishRead(error, count);
+                            }));
+  }
+
+  void finishRead(const error_code& error, std::size_t count) {
+    wantedBytes_ = 0;
+    if (ended_) return;
+    const bool endOfStream = error == asio::error::eof;
+    Received received{.bytes = std::span(received_).first(count), .endOfStream = endOfStream, .error = {}};
+    if (error && !endOfStream) received.error = error.message();
+    if (onReceive) onReceive(received);
+    if (!error || ended_) return;
+    if (endOfStream) write();
+    end(ConnectionState::failed);
+  }
+
+  void flushAtEndOfTurn() {
+    if (std::exchange(flushing_, true)) return;
+    asio::post(*strand_, [self = shared_from_this()] { self->flush(); });
+  }
+
+  /// `flushing_` stays set while the kernel takes no more, so that nobody asks it in between.
+  void flush() {
+    if (ended_) return;
+    const error_code error = write();
+    if (error && error != asio::error::would_block) return end(ConnectionState::failed);
+    flushing_ = pendingBytes() > 0;
+    if (!flushing_) return;
+    socket_.async_wait(AsioSocket::wait_write,
+                       onStrand([self = shared_from_this()](const error_code&) { self->flush(); }));
+  }
+
+  error_code write() {
+    error_code error;
+    while (pendingBytes() > 0 && !error) {
+      const auto rest = asio::buffer(unsent_.data() + written_, pendingBytes());
+      written_ += socket_.write_some(rest, error);
+    }
+    if (pendingBytes() == 0) {
+      unsent_.clear();
+      written_ = 0;
+      if (unsent_.capacity() > kKeptSendBytes) unsent_.shrink_to_fit();
+    } else if (written_ > unsent_.size() / 2) {
+      unsent_.erase(unsent_.begin(), unsent_.begin() + static_cast<std::ptrdiff_t>(written_));
+      written_ = 0;
+    }
+    return error;
+  }
+
+  AsioSocket socket_;
+  asio::ip::basic_resolver<tcp, asio::io_context::executor_type> resolver_;
+  const std::string host_;
+  const std::uint16_t port_;
+  std::string peerName_ = "unknown peer";
+  std::unique_ptr<EventLoopQueue::Strand> strand_;
+  std::array<std::byte, kMaxReceiveBytes> received_;
+  std::size_t wantedBytes_ = 0;    // of the open receive; 0: none is open
+  std::vector<std::byte> unsent_;  // from `written_` on
+  std::size_t written_ = 0;
+  bool ready_ = false;
+  bool flushing_ = false;  // a flush is posted or waits for the kernel
+  bool ended_ = false;
+  bool silent_ = false;  // whoever owned it is gone
+};
+
+AsioSocketConnection::AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop, AsioSocket accepted)
+    : loop_(std::move(loop)), stream_(std::make_shared<Stream>(std::move(accepted), "", 0)) {}
+
+AsioSocketConnection::AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop, std::string host,
+                                           std::uint16_t port)
+    : loop_(std::move(loop)),
+      stream_(std::make_shared<Stream>(AsioSocket(loop_->context.get_executor()), std::move(host), port)) {}
+
+AsioSocketConnection::~AsioSocketConnection() {
+  if (!queue_ || queue_->isCurrent()) {
+    stream_->abandon();
+  } else {
+    queue_->async([stream = stream_] { stream->abandon(); });
+  }
+}
+
+void AsioSocketConnection::setStateHandler(StateHandler handler) { stream_->onState = std::move(handler); }
+
+void AsioSocketConnection::setReceiveHandler(ReceiveHandler handler) {
+  stream_->onReceive = std::move(handler);
+}
+
+void AsioSocketConnection::start(std::shared_ptr<SerialQueue> queue) {
+  queue_ = std::move(queue);
+  loop_->ensureThreads();
+  stream_->start(EventLoopQueue::from(*queue_));
+}
+
+void AsioSocketConnection::receive(std::size_t maxBytes) { stream_->receive(maxBytes); }
+void AsioSocketConnection::send(std::span<const std::byte> bytes) { stream_->send(bytes); }
+std::size_t AsioSocketConnection::pendingBytes() const { return stream_->pendingBytes(); }
+void AsioSocketConnection::cancel() { stream_->end(ConnectionState::cancelled); }
+std::string AsioSocketConnection::peerName() const { return stream_->peerName(); }
+
+}  // namespace tevanto

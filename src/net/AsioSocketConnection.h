@@ -1,0 +1,45 @@
+#pragma once
+
+// Private to the socket classes of this folder: shows types of Boost.Asio.
+
+#include <boost/asio/ip/tcp.hpp>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "core/EventLoopCore.h"
+#include "net/TcpConnection.h"
+
+namespace tevanto {
+
+using AsioSocket =
+    boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
+
+/// Programs that we start must not inherit a socket: they would keep our port taken after our end.
+void closeOnExec(int descriptor);
+
+/// A TCP connection over a socket of the event loop: one that was accepted, or one that is yet to connect.
+class AsioSocketConnection final : public TcpConnection {
+ public:
+  AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop, AsioSocket accepted);
+  AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop, std::string host, std::uint16_t port);
+  ~AsioSocketConnection() override;
+
+  void setStateHandler(StateHandler handler) override;
+  void setReceiveHandler(ReceiveHandler handler) override;
+  void start(std::shared_ptr<SerialQueue> queue) override;
+  void receive(std::size_t maxBytes) override;
+  void send(std::span<const std::byte> bytes) override;
+  std::size_t pendingBytes() const override;
+  void cancel() override;
+  std::string peerName() const override;
+
+ private:
+  class Stream;
+
+  std::shared_ptr<EventLoop::Core> loop_;
+  std::shared_ptr<SerialQueue> queue_;  // once started
+  std::shared_ptr<Stream> stream_;
+};
+
+}  // namespace tevanto

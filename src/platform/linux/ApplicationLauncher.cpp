@@ -1,0 +1,45 @@
+#include "platform/linux/ApplicationLauncher.h"
+
+#include <gio/gdesktopappinfo.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include "platform/linux/GlibOwned.h"
+
+namespace tevanto {
+namespace {
+
+/// Runs between fork and exec: system calls only.
+void beginSession(void*) {
+  ::setsid();
+  sigset_t none;
+  sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// GIO asks the session bus for activation. By default the end of that bus would end this program.
+void keepRunningWithoutSessionBus() {
+  const GObjectOwned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (bus) g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+}
+
+}  // namespace
+
+Result<void> launchApplication(const std::string& path) {
+  const GObjectOwned<GDesktopAppInfo> application(g_desktop_app_info_new_from_filename(path.c_str()));
+  if (!application) return Failure{"The application is no longer installed."};
+  keepRunningWithoutSessionBus();
+  const GObjectOwned<GAppLaunchContext> context(g_app_launch_context_new());
+  const auto flags =
+      static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
+  GError* error = nullptr;
+  if (g_desktop_app_info_launch_uris_as_manager(application.get(), nullptr, context.get(), flags,
+                                                beginSession, nullptr, nullptr, nullptr, &error)) {
+    return {};
+  }
+  Failure failure{error->message};
+  g_error_free(error);
+  return failure;
+}
+
+}  // namespace tevanto

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+
+#include "net/ServiceBrowser.h"
+
+namespace tevanto {
+
+/// Looks for services through the Avahi daemon. Each call of `browse` has a connection of its own and runs on
+/// the caller's thread; several threads may browse at once. Fails when there is no daemon to ask.
+std::unique_ptr<ServiceBrowser> makeAvahiServiceBrowser();
+
+}  // namespace tevanto

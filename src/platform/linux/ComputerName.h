@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace tevanto {
+
+/// The name that the user gave this computer: the pretty host name of machine-info(5), else the host name;
+/// nothing when there is neither. Reads one small file and asks no service, because it is needed at start-up.
+std::optional<std::string> computerName(const std::filesystem::path& machineInfo = "/etc/machine-info");
+
+}  // namespace tevanto

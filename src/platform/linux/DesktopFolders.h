@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tevanto {
+
+/// Where the desktop keeps its files (XDG Base Directory Specification). Absolute paths.
+struct DesktopFolders {
+  std::string home;
+  std::string dataHome;
+  std::vector<std::string> dataFolders;  // the most important one first
+  std::string configHome;
+  std::vector<std::string> configFolders;
+
+  /// As the environment says, with the standard's defaults; relative paths are ignored as it asks.
+  static DesktopFolders fromEnvironment();
+
+  /// `dataHome`, then `dataFolders`, each with `name` below it.
+  std::vector<std::string> inDataFolders(const std::string& name) const;
+  /// `configHome`, then `configFolders`, each with `name` below it.
+  std::vector<std::string> inConfigFolders(const std::string& name) const;
+};
+
+}  // namespace tevanto

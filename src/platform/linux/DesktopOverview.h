@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "core/Log.h"
+
+namespace tevanto {
+
+class SerialQueue;
+
+/// The desktop's overview of all windows and its grid of applications, opened in the desktop's own way: GNOME
+/// Shell and KDE Plasma over the session bus, Xfce by its programs. Other desktops have neither. Used on the
+/// main queue.
+class DesktopOverview {
+ public:
+  enum class Kind { windows, applications };
+
+  /// The locations under which the overviews are known as applications of the workspace.
+  static constexpr std::string_view kWindowsLocation = "/System/Applications/Mission Control.app";
+  static constexpr std::string_view kApplicationsLocation = "/System/Applications/Launchpad.app";
+
+  virtual ~DesktopOverview() = default;
+
+  virtual bool available(Kind kind) = 0;
+  /// Shows it, or hides the window overview when it is shown. Returns at once; a failure is only logged.
+  virtual void open(Kind kind) = 0;
+
+  /// The overview of the desktop that XDG_CURRENT_DESKTOP names. Calls on the bus are made on `background`,
+  /// a queue that may block.
+  static std::shared_ptr<DesktopOverview> ofSession(std::shared_ptr<SerialQueue> background, Logger log);
+};
+
+}  // namespace tevanto

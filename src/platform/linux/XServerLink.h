@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "core/Log.h"
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+class XConnection;
+
+/// The way to an X server that may not be there yet, may go, and may come back: it connects when asked, at
+/// most once a second. Any thread.
+class XServerLink {
+ public:
+  /// An empty `displayName` means what DISPLAY says when the connection is made. `clock` only tells the time.
+  XServerLink(std::string displayName, std::shared_ptr<SerialQueue> clock, Logger log);
+  ~XServerLink();
+
+  /// The connection, when a server is there; made now if the last attempt is long enough ago.
+  std::shared_ptr<XConnection> connection();
+  /// Counts connections; a number that changed means that `connection` gives another one.
+  std::uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
+  /// Makes the next call of `connection` try at once.
+  void retryNow();
+
+  static constexpr auto kRetryAfter = std::chrono::seconds(1);
+
+ private:
+  bool beginAttempt();
+  std::shared_ptr<XConnection> attempt();
+
+  const std::string displayName_;
+  const std::shared_ptr<SerialQueue> clock_;
+  const Logger log_;
+  std::atomic<std::uint64_t> generation_{0};
+  std::mutex mutex_;
+  std::shared_ptr<XConnection> connection_;
+  bool connecting_ = false;
+  bool reported_ = false;
+  SerialQueue::TimePoint nextAttempt_ = SerialQueue::TimePoint::min();
+};
+
+}  // namespace tevanto

@@ -1,0 +1,103 @@
+#include "app/ControlProtocol.h"
+
+#include <gtest/gtest.h>
+
+namespace tevanto {
+namespace {
+
+using Kind = ControlRequest::Kind;
+
+CompanionStatus someStatus() {
+  CompanionStatus status;
+  status.version = "1.2.3";
+  status.processID = 42;
+  status.pairingCode = "012345";
+  status.statusText = "Waiting for iPhone";
+  status.isClientConnected = true;
+  status.isPaired = true;
+  status.isAccessibilityTrusted = true;
+  status.deviceID = "6B1F…";
+  status.hostName = "büro";
+  status.addresses = {"192.0.2.7", "2001:db8::7"};
+  status.remotePort = 51637;
+  status.mirroringStatusText = "none";
+  status.keepAwakeOn = true;
+  status.batteryPercent = 64;
+  status.keepAwakeStatusText = "Keeps running after screen lock";
+  status.launchAtLoginOn = true;
+  status.launchAtLoginStatusText = "Starts after login";
+  status.discovery = {AdvertisingState::unavailable, "büro", "There is no Avahi daemon."};
+  return status;
+}
+
+TEST(ControlProtocol, everyRequestSurvivesTheRoundTrip) {
+  for (const auto& request : {ControlRequest{Kind::status}, ControlRequest{Kind::keepAwake, true},
+                              ControlRequest{Kind::keepAwake, false}, ControlRequest{Kind::showSetupWindow},
+                              ControlRequest{Kind::reloadDefaults}}) {
+    const auto decoded = decodeControlRequest(encodeControlRequest(request));
+    ASSERT_TRUE(decoded) << decoded.error();
+    EXPECT_EQ(decoded.value(), request);
+  }
+}
+
+TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", "A request is one JSON object on one line."},
+      {"[]", "A request is one JSON object on one line."},
+      {"{\"request\":\"status\"", "A request is one JSON object on one line."},
+      {"{\"request\":\"\xff\"}", "A request is one JSON object on one line."},
+      {"{}", "A request names itself in the string \"request\"."},
+      {"{\"request\":7}", "A request names itself in the string \"request\"."},
+      {"{\"request\":\"quit\"}", "Requests are status, keepAwake, showSetupWindow and reloadDefaults."},
+      {"{\"request\":\"keepAwake\"}", "keepAwake needs the boolean \"on\"."},
+      {"{\"request\":\"keepAwake\",\"on\":1}", "keepAwake needs the boolean \"on\"."}};
+  for (const auto& [line, error] : cases) {
+    const auto decoded = decodeControlRequest(line);
+    ASSERT_FALSE(decoded) << line;
+    EXPECT_EQ(decoded.error(), error) << line;
+  }
+}
+
+TEST(ControlProtocol, deepNestingIsRefused) {
+  EXPECT_FALSE(decodeControlRequest(std::string(4000, '[')));
+  EXPECT_FALSE(decodeControlRequest("{\"request\":" + std::string(2000, '[') + std::string(2000, ']') + "}"));
+}
+
+TEST(ControlProtocol, repliesSurviveTheRoundTrip) {
+  for (const auto& reply : {ControlReply{true, "", someStatus()}, ControlReply{false, "no", {}},
+                            ControlReply{false, "Battery too low", someStatus()}}) {
+    EXPECT_EQ(decodeControlReply(encodeControlReply(reply)), reply);
+  }
+  EXPECT_FALSE(decodeControlReply("{}"));
+  EXPECT_FALSE(decodeControlReply("{\"ok\":1}"));
+  EXPECT_FALSE(decodeControlReply("nonsense"));
+}
+
+TEST(ControlProtocol, aStatusHasTheseMembersEvenWhenNothingIsKnown) {
+  const auto json = encodeCompanionStatus({});
+  for (const auto* member :
+       {"pairingCode", "statusText", "isClientConnected", "isAccessibilityTrusted", "deviceID", "hostName",
+        "remotePort", "keepAwakeOn", "batteryPercent", "keepAwakeStatusText", "launchAtLoginStatusText",
+        "discovery", "isPaired", "addresses"}) {
+    EXPECT_NE(json.find("\"" + std::string(member) + "\":"), std::string::npos) << member;
+  }
+  EXPECT_NE(json.find("\"batteryPercent\":null"), std::string::npos);
+  EXPECT_EQ(json.find('\n'), std::string::npos);
+}
+
+TEST(ControlProtocol, aStatusSurvivesTheRoundTrip) {
+  EXPECT_EQ(decodeCompanionStatus(encodeCompanionStatus(someStatus())), someStatus());
+  EXPECT_FALSE(decodeCompanionStatus("[]"));
+}
+
+TEST(ControlProtocol, aStatusMemberOfAnotherTypeIsLeftOut) {
+  const auto status = decodeCompanionStatus(
+      R"({"pairingCode":7,"remotePort":"x","isPaired":1,"addresses":[1,"a"],"discovery":[]})");
+  ASSERT_TRUE(status);
+  CompanionStatus expected;
+  expected.addresses = {"a"};
+  EXPECT_EQ(*status, expected);
+}
+
+}  // namespace
+}  // namespace tevanto

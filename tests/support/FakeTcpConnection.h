@@ -1,0 +1,149 @@
+#pragma once
+
+#include <algorithm>
+#include <cassert>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "net/TcpConnection.h"
+
+namespace tevanto::test {
+
+/// The other end of a `FakeTcpConnection`, and its kernel: what the test does and sees. Lives longer than the
+/// connection. Use it on the connection's queue, or while that does not run.
+class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
+ public:
+  /// What the connection has sent so far.
+  std::string received;
+  /// How many bytes the kernel still takes from the connection.
+  std::size_t window = std::string::npos;
+  /// Whether the connection becomes ready by itself when it is started.
+  bool readyOnStart = true;
+
+  void send(std::string_view bytes) {
+    inbox_ += bytes;
+    deliver();
+  }
+  void endStream() {
+    streamEnded_ = true;
+    deliver();
+  }
+  void fail() { end(ConnectionState::failed); }
+  void becomeReady() {
+    queue_->async([self = shared_from_this()] {
+      if (self->ended_) return;
+      self->ready_ = true;
+      self->report(ConnectionState::ready);
+      self->deliver();
+      self->flush();
+    });
+  }
+  /// The kernel takes `bytes` more.
+  void openWindow(std::size_t bytes) {
+    window = bytes;
+    if (ready_) flush();
+  }
+
+  bool isEnded() const { return ended_; }
+  /// Whether the connection object is gone.
+  bool isReleased() const { return released_; }
+
+ private:
+  friend class FakeTcpConnection;
+
+  void report(ConnectionState state) {
+    if (onState_ && !released_) onState_(state);
+  }
+
+  void start(std::shared_ptr<SerialQueue> queue) {
+    queue_ = std::move(queue);
+    queue_->async([self = shared_from_this()] {
+      if (!self->ended_) self->report(ConnectionState::preparing);
+    });
+    if (readyOnStart) becomeReady();
+  }
+
+  void receive(std::size_t maxBytes) {
+    assert(wanted_ == 0 && "one receive at a time");
+    wanted_ = std::clamp<std::size_t>(maxBytes, 1, TcpConnection::kMaxReceiveBytes);
+    deliver();
+  }
+
+  /// Hands over what the open receive may have, in a turn of its own.
+  void deliver() {
+    if (!queue_) return;
+    queue_->async([self = shared_from_this()] { self->deliverNow(); });
+  }
+
+  void deliverNow() {
+    if (!ready_ || ended_ || wanted_ == 0 || (inbox_.empty() && !streamEnded_)) return;
+    const std::string bytes = inbox_.substr(0, std::exchange(wanted_, 0));
+    inbox_.erase(0, bytes.size());
+    const bool last = bytes.empty();
+    if (onReceive_ && !released_)
+      onReceive_({.bytes = std::as_bytes(std::span(bytes)), .endOfStream = last, .error = {}});
+    if (last && !ended_) {
+      flush();
+      end(ConnectionState::failed);
+    }
+  }
+
+  void sendFromConnection(std::span<const std::byte> bytes) {
+    if (ended_) return;
+    unsent_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (ready_ && unsent_.size() > TcpConnection::kMaxPendingBytes) flush();
+    if (unsent_.size() > TcpConnection::kMaxPendingBytes) return end(ConnectionState::failed);
+    if (ready_) queue_->async([self = shared_from_this()] { self->flush(); });
+  }
+
+  void flush() {
+    const std::size_t taken = std::min(window, unsent_.size());
+    received.append(unsent_, 0, taken);
+    unsent_.erase(0, taken);
+    if (window != std::string::npos) window -= taken;
+  }
+
+  void end(ConnectionState state) {
+    if (std::exchange(ended_, true)) return;
+    unsent_.clear();
+    if (queue_) queue_->async([self = shared_from_this(), state] { self->report(state); });
+  }
+
+  std::shared_ptr<SerialQueue> queue_;
+  TcpConnection::StateHandler onState_;
+  TcpConnection::ReceiveHandler onReceive_;
+  std::string inbox_;
+  std::string unsent_;
+  std::size_t wanted_ = 0;
+  bool streamEnded_ = false;
+  bool ready_ = false;
+  bool ended_ = false;
+  bool released_ = false;
+};
+
+/// A connection without a network, that keeps the contract of the real ones.
+class FakeTcpConnection final : public TcpConnection {
+ public:
+  explicit FakeTcpConnection(std::shared_ptr<FakeTcpPeer> peer) : peer_(std::move(peer)) {}
+  ~FakeTcpConnection() override {
+    peer_->released_ = true;
+    peer_->ended_ = true;
+  }
+
+  void setStateHandler(StateHandler handler) override { peer_->onState_ = std::move(handler); }
+  void setReceiveHandler(ReceiveHandler handler) override { peer_->onReceive_ = std::move(handler); }
+  void start(std::shared_ptr<SerialQueue> queue) override { peer_->start(std::move(queue)); }
+  void receive(std::size_t maxBytes) override { peer_->receive(maxBytes); }
+  void send(std::span<const std::byte> bytes) override { peer_->sendFromConnection(bytes); }
+  std::size_t pendingBytes() const override { return peer_->unsent_.size(); }
+  void cancel() override { peer_->end(ConnectionState::cancelled); }
+  std::string peerName() const override { return "fake:1"; }
+
+ private:
+  std::shared_ptr<FakeTcpPeer> peer_;
+};
+
+}  // namespace tevanto::test
