@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
-#include <string_view>
 
 #include "core/Published.h"
 #include "core/UserDefaults.h"
@@ -13,9 +13,13 @@
 #include "screen/DisplayCapture.h"
 #include "screen/EncoderSession.h"
 #include "screen/ScreenCapturePermission.h"
+#include "screen/ScreenCaptureSession.h"
 #include "screen/ScreenTransport.h"
 
 namespace tevanto {
+
+class CaptureGeneration;
+class FramedConnection;
 
 /// Mirrors the screen to one paired phone at a time, over a TCP connection or over an attached transport.
 ///
@@ -70,13 +74,44 @@ class ScreenStreamServer final : public std::enable_shared_from_this<ScreenStrea
   void refreshScreenRecordingTrust();
 
  private:
-  struct Route;
-  struct Session;
-  class State;
+  /// Where a message came from: exactly one of the two is set.
+  struct Sender {
+    std::shared_ptr<FramedConnection> connection;
+    std::shared_ptr<ScreenTransport> transport;
+
+    std::weak_ptr<void> identity() const {
+      if (connection) return connection;
+      return transport;
+    }
+  };
 
   ScreenStreamServer(Environment environment, Machinery machinery);
 
-  std::shared_ptr<State> state_;
+  void startListener();
+  void advertise();
+  void stopEverything();
+  void accept(std::unique_ptr<TcpConnection> connection);
+  void connectionEnded(const std::shared_ptr<FramedConnection>& ended);
+  void listenTo(const std::shared_ptr<ScreenTransport>& transport);
+  void take(const Sender& sender, std::span<const std::byte> message);
+  void takeHello(const Sender& sender, std::span<const std::byte> body);
+  void promote(const std::shared_ptr<FramedConnection>& sender);
+  void startSession(const std::shared_ptr<void>& owner, const StreamProfile& profile, ScreenRoute route);
+  ScreenCaptureSession::Handlers handlersFor(const std::string& generation);
+  void endSessionOf(const std::weak_ptr<void>& owner);
+  void stopSession();
+
+  const Environment environment_;
+  const Machinery machinery_;
+  std::unique_ptr<TcpListener> listener_;
+  ServiceAdvertiser::Registration advertisement_;
+  std::shared_ptr<FramedConnection> connection_;           // has said a valid hello
+  std::shared_ptr<FramedConnection> candidateConnection_;  // has not yet
+  Timer helloTimer_;
+  std::weak_ptr<ScreenTransport> attachedTransport_;  // main queue only
+  std::weak_ptr<void> captureOwner_;                  // the route of the session: connection or transport
+  const std::shared_ptr<CaptureGeneration> captureGeneration_;
+  std::unique_ptr<ScreenCaptureSession> session_;
 };
 
 }  // namespace tevanto
