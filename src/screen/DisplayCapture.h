@@ -52,7 +52,8 @@ struct CaptureSample {
 /// One running capture of one display. Driven by events: while neither the picture nor the pointer changes,
 /// nothing runs and nothing is called. The first change after rest is delivered at once; from then on at most
 /// one sample per `minimumFrameInterval`, and the last change of a burst is always delivered. The first
-/// sample after the start is the whole display as it is. Any thread may call.
+/// sample after the start is the whole display as it is. Any thread may call, and destroy it, from within a
+/// callback too.
 class CaptureStream {
  public:
   struct Handlers {
@@ -64,8 +65,8 @@ class CaptureStream {
   virtual ~CaptureStream() = default;
   /// Once. `done` comes on any thread, before or after the first sample.
   virtual void start(std::function<void(Result<void>)> done) = 0;
-  /// Ends the capture and gives back what it holds of the display's resources; may be called from a handler,
-  /// before `start` and twice. A sample under way may still arrive. `done` comes on any thread.
+  /// For good: ends the capture and gives back what it holds of the display's resources; may be called from a
+  /// handler, before `start` and twice. A sample under way may still arrive. `done` comes on any thread.
   virtual void stop(std::function<void(Result<void>)> done) = 0;
 };
 

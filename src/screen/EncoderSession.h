@@ -63,7 +63,7 @@ struct EncodedSample {
 enum class EncodeStatus { success, failure };
 
 /// One compression session for pictures of one size. Any thread may call `invalidate`; the other calls come
-/// one at a time.
+/// one at a time. May be destroyed on any thread, from within an output handler too.
 class EncoderSession {
  public:
   /// `sample` is null when nothing came out. Comes on any thread, also within `encodeFrame`; never later than
