@@ -1,6 +1,7 @@
 #include "screen/ScreenPackets.h"
 
 #include <algorithm>
+#include <array>
 
 #include "screen/BigEndian.h"
 
@@ -13,22 +14,29 @@ constexpr std::uint64_t kDeltaFrameBudget = 524'288;
 
 }  // namespace
 
+bool forEachPacket(std::span<const std::byte> message, std::uint32_t packetID,
+                   const std::function<bool(std::span<const std::byte>)>& visit) {
+  if (message.empty() || message.size() > kMaxScreenMessageBytes) return false;
+  const auto count = (message.size() + kScreenPacketPayloadBytes - 1) / kScreenPacketPayloadBytes;
+  std::array<std::byte, kScreenPacketHeaderBytes + kScreenPacketPayloadBytes> packet;
+  std::ranges::copy(bigEndian(packetID), packet.begin());
+  std::ranges::copy(bigEndian(static_cast<std::uint16_t>(count)), packet.begin() + 6);
+  for (std::size_t index = 0; index < count; ++index) {
+    const auto rest = message.subspan(index * kScreenPacketPayloadBytes);
+    const auto payload = rest.first(std::min(rest.size(), kScreenPacketPayloadBytes));
+    std::ranges::copy(bigEndian(static_cast<std::uint16_t>(index)), packet.begin() + 4);
+    std::ranges::copy(payload, packet.begin() + kScreenPacketHeaderBytes);
+    if (!visit(std::span(packet).first(kScreenPacketHeaderBytes + payload.size()))) return false;
+  }
+  return true;
+}
+
 ScreenPacketList packets(std::span<const std::byte> message, std::uint32_t packetID) {
   ScreenPacketList list;
-  if (message.empty() || message.size() > kMaxScreenMessageBytes) return list;
-  const auto count = (message.size() + kScreenPacketPayloadBytes - 1) / kScreenPacketPayloadBytes;
-  auto& bytes = list.bytes_;
-  bytes.reserve(message.size() + count * kScreenPacketHeaderBytes);
-  const auto append = [&bytes](std::span<const std::byte> more) {
-    bytes.insert(bytes.end(), more.begin(), more.end());
-  };
-  for (std::size_t index = 0; index < count; ++index) {
-    append(bigEndian(packetID));
-    append(bigEndian(static_cast<std::uint16_t>(index)));
-    append(bigEndian(static_cast<std::uint16_t>(count)));
-    append(message.first(std::min(message.size(), kScreenPacketPayloadBytes)));
-    message = message.subspan(std::min(message.size(), kScreenPacketPayloadBytes));
-  }
+  forEachPacket(message, packetID, [&](std::span<const std::byte> packet) {
+    list.bytes_.insert(list.bytes_.end(), packet.begin(), packet.end());
+    return true;
+  });
   return list;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -43,7 +44,13 @@ class ScreenPacketList {
   std::vector<std::byte> bytes_;
 };
 
-/// Cuts `message`; no packets when it is empty or longer than `kMaxScreenMessageBytes`.
+/// Cuts `message` and calls `visit` with one packet after the other, each valid during its call only, until
+/// one call returns false. Whether all were taken; false too when there are none, because the message is
+/// empty or longer than `kMaxScreenMessageBytes`. For sending: a packet at a time stays in the nearest cache.
+bool forEachPacket(std::span<const std::byte> message, std::uint32_t packetID,
+                   const std::function<bool(std::span<const std::byte> packet)>& visit);
+
+/// The same packets all at once; no packets when it is empty or longer than `kMaxScreenMessageBytes`.
 ScreenPacketList packets(std::span<const std::byte> message, std::uint32_t packetID);
 
 /// Reads one packet, with a view into it; absent when it is invalid.

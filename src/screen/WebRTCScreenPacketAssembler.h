@@ -45,19 +45,44 @@ class WebRTCScreenPacketAssembler {
   std::size_t pendingBytes() const;
 
  private:
-  struct Partial {
-    std::uint16_t count = 0;
-    std::map<std::uint16_t, std::vector<std::byte>> chunks;
-    std::size_t byteCount = 0;
-    TimePoint createdAt;
+  /// An unfinished message. Its payloads lie in the order of their arrival; when that was the order of the
+  /// message, as on an ordered channel, the message is there without another copy.
+  class Partial {
+   public:
+    Partial(std::uint16_t count, TimePoint createdAt) : createdAt_(createdAt), chunks_(count) {}
+
+    std::uint16_t count() const { return static_cast<std::uint16_t>(chunks_.size()); }
+    std::size_t byteCount() const { return bytes_.size(); }
+    std::size_t capacity() const { return bytes_.capacity(); }
+    TimePoint createdAt() const { return createdAt_; }
+    bool isComplete() const { return held_ == chunks_.size(); }
+    /// What it would hold with this chunk, a stored one of the same index replaced.
+    std::size_t byteCountWith(const ScreenPacket& packet) const;
+    void reserve(std::size_t bytes) { bytes_.reserve(bytes); }
+    void store(const ScreenPacket& packet);
+    /// The whole message; leaves nothing.
+    std::vector<std::byte> join();
+
+   private:
+    struct Chunk {
+      std::uint32_t offset = 0;  // in `bytes_`
+      std::uint32_t size = 0;    // 0: not held
+    };
+
+    void remove(Chunk& chunk);
+    void append(Chunk& chunk, std::span<const std::byte> payload);
+
+    TimePoint createdAt_;
+    std::vector<Chunk> chunks_;
+    std::vector<std::byte> bytes_;
+    std::size_t held_ = 0;
+    bool inOrder_ = true;
   };
   using Partials = std::map<std::uint32_t, Partial>;
 
   void expire(TimePoint now);
   void enforceLimits();
-  /// False when the partial would outgrow the limit.
-  bool store(Partial& partial, const ScreenPacket& packet) const;
-  static std::vector<std::byte> join(const Partial& partial);
+  std::size_t reservation(const ScreenPacket& first) const;
 
   Limits limits_;
   Partials partials_;

@@ -52,6 +52,21 @@ TEST(ScreenPackets, thereAreNoneForAnEmptyOrAnOversizedMessage) {
   EXPECT_TRUE(packets(test::Bytes(3'200'001), 1).empty());
 }
 
+TEST(ScreenPackets, comeOneByOneUntilOneIsRefused) {
+  const auto message = pattern(12'001);
+  const auto cut = packets(message, 3);
+  std::size_t seen = 0;
+  EXPECT_TRUE(forEachPacket(message, 3, [&](auto packet) {
+    EXPECT_EQ(copyOf(packet), copyOf(cut[seen++]));
+    return true;
+  }));
+  EXPECT_EQ(seen, 4u);
+  EXPECT_FALSE(forEachPacket(message, 3, [&](auto) { return --seen > 2; }));
+  EXPECT_EQ(seen, 2u);
+  EXPECT_FALSE(forEachPacket({}, 3, [](auto) { return true; }));
+  EXPECT_FALSE(forEachPacket(test::Bytes(3'200'001), 3, [](auto) { return true; }));
+}
+
 TEST(ScreenPackets, invalidOnesDoNotParse) {
   const auto packet = [](int index, int count, std::size_t payloadBytes) {
     auto bytes = bytesOf({0, 0, 0, 1, index >> 8, index & 0xFF, count >> 8, count & 0xFF});
