@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "control/AccessibilityPermission.h"
-#include "control/Base64.h"
+#include "core/Base64.h"
 #include "control/InputEvents.h"
 #include "control/KeyCodes.h"
 #include "control/Workspace.h"

@@ -8,9 +8,9 @@ namespace tevanto {
 std::string deviceIdentifier(UserDefaults& defaults) {
   if (auto stored = defaults.string(kDeviceIDKey)) return *stored;
   auto fresh = randomUuid();
-  // A computer that cannot store it still gets one: it lasts for as long as the caller keeps it.
-  (void)defaults.set(kDeviceIDKey, fresh);
-  return fresh;
+  if (defaults.set(kDeviceIDKey, fresh)) return fresh;
+  static const std::string forThisProcess = fresh;
+  return forThisProcess;
 }
 
 std::string advertisedName(const std::optional<std::string>& computerName) {

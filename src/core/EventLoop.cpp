@@ -1,11 +1,13 @@
 #include "core/EventLoop.h"
 
+#include <algorithm>
+#include <atomic>
 #include <boost/asio/bind_executor.hpp>
+#include <boost/asio/dispatch.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <cassert>
-#include <future>
 #include <utility>
 
 #include "core/EventLoopCore.h"
@@ -31,8 +33,12 @@ void EventLoop::Core::stop() {
     stopped = true;
     ending.swap(threads);
   }
+  changed.notify_all();
   context.stop();
-  for (auto& thread : ending) thread.join();
+  for (auto& thread : ending) {
+    assert(thread.get_id() != std::this_thread::get_id() && "a loop cannot be stopped from its own threads");
+    thread.join();
+  }
 }
 
 std::shared_ptr<EventLoop> EventLoop::forCallingThread() {
@@ -45,7 +51,10 @@ std::shared_ptr<EventLoop> EventLoop::background(unsigned threads) {
 }
 
 EventLoop::EventLoop(unsigned threads) : core_(std::make_shared<Core>(threads)) {}
-EventLoop::~EventLoop() { stop(); }
+EventLoop::~EventLoop() {
+  stop();
+  core_->abandonWork();
+}
 
 void EventLoop::run() {
   assert(core_->threadCount == 0 && "a background loop runs by itself");
@@ -90,41 +99,46 @@ Timer EventLoopQueue::asyncAfter(Duration delay, Task work) {
   struct Pending {
     explicit Pending(const Strand& strand) : timer(strand) {}
     boost::asio::steady_timer timer;
-    bool cancelled = false;
+    std::atomic<bool> cancelled = false;
   };
   auto pending = std::make_shared<Pending>(strand_);
-  pending->timer.expires_after(delay < Duration::zero() ? Duration::zero() : delay);
+  pending->timer.expires_after(std::max(delay, Duration::zero()));
   pending->timer.async_wait(boost::asio::bind_executor(
       strand_, [pending, work = std::move(work)](const boost::system::error_code& error) mutable {
         if (!error && !pending->cancelled) work();
       }));
-  return Timer([weakQueue = weak_from_this(), weak = std::weak_ptr(pending)] {
-    auto queue = weakQueue.lock();
-    if (!queue) return;
-    auto cancel = [weak] {
-      if (auto alive = weak.lock()) {
-        alive->cancelled = true;
-        alive->timer.cancel();
-      }
-    };
-    // A timer is not safe to touch from two threads; elsewhere the cancellation takes the queue's own road.
-    if (queue->isCurrent()) {
-      cancel();
-    } else {
-      boost::asio::post(queue->strand_, cancel);
-    }
+  // The queue may be gone by then; its strand works for as long as the core lives.
+  return Timer([core = core_, strand = strand_, weak = std::weak_ptr(pending)] {
+    const auto alive = weak.lock();
+    if (!alive) return;
+    alive->cancelled = true;
+    // A timer is not safe to touch from two threads: at once when already on the strand, else in its turn.
+    boost::asio::dispatch(strand, [alive] { alive->timer.cancel(); });
   });
 }
 
 void EventLoopQueue::sync(Task work) {
   if (isCurrent()) return work();
   core_->ensureThreads();
-  std::promise<void> done;
-  boost::asio::post(strand_, [&] {
+  enum class Turn { waiting, running, done, givenUp };
+  const auto turn = std::make_shared<Turn>(Turn::waiting);  // guarded by the core's mutex
+  boost::asio::post(strand_, [core = core_, turn, &work] {
+    {
+      const std::lock_guard lock(core->mutex);
+      if (*turn == Turn::givenUp) return;
+      *turn = Turn::running;
+    }
     work();
-    done.set_value();
+    {
+      const std::lock_guard lock(core->mutex);
+      *turn = Turn::done;
+    }
+    core->changed.notify_all();
   });
-  done.get_future().wait();
+  std::unique_lock lock(core_->mutex);
+  core_->changed.wait(lock,
+                      [&] { return *turn == Turn::done || (*turn == Turn::waiting && core_->stopped); });
+  if (*turn == Turn::waiting) *turn = Turn::givenUp;
 }
 
 bool EventLoopQueue::isCurrent() const { return strand_.running_in_this_thread(); }

@@ -25,8 +25,8 @@ class EventLoop {
 
   /// Runs until `stop()`. Only for a loop made by `forCallingThread()`.
   void run();
-  /// Makes `run()` return, or ends and joins the loop's own threads. May be called twice and from any thread
-  /// that is not one of the loop's own.
+  /// Makes `run()` return, or ends and joins the loop's own threads; what has not run by then never runs. May
+  /// be called twice and from any thread that is not one of the loop's own.
   void stop();
   /// Calls `handler` on this loop each time one of the POSIX `signals` reaches the process.
   void onSignals(std::vector<int> signals, std::function<void(int signal)> handler);

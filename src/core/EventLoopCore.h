@@ -5,6 +5,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/strand.hpp>
+#include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -15,16 +16,26 @@
 namespace tevanto {
 
 struct EventLoop::Core {
+  class Context : public boost::asio::io_context {
+   public:
+    using execution_context::shutdown;
+    using io_context::io_context;
+  };
+
   explicit Core(unsigned ownThreads);
 
   /// Starts the loop's own threads if it has any and they do not run yet.
   void ensureThreads();
   void stop();
+  /// Destroys the work that never came to run. It may own queues, which own this: nobody else would free
+  /// them.
+  void abandonWork() { context.shutdown(); }
 
-  boost::asio::io_context context;
+  Context context;
   boost::asio::executor_work_guard<boost::asio::io_context::executor_type> work;
   const unsigned threadCount;
-  std::mutex mutex;
+  std::mutex mutex;  // guards what follows
+  std::condition_variable changed;
   std::vector<std::thread> threads;
   bool stopped = false;
 };

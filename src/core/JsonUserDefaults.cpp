@@ -1,15 +1,12 @@
 #include "core/JsonUserDefaults.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <boost/json.hpp>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
+#include <functional>
 #include <utility>
+
+#include "core/DurableFile.h"
+#include "core/FileSystem.h"
 
 namespace tevanto {
 namespace {
@@ -17,89 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 namespace json = boost::json;
 
-constexpr int kPrivateFile = 0600;
-constexpr int kPrivateFolder = 0700;
 constexpr std::size_t kMaxDepth = 32;
 constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
 
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-
- private:
-  const int fd_;
-};
-
-Failure systemFailure(const std::string& what, const fs::path& path) {
-  return Failure{what + " " + path.string() + ": " + std::strerror(errno)};
-}
-
-/// The whole file; nothing when there is no such file.
-Result<std::optional<std::string>> readFile(const fs::path& path) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-  if (!file) {
-    if (errno == ENOENT) return std::optional<std::string>();
-    return systemFailure("cannot open", path);
-  }
-  std::string text;
-  char block[16 * 1024];
-  while (true) {
-    const ssize_t count = ::read(file.get(), block, sizeof block);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return systemFailure("cannot read", path);
-    if (count == 0) return std::optional(std::move(text));
-    text.append(block, static_cast<std::size_t>(count));
-    if (text.size() > kMaxBytes) return Failure{path.string() + " is larger than 4 MiB"};
-  }
-}
-
-Result<void> syncFolder(const fs::path& folder) {
-  const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!opened || ::fsync(opened.get()) != 0) return systemFailure("cannot sync", folder);
-  return {};
-}
-
-Result<void> writeAll(int fd, std::string_view text, const fs::path& path) {
-  while (!text.empty()) {
-    const ssize_t count = ::write(fd, text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) return systemFailure("cannot write", path);
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-  return {};
-}
-
-/// A name of its own for each writer, so that a writer that died never leaves a file that another one trips
-/// over.
-Result<void> replaceFile(const fs::path& path, std::string_view text) {
-  std::string temporary = path.string() + ".new-XXXXXX";
-  {
-    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file) return systemFailure("cannot create a file beside", path);
-    auto written = writeAll(file.get(), text, temporary);
-    if (written && (::fchmod(file.get(), kPrivateFile) != 0 || ::fsync(file.get()) != 0)) {
-      written = systemFailure("cannot sync", temporary);
-    }
-    if (!written) {
-      ::unlink(temporary.c_str());
-      return written;
-    }
-  }
-  if (::rename(temporary.c_str(), path.c_str()) != 0) {
-    auto failure = systemFailure("cannot replace", path);
-    ::unlink(temporary.c_str());
-    return failure;
-  }
-  return syncFolder(path.parent_path());
-}
-
+/// One JSON object (RFC 8259), in valid UTF-8.
 std::optional<json::object> parseObject(std::string_view text) {
   json::parse_options options;
   options.max_depth = kMaxDepth;
@@ -127,7 +45,8 @@ std::optional<DefaultsValue> toDefaultsValue(const json::value& stored) {
       }
       return DefaultsValue(std::move(strings));
     }
-    default:
+    default:  // an object, null, or an integer that int64 cannot hold: kept in the file, of no use to anybody
+              // here
       return std::nullopt;
   }
 }
@@ -147,45 +66,77 @@ json::value toJson(const DefaultsValue& value) {
 
 json::string_view jsonKey(std::string_view key) { return {key.data(), key.size()}; }
 
+fs::path freeNameBeside(const fs::path& file) {
+  std::error_code unknown;
+  for (int n = 1;; ++n) {
+    fs::path aside = file.string() + ".unreadable-" + std::to_string(n);
+    if (fs::symlink_status(aside, unknown).type() == fs::file_type::not_found) return aside;
+  }
+}
+
 }  // namespace
 
 struct JsonUserDefaults::Content {
   json::object members;
-
-  /// What `file` holds now. An unreadable file is kept aside, reported, and counts as empty.
-  static Result<Content> load(const fs::path& file, const Logger& log) {
-    auto text = readFile(file);
-    if (text && !text.value()) return Content{};
-    if (text) {
-      if (auto members = parseObject(*text.value())) return Content{std::move(*members)};
-    }
-    const std::string why = text ? file.string() + " is not a JSON object" : text.error();
-    if (!text && errno == EACCES) return Failure{why};
-    fs::path aside;
-    for (int n = 1; aside.empty() || fs::exists(aside); ++n)
-      aside = file.string() + ".unreadable-" + std::to_string(n);
-    if (::rename(file.c_str(), aside.c_str()) != 0)
-      return systemFailure(why + "; cannot keep it aside as", aside);
-    log.error(why + "; it was kept as " + aside.string() + ", and the settings start empty");
-    return Content{};
-  }
 };
 
-JsonUserDefaults::JsonUserDefaults(fs::path file, Logger log)
-    : file_(std::move(file)), log_(std::move(log)), content_(std::make_unique<Content>()) {
+/// What a look at the file found. `damaged`: the whole file was read, and it is no JSON object. Without
+/// content and not damaged: the system would not let us read it, which says nothing about the file.
+struct JsonUserDefaults::Reading {
+  std::optional<Content> content;
+  bool damaged = false;
+  std::string problem;
+};
+
+JsonUserDefaults::JsonUserDefaults(fs::path file, Logger log, std::shared_ptr<FileSystem> files)
+    : file_(std::move(file)),
+      log_(std::move(log)),
+      files_(files ? std::move(files) : FileSystem::real()),
+      content_(std::make_unique<Content>()) {
   reload();
 }
 
 JsonUserDefaults::~JsonUserDefaults() = default;
 
-void JsonUserDefaults::reload() {
-  const std::lock_guard lock(mutex_);
-  auto loaded = Content::load(file_, log_);
-  if (loaded) {
-    *content_ = std::move(loaded).value();
-  } else {
-    log_.error(loaded.error());
+fs::path JsonUserDefaults::lockFile() const { return file_.string() + ".lock"; }
+
+JsonUserDefaults::Reading JsonUserDefaults::read() const {
+  std::string text;
+  const auto error = files_->read(file_, kMaxBytes, text);
+  if (error == std::errc::no_such_file_or_directory) return {Content{}, false, {}};
+  if (error) return {std::nullopt, false, "cannot read " + file_.string() + ": " + error.message()};
+  if (text.size() > kMaxBytes) return {std::nullopt, true, file_.string() + " is larger than 4 MiB"};
+  if (auto members = parseObject(text)) return {Content{std::move(*members)}, false, {}};
+  return {std::nullopt, true, file_.string() + " is not a JSON object"};
+}
+
+JsonUserDefaults::Reading JsonUserDefaults::readOrSetAside() const {
+  auto reading = read();
+  if (!reading.damaged) return reading;
+  const auto aside = freeNameBeside(file_);
+  if (auto error = files_->rename(file_, aside)) {
+    reading.problem += ", and it cannot be kept aside: " + error.message();
+    return reading;
   }
+  log_.error(reading.problem + "; it was kept as " + aside.string() + ", and the settings start empty");
+  return {Content{}, false, {}};
+}
+
+void JsonUserDefaults::reload() {
+  // Without the lock (a folder that is not there yet, or that only others may write) a damaged file stays
+  // where it is: somebody might be putting a good one in its place at this moment.
+  const auto lock = FileLock::acquire(lockFile());
+  auto reading = lock ? readOrSetAside() : read();
+  if (reading.content) {
+    keep(std::move(*reading.content));
+  } else {
+    log_.error(reading.problem);
+  }
+}
+
+void JsonUserDefaults::keep(Content content) {
+  const std::lock_guard lock(mutex_);
+  *content_ = std::move(content);
 }
 
 std::optional<DefaultsValue> JsonUserDefaults::value(std::string_view key) const {
@@ -220,23 +171,22 @@ Result<void> JsonUserDefaults::remove(std::string_view key) {
 }
 
 Result<void> JsonUserDefaults::change(const std::function<void(Content&)>& edit) {
-  const std::lock_guard lock(mutex_);
-  const auto folder = file_.parent_path();
-  std::error_code error;
-  if (!fs::exists(folder, error)) {
-    fs::create_directories(folder.parent_path(), error);
-    if (::mkdir(folder.c_str(), kPrivateFolder) != 0 && errno != EEXIST)
-      return systemFailure("cannot create", folder);
-  }
-  const fs::path lockPath = file_.string() + ".lock";
-  const Descriptor fileLock(::open(lockPath.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, kPrivateFile));
-  if (!fileLock || ::flock(fileLock.get(), LOCK_EX) != 0) return systemFailure("cannot lock", lockPath);
+  if (auto made = makeDurableFolder(*files_, file_.parent_path()); !made) return made;
+  const auto lock = FileLock::acquire(lockFile());
+  if (!lock) return Failure{lock.error()};
+  auto reading = readOrSetAside();
+  if (!reading.content) return Failure{reading.problem};
+  edit(*reading.content);
 
-  auto fresh = Content::load(file_, log_);
-  if (!fresh) return Failure{fresh.error()};
-  edit(fresh.value());
-  auto written = replaceFile(file_, json::serialize(fresh.value().members) + "\n");
-  if (written) *content_ = std::move(fresh).value();
+  const std::string text = json::serialize(reading.content->members) + "\n";
+  if (text.size() > kMaxBytes) return Failure{"the settings would be larger than 4 MiB"};
+  // What could not be read back (text that is not UTF-8, a number that is not one) would cost all the rest.
+  if (!parseObject(text)) return Failure{"only valid UTF-8 and finite numbers can be kept in the settings"};
+
+  auto written = replaceDurably(*files_, file_, text);
+  // After a failure the file may hold either state, so that it has to be asked.
+  if (!written) reading = read();
+  if (reading.content) keep(std::move(*reading.content));
   return written;
 }
 

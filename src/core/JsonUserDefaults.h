@@ -9,15 +9,19 @@
 
 namespace tevanto {
 
+class FileSystem;
+
 /// User defaults in one JSON object in one file of mode 0600. Every change rewrites the file: a new file
 /// beside it, fsync, rename over the old one, fsync of the folder; so the file is always the old or the new
-/// state. Changes of several processes are merged under a lock file; `reload()` picks up what another process
-/// wrote. A file that cannot be read as a JSON object is renamed to `<name>.unreadable-<n>`, reported, and
-/// never overwritten.
+/// state. Changes of several threads and processes are merged under a lock file; `reload()` picks up what
+/// another process wrote. A file that is no JSON object, or larger than 4 MiB, is renamed to
+/// `<name>.unreadable-<n>` and reported; one that the system does not let us read is reported and left alone.
+/// Neither is ever overwritten. Members that are no DefaultsValue (objects, integers
+/// beyond int64) are kept as they are and not shown.
 class JsonUserDefaults final : public UserDefaults {
  public:
   /// Reads `file` (absent: empty). Its folder is created, mode 0700, on the first write.
-  JsonUserDefaults(std::filesystem::path file, Logger log);
+  JsonUserDefaults(std::filesystem::path file, Logger log, std::shared_ptr<FileSystem> files = nullptr);
   ~JsonUserDefaults() override;
 
   std::optional<DefaultsValue> value(std::string_view key) const override;
@@ -33,14 +37,21 @@ class JsonUserDefaults final : public UserDefaults {
   /// "$XDG_CONFIG_HOME/tevanto/<name>", or the same under "~/.config".
   static std::filesystem::path standardFile(std::string_view name);
 
-  struct Content;  // what the file holds, members of unknown shape included, which are kept as they are
-
  private:
+  struct Content;
+  struct Reading;
+
+  std::filesystem::path lockFile() const;
+  Reading read() const;
+  /// Only under the lock: a damaged file is renamed, reported, and counts as empty.
+  Reading readOrSetAside() const;
+  void keep(Content content);
   Result<void> change(const std::function<void(Content&)>& edit);
 
   const std::filesystem::path file_;
   const Logger log_;
-  mutable std::mutex mutex_;
+  const std::shared_ptr<FileSystem> files_;
+  mutable std::mutex mutex_;  // guards content_; never held while the disk is waited for
   std::unique_ptr<Content> content_;
 };
 

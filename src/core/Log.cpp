@@ -1,6 +1,7 @@
 #include "core/Log.h"
 
 #include <cstdio>
+#include <string>
 
 namespace tevanto {
 namespace {
@@ -19,12 +20,25 @@ const char* nameOf(LogLevel level) {
   return "";
 }
 
+void appendPrintable(std::string& line, std::string_view text) {
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    // What a peer sent must neither begin a line of its own nor drive the terminal.
+    line += byte < 0x20 || byte == 0x7F ? ' ' : c;
+  }
+}
+
 class StandardErrorSink final : public LogSink {
  public:
   void write(LogLevel level, std::string_view category, std::string_view message) override {
-    // One call, so that lines of several threads never mix.
-    std::fprintf(stderr, "tevanto: %s: [%.*s] %.*s\n", nameOf(level), static_cast<int>(category.size()),
-                 category.data(), static_cast<int>(message.size()), message.data());
+    std::string line = "tevanto: ";
+    line.append(nameOf(level)).append(": [");
+    appendPrintable(line, category);
+    line += "] ";
+    appendPrintable(line, message);
+    line += '\n';
+    // Standard error has no buffer: one call is one write, so that lines of several threads never mix.
+    std::fwrite(line.data(), 1, line.size(), stderr);
   }
 };
 

@@ -21,6 +21,9 @@ class Published {
   Published(std::shared_ptr<SerialQueue> mainQueue, T initial)
       : state_(std::make_shared<State>(std::move(mainQueue), std::move(initial))) {}
 
+  Published(const Published&) = delete;
+  Published& operator=(const Published&) = delete;
+
   T get() const {
     const std::lock_guard lock(state_->mutex);
     return state_->value;

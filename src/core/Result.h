@@ -31,7 +31,7 @@ class [[nodiscard]] Result {
     assert(ok() && "value of a failed result");
     return std::get<T>(content_);
   }
-  T&& value() && {
+  T value() && {
     assert(ok() && "value of a failed result");
     return std::get<T>(std::move(content_));
   }

@@ -53,7 +53,8 @@ class SerialQueue {
   virtual void async(Task work) = 0;
   /// Runs `work` once, `delay` from now (at once when not positive). Dropping the returned timer cancels it.
   [[nodiscard]] virtual Timer asyncAfter(Duration delay, Task work) = 0;
-  /// Runs `work` on this queue and returns when it is done; at once when already on this queue.
+  /// Runs `work` on this queue and returns when it is done; at once when already on this queue. Returns
+  /// without having run it when what runs the queue has been stopped, or stops before its turn comes.
   virtual void sync(Task work) = 0;
   /// Whether the caller runs on this queue.
   virtual bool isCurrent() const = 0;
@@ -67,12 +68,12 @@ class SerialQueue {
 };
 
 /// A closure for asynchronous work that returns to `owner`: hops to `queue` and does nothing once the owner
-/// is gone. The member or callable is invoked as `work(Owner&, arguments...)`.
+/// is gone. The member function or callable is invoked with the owner and the arguments.
 template <class Owner, class Work>
 auto weakly(const std::shared_ptr<Owner>& owner, std::shared_ptr<SerialQueue> queue, Work work) {
   return [weak = std::weak_ptr<Owner>(owner), queue = std::move(queue), work](auto... arguments) {
     queue->async([weak, work, ... arguments = std::move(arguments)]() mutable {
-      if (auto alive = weak.lock()) work(*alive, std::move(arguments)...);
+      if (auto alive = weak.lock()) std::invoke(work, *alive, std::move(arguments)...);
     });
   };
 }

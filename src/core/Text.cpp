@@ -4,17 +4,23 @@
 #include <unicode/coll.h>
 #include <unicode/unistr.h>
 
+#include <algorithm>
+#include <limits>
 #include <memory>
+#include <utility>
 
 namespace tevanto {
 namespace {
 
-constexpr std::size_t kMaxBytes = std::size_t{1} << 30;  // ICU counts in 32 bits; longer text ends here
-
-icu::UnicodeString fromUtf8(std::string_view utf8) {
-  utf8 = utf8.substr(0, kMaxBytes);
-  return icu::UnicodeString::fromUTF8(icu::StringPiece(utf8.data(), static_cast<std::int32_t>(utf8.size())));
+/// ICU counts in 32 bits; nothing here is near 2 GiB, and what is gets cut.
+std::int32_t length32(std::size_t size) {
+  constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+  return static_cast<std::int32_t>(std::min(size, kMost));
 }
+
+icu::StringPiece piece(std::string_view utf8) { return {utf8.data(), length32(utf8.size())}; }
+
+icu::UnicodeString fromUtf8(std::string_view utf8) { return icu::UnicodeString::fromUTF8(piece(utf8)); }
 
 }  // namespace
 
@@ -35,7 +41,7 @@ void forEachGraphemeCluster(std::string_view utf8, const std::function<void(std:
 
 std::string toUtf8(std::u16string_view utf16) {
   std::string utf8;
-  icu::UnicodeString(false, utf16.data(), static_cast<std::int32_t>(utf16.size())).toUTF8String(utf8);
+  icu::UnicodeString(false, utf16.data(), length32(utf16.size())).toUTF8String(utf8);
   return utf8;
 }
 
@@ -51,25 +57,27 @@ std::string wellFormedUtf8(std::string_view bytes) {
   return utf8;
 }
 
-LocalizedOrder::LocalizedOrder() : collator_(nullptr) {
+struct LocalizedOrder::Collation {
+  std::unique_ptr<icu::Collator> collator;  // none when ICU has no data
+};
+
+LocalizedOrder::LocalizedOrder() : collation_(std::make_unique<Collation>()) {
+  // The locale of a process without one ("C") would sort by bytes: capitals first, accents last.
+  const auto& users = icu::Locale::getDefault();
+  const auto& locale = std::string_view(users.getVariant()) == "POSIX" ? icu::Locale::getRoot() : users;
   UErrorCode status = U_ZERO_ERROR;
-  // Without a locale the process runs in "C", whose order is that of the bytes; the root order is for people.
-  const bool noLocale = std::string_view(icu::Locale::getDefault().getVariant()) == "POSIX";
-  const auto& locale = noLocale ? icu::Locale::getRoot() : icu::Locale::getDefault();
-  auto* collator = icu::Collator::createInstance(locale, status);
+  std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
   if (U_FAILURE(status)) return;
   collator->setStrength(icu::Collator::SECONDARY);  // accents count, case does not
-  collator_ = collator;
+  collation_->collator = std::move(collator);
 }
 
-LocalizedOrder::~LocalizedOrder() { delete static_cast<icu::Collator*>(collator_); }
+LocalizedOrder::~LocalizedOrder() = default;
 
 int LocalizedOrder::compare(std::string_view a, std::string_view b) const {
-  if (!collator_) return a.compare(b);
+  if (!collation_->collator) return a.compare(b);
   UErrorCode status = U_ZERO_ERROR;
-  return static_cast<icu::Collator*>(collator_)->compareUTF8(
-      icu::StringPiece(a.data(), static_cast<std::int32_t>(a.size())),
-      icu::StringPiece(b.data(), static_cast<std::int32_t>(b.size())), status);
+  return collation_->collator->compareUTF8(piece(a), piece(b), status);
 }
 
 }  // namespace tevanto

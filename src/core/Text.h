@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -31,7 +32,8 @@ class LocalizedOrder {
   int compare(std::string_view a, std::string_view b) const;
 
  private:
-  void* collator_;
+  struct Collation;
+  std::unique_ptr<Collation> collation_;
 };
 
 }  // namespace tevanto

@@ -60,6 +60,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   }
 
   void receive(std::size_t maxBytes) {
+    if (ended_) return;
     assert(wantedBytes_ == 0 && "one receive at a time");
     wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, kMaxReceiveBytes);
     if (received_.size() < wantedBytes_) received_.resize(wantedBytes_);

@@ -5,19 +5,16 @@
 #include <optional>
 #include <string>
 
+#include "core/Log.h"
 #include "core/Published.h"
 #include "core/UserDefaults.h"
 #include "net/ServiceAdvertiser.h"
 #include "net/TcpListener.h"
 #include "remote/AwayRoad.h"
+#include "remote/CommandDispatch.h"
 #include "remote/MessageChannel.h"
 
 namespace tevanto {
-
-class AccessibilityPermission;
-class MacInputController;
-class MacPowerManager;
-class MacShortcutRunner;
 
 /// The computer's end of the control channel: accepts one phone at a time (the newest wins), pairs it by the
 /// six-digit code, knows it again by its token, checks the token of every command and hands it to the
@@ -25,6 +22,7 @@ class MacShortcutRunner;
 class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServer> {
  public:
   static constexpr std::uint16_t kDefaultPort = 51637;
+  static constexpr std::string_view kServiceType = "_tevanto-remote._tcp";
 
   /// What the server stands on. Everything outlives it.
   struct Environment {
@@ -37,13 +35,10 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
     UserDefaults& defaults;
     std::optional<std::string> computerName;
     std::uint16_t port = kDefaultPort;  // 0: any free one
+    Logger log = {};
   };
   /// Who carries the commands out.
-  struct Actuators {
-    std::shared_ptr<MacInputController> input;
-    std::shared_ptr<MacShortcutRunner> shortcuts;
-    AccessibilityPermission& permission;
-  };
+  using Actuators = CommandDispatch::Actuators;
 
   static std::shared_ptr<MacRemoteServer> create(Environment environment, Actuators actuators);
 
@@ -66,10 +61,46 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   void stop();
   /// Sends on the current channel, if there is one. May be called from any thread.
   void send(RemoteMessage message);
-  /// Closes the current channel, if there is one.
+  /// Closes the current channel, if there is one. May be called from any thread.
   void disconnect();
   /// Asks the system for the permission to inject input, and publishes what came of it.
   void requestAccessibility();
+
+ private:
+  MacRemoteServer(Environment environment, Actuators actuators);
+  void makeDispatch(Actuators actuators);
+  /// Runs `work(MacRemoteServer&)` on the server's queue if the server still lives then.
+  template <class Work>
+  void onQueue(Work work);
+
+  void startNow();
+  void stopNow();
+  void advertise();
+  void publishInvite();
+  void listenerChanged(ListenerState state);
+  void accept(std::unique_ptr<TcpConnection> connection);
+  void connectionChanged(const MessageChannel* channel, ConnectionState state);
+  void channelReady();
+  void reply(const RemoteMessage& message);
+
+  void handle(RemoteMessage message);
+  void handleHello(const RemoteMessage& message);
+  void handlePairRequest(const RemoteMessage& message);
+  void handleCommand(RemoteMessage message);
+  void enterConnectedState();
+  void completePairing(const std::optional<std::string>& phoneDeviceID);
+  void permissionChecked(bool trusted);
+
+  const Environment environment_;
+  AccessibilityPermission& permission_;
+  std::shared_ptr<CommandDispatch> dispatch_;
+  std::shared_ptr<AwayRoad> awayRoad_ = std::make_shared<NoAwayRoad>();
+  std::unique_ptr<TcpListener> listener_;  // from the start until its end was reported
+  std::shared_ptr<MessageChannel> channel_;
+  ServiceAdvertiser::Registration registration_;
+  std::string deviceID_;
+  bool running_ = false;
+  bool trusted_;  // what the last check of the permission found
 };
 
 }  // namespace tevanto

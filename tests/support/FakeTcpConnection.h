@@ -71,6 +71,7 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   }
 
   void receive(std::size_t maxBytes) {
+    if (ended_) return;
     assert(wanted_ == 0 && "one receive at a time");
     wanted_ = std::clamp<std::size_t>(maxBytes, 1, TcpConnection::kMaxReceiveBytes);
     deliver();

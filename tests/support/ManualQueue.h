@@ -4,6 +4,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -68,14 +69,16 @@ class ManualQueue final : public SerialQueue {
       auto& entries = clock_->entries_;
       std::erase_if(entries, [](const auto& entry) { return entry.cancelled && *entry.cancelled; });
       const auto next = std::min_element(entries.begin(), entries.end(), [](const auto& a, const auto& b) {
-        return std::pair(a.due, a.order) < std::pair(b.due, b.order);
+        return std::tuple(a.queue->busy_, a.due, a.order) < std::tuple(b.queue->busy_, b.due, b.order);
       });
-      if (next == entries.end() || next->due > end) break;
+      if (next == entries.end() || next->queue->busy_ || next->due > end) break;
       auto entry = std::move(*next);
       entries.erase(next);
       clock_->now_ = std::max(clock_->now_, entry.due);
       const auto* before = std::exchange(current_, entry.queue);
+      entry.queue->busy_ = true;
       entry.work();
+      entry.queue->busy_ = false;
       current_ = before;
     }
     clock_->now_ = end;
@@ -95,6 +98,7 @@ class ManualQueue final : public SerialQueue {
   }
 
   static inline thread_local const ManualQueue* current_ = nullptr;
+  bool busy_ = false;  // in the middle of a piece of work: nothing else of this queue runs, not even nested
   std::shared_ptr<ManualClock> clock_;
 };
 

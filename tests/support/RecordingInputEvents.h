@@ -71,7 +71,7 @@ class RecordingInputEvents final : public InputEvents {
   }
   void warpPointer(PointerLocation location) override {
     pointer = location;
-    events.push_back(RecordedWarp{location});
+    events.emplace_back(std::in_place_type<RecordedWarp>, RecordedWarp{location});
   }
   PointerLocation pointerLocation() override { return pointer; }
 

@@ -163,4 +163,19 @@ std::uint32_t RecordingXClient::keysym(int keycode) const {
   return reply->keysyms_per_keycode > 0 ? xcb_get_keyboard_mapping_keysyms(reply.get())[0] : 0;
 }
 
+std::vector<int> RecordingXClient::unusedKeycodes() const {
+  constexpr int kFirst = 8;
+  constexpr int kCount = 248;
+  auto* xcb = connection_->xcb;
+  const auto cookie = xcb_get_keyboard_mapping(xcb, kFirst, kCount);
+  const Owned<xcb_get_keyboard_mapping_reply_t> reply(xcb_get_keyboard_mapping_reply(xcb, cookie, nullptr));
+  const auto* keysyms = xcb_get_keyboard_mapping_keysyms(reply.get());
+  const int width = reply->keysyms_per_keycode;
+  std::vector<int> result;
+  for (int key = 0; key < kCount; ++key)
+    if (std::all_of(keysyms + key * width, keysyms + (key + 1) * width, [](auto k) { return k == 0; }))
+      result.push_back(kFirst + key);
+  return result;
+}
+
 }  // namespace tevanto::test

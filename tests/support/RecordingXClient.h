@@ -49,6 +49,8 @@ class RecordingXClient {
   void assignButtons(const std::vector<std::uint8_t>& logical);
   /// The first keysym of a key in the server's keymap now.
   std::uint32_t keysym(int keycode) const;
+  /// Keys without any keysym in the server's keymap now.
+  std::vector<int> unusedKeycodes() const;
 
  private:
   struct Connection;

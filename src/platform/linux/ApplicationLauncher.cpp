@@ -17,10 +17,12 @@ void beginSession(void*) {
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// GIO asks the session bus for activation. By default the end of that bus would end this program.
-void keepRunningWithoutSessionBus() {
-  const GObjectOwned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+/// The session bus as GIO is going to use it for the launch. By default the end of that bus would end this
+/// program; the connection is shared for as long as somebody holds it.
+GObjectOwned<GDBusConnection> harmlessSessionBus() {
+  GObjectOwned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
   if (bus) g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+  return bus;
 }
 
 }  // namespace
@@ -28,7 +30,7 @@ void keepRunningWithoutSessionBus() {
 Result<void> launchApplication(const std::string& path) {
   const GObjectOwned<GDesktopAppInfo> application(g_desktop_app_info_new_from_filename(path.c_str()));
   if (!application) return Failure{"The application is no longer installed."};
-  keepRunningWithoutSessionBus();
+  const auto bus = harmlessSessionBus();
   const GObjectOwned<GAppLaunchContext> context(g_app_launch_context_new());
   const auto flags =
       static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);

@@ -6,7 +6,6 @@
 #include <avahi-common/strlst.h>
 #include <avahi-common/timeval.h>
 
-#include <ranges>
 #include <utility>
 
 namespace tevanto {
@@ -33,7 +32,8 @@ using StringList = std::unique_ptr<AvahiStringList, StringListDeleter>;
 /// The list goes on the wire from its head, where it grows.
 StringList textRecord(const ServiceDescription& service) {
   AvahiStringList* list = nullptr;
-  for (const auto& [key, value] : service.txt | std::views::reverse) {
+  for (auto entry = service.txt.rbegin(); entry != service.txt.rend(); ++entry) {
+    const auto& [key, value] = *entry;
     list = avahi_string_list_add_pair_arbitrary(
         list, key.c_str(), reinterpret_cast<const std::uint8_t*>(value.data()), value.size());
   }
@@ -96,7 +96,7 @@ void AvahiPublisher::connect() {
 
 void AvahiPublisher::disconnect() {
   if (client_) avahi_client_free(std::exchange(client_, nullptr));  // with its groups
-  for (auto& publication : publications_ | std::views::values) {
+  for (auto& [id, publication] : publications_) {
     publication->group = nullptr;
     publication->name = publication->service.name;
   }
@@ -122,7 +122,7 @@ void AvahiPublisher::connectAfter(std::chrono::milliseconds delay) {
 void AvahiPublisher::clientChanged(AvahiClientState state) {
   switch (state) {
     case AVAHI_CLIENT_S_RUNNING:
-      for (auto& publication : publications_ | std::views::values) publish(*publication);
+      for (auto& [id, publication] : publications_) publish(*publication);
       return;
     case AVAHI_CLIENT_S_REGISTERING:
     case AVAHI_CLIENT_S_COLLISION:
@@ -177,7 +177,7 @@ void AvahiPublisher::useNextName(Publication& publication) {
 }
 
 void AvahiPublisher::withdrawAll() {
-  for (auto& publication : publications_ | std::views::values) {
+  for (auto& [id, publication] : publications_) {
     if (publication->group) avahi_entry_group_reset(publication->group);
     report(*publication, AdvertisingState::pending, "");
   }
@@ -199,7 +199,7 @@ void AvahiPublisher::groupChanged(Publication& publication, AvahiEntryGroupState
 }
 
 void AvahiPublisher::reportAll(AdvertisingState state, const std::string& message) {
-  for (auto& publication : publications_ | std::views::values) report(*publication, state, message);
+  for (auto& [id, publication] : publications_) report(*publication, state, message);
 }
 
 void AvahiPublisher::report(Publication& publication, AdvertisingState state, const std::string& message) {

@@ -18,6 +18,8 @@ struct SlotUnref {
 };
 using Slot = std::unique_ptr<sd_bus_slot, SlotUnref>;
 
+BusError timedOut() { return {ETIMEDOUT, "", std::strerror(ETIMEDOUT)}; }
+
 BusError systemError(int negativeErrno) {
   const int code = negativeErrno < 0 ? -negativeErrno : EIO;
   return {code, "", std::strerror(code)};
@@ -72,17 +74,30 @@ int connectTo(const BusAddress& address, sd_bus** opened) {
   return result;
 }
 
-/// A call whose reply is awaited with those of others.
+/// A call whose reply is awaited with those of others. It stays where it is while it is awaited.
 struct Pending {
-  BusReply reply = BusError{ETIMEDOUT, "", std::strerror(ETIMEDOUT)};
-  std::size_t* unanswered = nullptr;
+  BusReply reply = timedOut();
+  std::size_t* awaited = nullptr;  // how many of them are
   Slot slot;
+
+  int send(sd_bus* bus, const BusCall& call, std::chrono::microseconds timeout) {
+    Message message;
+    int result = build(bus, call, message);
+    if (result < 0) return result;
+    sd_bus_slot* sent = nullptr;
+    result = sd_bus_call_async(bus, &sent, message.get(), &Pending::answered, this,
+                               static_cast<std::uint64_t>(timeout.count()));
+    if (result < 0) return result;
+    slot.reset(sent);
+    ++*awaited;
+    return result;
+  }
 
   static int answered(sd_bus_message* message, void* self, sd_bus_error*) {
     auto& pending = *static_cast<Pending*>(self);
     const sd_bus_error* error = sd_bus_message_get_error(message);
     pending.reply = error ? BusReply(answeredError(error)) : BusReply(message);
-    --*pending.unanswered;
+    --*pending.awaited;
     return 1;
   }
 };
@@ -125,33 +140,32 @@ BusReply BusConnection::call(const BusCall& call) { return std::move(callAll({ca
 
 std::vector<BusReply> BusConnection::callAll(const std::vector<BusCall>& calls) {
   const auto deadline = std::chrono::steady_clock::now() + timeout_;
-  const auto timeoutMicroseconds = static_cast<std::uint64_t>(std::chrono::microseconds(timeout_).count());
   std::vector<Pending> pending(calls.size());
-  std::size_t unanswered = 0;
+  std::size_t awaited = 0;
   for (std::size_t i = 0; i < calls.size(); ++i) {
-    Message message;
-    sd_bus_slot* slot = nullptr;
-    int result = build(bus_.get(), calls[i], message);
-    if (result >= 0) {
-      pending[i].unanswered = &unanswered;
-      result = sd_bus_call_async(bus_.get(), &slot, message.get(), &Pending::answered, &pending[i],
-                                 timeoutMicroseconds);
-    }
-    if (result < 0) {
-      pending[i].reply = systemError(result);
-      continue;
-    }
-    pending[i].slot.reset(slot);
-    ++unanswered;
+    if (isHung(calls[i].service)) continue;
+    pending[i].awaited = &awaited;
+    const int result = pending[i].send(bus_.get(), calls[i], timeout_);
+    if (result < 0) pending[i].reply = systemError(result);
   }
-  const int result = runUntil(bus_.get(), deadline, [&] { return unanswered == 0; });
+  const int result = runUntil(bus_.get(), deadline, [&] { return awaited == 0; });
+  const bool connectionLost = result < 0 && result != -ETIMEDOUT;
   std::vector<BusReply> replies;
-  for (auto& one : pending) {
-    const bool lost = result < 0 && result != -ETIMEDOUT && !one.reply.ok() && one.reply.error().isTimeout();
-    replies.push_back(lost ? BusReply(systemError(result)) : std::move(one.reply));
+  for (std::size_t i = 0; i < calls.size(); ++i) {
+    auto& reply = pending[i].reply;
+    if (!reply.ok() && reply.error().isTimeout()) {
+      if (connectionLost) {
+        reply = systemError(result);
+      } else {
+        hung_.insert(calls[i].service);
+      }
+    }
+    replies.push_back(std::move(reply));
   }
   return replies;
 }
+
+bool BusConnection::isHung(std::string_view service) const { return hung_.contains(service); }
 
 BusReply BusConnection::property(const std::string& service, const std::string& path,
                                  const std::string& interface, const std::string& name) {

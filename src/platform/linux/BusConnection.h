@@ -3,7 +3,9 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -36,10 +38,11 @@ struct BusCall {
   std::vector<BusArgument> arguments = {};
 };
 
-/// A connection to a D-Bus bus. Every operation is bounded by the timeout, so that a service that hangs costs
-/// its caller no more than that. It has no part in an event loop, so it costs nothing while unused; it hears
-/// of its own death only when it is used, so whoever needs one opens it when needed (about a millisecond) and
-/// keeps it only while it stands for something. Use it on one thread at a time.
+/// A connection to a D-Bus bus. Every operation is bounded by the timeout, and a service that did not answer
+/// is not asked again on the same connection, so that one that hangs costs its caller no more than the
+/// timeout, however many questions there are. It has no part in an event loop, so it costs nothing while
+/// unused; it hears of its own death only when it is used, so whoever needs one opens it when needed (about a
+/// millisecond) and keeps it only while it stands for something. Use it on one thread at a time.
 class BusConnection {
  public:
   static constexpr std::chrono::milliseconds kTimeout{2000};
@@ -51,6 +54,9 @@ class BusConnection {
   BusReply call(const BusCall& call);
   /// All at once, each with its own reply, in the order of the calls; the timeout is that of the whole.
   std::vector<BusReply> callAll(const std::vector<BusCall>& calls);
+
+  /// Whether a service was given up because it did not answer.
+  bool isHung(std::string_view service) const;
 
   /// org.freedesktop.DBus.Properties
   BusReply property(const std::string& service, const std::string& path, const std::string& interface,
@@ -69,6 +75,7 @@ class BusConnection {
 
   Owner bus_;
   std::chrono::milliseconds timeout_;
+  std::set<std::string, std::less<>> hung_;  // services that did not answer
 };
 
 /// Opens a connection, makes one call and closes it again.

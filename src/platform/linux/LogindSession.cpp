@@ -14,9 +14,10 @@ constexpr auto kLogind = "org.freedesktop.login1.Manager";
 constexpr auto kSession = "org.freedesktop.login1.Session";
 constexpr auto kUser = "org.freedesktop.login1.User";
 constexpr bool kInteractive = false;
+constexpr auto kNoAnswer = "login service does not answer";
 
 Failure failureOf(const BusError& error) {
-  if (error.isTimeout()) return {"login service does not answer"};
+  if (error.isTimeout()) return {kNoAnswer};
   if (error.isNoService() || error.name.empty()) return {"login service unavailable"};
   return {error.text.empty() ? error.name : error.text};
 }
@@ -98,7 +99,7 @@ Result<void> LogindSession::callOwnSession(const char* method) {
   if (const auto* error = std::get_if<BusError>(&opened)) return failureOf(*error);
   auto& bus = std::get<BusConnection>(opened);
   const auto session = ownSession(bus);
-  if (!session) return Failure{"no login session"};
+  if (!session) return Failure{bus.isHung(kService) ? kNoAnswer : "no login session"};
   return resultOf(bus.call({kService, *session, kSession, method}));
 }
 

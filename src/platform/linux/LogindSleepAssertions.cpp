@@ -23,7 +23,7 @@ std::vector<SessionService> sessionServices(const std::string& reason) {
             "Inhibit",
             {"app.tevanto.Tevanto", kNoWindow, reason, kInhibitSuspend}},
            "Uninhibit"},
-          {{"org.freedesktop.PowerManagement.Inhibit",
+          {{"org.freedesktop.PowerManagement",
             "/org/freedesktop/PowerManagement/Inhibit",
             "org.freedesktop.PowerManagement.Inhibit",
             "Inhibit",

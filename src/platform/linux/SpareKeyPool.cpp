@@ -34,6 +34,7 @@ std::optional<SpareKeyPool::Keycode> SpareKeyPool::find(Keysym keysym) {
 }
 
 std::optional<SpareKeyPool::Keycode> SpareKeyPool::claim(Keysym keysym, TimePoint now) {
+  if (now < claimsFrom_) return std::nullopt;
   auto best = slots_.end();
   for (auto slot = slots_.begin(); slot != slots_.end(); ++slot)
     if (!slot->inUse && slot->freeFrom <= now && (best == slots_.end() || slot->freeFrom < best->freeFrom))
@@ -45,6 +46,8 @@ std::optional<SpareKeyPool::Keycode> SpareKeyPool::claim(Keysym keysym, TimePoin
 }
 
 void SpareKeyPool::typed(TimePoint now) {
+  if (lastStrokes_ == TimePoint::min() || now - lastStrokes_ >= kRest) claimsFrom_ = now + kFirstStrokesTake;
+  lastStrokes_ = now;
   for (auto& slot : slots_) {
     if (!slot.inUse) continue;
     slot.inUse = false;
@@ -55,7 +58,7 @@ void SpareKeyPool::typed(TimePoint now) {
 std::optional<SpareKeyPool::TimePoint> SpareKeyPool::nextClaim() const {
   const auto next = std::ranges::min_element(slots_, {}, &Slot::freeFrom);
   if (next == slots_.end()) return std::nullopt;
-  return next->freeFrom;
+  return std::max(next->freeFrom, claimsFrom_);
 }
 
 void SpareKeyPool::giveBack() {

@@ -22,6 +22,12 @@ class SpareKeyPool {
   /// half of them did.
   static constexpr auto kReuseAfter = std::chrono::milliseconds(80);
 
+  /// Xlib asks for the keymap at a program's first key event, and to be told of changes only afterwards: a
+  /// change in between is lost on it. So the first strokes after a rest are left some time before a code is
+  /// assigned.
+  static constexpr auto kFirstStrokesTake = std::chrono::milliseconds(50);
+  static constexpr auto kRest = std::chrono::seconds(1);
+
   struct Spare {
     Keycode keycode = 0;
     Keysym keysym = 0;  // 0: none
@@ -37,7 +43,7 @@ class SpareKeyPool {
   std::optional<Keycode> find(Keysym keysym);
   /// A code that may carry `keysym` from now on: the one that has rested longest. In use until `typed`.
   std::optional<Keycode> claim(Keysym keysym, TimePoint now);
-  /// The codes in use have been sent.
+  /// Strokes, and among them the codes in use, have been sent.
   void typed(TimePoint now);
   /// When the next code may be claimed; nothing without codes.
   std::optional<TimePoint> nextClaim() const;
@@ -53,6 +59,8 @@ class SpareKeyPool {
   };
 
   std::vector<Slot> slots_;
+  TimePoint lastStrokes_ = TimePoint::min();
+  TimePoint claimsFrom_ = TimePoint::min();
 };
 
 }  // namespace tevanto

@@ -20,15 +20,17 @@ template <class T>
 using Xkb = std::unique_ptr<T, Unref>;
 
 constexpr std::uint8_t kUsualShiftKey = 50;
-constexpr xkb_keysym_t kFirstFunctionKeysym = 0xfd00;  // function keys, keypad and dead keys: no characters
-constexpr xkb_keysym_t kLastFunctionKeysym = 0xffff;
-constexpr xkb_keysym_t kFirstVendorKeysym = 0x10000000;
+constexpr xkb_keysym_t kUnicodeKeysym = 0x01000000;  // + code point; X protocol, appendix A
+constexpr char32_t kLastLatin1 = 0xff;
 
-/// The character that a keysym types, as every toolkit has it.
+/// The character that a keysym types in every toolkit; 0 where they do not agree, or for none. The old sets
+/// of technical, line drawing, publishing, Korean and rarer characters are read differently by Xlib and
+/// others.
 char32_t characterOf(xkb_keysym_t keysym) {
-  if (keysym >= kFirstFunctionKeysym && keysym <= kLastFunctionKeysym) return 0;
-  if (keysym >= kFirstVendorKeysym) return 0;
-  return xkb_keysym_to_utf32(keysym);
+  const bool isUnicode = keysym >= kUnicodeKeysym && keysym < kUnicodeKeysym + 0x110000;
+  const auto set = keysym >> 8;
+  const bool isOldLetter = set <= 0x7 || set == 0xc || set == 0xd || set == 0x13 || set == 0x20;
+  return isUnicode || isOldLetter ? xkb_keysym_to_utf32(keysym) : 0;
 }
 
 }  // namespace
@@ -57,7 +59,10 @@ std::unique_ptr<XKeymap> XKeymap::load(const XConnection& x) {
 XKeymap::XKeymap(std::unique_ptr<Tables> tables) : tables_(std::move(tables)) {}
 XKeymap::~XKeymap() = default;
 
-std::uint32_t XKeymap::keysymOf(char32_t character) { return xkb_utf32_to_keysym(character); }
+std::uint32_t XKeymap::keysymOf(char32_t character) {
+  if (xkb_utf32_to_keysym(character) == XKB_KEY_NoSymbol) return 0;  // no character
+  return character <= kLastLatin1 ? character : kUnicodeKeysym + character;
+}
 
 void XKeymap::leaveOut(std::vector<std::uint8_t> keycodes) {
   tables_->leftOut = std::move(keycodes);

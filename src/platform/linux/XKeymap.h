@@ -33,7 +33,8 @@ class XKeymap {
   static std::unique_ptr<XKeymap> load(const XConnection& x);
   ~XKeymap();
 
-  /// The X keysym (X protocol, appendix A) of a character; 0 for one that cannot be typed.
+  /// The X keysym (X protocol, appendix A) of a character from a space on; 0 for one that cannot be typed. It
+  /// is never one of the old sets': Xlib, among others, has its own view of hundreds of those.
   static std::uint32_t keysymOf(char32_t character);
 
   /// Key codes whose keysyms are only borrowed, so that no stroke is found on them.

@@ -19,7 +19,7 @@ namespace {
 
 // How long nothing may be typed before the borrowed key codes are given back: clients of a busy desktop ask
 // for the keymap late, and find nothing then.
-constexpr auto kGiveBackAfter = std::chrono::seconds(1);
+constexpr auto kGiveBackAfter = SpareKeyPool::kRest;
 
 using Text = std::u32string;
 struct Key {

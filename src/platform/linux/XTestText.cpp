@@ -46,7 +46,7 @@ XTestText::Progress XTestText::type(std::u32string_view text) {
   send(planned.strokes);
   x_->flush();
   const auto now = clock_->now();
-  keyboard_.spares().typed(now);
+  if (!planned.strokes.empty()) keyboard_.spares().typed(now);
   Progress progress{planned.characters};
   if (planned.mustWait) progress.wait = *keyboard_.spares().nextClaim() - now;
   return progress;

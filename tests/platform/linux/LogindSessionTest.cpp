@@ -169,6 +169,22 @@ TEST_F(LogindSessionTest, aLogindThatHangsOrIsMissingIsAFailure) {
   EXPECT_EQ(hung.error(), "login service does not answer");
 }
 
+TEST_F(LogindSessionTest, asksALogindThatHangsNothingMoreWhenLocking) {
+  startLogind();
+  logind_->hang();
+  const auto hung = session().lockSession();
+  ASSERT_FALSE(hung);
+  EXPECT_EQ(hung.error(), "login service does not answer");
+  auto saver = service("org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver",
+                       "org.freedesktop.ScreenSaver", "Lock", "");
+  EXPECT_TRUE(session().lockSession()) << "the screen saver still does";
+  logind_->resume();
+  const auto calls = logind_->calls();
+  EXPECT_TRUE(contains(calls, "'GetSession'"));
+  EXPECT_FALSE(contains(calls, "'GetSessionByPID'")) << calls;
+  EXPECT_FALSE(contains(calls, "'GetUser'")) << calls;
+}
+
 TEST_F(LogindSessionTest, logsOutThroughTheDesktopsSessionManager) {
   startLogind();
   struct Case {

@@ -24,8 +24,8 @@ class LogindSleepAssertionsTest : public testing::Test {
   }
   void startPowerManagement() {
     const std::string name = "org.freedesktop.PowerManagement.Inhibit";
-    power_ =
-        std::make_unique<test::DBusMock>(session_, name, "/org/freedesktop/PowerManagement/Inhibit", name);
+    power_ = std::make_unique<test::DBusMock>(session_, "org.freedesktop.PowerManagement",
+                                              "/org/freedesktop/PowerManagement/Inhibit", name);
     power_->addMethod({name, "Inhibit", "ss", "u", "ret = 72"});
     power_->addMethod({name, "UnInhibit", "u", "", ""});
   }

@@ -12,24 +12,24 @@
 
 namespace {
 
-void waitForTheEndOfTheBus() {
-  auto* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-  while (bus && !g_dbus_connection_is_closed(bus)) g_usleep(1000);
+void waitForTheEndOf(GDBusConnection* bus) {
+  while (!g_dbus_connection_is_closed(bus)) g_usleep(1000);
   while (g_main_context_iteration(nullptr, FALSE)) {
   }
-  if (bus) g_object_unref(bus);
 }
 
 }  // namespace
 
 int main() {
+  // Held as another part of a program might.
+  auto* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
   tevanto::DesktopWorkspace workspace(tevanto::DesktopFolders::fromEnvironment(), {},
                                       tevanto::Logger(tevanto::LogSink::standardError(), "workspace"));
   std::string how;
   std::string location;
   while (std::cin >> how && std::cin.ignore() && std::getline(std::cin, location)) {
     if (how == "end") {
-      waitForTheEndOfTheBus();
+      waitForTheEndOf(bus);
       std::cout << "ended" << std::endl;
       continue;
     }
@@ -37,4 +37,5 @@ int main() {
     workspace.open(location, how == "activate" ? Activation::activate : Activation::systemDefault);
     std::cout << "opened" << std::endl;
   }
+  if (bus) g_object_unref(bus);
 }

@@ -45,9 +45,20 @@ TEST_F(SpareKeyPoolTest, aRepeatedCharacterStartsTheRestAnew) {
 TEST_F(SpareKeyPoolTest, takesTheCodeThatRestedLongest) {
   pool.claim(0x101, now);
   pool.typed(now);
-  pool.claim(0x102, now + milliseconds(10));
-  pool.typed(now + milliseconds(10));
+  EXPECT_EQ(pool.claim(0x102, now + milliseconds(60)), 97);
+  pool.typed(now + milliseconds(60));
   EXPECT_EQ(pool.claim(0x103, now + std::chrono::seconds(1)), 8);
+}
+
+TEST_F(SpareKeyPoolTest, leavesTheFirstStrokesAfterARestSomeTime) {
+  pool.typed(now);
+  EXPECT_EQ(pool.nextClaim(), now + SpareKeyPool::kFirstStrokesTake);
+  pool.typed(now + milliseconds(49));
+  EXPECT_EQ(pool.claim(0x101, now + milliseconds(49)), std::nullopt);
+  EXPECT_EQ(pool.claim(0x101, now + SpareKeyPool::kFirstStrokesTake), 8);
+  now += milliseconds(49) + SpareKeyPool::kRest;
+  pool.typed(now);
+  EXPECT_EQ(pool.claim(0x102, now), std::nullopt);
 }
 
 TEST_F(SpareKeyPoolTest, aCodeInUseIsNotClaimedAgain) {
@@ -70,8 +81,9 @@ TEST_F(SpareKeyPoolTest, aNewKeymapKeepsTheRestOfTheCodesThatStay) {
   pool.claim(0x101, now);
   pool.typed(now);
   pool.assign({{8, 0}, {200, 0}});
-  EXPECT_EQ(pool.claim(0x102, now), 200);
-  EXPECT_EQ(pool.claim(0x103, now), std::nullopt);
+  const auto later = now + milliseconds(60);
+  EXPECT_EQ(pool.claim(0x102, later), 200);
+  EXPECT_EQ(pool.claim(0x103, later), std::nullopt);
   EXPECT_FALSE(pool.owns(97));
 }
 

@@ -1,4 +1,4 @@
-#include "control/Base64.h"
+#include "core/Base64.h"
 
 #include <gtest/gtest.h>
 
@@ -22,6 +22,21 @@ TEST(Base64, encodesTheVectorsOfRfc4648) {
 
 TEST(Base64, encodesBytesBeyondAscii) {
   EXPECT_EQ(encoded(std::string_view("\xff\xfe\xfd\x00\x80", 5)), "//79AIA=");
+}
+
+TEST(Base64, readsBackWhatItWrites) {
+  std::string text;
+  for (int length = 0; length < 300; ++length) {
+    const auto bytes = std::as_bytes(std::span(text));
+    EXPECT_EQ(fromBase64(base64(bytes)), std::vector<std::byte>(bytes.begin(), bytes.end())) << length;
+    text.push_back(static_cast<char>(length * 7));
+  }
+}
+
+TEST(Base64, refusesWhatIsNoBase64) {
+  for (const auto* text : {"A", "AB", "ABC", "A===", "====", "Zg=", "Zm9v\n", "Zm9*", "Zg==Zg=="}) {
+    EXPECT_EQ(fromBase64(text), std::nullopt) << text;
+  }
 }
 
 }  // namespace

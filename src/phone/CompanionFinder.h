@@ -1,0 +1,52 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "net/ServiceBrowser.h"
+#include "phone/Answer.h"
+#include "phone/Endpoint.h"
+#include "phone/PairedCompanions.h"
+
+namespace tevanto::phone {
+
+/// A companion to talk to, and who it is, as far as that is known before it was asked.
+struct Target {
+  Endpoint endpoint;
+  std::optional<std::string> deviceID;
+};
+
+/// Decides with which companion a command talks: the one that the user names by its address, name or
+/// identifier, else the one that is there, else the one that we are paired with.
+class CompanionFinder {
+ public:
+  struct Choice {
+    std::optional<Endpoint> host;
+    std::string companion;  // name or device identifier; empty: any
+    std::chrono::milliseconds timeout{5000};
+  };
+
+  /// Without a `browser` only an address finds anything.
+  CompanionFinder(ServiceBrowser* browser, const PairedCompanions& paired, Choice choice)
+      : browser_(browser), paired_(paired), choice_(std::move(choice)) {}
+
+  /// Every companion on the local network, each once.
+  Answer<std::vector<FoundService>> discover() const;
+  enum class For { pairing, command };
+  Answer<Target> find(For purpose) const;
+
+ private:
+  bool isPaired(const FoundService& service) const;
+  Answer<Target> choose(std::vector<FoundService> found, For purpose) const;
+
+  ServiceBrowser* browser_;
+  const PairedCompanions& paired_;
+  Choice choice_;
+};
+
+/// The device identifier that a companion advertises.
+std::optional<std::string> advertisedID(const FoundService& service);
+
+}  // namespace tevanto::phone

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tevanto::phone {
+
+inline constexpr std::uint16_t kCompanionPort = 51637;
+
+/// Where a companion listens: one computer, by any of these names or addresses.
+struct Endpoint {
+  std::vector<std::string> hosts;
+  std::uint16_t port = kCompanionPort;
+
+  bool operator==(const Endpoint&) const = default;
+  /// "host:port", or "[address]:port" for IPv6, of the first host.
+  std::string text() const;
+};
+
+/// "host", "host:port", "[IPv6]", "[IPv6]:port" or a bare IPv6 address; nothing when it is none of these.
+std::optional<Endpoint> parseEndpoint(std::string_view text);
+
+}  // namespace tevanto::phone

@@ -1,0 +1,202 @@
+#include "phone/PhoneCommands.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <ostream>
+#include <utility>
+
+#include "phone/RawRelay.h"
+#include "phone/Touchpad.h"
+
+namespace tevanto::phone {
+namespace {
+
+RemoteCommand command(std::string type) {
+  RemoteCommand made;
+  made.type = std::move(type);
+  return made;
+}
+
+std::string readAll(int descriptor) {
+  std::string text;
+  std::array<char, 65536> bytes;
+  while (true) {
+    const auto count = ::read(descriptor, bytes.data(), bytes.size());
+    if (count > 0) {
+      text.append(bytes.data(), static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EINTR) {
+      return text;
+    }
+  }
+}
+
+/// One line, without its end, read byte by byte so that nothing behind it is taken.
+std::string readLine(int descriptor) {
+  std::string line;
+  char character = 0;
+  while (::read(descriptor, &character, 1) == 1 && character != '\n') line += character;
+  return line;
+}
+
+bool meansYes(const std::string& answer) {
+  return answer == "y" || answer == "Y" || answer == "yes" || answer == "Yes" || answer == "YES";
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const auto& word : words) text += (text.empty() ? "" : ", ") + printable(word);
+  return text;
+}
+
+}  // namespace
+
+PhoneCommands::PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format,
+                             CompanionFinder::Choice choice)
+    : environment_(environment),
+      output_(environment.out, environment.err, format),
+      timeout_(choice.timeout),
+      paired_(environment.defaults),
+      finder_(environment.browser, paired_, std::move(choice)) {}
+
+ExitCode PhoneCommands::discover() {
+  const auto found = finder_.discover();
+  if (!found) return output_.trouble(found.trouble());
+  output_.services(*found, paired_);
+  return found->empty() ? ExitCode::notFound : ExitCode::done;
+}
+
+ExitCode PhoneCommands::pair(const std::string& code) {
+  const auto target = finder_.find(CompanionFinder::For::pairing);
+  if (!target) return output_.trouble(target.trouble());
+  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  if (!session) return output_.trouble(session.trouble());
+  const auto reply = session->pair(paired_.identity(), code);
+  if (!reply) return output_.trouble(reply.trouble());
+  if (!reply->token) return output_.trouble({ExitCode::refused, "The companion gave no token."});
+  const auto name = reply->hostName.value_or(target->endpoint.text());
+  const auto id = reply->deviceID.value_or(target->endpoint.text());
+  if (const auto stored = paired_.remember(id, name, *reply->token, target->endpoint); !stored) {
+    return output_.trouble({ExitCode::notDone, "Paired, but the token cannot be kept: " + stored.error()});
+  }
+  output_.reply(*reply, "Paired with " + printable(name) + ".");
+  return ExitCode::done;
+}
+
+ExitCode PhoneCommands::hello() {
+  const auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  const auto& ready = greeted->ready;
+  output_.reply(ready,
+                printable(ready.hostName.value_or("The companion")) +
+                    " is ready.\nIdentifier:   " + printable(ready.deviceID.value_or("unknown")) +
+                    "\nCapabilities: " + joined(ready.capabilities.value_or(std::vector<std::string>())));
+  return ExitCode::done;
+}
+
+ExitCode PhoneCommands::perform(const std::vector<RemoteCommand>& commands) {
+  auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  std::optional<RemoteMessage> last;
+  const bool isJson = output_.isJson();
+  const auto performed = greeted->session.perform(commands, [&](const RemoteMessage& reply) {
+    if (isJson) output_.ack(reply);
+    last = reply;
+  });
+  if (!performed) return output_.trouble(performed.trouble());
+  if (!isJson && last) output_.ack(*last);  // a person wants one answer for one command
+  return ExitCode::done;
+}
+
+ExitCode PhoneCommands::type(const std::string& text) {
+  auto typing = command("insertText");
+  typing.text = text == "-" ? readAll(environment_.input) : text;
+  return perform({typing});
+}
+
+ExitCode PhoneCommands::performConfirmed(const std::string& question, bool assumeYes,
+                                         const RemoteCommand& given) {
+  if (!assumeYes) {
+    if (!::isatty(environment_.input)) {
+      return output_.trouble({ExitCode::usage, "This asks for confirmation on a terminal; --yes confirms."});
+    }
+    environment_.err << question << " [y/N] " << std::flush;
+    if (!meansYes(readLine(environment_.input))) {
+      return output_.trouble({ExitCode::notDone, "Nothing was done."});
+    }
+  }
+  return perform({given});
+}
+
+ExitCode PhoneCommands::apps(const std::string& iconFolder) {
+  auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  const auto list = greeted->session.ask(command("queryApps"), "appList");
+  if (!list) return output_.trouble(list.trouble());
+  output_.apps(*list);
+  if (iconFolder.empty() || !list->apps) return ExitCode::done;
+  const auto written = writeIcons(*list->apps, iconFolder);
+  if (!written) return output_.trouble({ExitCode::notDone, written.error()});
+  environment_.err << written.value() << " icons written to " << iconFolder << '\n';
+  return ExitCode::done;
+}
+
+ExitCode PhoneCommands::keepAwake(bool on) {
+  auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  auto asked = command("setKeepAwake");
+  asked.on = on;
+  const auto reply = greeted->session.ask(asked, "powerState");
+  if (!reply) return output_.trouble(reply.trouble());
+  output_.powerState(*reply);
+  return reply->keepAwakeOn == on ? ExitCode::done : output_.trouble(refusal(*reply));
+}
+
+ExitCode PhoneCommands::state() {
+  auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  const auto system = greeted->session.ask(command("querySystemState"), "systemState");
+  if (!system) return output_.trouble(system.trouble());
+  output_.systemState(*system);
+  const auto power = greeted->session.ask(command("queryKeepAwake"), "powerState");
+  if (!power) return output_.trouble(power.trouble());
+  output_.powerState(*power);
+  return ExitCode::done;
+}
+
+ExitCode PhoneCommands::touchpad() {
+  if (!::isatty(environment_.input)) {
+    return output_.trouble({ExitCode::usage, "The touchpad needs a terminal."});
+  }
+  auto greeted = greet();
+  if (!greeted) return output_.trouble(greeted.trouble());
+  const auto done = Touchpad(greeted->session, environment_.input, environment_.output).run();
+  return done ? ExitCode::done : output_.trouble(done.trouble());
+}
+
+ExitCode PhoneCommands::raw(bool addToken, std::chrono::milliseconds linger) {
+  const auto target = finder_.find(CompanionFinder::For::command);
+  if (!target) return output_.trouble(target.trouble());
+  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  if (!session) return output_.trouble(session.trouble());
+  RawRelay::Options options{linger, addToken ? tokenFor(*target) : std::nullopt};
+  const auto done = RawRelay(*session, output_, environment_.input, std::move(options)).run();
+  return done ? ExitCode::done : output_.trouble(done.trouble());
+}
+
+Answer<PhoneCommands::Greeted> PhoneCommands::greet() {
+  const auto target = finder_.find(CompanionFinder::For::command);
+  if (!target) return target.trouble();
+  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  if (!session) return session.trouble();
+  auto ready = session->hello(paired_.identity(), tokenFor(*target));
+  if (!ready) return ready.trouble();
+  return Greeted{std::move(*session), std::move(*ready)};
+}
+
+std::optional<std::string> PhoneCommands::tokenFor(const Target& target) const {
+  return target.deviceID ? paired_.token(*target.deviceID) : std::nullopt;
+}
+
+}  // namespace tevanto::phone

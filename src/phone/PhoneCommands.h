@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "phone/Answer.h"
+#include "phone/CompanionFinder.h"
+#include "phone/PairedCompanions.h"
+#include "phone/PhoneOutput.h"
+#include "phone/PhoneSession.h"
+
+namespace tevanto::phone {
+
+/// What the program stands on. Everything outlives it.
+struct PhoneEnvironment {
+  ServiceBrowser* browser = nullptr;
+  UserDefaults& defaults;
+  std::ostream& out;
+  std::ostream& err;
+  int input = 0;  // descriptors of the terminal, for what is read and for the touchpad
+  int output = 1;
+};
+
+/// The subcommands of `tevanto-phone`. Each finds the companion, talks to it, prints what it said, and
+/// returns how the program ends.
+class PhoneCommands {
+ public:
+  PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format, CompanionFinder::Choice choice);
+
+  ExitCode discover();
+  ExitCode pair(const std::string& code);
+  ExitCode hello();
+  ExitCode perform(const std::vector<RemoteCommand>& commands);
+  /// `text` "-" reads standard input.
+  ExitCode type(const std::string& text);
+  /// Asks first, unless `assumeYes`.
+  ExitCode performConfirmed(const std::string& question, bool assumeYes, const RemoteCommand& command);
+  /// With a folder, writes the icons there.
+  ExitCode apps(const std::string& iconFolder);
+  ExitCode keepAwake(bool on);
+  ExitCode state();
+  ExitCode touchpad();
+  ExitCode raw(bool addToken, std::chrono::milliseconds linger);
+
+ private:
+  struct Greeted {
+    PhoneSession session;
+    RemoteMessage ready;
+  };
+  Answer<Greeted> greet();
+  std::optional<std::string> tokenFor(const Target& target) const;
+
+  PhoneEnvironment environment_;
+  PhoneOutput output_;
+  std::chrono::milliseconds timeout_;
+  PairedCompanions paired_;
+  CompanionFinder finder_;
+};
+
+}  // namespace tevanto::phone

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "phone/Answer.h"
+#include "phone/Endpoint.h"
+#include "phone/LineSocket.h"
+#include "phone/PairedCompanions.h"
+#include "remote/RemoteMessage.h"
+
+namespace tevanto::phone {
+
+/// The trouble that a reply with "ok" false, or a rejection, stands for.
+Trouble refusal(const RemoteMessage& reply);
+
+/// One conversation with a companion, for a caller that waits for each reply, for at most `timeout`.
+class PhoneSession {
+ public:
+  static Answer<PhoneSession> connect(const Endpoint& endpoint, std::chrono::milliseconds timeout);
+
+  /// Says who we are; "sessionReady" is the answer. Commands carry the token from then on.
+  Answer<RemoteMessage> hello(const PhoneIdentity& identity, std::optional<std::string> token);
+  /// "pairAccepted" is the answer.
+  Answer<RemoteMessage> pair(const PhoneIdentity& identity, const std::string& code);
+  /// Sends the commands and waits for one "ack" each. The first refusal is the trouble; `onReply` sees every
+  /// ack, that one included.
+  Answer<bool> perform(const std::vector<RemoteCommand>& commands,
+                       const std::function<void(const RemoteMessage&)>& onReply);
+  /// Sends a command that is answered by a message of the kind `reply`, whatever that says.
+  Answer<RemoteMessage> ask(RemoteCommand command, std::string_view reply);
+
+  /// Sends without waiting for an answer.
+  Answer<bool> send(const RemoteCommand& command);
+  Answer<bool> sendLine(std::string line);
+  LineSocket& socket() { return socket_; }
+
+ private:
+  PhoneSession(LineSocket socket, std::chrono::milliseconds timeout)
+      : socket_(std::move(socket)), timeout_(timeout) {}
+  Answer<bool> send(const RemoteMessage& message);
+  Answer<RemoteMessage> await(std::initializer_list<std::string_view> types);
+  LineSocket::Deadline deadline() const { return std::chrono::steady_clock::now() + timeout_; }
+
+  LineSocket socket_;
+  std::chrono::milliseconds timeout_;
+  std::optional<std::string> token_;
+};
+
+}  // namespace tevanto::phone

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <termios.h>
+
+#include <memory>
+
+namespace tevanto::phone {
+
+/// A terminal that hands over every key and every motion of the mouse, on its alternate screen. Holding it
+/// means that it is so; letting go restores what was there before.
+class RawTerminal {
+ public:
+  /// Nothing when `input` is no terminal.
+  static std::unique_ptr<RawTerminal> open(int input, int output);
+  ~RawTerminal();
+  RawTerminal(const RawTerminal&) = delete;
+  RawTerminal& operator=(const RawTerminal&) = delete;
+
+ private:
+  RawTerminal(int input, int output, const termios& before);
+
+  int input_;
+  int output_;
+  termios before_;
+};
+
+/// While held, the signals that would end the process are turned into a readable descriptor, so that the
+/// terminal can be restored first. Only one may be held at a time.
+class EndSignals {
+ public:
+  EndSignals();
+  ~EndSignals();
+  EndSignals(const EndSignals&) = delete;
+  EndSignals& operator=(const EndSignals&) = delete;
+
+  int descriptor() const;
+
+ private:
+  struct Saved;
+  std::unique_ptr<Saved> saved_;
+};
+
+}  // namespace tevanto::phone

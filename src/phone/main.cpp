@@ -1,0 +1,18 @@
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+
+#include "core/JsonUserDefaults.h"
+#include "core/Log.h"
+#include "phone/CommandLine.h"
+#include "platform/linux/AvahiServiceBrowser.h"
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);  // a reader that leaves is no reason to die in the middle of a command
+  tevanto::JsonUserDefaults defaults(tevanto::JsonUserDefaults::standardFile("phone.json"),
+                                     tevanto::Logger(tevanto::LogSink::standardError(), "phone"));
+  const auto browser = tevanto::makeAvahiServiceBrowser();
+  return tevanto::phone::runPhone(
+      {argv + 1, argv + argc}, {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO});
+}
