@@ -221,9 +221,13 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
 
   void postProcessed() {
     if (!unsent_.hasProcessed() || !strand_) return;
-    asio::post(*strand_, [processed = unsent_.takeProcessed()]() mutable {
-      for (auto& task : processed) task();
-    });
+    asio::post(*strand_, [self = shared_from_this()] { self->tellProcessed(); });
+  }
+
+  void tellProcessed() {
+    for (auto& processed : unsent_.takeProcessed()) {
+      if (!silent_) processed();
+    }
   }
 
   AsioSocket socket_;

@@ -520,10 +520,13 @@ TEST_P(TcpConnectionContract, isSilentOnceReleased) {
   start();
   receiveForEver();
   onQueue([&] {
+    connection_->send(std::vector<std::byte>(10), [this] { noteProcessed(); });
     connection_->cancel();
     connection_.reset();
   });
   EXPECT_TRUE(bench_->peerSeesEnd());
+  allStates();
+  EXPECT_EQ(processed_, 0);
   EXPECT_EQ(allStates(), (States{ConnectionState::preparing, ConnectionState::ready}));
 }
 

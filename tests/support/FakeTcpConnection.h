@@ -118,7 +118,7 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     const auto gone = sent_ - (ended_ ? 0 : unsent_.size());
     while (!processed_.empty() && processed_.front().end <= gone) {
       queue_->async([self = shared_from_this(), task = std::move(processed_.front().task)]() mutable {
-        for (int i = 0; i < self->timesProcessedIsTold; ++i) task();
+        for (int i = 0; i < self->timesProcessedIsTold && !self->released_; ++i) task();
       });
       processed_.pop_front();
     }
