@@ -44,7 +44,10 @@ function(tevanto_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tevanto_options ${ARG_LINK})
-  add_dependencies(programs ${name})
+  # Programs that only tests start are not what a user builds.
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${CMAKE_SOURCE_DIR}/src/")
+    add_dependencies(programs ${name})
+  endif()
 endfunction()
 
 # tevanto_test(<name> SOURCES a.cpp ... LINK lib ... [TIMEOUT seconds] [LABELS label ...] [SERIAL])

@@ -1,11 +1,8 @@
 #include "app/Commands.h"
 
-#include <chrono>
 #include <cstdio>
 #include <string>
-#include <thread>
 
-#include "app/CompanionLock.h"
 #include "app/CompanionText.h"
 #include "app/ControlSocketClient.h"
 #include "app/DefaultsText.h"
@@ -16,11 +13,6 @@ namespace tevanto {
 namespace {
 
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
-
-ExitCode complain(const std::string& sentence, ExitCode code = ExitCode::failed) {
-  std::fprintf(stderr, "tevanto: %s\n", sentence.c_str());
-  return code;
-}
 
 Result<std::optional<ControlReply>> ask(const ControlRequest& request) {
   const auto folder = runtimeFolder();
@@ -110,23 +102,20 @@ ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults)
   return ExitCode::usage;
 }
 
-ExitCode handOverToRunningCompanion() {
-  const auto folder = runtimeFolder();
-  if (!folder) return complain(folder.error());
-  const auto socket = controlSocketIn(folder.value());
-  // One that has only just taken the lock may not listen yet.
-  for (int attempt = 0; attempt < 50; ++attempt) {
-    const auto answer = askCompanion(socket, {ControlRequest::Kind::showSetupWindow});
-    if (!answer) return complain(answer.error());
-    if (const auto& reply = answer.value(); reply && reply->ok && reply->status) {
-      print("Tevanto runs already, as process " + std::to_string(reply->status->processID) + ".\n");
-      print(companionPanel(*reply->status, phoneProgramForUser(), TextStyle::forStandardOutput()));
-      return ExitCode::done;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  }
-  return complain("A companion runs as process " + std::to_string(CompanionLock::holder(folder.value())) +
-                  " but does not answer; end it and start again.");
+std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder) {
+  const auto answer = askCompanion(controlSocketIn(folder), {ControlRequest::Kind::showSetupWindow});
+  if (!answer) return complain(answer.error());
+  const auto& reply = answer.value();
+  if (!reply) return std::nullopt;
+  if (!reply->ok || !reply->status) return complain(reply->error);
+  print("Tevanto runs already, as process " + std::to_string(reply->status->processID) + ".\n");
+  print(companionPanel(*reply->status, phoneProgramForUser(), TextStyle::forStandardOutput()));
+  return ExitCode::done;
+}
+
+ExitCode complain(const std::string& sentence, ExitCode code) {
+  std::fprintf(stderr, "tevanto: %s\n", sentence.c_str());
+  return code;
 }
 
 }  // namespace tevanto

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <filesystem>
+#include <optional>
+#include <string>
+
 #include "app/CommandLine.h"
 
 namespace tevanto {
@@ -11,7 +15,10 @@ class JsonUserDefaults;
 ExitCode runStatus(const StatusOptions& options);
 ExitCode runKeepAwake(const KeepAwakeOptions& options);
 ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults);
-/// Another companion holds the lock: asks it to show itself in this one's place.
-ExitCode handOverToRunningCompanion();
+/// Asks the companion that holds the lock to show itself in the place of a second one. Nothing when none
+/// listens: it may only just be starting or ending.
+std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder);
+/// Prints one sentence to standard error.
+ExitCode complain(const std::string& sentence, ExitCode code = ExitCode::failed);
 
 }  // namespace tevanto

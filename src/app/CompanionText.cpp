@@ -35,12 +35,18 @@ std::string addressText(const CompanionStatus& status) {
   return joined(parts, ", ");
 }
 
+/// The advertiser's sentences stand alone; here they follow the word "Discovery".
+std::string withoutLead(const std::string& message) {
+  constexpr std::string_view kLead = "Discovery is off: ";
+  return message.starts_with(kLead) ? message.substr(kLead.size()) : message;
+}
+
 std::string discoveryText(const AdvertisingStatus& discovery) {
   switch (discovery.state) {
     case AdvertisingState::advertised:
       return "visible on the local network as \"" + discovery.name + "\"";
     case AdvertisingState::unavailable:
-      return "off" + (discovery.message.empty() ? "" : ": " + discovery.message);
+      return "off" + (discovery.message.empty() ? "" : ": " + withoutLead(discovery.message));
     case AdvertisingState::pending:
       return "starting";
   }

@@ -3,7 +3,6 @@
 #include <plist/plist.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -11,8 +10,6 @@
 
 namespace tevanto {
 namespace {
-
-using Node = std::unique_ptr<void, void (*)(plist_t)>;
 
 std::optional<std::string> stringOf(plist_t node) {
   if (!node || plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
@@ -32,6 +29,11 @@ std::optional<std::vector<std::string>> stringsOf(plist_t node) {
   return found;
 }
 
+/// By name only: libplist ends the process when it is to walk over keys of which one is malformed.
+plist_t itemOf(plist_t dictionary, std::string_view key) {
+  return dictionary ? plist_dict_get_item(dictionary, std::string(key).c_str()) : nullptr;
+}
+
 }  // namespace
 
 Result<InfoPlist> InfoPlist::parse(std::span<const std::byte> bytes) {
@@ -40,24 +42,12 @@ Result<InfoPlist> InfoPlist::parse(std::span<const std::byte> bytes) {
   const auto* data = reinterpret_cast<const char*>(bytes.data());
   const auto size = static_cast<std::uint32_t>(bytes.size());
   if (bytes.size() >= 8) plist_from_memory(data, size, &raw);
-  const Node root(raw, plist_free);
+  const std::shared_ptr<void> root(raw, [](plist_t node) { plist_free(node); });
   if (!raw || plist_get_node_type(raw) != PLIST_DICT)
     return Failure{"not a property list with a dictionary at its top"};
 
   InfoPlist result;
-  plist_dict_iter iterator = nullptr;
-  plist_dict_new_iter(raw, &iterator);
-  const std::unique_ptr<void, void (*)(void*)> iteratorOwner(iterator, std::free);
-  while (true) {
-    char* rawKey = nullptr;
-    plist_t item = nullptr;
-    plist_dict_next_item(raw, iterator, &rawKey, &item);
-    const std::unique_ptr<char, void (*)(void*)> key(rawKey, std::free);
-    if (!item) break;
-    if (!key) continue;
-    if (auto text = stringOf(item)) result.strings_.emplace(key.get(), std::move(*text));
-    if (auto texts = stringsOf(item)) result.arrays_.emplace(key.get(), std::move(*texts));
-  }
+  result.dictionary_ = root;
   return result;
 }
 
@@ -73,13 +63,11 @@ Result<InfoPlist> InfoPlist::load(const std::filesystem::path& file) {
 }
 
 std::optional<std::string> InfoPlist::string(std::string_view key) const {
-  const auto found = strings_.find(key);
-  return found == strings_.end() ? std::nullopt : std::optional(found->second);
+  return stringOf(itemOf(dictionary_.get(), key));
 }
 
 std::optional<std::vector<std::string>> InfoPlist::strings(std::string_view key) const {
-  const auto found = arrays_.find(key);
-  return found == arrays_.end() ? std::nullopt : std::optional(found->second);
+  return stringsOf(itemOf(dictionary_.get(), key));
 }
 
 }  // namespace tevanto

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
-#include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -14,8 +14,7 @@
 namespace tevanto {
 
 /// The bundle information of the program: deployment values by key, from an XML or binary property list.
-/// Strings and arrays of strings at the top level are kept; everything else is of no use here and is left
-/// out.
+/// Strings and arrays of strings at the top level can be asked for; everything else is of no use here.
 class InfoPlist {
  public:
   /// The largest property list that is read, in bytes.
@@ -29,8 +28,7 @@ class InfoPlist {
   std::optional<std::vector<std::string>> strings(std::string_view key) const;
 
  private:
-  std::map<std::string, std::string, std::less<>> strings_;
-  std::map<std::string, std::vector<std::string>, std::less<>> arrays_;
+  std::shared_ptr<void> dictionary_;  // libplist's; never changed
 };
 
 }  // namespace tevanto

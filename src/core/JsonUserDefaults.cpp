@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/DurableFile.h"
+#include "core/ExactJson.h"
 #include "core/FileSystem.h"
 
 namespace tevanto {
@@ -17,15 +18,7 @@ namespace json = boost::json;
 constexpr std::size_t kMaxDepth = 32;
 constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
 
-/// One JSON object (RFC 8259), in valid UTF-8.
-std::optional<json::object> parseObject(std::string_view text) {
-  json::parse_options options;
-  options.max_depth = kMaxDepth;
-  boost::system::error_code error;
-  auto parsed = json::parse(json::string_view(text.data(), text.size()), error, {}, options);
-  if (error || !parsed.is_object()) return std::nullopt;
-  return std::move(parsed.as_object());
-}
+std::optional<json::object> parseObject(std::string_view text) { return parseExactObject(text, kMaxDepth); }
 
 std::optional<DefaultsValue> toDefaultsValue(const json::value& stored) {
   switch (stored.kind()) {

@@ -63,8 +63,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     if (ended_) return;
     assert(wantedBytes_ == 0 && "one receive at a time");
     wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, kMaxReceiveBytes);
-    if (received_.size() < wantedBytes_) received_.resize(wantedBytes_);
-    if (ready_) beginRead();
+    if (ready_ && !delivering_) beginRead();
   }
 
   void send(std::span<const std::byte> bytes) {
@@ -165,6 +164,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
 
   void beginRead() {
     if (ended_) return;
+    if (received_.size() < wantedBytes_) received_.resize(wantedBytes_);
     socket_.async_read_some(asio::buffer(received_.data(), wantedBytes_),
                             onStrand([self = shared_from_this()](const error_code& error, std::size_t count) {
                               self->finishRead(error, count);
@@ -177,8 +177,13 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     const bool endOfStream = error == asio::error::eof;
     Received received{.bytes = std::span(received_).first(count), .endOfStream = endOfStream, .error = {}};
     if (error && !endOfStream) received.error = error.message();
+    delivering_ = true;
     if (onReceive) onReceive(received);
-    if (!error || ended_) return;
+    delivering_ = false;
+    if (ended_) return;
+    // Behind what the bytes have set going: the next read mostly finds nothing yet, and that can wait.
+    if (wantedBytes_ > 0) asio::post(*strand_, [self = shared_from_this()] { self->beginRead(); });
+    if (!error) return;
     if (endOfStream) write();
     end(ConnectionState::failed);
   }
@@ -236,8 +241,9 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   const std::uint16_t port_;
   std::string peerName_ = "unknown peer";
   std::unique_ptr<EventLoopQueue::Strand> strand_;
-  std::vector<std::byte> received_;
-  std::size_t wantedBytes_ = 0;  // of the open receive; 0: none is open
+  std::vector<std::byte> received_;  // as large as the largest receive so far
+  std::size_t wantedBytes_ = 0;      // of the open receive; 0: none is open
+  bool delivering_ = false;          // bytes are being handed over
   SendBuffer unsent_;
   bool ready_ = false;
   bool flushing_ = false;  // a flush is posted or waits for the kernel

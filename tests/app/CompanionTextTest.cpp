@@ -63,7 +63,7 @@ TEST(CompanionText, thePicturePanelShowsTheSame) {
 
 TEST(CompanionText, tellsWhatDoesNotWork) {
   auto status = readyStatus();
-  status.discovery = {AdvertisingState::unavailable, "desk", "there is no Avahi daemon"};
+  status.discovery = {AdvertisingState::unavailable, "desk", "Discovery is off: there is no Avahi daemon"};
   status.isAccessibilityTrusted = false;
   status.remotePort = 0;
   const auto panel = companionPanel(status, "tevanto-phone", {});

@@ -29,6 +29,9 @@ class RecordingSink final : public LogSink {
 
 class MacLaunchAtLoginControllerTest : public testing::Test {
  protected:
+  // What still waits for the observers holds the queue that holds it.
+  ~MacLaunchAtLoginControllerTest() override { mainQueue_->runPending(); }
+
   void expectShown(bool enabled, const std::string& text) {
     EXPECT_EQ(controller_.isEnabled.get(), enabled);
     EXPECT_EQ(controller_.statusText.get(), text);

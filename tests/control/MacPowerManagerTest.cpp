@@ -24,6 +24,12 @@ constexpr auto kMains = PowerSources::kAcPower;
 
 class MacPowerManagerTest : public testing::Test {
  protected:
+  // What still waits for the observers holds the queue that holds it.
+  ~MacPowerManagerTest() override {
+    manager_.reset();
+    mainQueue_->runPending();
+  }
+
   MacPowerManager& make() {
     manager_ = std::make_unique<MacPowerManager>(mainQueue_, assertions_, sources_);
     manager_->onStateChanged = [this](RemoteMessage message) { reported_.push_back(std::move(message)); };

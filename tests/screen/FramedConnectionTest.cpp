@@ -25,6 +25,12 @@ class FramedConnectionTest : public ::testing::Test {
     connection_->onStateChange = [this](ConnectionState state) { states_.push_back(state); };
   }
 
+  ~FramedConnectionTest() override {
+    // The connection ends on its queue; what is left there would keep both alive.
+    connection_.reset();
+    queue_->runPending();
+  }
+
   void start() {
     connection_->start(queue_);
     queue_->runPending();

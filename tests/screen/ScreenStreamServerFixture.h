@@ -59,7 +59,17 @@ class ScreenStreamServerTest : public ::testing::Test {
     encoders_.answers = true;
   }
 
+  ~ScreenStreamServerTest() override { end(); }
+
+  /// What is left on a queue would keep it and its connections alive.
+  void end() {
+    if (server_) server_->stop();
+    run();
+    server_.reset();
+    run();
+  }
   void make(std::uint16_t port = 0) {
+    end();
     server_ = ScreenStreamServer::create({.queue = queue_,
                                           .captureQueue = captureQueue_,
                                           .mainQueue = mainQueue_,

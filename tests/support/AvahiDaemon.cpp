@@ -27,7 +27,7 @@ publish-workstation=no
 
 /// The configuration, the log, and the process beside whose network this one is to stand.
 /// The daemon has one fixed runtime folder for the whole machine: it gets a /run of its own.
-constexpr auto kScript = R"(
+constexpr auto kScript = R"sh(
 ip link set lo up multicast on
 if [ -n "$3" ]; then
   near="nsenter --net=/proc/$3/ns/net"
@@ -41,8 +41,13 @@ if [ -n "$3" ]; then
   ip link set tevanto0 up
 fi
 mount -t tmpfs tmpfs /run && mkdir /run/avahi-daemon || exit 1
+if [ "$(id -u)" != 0 ]; then  # its folder has to belong to its user: there, that is us
+  echo "avahi:x:$(id -u):$(id -g)::/:/bin/false" >/run/passwd
+  echo "avahi:x:$(id -g):" >/run/group
+  mount --bind /run/passwd /etc/passwd && mount --bind /run/group /etc/group || exit 1
+fi
 exec avahi-daemon --no-drop-root --no-chroot --no-rlimits --no-proc-title -f "$1" >>"$2" 2>&1
-)";
+)sh";
 
 std::vector<std::string> inNamespaces() {
   if (::geteuid() == 0) return {"unshare", "--mount", "--net"};

@@ -39,6 +39,9 @@ int append(sd_bus_message* message, const BusArgument& argument) {
     int operator()(const std::string& value) const {
       return sd_bus_message_append(message, "s", value.c_str());
     }
+    int operator()(const BusVariant& variant) const {
+      return sd_bus_message_append(message, "v", "b", static_cast<int>(variant.value));
+    }
   };
   return std::visit(Appender{message}, argument);
 }

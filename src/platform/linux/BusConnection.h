@@ -26,7 +26,11 @@ struct BusAddress {
   std::string address;
 };
 
-using BusArgument = std::variant<bool, std::int32_t, std::uint32_t, std::string>;
+/// A variant that holds a boolean, as the Set method of properties takes it.
+struct BusVariant {
+  bool value = false;
+};
+using BusArgument = std::variant<bool, std::int32_t, std::uint32_t, std::string, BusVariant>;
 
 /// One method call. Services are called only where they already run: what this program needs of them is
 /// pointless in one that would first have to be started.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "core/Log.h"
@@ -8,6 +9,7 @@
 namespace tevanto {
 
 class SerialQueue;
+struct BusAddress;
 
 /// The desktop's overview of all windows and its grid of applications, opened in the desktop's own way: GNOME
 /// Shell and KDE Plasma over the session bus, Xfce by its programs. Other desktops have neither. Used on the
@@ -29,6 +31,12 @@ class DesktopOverview {
   /// The overview of the desktop that XDG_CURRENT_DESKTOP names. Calls on the bus are made on `background`,
   /// a queue that may block.
   static std::shared_ptr<DesktopOverview> ofSession(std::shared_ptr<SerialQueue> background, Logger log);
+  /// The overview of the desktop that `currentDesktop` names, on a certain bus.
+  static std::shared_ptr<DesktopOverview> of(std::string_view currentDesktop, BusAddress sessionBus,
+                                             std::shared_ptr<SerialQueue> background, Logger log);
+
+  /// The overview that `location` stands for.
+  static std::optional<Kind> kindAt(std::string_view location);
 };
 
 }  // namespace tevanto

@@ -106,7 +106,7 @@ Result<void> LogindSession::callOwnSession(const char* method) {
 /// A companion that was started from a terminal of another login, or as a user service, still belongs to the
 /// desktop that it acts on.
 std::optional<std::string> LogindSession::ownSession(BusConnection& bus) const {
-  const auto calling = callingSession(bus);
+  auto calling = callingSession(bus);
   if (calling && isGraphical(bus, *calling)) return calling;
   const auto display = displaySession(bus);
   return display ? display : calling;
@@ -114,7 +114,7 @@ std::optional<std::string> LogindSession::ownSession(BusConnection& bus) const {
 
 std::optional<std::string> LogindSession::callingSession(BusConnection& bus) const {
   if (!identity_.sessionId.empty()) {
-    const auto session = bus.call({kService, kPath, kLogind, "GetSession", {identity_.sessionId}}).string();
+    auto session = bus.call({kService, kPath, kLogind, "GetSession", {identity_.sessionId}}).string();
     if (session) return session;
   }
   return bus.call({kService, kPath, kLogind, "GetSessionByPID", {identity_.process}}).string();

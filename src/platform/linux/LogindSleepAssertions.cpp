@@ -79,6 +79,7 @@ std::optional<LogindSleepAssertions::SessionInhibitors> LogindSleepAssertions::i
 
   const auto services = sessionServices(reason);
   std::vector<BusCall> calls;
+  calls.reserve(services.size());
   for (const auto& service : services) calls.push_back(service.inhibit);
   const auto replies = inhibitors.connection.callAll(calls);
   for (std::size_t i = 0; i < services.size(); ++i) {

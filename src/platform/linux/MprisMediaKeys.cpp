@@ -52,6 +52,7 @@ bool MprisMediaKeys::press(MediaKey key) {
 std::optional<std::string> MprisMediaKeys::choosePlayer(BusConnection& bus) const {
   const auto names = playersOn(bus);
   std::vector<BusCall> questions;
+  questions.reserve(names.size());
   for (const auto& name : names) questions.push_back(BusConnection::getAll(name, kPath, kPlayer));
   const auto answers = bus.callAll(questions);
 

@@ -35,10 +35,12 @@ std::optional<SpareKeyPool::Keycode> SpareKeyPool::find(Keysym keysym) {
 
 std::optional<SpareKeyPool::Keycode> SpareKeyPool::claim(Keysym keysym, TimePoint now) {
   if (now < claimsFrom_) return std::nullopt;
+  const auto isFree = [&](const Slot& slot) {
+    return slot.typedAt == kNever || slot.typedAt + reuseAfter() <= now;
+  };
   auto best = slots_.end();
   for (auto slot = slots_.begin(); slot != slots_.end(); ++slot)
-    if (!slot->inUse && slot->freeFrom <= now && (best == slots_.end() || slot->freeFrom < best->freeFrom))
-      best = slot;
+    if (!slot->inUse && isFree(*slot) && (best == slots_.end() || slot->typedAt < best->typedAt)) best = slot;
   if (best == slots_.end()) return std::nullopt;
   best->keysym = keysym;
   best->inUse = true;
@@ -46,19 +48,26 @@ std::optional<SpareKeyPool::Keycode> SpareKeyPool::claim(Keysym keysym, TimePoin
 }
 
 void SpareKeyPool::typed(TimePoint now) {
-  if (lastStrokes_ == TimePoint::min() || now - lastStrokes_ >= kRest) claimsFrom_ = now + kFirstStrokesTake;
+  if (lastStrokes_ == kNever || now - lastStrokes_ >= kRest) claimsFrom_ = now + kFirstStrokesTake;
   lastStrokes_ = now;
   for (auto& slot : slots_) {
     if (!slot.inUse) continue;
     slot.inUse = false;
-    slot.freeFrom = now + kReuseAfter;
+    slot.typedAt = now;
   }
 }
 
 std::optional<SpareKeyPool::TimePoint> SpareKeyPool::nextClaim() const {
-  const auto next = std::ranges::min_element(slots_, {}, &Slot::freeFrom);
+  const auto next = std::ranges::min_element(slots_, {}, &Slot::typedAt);
   if (next == slots_.end()) return std::nullopt;
-  return std::max(next->freeFrom, claimsFrom_);
+  if (next->typedAt == kNever) return claimsFrom_;
+  return std::max(next->typedAt + reuseAfter(), claimsFrom_);
+}
+
+void SpareKeyPool::observeDelay(SerialQueue::Duration delay) { delay_ = std::max(delay, delay_ * 7 / 8); }
+
+SerialQueue::Duration SpareKeyPool::reuseAfter() const {
+  return std::min<SerialQueue::Duration>(kReuseAfter + kDelayFactor * delay_, kLongestReuseAfter);
 }
 
 void SpareKeyPool::giveBack() {

@@ -18,9 +18,13 @@ class SpareKeyPool {
   using Keycode = std::uint8_t;
   using Keysym = std::uint32_t;
 
-  /// How long after its last stroke a code stays as it is. At 80 ms no stroke of 12,000 came out wrong, at 0
-  /// half of them did.
+  /// How long after its last stroke a code stays as it is, at least. At 80 ms no stroke of 12,000 came out
+  /// wrong on a machine with time to spare, at 0 half of them did.
   static constexpr auto kReuseAfter = std::chrono::milliseconds(80);
+  /// On a busy machine clients are late, and so are we: by how much we are is what can be seen of it. Each
+  /// code then rests this many times our own delay longer, within a limit.
+  static constexpr int kDelayFactor = 8;
+  static constexpr auto kLongestReuseAfter = std::chrono::milliseconds(500);
 
   /// Xlib asks for the keymap at a program's first key event, and to be told of changes only afterwards: a
   /// change in between is lost on it. So the first strokes after a rest are left some time before a code is
@@ -45,22 +49,30 @@ class SpareKeyPool {
   std::optional<Keycode> claim(Keysym keysym, TimePoint now);
   /// Strokes, and among them the codes in use, have been sent.
   void typed(TimePoint now);
+  /// How late a timer of ours was, or how long the server took to answer. It counts less with every other
+  /// one.
+  void observeDelay(SerialQueue::Duration delay);
   /// When the next code may be claimed; nothing without codes.
   std::optional<TimePoint> nextClaim() const;
   /// Nothing is carried any more.
   void giveBack();
 
  private:
+  static constexpr TimePoint kNever{};  // of a monotonic clock: when the machine was started
+
   struct Slot {
     Keycode keycode = 0;
     Keysym keysym = 0;
-    TimePoint freeFrom = TimePoint::min();
+    TimePoint typedAt = kNever;
     bool inUse = false;
   };
 
+  SerialQueue::Duration reuseAfter() const;
+
   std::vector<Slot> slots_;
-  TimePoint lastStrokes_ = TimePoint::min();
-  TimePoint claimsFrom_ = TimePoint::min();
+  SerialQueue::Duration delay_{};
+  TimePoint lastStrokes_ = kNever;
+  TimePoint claimsFrom_ = kNever;
 };
 
 }  // namespace tevanto

@@ -15,13 +15,22 @@ std::shared_ptr<XConnection> XServerLink::connection() {
   std::shared_ptr<XConnection> lost;  // closed outside the lock
   {
     const std::lock_guard lock(mutex_);
-    if (connection_ && connection_->alive()) return connection_;
+    if (stillAlive()) return connection_;
     lost = std::exchange(connection_, nullptr);
     if (lost) generation_.fetch_add(1, std::memory_order_release);
     if (!beginAttempt()) return nullptr;
   }
   if (lost) log_.warning("The X server is gone; input waits for it to come back");
   return attempt();
+}
+
+bool XServerLink::stillAlive() {
+  if (!connection_ || connection_->broken()) return false;
+  const auto now = clock_->now();
+  if (now < aliveUntil_) return true;
+  if (!connection_->alive()) return false;
+  aliveUntil_ = now + kTrustFor;
+  return true;
 }
 
 bool XServerLink::beginAttempt() {

@@ -30,8 +30,12 @@ class XServerLink {
   void retryNow();
 
   static constexpr auto kRetryAfter = std::chrono::seconds(1);
+  /// For how long a server that was found alive counts as alive: asking costs a system call, and every
+  /// command asks.
+  static constexpr auto kTrustFor = std::chrono::milliseconds(5);
 
  private:
+  bool stillAlive();
   bool beginAttempt();
   std::shared_ptr<XConnection> attempt();
 
@@ -43,6 +47,7 @@ class XServerLink {
   std::shared_ptr<XConnection> connection_;
   bool connecting_ = false;
   bool reported_ = false;
+  SerialQueue::TimePoint aliveUntil_ = SerialQueue::TimePoint::min();
   SerialQueue::TimePoint nextAttempt_ = SerialQueue::TimePoint::min();
 };
 

@@ -1,5 +1,6 @@
 #include "platform/linux/XTestInputEvents.h"
 
+#include <chrono>
 #include <deque>
 #include <optional>
 #include <utility>
@@ -20,6 +21,9 @@ namespace {
 // How long nothing may be typed before the borrowed key codes are given back: clients of a busy desktop ask
 // for the keymap late, and find nothing then.
 constexpr auto kGiveBackAfter = SpareKeyPool::kRest;
+
+// Motions closer together than this have arrived in one read.
+constexpr auto kBurst = std::chrono::microseconds(200);
 
 using Text = std::u32string;
 struct Key {
@@ -127,7 +131,7 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
       enqueue(step);
     } else {
       current->pointer.move(step);
-      current->x->flush();
+      flushMotion(*current);
     }
   }
 
@@ -139,6 +143,24 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
   }
 
  private:
+  /// Motion at a finger's pace goes out at once; a burst that arrived together goes out together, at the end
+  /// of the queue's turn, for one system call instead of one for each.
+  void flushMotion(Session& current) {
+    const auto now = queue_->now();
+    if (now - std::exchange(lastMotion_, now) > kBurst) {
+      current.x->flush();
+    } else if (!std::exchange(flushPosted_, true)) {
+      queue_->async([weak = weak_from_this()] {
+        if (auto alive = weak.lock()) alive->flushNow();
+      });
+    }
+  }
+
+  void flushNow() {
+    flushPosted_ = false;
+    if (session_) session_->x->flush();
+  }
+
   Session* renewSession() {
     waiting_.clear();
     waitingButtons_ = 0;
@@ -227,6 +249,8 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
   std::size_t typed_ = 0;  // characters of the text in front
   int waitingButtons_ = 0;
   bool pumping_ = false;
+  SerialQueue::TimePoint lastMotion_{};
+  bool flushPosted_ = false;
   Timer pumpTimer_;
   Timer restTimer_;
 };

@@ -3,7 +3,6 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <algorithm>
-#include <optional>
 
 #include "platform/linux/XcbXkb.h"
 
@@ -40,6 +39,7 @@ XTestText::~XTestText() {
 }
 
 XTestText::Progress XTestText::type(std::u32string_view text) {
+  observeLateness();
   if (!keyboard_.refresh()) return {text.size()};
   auto planned = plan(text.substr(0, kMostCharactersAtOnce), unlockedState());
   map(std::move(planned.mappings));
@@ -49,13 +49,27 @@ XTestText::Progress XTestText::type(std::u32string_view text) {
   if (!planned.strokes.empty()) keyboard_.spares().typed(now);
   Progress progress{planned.characters};
   if (planned.mustWait) progress.wait = *keyboard_.spares().nextClaim() - now;
+  nextDue_ = now + progress.wait;
   return progress;
+}
+
+/// How far behind its own plan the rest of a text comes.
+void XTestText::observeLateness() {
+  if (nextDue_) keyboard_.spares().observeDelay(clock_->now() - *nextDue_);
+}
+
+/// The state of the keyboard, and how long the server took to say it.
+KeyboardState XTestText::observedState() {
+  const auto asked = clock_->now();
+  const auto state = keyboard_.state();
+  keyboard_.spares().observeDelay(clock_->now() - asked);
+  return state;
 }
 
 /// Caps Lock and its like change what keys type, and each toolkit has its own view of how. So they are off
 /// while text is typed. Num Lock only concerns the keypad, which is not used.
 KeyboardState XTestText::unlockedState() {
-  auto state = keyboard_.state();
+  auto state = observedState();
   const auto locks = static_cast<std::uint8_t>(state.lockedModifiers & ~kNumLock);
   if (locks != 0 || state.latchedModifiers != 0) {
     setLocks(locks, 0);
@@ -149,6 +163,7 @@ void XTestText::setLocks(std::uint8_t affected, std::uint8_t locked) const {
 }
 
 void XTestText::pause() {
+  nextDue_.reset();
   if (locksToRestore_ == 0) return;
   setLocks(locksToRestore_, locksToRestore_);
   locksToRestore_ = 0;

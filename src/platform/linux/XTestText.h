@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -50,6 +51,8 @@ class XTestText {
     bool mustWait = false;
   };
 
+  void observeLateness();
+  KeyboardState observedState();
   KeyboardState unlockedState();
   Plan plan(std::u32string_view text, const KeyboardState& state);
   bool planSpare(char32_t character, Plan& plan);
@@ -63,6 +66,7 @@ class XTestText {
   XKeyboard& keyboard_;
   const std::shared_ptr<SerialQueue> clock_;
   const Logger log_;
+  std::optional<SerialQueue::TimePoint> nextDue_;  // while a text goes on
   std::uint8_t locksToRestore_ = 0;
   bool reportedNoSpares_ = false;
 };

@@ -66,6 +66,7 @@ fs::path resolved(const fs::path& path) {
 
 void launch(const std::vector<const char*>& command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const char* argument : command) arguments.push_back(const_cast<char*>(argument));
   arguments.push_back(nullptr);
   const auto flags =

@@ -87,6 +87,20 @@ TEST_F(SpareKeyPoolTest, aNewKeymapKeepsTheRestOfTheCodesThatStay) {
   EXPECT_FALSE(pool.owns(97));
 }
 
+TEST_F(SpareKeyPoolTest, codesRestLongerWhileTheMachineIsBusy) {
+  pool.claim(0x101, now);
+  pool.claim(0x102, now);
+  pool.typed(now);
+  pool.observeDelay(milliseconds(16));
+  EXPECT_EQ(pool.nextClaim(), now + milliseconds(80 + 8 * 16));
+  EXPECT_EQ(pool.claim(0x103, now + milliseconds(80 + 8 * 16 - 1)), std::nullopt);
+  pool.observeDelay(milliseconds(0));
+  EXPECT_EQ(pool.nextClaim(), now + milliseconds(80 + 8 * 14));
+  pool.observeDelay(std::chrono::seconds(2));
+  EXPECT_EQ(pool.nextClaim(), now + SpareKeyPool::kLongestReuseAfter);
+  EXPECT_EQ(pool.claim(0x103, now + SpareKeyPool::kLongestReuseAfter), 8);
+}
+
 TEST(SpareKeyPool, withoutCodesThereIsNothingToWaitFor) {
   SpareKeyPool pool;
   EXPECT_TRUE(pool.empty());

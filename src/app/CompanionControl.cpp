@@ -1,0 +1,68 @@
+#include "app/CompanionControl.h"
+
+#include <unistd.h>
+
+#include "app/MacAppDelegate.h"
+#include "app/ScreenService.h"
+#include "app/TevantoMacRuntime.h"
+#include "control/MacLaunchAtLoginController.h"
+#include "control/MacPowerManager.h"
+#include "core/DeviceIdentity.h"
+#include "core/UserDefaults.h"
+#include "remote/MacRemoteServer.h"
+
+namespace tevanto {
+
+std::string CompanionControl::answer(std::string_view line) {
+  const auto request = decodeControlRequest(line);
+  return encodeControlReply(request ? carryOut(request.value()) : ControlReply{false, request.error(), {}});
+}
+
+ControlReply CompanionControl::carryOut(const ControlRequest& request) {
+  ControlReply reply{true, {}, {}};
+  switch (request.kind) {
+    case ControlRequest::Kind::status:
+      break;
+    case ControlRequest::Kind::keepAwake:
+      environment_.runtime.power().setKeepAwake(request.on);
+      reply.ok = environment_.runtime.power().isKeepAwakeOn.get() == request.on;
+      if (!reply.ok) reply.error = environment_.runtime.power().statusText.get();
+      break;
+    case ControlRequest::Kind::showSetupWindow:
+      environment_.application.applicationShouldHandleReopen();
+      break;
+    case ControlRequest::Kind::reloadDefaults:
+      environment_.reloadDefaults();
+      break;
+  }
+  reply.status = status();
+  return reply;
+}
+
+CompanionStatus CompanionControl::status() const {
+  const auto& server = environment_.runtime.server();
+  const auto& power = environment_.runtime.power();
+  const auto& login = environment_.runtime.launchAtLogin();
+  CompanionStatus now;
+  now.version = TEVANTO_VERSION;
+  now.processID = ::getpid();
+  now.pairingCode = server.pairingCode.get();
+  now.statusText = server.statusText.get();
+  now.isClientConnected = server.isClientConnected.get();
+  now.isPaired = environment_.defaults.string(kPairingTokenKey).has_value();
+  now.isAccessibilityTrusted = server.isAccessibilityTrusted.get();
+  now.deviceID = deviceIdentifier(environment_.defaults);
+  now.hostName = environment_.computerName;
+  now.addresses = environment_.addresses();
+  now.remotePort = server.port.get();
+  now.mirroringStatusText = environment_.runtime.screen().statusText();
+  now.keepAwakeOn = power.isKeepAwakeOn.get();
+  now.batteryPercent = power.batteryPercent.get();
+  now.keepAwakeStatusText = power.statusText.get();
+  now.launchAtLoginOn = login.isEnabled.get();
+  now.launchAtLoginStatusText = login.statusText.get();
+  now.discovery = server.advertising.get();
+  return now;
+}
+
+}  // namespace tevanto

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/CompanionStatus.h"
+#include "app/ControlProtocol.h"
+
+namespace tevanto {
+
+class MacAppDelegate;
+class TevantoMacRuntime;
+class UserDefaults;
+
+/// Carries out what comes through the control socket. Main queue only.
+class CompanionControl {
+ public:
+  struct Environment {
+    TevantoMacRuntime& runtime;
+    MacAppDelegate& application;
+    UserDefaults& defaults;
+    std::string computerName;
+    std::function<std::vector<std::string>()> addresses;  // under which others reach this computer
+    std::function<void()> reloadDefaults;
+  };
+
+  explicit CompanionControl(Environment environment) : environment_(std::move(environment)) {}
+
+  /// One line to the line that answers it.
+  std::string answer(std::string_view line);
+  ControlReply carryOut(const ControlRequest& request);
+  CompanionStatus status() const;
+
+ private:
+  const Environment environment_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,191 @@
+#include "app/LinuxDoctorChecks.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/ControlSocketClient.h"
+#include "app/RuntimeFolder.h"
+#include "core/EventLoop.h"
+#include "core/Uuid.h"
+#include "net/AsioTcpListener.h"
+#include "platform/linux/AvahiServiceAdvertiser.h"
+#include "platform/linux/AvahiServiceBrowser.h"
+#include "platform/linux/LogindSleepAssertions.h"
+#include "platform/linux/PulseAudioOutput.h"
+#include "platform/linux/XPointerWindow.h"
+#include "platform/linux/XServerLink.h"
+#include "platform/linux/XTestInputEvents.h"
+
+namespace tevanto {
+namespace {
+
+using Attempt = Result<std::string>;
+
+constexpr auto kServiceType = "_tevanto-doctor._tcp";
+
+std::string displayText() {
+  const char* display = std::getenv("DISPLAY");
+  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
+}
+
+/// Moves the pointer by the companion's own road and puts it back.
+bool pointerReaches(XPointerWindow& window) {
+  const auto loop = EventLoop::background(1);
+  const auto queue = loop->makeQueue("main");
+  const auto link = std::make_shared<XServerLink>(std::string(), queue, Logger());
+  bool seen = false;
+  queue->sync([&] {
+    const auto events = XTestInputEvents::open(
+        link, queue, [] { return CommandModifier::control; }, Logger());
+    const auto before = events->pointerLocation();
+    events->warpPointer(window.middle());
+    events->postMouse({MouseEventType::moved, window.middle(), 0, 0});
+    seen = window.seesPointer(std::chrono::seconds(3));
+    events->warpPointer(before);
+  });
+  loop->stop();
+  return seen;
+}
+
+Attempt tryPointer() {
+  auto window = XPointerWindow::open({});
+  if (!window) {
+    return Failure{"The pointer cannot be moved, because " + window.error() + " (" + displayText() +
+                   "); run this in a graphical X11 session, or start one with scripts/start."};
+  }
+  if (!pointerReaches(*window.value())) {
+    return Failure{"The X server takes our window but not our pointer events (" + displayText() +
+                   "); enable its XTEST extension."};
+  }
+  return std::string("a pointer event arrived in a window of our own");
+}
+
+bool awaitAdvertised(ServiceAdvertiser& advertiser, const ServiceDescription& service,
+                     ServiceAdvertiser::Registration& registration, std::string& message) {
+  struct Outcome {
+    std::promise<AdvertisingStatus> promise;
+    std::atomic_flag told;
+  };
+  auto outcome = std::make_shared<Outcome>();
+  auto status = outcome->promise.get_future();
+  registration = advertiser.advertise(service, [outcome](const AdvertisingStatus& now) {
+    if (now.state != AdvertisingState::pending && !outcome->told.test_and_set())
+      outcome->promise.set_value(now);
+  });
+  if (status.wait_for(std::chrono::seconds(8)) != std::future_status::ready) return false;
+  const auto now = status.get();
+  message = now.message;
+  return now.state == AdvertisingState::advertised;
+}
+
+Attempt tryDiscovery() {
+  const auto identifier = randomUuid();
+  const ServiceDescription service{
+      "Tevanto doctor " + identifier.substr(0, 8), kServiceType, 9, {{"id", identifier}}};
+  AvahiServiceAdvertiser advertiser;
+  ServiceAdvertiser::Registration registration;
+  std::string message;
+  if (!awaitAdvertised(advertiser, service, registration, message)) {
+    return Failure{"Phones cannot find this computer by itself" +
+                   (message.empty() ? "" : " (" + message + ")") +
+                   "; start the Avahi daemon (systemctl start avahi-daemon), or connect with --host."};
+  }
+  const auto found = makeAvahiServiceBrowser()->browse(kServiceType, std::chrono::seconds(4));
+  if (!found) return Failure{"The local network cannot be browsed: " + found.error()};
+  const bool resolved =
+      std::any_of(found.value().begin(), found.value().end(), [&](const FoundService& each) {
+        const auto id = each.txt.find("id");
+        return id != each.txt.end() && id->second == identifier && each.port == service.port;
+      });
+  if (resolved) return std::string("our own record was advertised and resolved");
+  return Failure{
+      "A record of ours is advertised but cannot be resolved; check that the firewall lets multicast "
+      "DNS (UDP port 5353) through."};
+}
+
+Attempt tryVolume() {
+  const auto volume = PulseAudioOutput().volume();
+  if (volume) return "the volume is " + std::to_string(volume.value()) + " %";
+  return Failure{"The volume cannot be read (" + volume.error() +
+                 "); start PulseAudio or PipeWire in this session."};
+}
+
+Attempt trySleepInhibitor() {
+  LogindSleepAssertions assertions{Logger()};
+  const auto created = assertions.create(SleepAssertions::kPreventUserIdleSystemSleep,
+                                         "Tevanto tries whether it can hold off sleep");
+  if (created.code != 0) {
+    return Failure{
+        "Idle sleep cannot be held off (" + std::string(std::strerror(created.code)) +
+        "); keep-awake needs logind or a session manager, as systemd and the desktops bring them."};
+  }
+  if (const auto code = assertions.release(created.identifier); code != 0) {
+    return Failure{"The sleep inhibitor was taken but cannot be given back (" +
+                   std::string(std::strerror(code)) + "); log out and in again."};
+  }
+  return std::string("a sleep inhibitor was taken and given back");
+}
+
+/// The port of the companion that runs for this user, 0 when there is none.
+std::int64_t portOfRunningCompanion() {
+  const auto folder = runtimeFolder();
+  if (!folder) return 0;
+  const auto answer = askCompanion(controlSocketIn(folder.value()), {});
+  if (!answer || !answer.value() || !answer.value()->status) return 0;
+  return answer.value()->status->remotePort;
+}
+
+Attempt tryPort(std::uint16_t port, const char* option) {
+  const auto name = "port " + std::to_string(port);
+  if (port != 0 && portOfRunningCompanion() == port) return name + " is our running companion's";
+  const auto loop = EventLoop::forCallingThread();
+  const auto listener = AsioTcpListenerFactory(loop, ListenScope::everywhere).listen(port);
+  if (listener) return name + " is free";
+  return Failure{"TCP " + name + " cannot be used (" + listener.error() +
+                 "); end the program that has it, or choose another one with " + option + "."};
+}
+
+Attempt tryDefaultsFolder(const std::filesystem::path& folder) {
+  const auto complain = [&](const std::string& what) {
+    return Failure{"Settings and the pairing cannot be stored: " + what + " in " + folder.string() + " (" +
+                   std::strerror(errno) + "); make the folder writable, or set XDG_CONFIG_HOME."};
+  };
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  const auto file = folder / (".doctor-" + randomUuid());
+  const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (descriptor < 0) return complain("no file can be created");
+  const bool written = ::write(descriptor, "tevanto\n", 8) == 8 && ::fsync(descriptor) == 0;
+  const int fault = errno;
+  ::close(descriptor);
+  const bool removed = ::unlink(file.c_str()) == 0;
+  if (!written) errno = fault;
+  if (!written) return complain("no file can be written");
+  if (!removed) return complain("no file can be removed");
+  return folder.string() + " can be written";
+}
+
+}  // namespace
+
+std::vector<DoctorCheck> linuxDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort,
+                                           const std::filesystem::path& defaultsFile) {
+  return {{"pointer", tryPointer},
+          {"discovery", tryDiscovery},
+          {"volume", tryVolume},
+          {"keep awake", trySleepInhibitor},
+          {"control port", [=] { return tryPort(remotePort, "--remote-port"); }},
+          {"mirroring port", [=] { return tryPort(screenPort, "--screen-port"); }},
+          {"settings", [=] { return tryDefaultsFolder(defaultsFile.parent_path()); }}};
+}
+
+}  // namespace tevanto

@@ -1,0 +1,177 @@
+#include "app/LinuxServices.h"
+
+#include "app/MacSetupWindowPresenter.h"
+#include "app/ScreenService.h"
+#include "app/StartupPowerSources.h"
+#include "control/MacInputController.h"
+#include "control/MacLaunchAtLoginController.h"
+#include "control/MacPowerManager.h"
+#include "control/MacShortcutRunner.h"
+#include "core/UserDefaults.h"
+#include "net/AsioTcpListener.h"
+#include "platform/linux/AvahiServiceAdvertiser.h"
+#include "platform/linux/CommandModifier.h"
+#include "platform/linux/ComputerName.h"
+#include "platform/linux/DesktopKeyStrokes.h"
+#include "platform/linux/DesktopOverview.h"
+#include "platform/linux/DesktopPreferences.h"
+#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/LinuxScriptHost.h"
+#include "platform/linux/LogindSession.h"
+#include "platform/linux/LogindSleepAssertions.h"
+#include "platform/linux/MprisMediaKeys.h"
+#include "platform/linux/PulseAudioOutput.h"
+#include "platform/linux/SysfsPowerSources.h"
+#include "platform/linux/UPowerSources.h"
+#include "platform/linux/XServerLink.h"
+#include "platform/linux/XTestInputEvents.h"
+#include "platform/linux/XTestPermission.h"
+#include "platform/linux/XdgAutostartLoginItem.h"
+#include "remote/MacRemoteServer.h"
+
+namespace tevanto {
+namespace {
+
+constexpr unsigned kBackgroundThreads = 2;
+
+/// For users who do not want to be seen on the network.
+class NoAdvertiser final : public ServiceAdvertiser {
+ public:
+  Registration advertise(const ServiceDescription& service, StatusHandler onStatus) override {
+    onStatus({AdvertisingState::unavailable, service.name, "switched off with --no-discovery"});
+    return nullptr;
+  }
+};
+
+std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& options) {
+  if (options.noDiscovery) return std::make_unique<NoAdvertiser>();
+  return std::make_unique<AvahiServiceAdvertiser>();
+}
+
+DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& overview) {
+  return {[overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            return kind && overview->available(*kind);
+          },
+          [overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            if (kind) overview->open(*kind);
+            return kind.has_value();
+          }};
+}
+
+}  // namespace
+
+struct LinuxServices::Parts {
+  Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
+        const std::shared_ptr<LogSink>& sink)
+      : options(companionOptions),
+        defaults(userDefaults),
+        loginItemLog(sink, "login-item"),
+        listeners(mainLoop, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
+        advertiser(makeAdvertiser(options)),
+        xServer(std::make_shared<XServerLink>(std::string(), mainQueue, Logger(sink, "input"))),
+        permission(xServer),
+        xEvents(XTestInputEvents::open(
+            xServer, mainQueue, [this] { return commandModifierOf(defaults); }, Logger(sink, "input"))),
+        overview(DesktopOverview::ofSession(shortcutQueue, Logger(sink, "applications"))),
+        events(std::make_shared<DesktopKeyStrokes>(xEvents, keyStrokes())),
+        preferences(DesktopPreferences::sessionOfThisProcess()),
+        workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
+        scripts(audio, session),
+        assertions(Logger(sink, "power")),
+        powerSources(kernelPowerSources, upower) {}
+
+  const CompanionOptions options;
+  UserDefaults& defaults;
+  const Logger loginItemLog;
+
+  const std::shared_ptr<EventLoop> mainLoop = EventLoop::forCallingThread();
+  const std::shared_ptr<EventLoop> backgroundLoop = EventLoop::background(kBackgroundThreads);
+  const std::shared_ptr<SerialQueue> mainQueue = mainLoop->makeQueue("main");
+  const std::shared_ptr<SerialQueue> networkQueue = mainLoop->makeQueue("tevanto.remote.server");
+  const std::shared_ptr<SerialQueue> shortcutQueue = backgroundLoop->makeQueue("tevanto.shortcuts");
+  const std::shared_ptr<SerialQueue> applicationQueue = backgroundLoop->makeQueue("tevanto.applications");
+
+  AsioTcpListenerFactory listeners;
+  std::unique_ptr<ServiceAdvertiser> advertiser;
+  std::shared_ptr<XServerLink> xServer;
+  XTestPermission permission;
+  std::shared_ptr<XTestInputEvents> xEvents;
+  std::shared_ptr<DesktopOverview> overview;
+  std::shared_ptr<DesktopKeyStrokes> events;
+  DesktopPreferences preferences;
+  DesktopWorkspace workspace;
+  PulseAudioOutput audio;
+  LogindSession session;
+  MprisMediaKeys mediaKeys;
+  LinuxScriptHost scripts;
+  LogindSleepAssertions assertions;
+  SysfsPowerSources kernelPowerSources;
+  UPowerSources upower;
+  StartupPowerSources powerSources;
+  XdgAutostartLoginItem loginItem;
+  const std::optional<std::string> name = tevanto::computerName();
+
+  /// What key strokes do that are the desktop's rather than an application's. Main queue.
+  DesktopKeyStrokes::Actions keyStrokes() {
+    return {.lockSession = [this] { return session.lockSession().ok(); },
+            .openOverview =
+                [this] {
+                  if (!overview->available(DesktopOverview::Kind::windows)) return false;
+                  overview->open(DesktopOverview::Kind::windows);
+                  return true;
+                },
+            .pressMediaKey = [this](MediaKey key) { return mediaKeys.press(key); }};
+  }
+
+  std::shared_ptr<MacRemoteServer> makeServer() {
+    const auto input = std::make_shared<MacInputController>(*events, preferences, workspace);
+    const auto shortcuts =
+        std::make_shared<MacShortcutRunner>(mainQueue, scripts, workspace, *events, permission);
+    return MacRemoteServer::create({.queue = networkQueue,
+                                    .mainQueue = mainQueue,
+                                    .shortcutQueue = shortcutQueue,
+                                    .backgroundQueue = applicationQueue,
+                                    .listeners = listeners,
+                                    .advertiser = *advertiser,
+                                    .defaults = defaults,
+                                    .computerName = name,
+                                    .port = options.remotePort.value_or(MacRemoteServer::kDefaultPort)},
+                                   {.input = input, .shortcuts = shortcuts, .permission = permission});
+  }
+};
+
+LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defaults,
+                             std::shared_ptr<LogSink> log)
+    : parts_(std::make_unique<Parts>(options, defaults, log)) {}
+
+LinuxServices::~LinuxServices() = default;
+
+EventLoop& LinuxServices::mainLoop() { return *parts_->mainLoop; }
+EventLoop& LinuxServices::backgroundLoop() { return *parts_->backgroundLoop; }
+std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->mainQueue; }
+std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->networkQueue; }
+std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
+void LinuxServices::started() { parts_->powerSources.started(); }
+
+TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,
+                                                      SetupWindowHost& windows) {
+  auto& parts = *parts_;
+  return {.server = [&parts] { return parts.makeServer(); },
+          .screen = [] { return std::make_shared<UnavailableScreenService>(); },
+          .power =
+              [&parts] {
+                return std::make_shared<MacPowerManager>(parts.mainQueue, parts.assertions,
+                                                         parts.powerSources);
+              },
+          .launchAtLogin =
+              [&parts] {
+                return std::make_shared<MacLaunchAtLoginController>(parts.mainQueue, parts.loginItem,
+                                                                    parts.defaults, parts.loginItemLog);
+              },
+          .setupWindow = [&presence,
+                          &windows] { return std::make_shared<MacSetupWindowPresenter>(presence, windows); }};
+}
+
+}  // namespace tevanto

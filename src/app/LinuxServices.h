@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/CommandLine.h"
+#include "app/TevantoMacRuntime.h"
+#include "core/EventLoop.h"
+#include "core/Log.h"
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+class AccessibilityPermission;
+class ApplicationPresence;
+class SetupWindowHost;
+class UserDefaults;
+
+/// The services of the companion on a Linux desktop, and everything below them. Making this starts nothing
+/// and talks to nobody: adapters connect when they are first used, so that nothing delays the start.
+///
+/// Two loops carry the queues. The main loop, run by the main thread, has the main queue "main" and the
+/// network's "tevanto.remote.server": a command goes from its socket to the pointer without changing threads.
+/// The background loop has what may block, "tevanto.shortcuts" and "tevanto.applications".
+class LinuxServices {
+ public:
+  LinuxServices(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log);
+  ~LinuxServices();
+  LinuxServices(const LinuxServices&) = delete;
+  LinuxServices& operator=(const LinuxServices&) = delete;
+
+  EventLoop& mainLoop();
+  EventLoop& backgroundLoop();
+  std::shared_ptr<SerialQueue> mainQueue();
+  std::shared_ptr<SerialQueue> networkQueue();
+
+  /// How the runtime makes its services from what is here.
+  TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
+  std::optional<std::string> computerName() const;
+  /// From here on the services of the system are asked too, which may take their time.
+  void started();
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,82 @@
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+#include <variant>
+#include <vector>
+
+#include "app/CommandLine.h"
+#include "app/Commands.h"
+#include "app/CompanionLock.h"
+#include "app/Doctor.h"
+#include "app/LinuxCompanion.h"
+#include "app/LinuxDoctorChecks.h"
+#include "app/RuntimeFolder.h"
+#include "core/JsonUserDefaults.h"
+#include "core/Log.h"
+#include "remote/MacRemoteServer.h"
+
+namespace tevanto {
+namespace {
+
+constexpr auto kDefaultsName = "defaults.json";
+constexpr std::uint16_t kDefaultScreenPort = 51638;
+constexpr auto kCheckPatience = std::chrono::seconds(20);
+constexpr auto kHandOverPatience = std::chrono::seconds(5);
+
+JsonUserDefaults openDefaults() {
+  return {JsonUserDefaults::standardFile(kDefaultsName), Logger(LogSink::standardError(), "defaults")};
+}
+
+ExitCode run(const CompanionOptions& options) {
+  const auto folder = runtimeFolder();
+  if (!folder) return complain(folder.error());
+  const auto deadline = std::chrono::steady_clock::now() + kHandOverPatience;
+  do {
+    const auto lock = CompanionLock::tryAcquire(folder.value());
+    if (!lock) return complain(lock.error());
+    if (lock.value()) {
+      auto defaults = openDefaults();
+      return runLinuxCompanion(options, defaults, folder.value());
+    }
+    if (const auto code = handOverToRunningCompanion(folder.value())) return *code;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  } while (std::chrono::steady_clock::now() < deadline);
+  return complain("A companion runs as process " + std::to_string(CompanionLock::holder(folder.value())) +
+                  " but does not answer; end it and start again.");
+}
+
+ExitCode run(const StatusOptions& options) { return runStatus(options); }
+ExitCode run(const KeepAwakeOptions& options) { return runKeepAwake(options); }
+ExitCode run(const DefaultsOptions& options) {
+  auto defaults = openDefaults();
+  return runDefaults(options, defaults);
+}
+
+ExitCode run(const DoctorOptions& options) {
+  std::vector<DoctorFinding> findings;
+  for (const auto& check : linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
+                                             options.screenPort.value_or(kDefaultScreenPort),
+                                             JsonUserDefaults::standardFile(kDefaultsName))) {
+    findings.push_back(tryCheck(check, kCheckPatience));
+    if (!options.json) std::printf("%s\n", doctorLine(findings.back()).c_str());
+    std::fflush(stdout);
+  }
+  if (options.json) std::printf("%s\n", doctorJson(findings).c_str());
+  std::fflush(stdout);
+  // A check that hangs has left its thread behind; nothing may wait for it.
+  std::_Exit(static_cast<int>(allOk(findings) ? ExitCode::done : ExitCode::failed));
+}
+
+ExitCode run(const EndNow& end) { return static_cast<ExitCode>(end.exitStatus); }
+
+}  // namespace
+}  // namespace tevanto
+
+int main(int argc, char** argv) {
+  // A reader that has gone away is an error of the write, not the end of the program.
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto invocation = tevanto::parseCommandLine(argc, argv);
+  return static_cast<int>(std::visit([](const auto& options) { return tevanto::run(options); }, invocation));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <malloc.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace tevanto::test {
+
+/// Descriptors that this process has open.
+inline std::ptrdiff_t openDescriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
+/// A line of /proc/self/status that holds a size, in bytes.
+inline std::size_t statusBytes(const std::string& name) {
+  std::ifstream file("/proc/self/status");
+  for (std::string line; std::getline(file, line);) {
+    if (line.rfind(name + ":", 0) == 0) return std::stoul(line.substr(name.size() + 1)) * 1024;
+  }
+  return 0;
+}
+
+inline std::size_t residentBytes() { return statusBytes("VmRSS"); }
+/// The most that was resident at once since the process began or `resetPeak`.
+inline std::size_t peakResidentBytes() { return statusBytes("VmHWM"); }
+inline void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
+
+/// Bytes that are allocated on the heap; 0 where a sanitizer keeps its own heap.
+inline std::size_t heapBytes() {
+  const auto info = ::mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+}  // namespace tevanto::test
