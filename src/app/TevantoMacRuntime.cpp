@@ -24,6 +24,7 @@ void TevantoMacRuntime::start() {
   power_->onStateChanged = [weak = std::weak_ptr(server_)](RemoteMessage state) {
     if (const auto server = weak.lock()) server->send(std::move(state));
   };
+  server_->setScreen(screen_);
   server_->start();
   screen_->start();
 }

@@ -94,6 +94,11 @@ void EventLoopQueue::async(Task work) {
   boost::asio::post(strand_, std::move(work));
 }
 
+void EventLoopQueue::dispatch(Task work) {
+  core_->ensureThreads();
+  boost::asio::dispatch(strand_, std::move(work));
+}
+
 Timer EventLoopQueue::asyncAfter(Duration delay, Task work) {
   core_->ensureThreads();
   struct Pending {

@@ -48,6 +48,7 @@ class EventLoopQueue final : public SerialQueue, public std::enable_shared_from_
   EventLoopQueue(std::shared_ptr<EventLoop::Core> core, std::string label);
 
   void async(Task work) override;
+  void dispatch(Task work) override;
   [[nodiscard]] Timer asyncAfter(Duration delay, Task work) override;
   void sync(Task work) override;
   bool isCurrent() const override;

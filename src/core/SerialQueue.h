@@ -51,6 +51,10 @@ class SerialQueue {
 
   /// Runs `work` later, never before this call returns.
   virtual void async(Task work) = 0;
+  /// Like `async`, but where the caller already runs on this queue's loop and nothing waits in front, the
+  /// work may be done before this call returns: for the hot path, which then pays for no turn of the loop in
+  /// between.
+  virtual void dispatch(Task work) { async(std::move(work)); }
   /// Runs `work` once, `delay` from now (at once when not positive). Dropping the returned timer cancels it.
   [[nodiscard]] virtual Timer asyncAfter(Duration delay, Task work) = 0;
   /// Runs `work` on this queue and returns when it is done; at once when already on this queue. Returns

@@ -9,6 +9,8 @@
 
 namespace tevanto {
 
+class ScreenService;
+
 /// The road by which a phone away from the local network reaches this computer: a peer-to-peer answerer and
 /// the invite that leads a phone to it. The remote server drives it; all calls come on the server's queue.
 class AwayRoad {
@@ -21,6 +23,8 @@ class AwayRoad {
   };
 
   virtual ~AwayRoad() = default;
+  /// Who mirrors the screen over this road too. Before the first `startAnswerer`.
+  virtual void setScreen(std::weak_ptr<ScreenService> screen) { (void)screen; }
   /// Starts the answerer unless one runs. Called when the listener starts and whenever a local connection
   /// ends.
   virtual void startAnswerer() = 0;

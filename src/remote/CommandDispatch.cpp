@@ -103,12 +103,13 @@ void CommandDispatch::runShortcut(RemoteCommand command) {
   });
 }
 
-// The command goes to the main queue before the answer is written, so that the pointer moves first.
+// The command is carried out before the answer is written, so that the pointer moves first.
 void CommandDispatch::injectInput(RemoteCommand command) {
   const bool trusted = actuators_.permission.isTrusted();
   callbacks_.permissionChecked(trusted);
   if (!trusted) return acknowledge(false, "accessibility required");
-  queues_.main->async([input = actuators_.input, command = std::move(command)] { input->handle(command); });
+  queues_.main->dispatch(
+      [input = actuators_.input, command = std::move(command)] { input->handle(command); });
   acknowledge(true, {});
 }
 

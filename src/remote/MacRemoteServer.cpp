@@ -97,6 +97,10 @@ void MacRemoteServer::setPower(std::shared_ptr<MacPowerManager> power) {
 
 void MacRemoteServer::setAwayRoad(std::shared_ptr<AwayRoad> road) { awayRoad_ = std::move(road); }
 
+void MacRemoteServer::setScreen(std::weak_ptr<ScreenService> screen) {
+  awayRoad_->setScreen(std::move(screen));
+}
+
 void MacRemoteServer::start() {
   onQueue([](MacRemoteServer& self) { self.startNow(); });
 }

@@ -54,6 +54,8 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   /// Before `start`. Without a power manager keep-awake commands are answered with "power unavailable".
   void setPower(std::shared_ptr<MacPowerManager> power);
   void setAwayRoad(std::shared_ptr<AwayRoad> road);
+  /// Hands the screen's service to the away road, which is to carry it too. It is not kept alive.
+  void setScreen(std::weak_ptr<ScreenService> screen);
 
   /// Starts the listener; again: nothing. May be called from any thread.
   void start();

@@ -64,6 +64,17 @@ class NotingLoginItem final : public LoginItem {
   const std::function<void()> onStatus_;
 };
 
+class RecordingRoad final : public AwayRoad {
+ public:
+  void setScreen(std::weak_ptr<ScreenService> given) override { screen = std::move(given); }
+  void startAnswerer() override { hadScreen = !screen.expired(); }
+  void publishInvite(const Invite&) override {}
+  void phonePaired(const std::optional<std::string>&) override {}
+
+  std::weak_ptr<ScreenService> screen;
+  bool hadScreen = false;
+};
+
 /// The desktop, as far as windows and the Dock go.
 class RecordingDesktop final : public ApplicationPresence, public SetupWindowHost {
  public:
@@ -198,6 +209,27 @@ TEST_F(Runtime, startsTheServicesInOrder) {
   ASSERT_GE(steps.size(), 2U);
   EXPECT_EQ(steps.front(), "login item with 0 listeners");
   EXPECT_EQ(steps.back(), "screen with 1 listeners");
+}
+
+TEST_F(Runtime, theServerGetsTheScreenBeforeItStartsAndDoesNotKeepItAlive) {
+  const auto road = std::make_shared<RecordingRoad>();
+  auto made = factories();
+  made.server = [&] {
+    auto server = makeServer();
+    server->setAwayRoad(road);
+    return server;
+  };
+  {
+    TevantoMacRuntime runtime(made);
+    runtime.start();
+    main->runPending();
+    EXPECT_TRUE(road->hadScreen);
+    EXPECT_EQ(road->screen.lock(), screen);
+    runtime.willTerminate();
+    main->runPending();
+  }
+  screen.reset();
+  EXPECT_TRUE(road->screen.expired());
 }
 
 TEST_F(Runtime, startsOnlyOnce) {

@@ -107,6 +107,22 @@ TEST(EventLoop, syncThatWaitsForItsTurnReturnsWhenTheLoopStops) {
   EXPECT_FALSE(ran);
 }
 
+TEST(EventLoop, dispatchOnTheSameLoopRunsAtOnceUnlessSomethingWaitsInFront) {
+  auto loop = EventLoop::background(1);
+  auto network = loop->makeQueue("network");
+  auto main = loop->makeQueue("main");
+  std::vector<int> seen;
+  network->sync([&] {
+    main->dispatch([&] { seen.push_back(1); });
+    seen.push_back(2);
+    main->async([&] { seen.push_back(3); });
+    main->dispatch([&] { seen.push_back(4); });
+    seen.push_back(5);
+  });
+  main->sync([] {});
+  EXPECT_EQ(seen, (std::vector<int>{1, 2, 5, 3, 4}));
+}
+
 TEST(EventLoop, aCancelledTimerNeverFires) {
   auto loop = EventLoop::background(1);
   auto queue = loop->makeQueue("test");
