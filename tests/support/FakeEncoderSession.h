@@ -30,6 +30,7 @@ class FakeEncoderSession final : public EncoderSession {
   void prepareToEncodeFrames() override { propertiesWhenPrepared = properties.size(); }
   void encodeFrame(std::shared_ptr<const PixelBuffer> picture, PresentationTime time,
                    const EncodeFrameProperties& frameProperties, OutputHandler output) override {
+    if (invalidations > 0) return;
     frames.push_back({std::move(picture), time, frameProperties, std::move(output)});
     if (answers) putOut(frames.back(), frameProperties.forceKeyFrame);
   }
