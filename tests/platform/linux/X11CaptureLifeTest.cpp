@@ -1,12 +1,10 @@
-#include <dirent.h>
+#include <unistd.h>
 
 #include <csignal>
-#include <sstream>
 #include <thread>
 
 #include "platform/linux/X11ScreenCapturePermission.h"
 #include "tests/platform/linux/CaptureOnXvfb.h"
-#include "tests/support/FakeDisplayCapture.h"
 
 namespace tevanto {
 namespace {
