@@ -69,6 +69,7 @@ class EncoderPictures {
   std::shared_ptr<const PixelBuffer> draw(Luma luma, Chroma chroma) {
     auto picture = pool_.acquire();
     if (!picture) return nullptr;
+    picture->change = {++pictures_, pictures_ - 1, {0, 0, width_, height_}};
     fill(picture->planes()[0], luma);
     const bool isInterleaved = picture->format() == PixelFormat::nv12;
     for (std::size_t plane = 1; plane < picture->planes().size(); ++plane) {
@@ -93,6 +94,7 @@ class EncoderPictures {
   PixelBufferPool pool_;
   const int width_;
   const int height_;
+  std::uint64_t pictures_ = 0;
 };
 
 }  // namespace tevanto::test

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/LibavcodecEncoder.h"
+#include "screen/DataRateAccount.h"
 #include "screen/KeyFrameSchedule.h"
 
 namespace tevanto {
@@ -25,6 +26,15 @@ Result<void> takePositive(const EncoderPropertyValue& value, std::int64_t& setti
     if (number > 0) setting = number;
     return number > 0;
   });
+}
+
+/// A quarter of the picture or more, as far as the capture says. A key frame costs no more than such a
+/// change.
+bool isLargeChange(const PixelBuffer& picture) {
+  const auto& [number, previous, region] = picture.change;
+  if (number == 0) return false;
+  if (previous == 0) return true;
+  return 4.0 * region.width * region.height >= 1.0 * picture.width() * picture.height();
 }
 
 EncodedSample sampleOf(const AccessUnit& unit) {
@@ -64,10 +74,15 @@ struct LibavcodecEncoderSession::State {
   EncoderSettings settings;
   std::int64_t maxKeyFrameSeconds = 0;
   KeyFrameSchedule keyFrames;
+  std::optional<DataRateAccount> account;
+  std::uint64_t lastPicture = 0;
 
  private:
-  Result<void> open(PixelFormat format);
+  Result<void> open(PixelFormat format, PresentationTime time);
   Result<void> openNamed();
+  bool isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time, bool isKeyFrame) const;
+  Result<std::optional<AccessUnit>> encodeOpened(std::shared_ptr<const PixelBuffer> picture,
+                                                 PresentationTime time, bool isKeyFrame);
   std::optional<Failure> refusal(const PixelBuffer& picture) const;
 };
 
@@ -143,22 +158,44 @@ Result<void> LibavcodecEncoderSession::State::openNamed() {
   return {};
 }
 
-Result<void> LibavcodecEncoderSession::State::open(PixelFormat format) {
+Result<void> LibavcodecEncoderSession::State::open(PixelFormat format, PresentationTime time) {
   settings.format = format;
+  if (!account) {
+    const auto bucket = leakyBucket(settings);
+    account = DataRateAccount(bucket.rate, bucket.size, settings.fps);
+  }
+  settings.left = account->left(time);
   auto opened = openNamed();
-  if (opened || name == kSoftwareEncoder) return opened;
-  name = kSoftwareEncoder;
-  return openNamed();
+  if (!opened && name != kSoftwareEncoder) {
+    name = kSoftwareEncoder;
+    opened = openNamed();
+  }
+  if (opened) account->encoderBeganAnew(time);
+  return opened;
+}
+
+bool LibavcodecEncoderSession::State::isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time,
+                                                        bool isKeyFrame) const {
+  if (name != kSoftwareEncoder || !account->encoderIsBehind(time)) return false;
+  return isKeyFrame || (picture.change.picture != lastPicture && isLargeChange(picture));
 }
 
 Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
     std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool forceKeyFrame) {
   if (!picture) return Failure{"no picture"};
   if (auto failure = refusal(*picture)) return *failure;
+  const bool isKeyFrame = forceKeyFrame || keyFrames.isDue(time);
+  if (encoder && isBetterBegunAnew(*picture, time, isKeyFrame)) encoder.reset();
   if (!encoder) {
-    if (auto opened = open(picture->format()); !opened) return Failure{opened.error()};
+    if (auto opened = open(picture->format(), time); !opened) return Failure{opened.error()};
   }
-  auto encoded = encoder->encode(std::move(picture), forceKeyFrame || keyFrames.isDue(time));
+  lastPicture = picture->change.picture;
+  return encodeOpened(std::move(picture), time, isKeyFrame || keyFrames.isDue(time));
+}
+
+Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
+    std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool isKeyFrame) {
+  auto encoded = encoder->encode(std::move(picture), isKeyFrame);
   if (!encoded) {
     // What an encoder that failed makes of the next picture is unknown; that one begins anew, in software.
     log.warning(name + " failed: " + encoded.error());
@@ -166,6 +203,7 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
     name = kSoftwareEncoder;
   } else if (encoded.value()) {
     keyFrames.encoded(time, encoded.value()->isIdr);
+    account->encoded(time, encoded.value()->data.size());
   }
   return encoded;
 }

@@ -66,7 +66,8 @@ void applySettings(AVCodecContext& context, const EncoderSettings& settings) {
   context.bit_rate = bucket.rate;
   context.rc_max_rate = bucket.rate;
   context.rc_buffer_size = static_cast<int>(bucket.size);
-  context.rc_initial_buffer_occupancy = static_cast<int>(bucket.size);
+  const auto left = std::clamp<std::int64_t>(settings.left.value_or(bucket.size), 1, bucket.size);
+  context.rc_initial_buffer_occupancy = static_cast<int>(left);
 }
 
 std::vector<std::pair<std::string, std::string>> privateOptions(const std::string& encoder) {

@@ -21,6 +21,7 @@ struct EncoderSettings {
   std::int64_t fps = 15;                  // expected
   std::int64_t maxKeyFrameInterval = 60;  // frames
   std::optional<DataRateLimit> dataRateLimit;
+  std::optional<std::int64_t> left;  // bits in the leaky bucket at the beginning; else it is full
 };
 
 /// What encoders know as their virtual buffer: it fills at `rate`, each picture takes its bits out of it.

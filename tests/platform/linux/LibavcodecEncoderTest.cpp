@@ -135,6 +135,33 @@ TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
   for (std::size_t i = 0; i < stream.frames.size(); ++i) EXPECT_EQ(stream.frames[i].isKeyFrame, i == 0) << i;
 }
 
+TEST_F(LibavcodecEncoderTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  test::H264TestDecoder decoder;
+  for (std::uint32_t i = 0; i < 6; ++i) {
+    const auto page = pictures.text(0, i + 1);
+    stream.encode(page, i * 600ms);
+    const auto& frame = stream.frames.back();
+    if (frame.isKeyFrame) decoder.setParameterSets(*frame.sps, *frame.pps);
+    EXPECT_GT(decoder.decode(frame.data)->psnr(*page), 30) << i;
+  }
+  EXPECT_EQ(decoder.errors(), 0);
+}
+
+TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  stream.encode(pictures.text(0), 0ms);
+  for (int i = 1; i < 10; ++i) {
+    const auto picture = std::const_pointer_cast<PixelBuffer>(pictures.text(0));
+    picture->planes()[0].data[i * 64] = std::byte{20};
+    picture->change.region = {i * 64, 0, 8, 16};
+    stream.encode(picture, i * 300ms);
+    EXPECT_FALSE(stream.frames.back().isKeyFrame) << i;
+  }
+}
+
 TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsOfFrames) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
   auto stream = makeStream(320, 240, 2'000'000, 12);
