@@ -7,6 +7,7 @@
 #include <array>
 #include <boost/json.hpp>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <thread>
@@ -198,6 +199,17 @@ TEST_F(MirrorTest, asksForAKeyFrameWhenTheStreamBeginsInTheMiddle) {
   };
   EXPECT_EQ(mirror({"--snapshot", file("a.png")}), 0) << err();
   EXPECT_EQ(screen_.count(ScreenMessageType::keyframeRequest), 1);
+}
+
+TEST_F(MirrorTest, showsThePictureInAWindowAndTakesTheControlConnection) {
+  ::setenv("SDL_VIDEODRIVER", "dummy", 1);
+  show(EncodedVideo::make(kMoving, 5, 100).messages(0, 5));
+  EXPECT_EQ(mirror({"--view", "--seconds", "0.3"}), 0) << err();
+  ASSERT_EQ(companion_.received().size(), 1u);
+  EXPECT_EQ(companion_.received()[0].type, "sessionHello");
+  ::setenv("SDL_VIDEODRIVER", "nothing", 1);
+  EXPECT_EQ(mirror({"--view"}), 1);
+  EXPECT_THAT(err(), HasSubstr("No window can be shown here"));
 }
 
 TEST_F(MirrorTest, tellsHowItWent) {

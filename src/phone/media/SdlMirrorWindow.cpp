@@ -84,10 +84,13 @@ struct SdlMirrorWindow::Screen {
   std::unique_ptr<SDL_Texture, DestroyTexture> texture;
   int width = 0;  // of the texture
   int height = 0;
+  std::optional<SDL_Point> mouse;  // where it was last, in pixels of the picture; nothing while it is outside
 
   bool fit(int pictureWidth, int pictureHeight);
   void draw();
   std::optional<WindowEvent> translate(const SDL_Event& event);
+  std::optional<WindowEvent> moveTo(SDL_Point now);
+  void changed(std::uint8_t what);
 };
 
 bool SdlMirrorWindow::Screen::fit(int pictureWidth, int pictureHeight) {
@@ -108,12 +111,27 @@ void SdlMirrorWindow::Screen::draw() {
   SDL_RenderPresent(renderer.get());
 }
 
+/// The way from the edge where the mouse came in counts, the jump to that edge does not.
+std::optional<WindowEvent> SdlMirrorWindow::Screen::moveTo(SDL_Point now) {
+  const auto before = std::exchange(mouse, now);
+  if (!before) return std::nullopt;
+  return WindowMotion{static_cast<double>(now.x - before->x), static_cast<double>(now.y - before->y)};
+}
+
+void SdlMirrorWindow::Screen::changed(std::uint8_t what) {
+  if (what == SDL_WINDOWEVENT_EXPOSED) draw();
+  if (what == SDL_WINDOWEVENT_ENTER || what == SDL_WINDOWEVENT_LEAVE ||
+      what == SDL_WINDOWEVENT_SIZE_CHANGED) {
+    mouse.reset();
+  }
+}
+
 std::optional<WindowEvent> SdlMirrorWindow::Screen::translate(const SDL_Event& event) {
   switch (event.type) {
     case SDL_QUIT:
       return WindowClosed{};
     case SDL_MOUSEMOTION:
-      return WindowMotion{static_cast<double>(event.motion.xrel), static_cast<double>(event.motion.yrel)};
+      return moveTo({event.motion.x, event.motion.y});
     case SDL_MOUSEBUTTONDOWN:
     case SDL_MOUSEBUTTONUP:
       return buttonOf(event.button);
@@ -126,7 +144,7 @@ std::optional<WindowEvent> SdlMirrorWindow::Screen::translate(const SDL_Event& e
       if (SDL_GetModState() & (KMOD_CTRL | KMOD_LALT | KMOD_GUI)) return std::nullopt;
       return WindowText{event.text.text};
     case SDL_WINDOWEVENT:
-      if (event.window.event == SDL_WINDOWEVENT_EXPOSED) draw();
+      changed(event.window.event);
       return std::nullopt;
     default:
       return std::nullopt;
