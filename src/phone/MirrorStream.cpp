@@ -13,7 +13,7 @@ void MirrorStream::take(std::span<const std::byte> message, Time now) {
 
 void MirrorStream::takeParameterSets(std::span<const std::byte> body) {
   const auto sets = decodeParameterSets(body);
-  if (!sets) return;
+  if (!sets || sets->sps.empty() || sets->pps.empty()) return;
   sps_.assign(sets->sps.begin(), sets->sps.end());
   pps_.assign(sets->pps.begin(), sets->pps.end());
 }

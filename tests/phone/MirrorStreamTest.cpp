@@ -158,6 +158,14 @@ TEST_F(MirrorStreamTest, whatItDoesNotKnowChangesNothing) {
   EXPECT_EQ(dropped_, 0);
 }
 
+TEST_F(MirrorStreamTest, emptyParameterSetsDoNotReplaceThoseThatAreThere) {
+  start();
+  stream_.take(bytesOf({0x01, 0, 0, 0, 0}), now_);
+  takeFrame(true);
+  ASSERT_EQ(decoder_.units.size(), 2u);
+  EXPECT_EQ(decoder_.units[1], decoder_.units[0]);
+}
+
 TEST_F(MirrorStreamTest, aFrameWithoutItsFlagIsDropped) {
   start();
   stream_.take(bytesOf({0x02}), now_);
