@@ -50,6 +50,18 @@ function(tevanto_program name)
   endif()
 endfunction()
 
+# tevanto_module(<name> SOURCES a.cpp ... LINK lib ...)
+# A part that a program loads when it needs it: lib/tevanto/<name>.so beside the programs' folder.
+function(tevanto_module name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${name} MODULE ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE tevanto_options ${ARG_LINK})
+  set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/tevanto)
+  # What it shares with the program stays its own.
+  target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
+  add_dependencies(programs ${name})
+endfunction()
+
 # tevanto_test(<name> SOURCES a.cpp ... LINK lib ... [TIMEOUT seconds] [LABELS label ...] [SERIAL])
 # One GoogleTest program; each of its tests is one CTest test, so that the closing line counts them.
 # SERIAL: the tests start servers that would disturb one another.

@@ -55,7 +55,12 @@ CompanionStatus CompanionControl::status() const {
   now.hostName = environment_.computerName;
   now.addresses = environment_.addresses();
   now.remotePort = server.port.get();
-  now.mirroringStatusText = environment_.runtime.screen().statusText();
+  const auto screen = environment_.runtime.screen().state();
+  now.isStreaming = screen.isStreaming;
+  now.screenStatusText = screen.statusText;
+  now.isScreenRecordingTrusted = screen.isScreenRecordingTrusted;
+  now.encoder = screen.encoder;
+  now.screenPort = screen.port;
   now.keepAwakeOn = power.isKeepAwakeOn.get();
   now.batteryPercent = power.batteryPercent.get();
   now.keepAwakeStatusText = power.statusText.get();

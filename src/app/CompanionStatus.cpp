@@ -69,7 +69,11 @@ json::object toJson(const CompanionStatus& status) {
           {"hostName", status.hostName},
           {"addresses", json::value_from(status.addresses)},
           {"remotePort", status.remotePort},
-          {"mirroringStatusText", status.mirroringStatusText},
+          {"isStreaming", status.isStreaming},
+          {"screenStatusText", status.screenStatusText},
+          {"isScreenRecordingTrusted", status.isScreenRecordingTrusted},
+          {"encoder", status.encoder},
+          {"screenPort", status.screenPort},
           {"keepAwakeOn", status.keepAwakeOn},
           {"batteryPercent", status.batteryPercent ? json::value(*status.batteryPercent) : json::value()},
           {"keepAwakeStatusText", status.keepAwakeStatusText},
@@ -94,7 +98,11 @@ CompanionStatus companionStatusFrom(const json::object& object) {
   read(object, "hostName", status.hostName);
   readAddresses(object, status.addresses);
   read(object, "remotePort", status.remotePort);
-  read(object, "mirroringStatusText", status.mirroringStatusText);
+  read(object, "isStreaming", status.isStreaming);
+  read(object, "screenStatusText", status.screenStatusText);
+  read(object, "isScreenRecordingTrusted", status.isScreenRecordingTrusted);
+  read(object, "encoder", status.encoder);
+  read(object, "screenPort", status.screenPort);
   read(object, "keepAwakeOn", status.keepAwakeOn);
   if (const auto* battery = object.if_contains("batteryPercent"); battery && battery->is_int64()) {
     status.batteryPercent = battery->as_int64();

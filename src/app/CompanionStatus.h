@@ -21,9 +21,13 @@ struct CompanionStatus {
   bool isAccessibilityTrusted = false;
   std::string deviceID;
   std::string hostName;
-  std::vector<std::string> addresses;  // of this computer on the local network, without port
-  std::int64_t remotePort = 0;         // 0 until it listens
-  std::string mirroringStatusText;
+  std::vector<std::string> addresses;     // of this computer on the local network, without port
+  std::int64_t remotePort = 0;            // 0 until it listens
+  bool isStreaming = false;               // a phone sees the screen
+  std::string screenStatusText;           // empty while there is nothing to tell
+  bool isScreenRecordingTrusted = false;  // the display can be captured
+  std::string encoder;                    // of the last session; empty before the first
+  std::int64_t screenPort = 0;            // 0 until it listens
   bool keepAwakeOn = false;
   std::optional<std::int64_t> batteryPercent;
   std::string keepAwakeStatusText;

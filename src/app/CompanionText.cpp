@@ -100,6 +100,12 @@ std::string plainPanel(const CompanionStatus& status, const std::string& command
   return text + "In a second terminal: " + command + "\n";
 }
 
+std::string mirroringText(const CompanionStatus& status) {
+  const auto encoder = status.encoder.empty() ? "" : " (" + status.encoder + ")";
+  if (!status.screenStatusText.empty()) return status.screenStatusText + encoder;
+  return status.isScreenRecordingTrusted ? "ready" + encoder : "The display cannot be captured";
+}
+
 }  // namespace
 
 TextStyle TextStyle::forStandardOutput() {
@@ -125,7 +131,7 @@ std::string statusLines(const CompanionStatus& status) {
       {"Address", addressText(status)},
       {"Discovery", discoveryText(status.discovery)},
       {"Pointer, keys", inputText(status)},
-      {"Mirroring", status.mirroringStatusText.empty() ? "ready" : status.mirroringStatusText},
+      {"Mirroring", mirroringText(status)},
       {"Keep awake", keepAwakeText(status)},
       {"Launch at login", status.launchAtLoginStatusText},
       {"Process", std::to_string(status.processID) + ", version " + status.version}};

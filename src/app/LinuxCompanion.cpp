@@ -104,7 +104,7 @@ class LinuxCompanion {
     // queue, so this loop runs on until the other one has ended.
     services_.networkQueue()->async([this] {
       ending_ = std::thread([this] {
-        services_.backgroundLoop().stop();
+        services_.endBackgroundWork();
         services_.mainLoop().stop();
       });
     });

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "app/ControlSocketClient.h"
+#include "app/LinuxScreenCheck.h"
 #include "app/RuntimeFolder.h"
 #include "core/EventLoop.h"
 #include "core/Uuid.h"
@@ -136,18 +137,19 @@ Attempt trySleepInhibitor() {
   return std::string("a sleep inhibitor was taken and given back");
 }
 
-/// The port of the companion that runs for this user, 0 when there is none.
-std::int64_t portOfRunningCompanion() {
+/// Whether the companion that runs for this user has this port.
+bool isOurCompanions(std::uint16_t port) {
   const auto folder = runtimeFolder();
-  if (!folder) return 0;
+  if (!folder) return false;
   const auto answer = askCompanion(controlSocketIn(folder.value()), {});
-  if (!answer || !answer.value() || !answer.value()->status) return 0;
-  return answer.value()->status->remotePort;
+  if (!answer || !answer.value() || !answer.value()->status) return false;
+  const auto& status = *answer.value()->status;
+  return status.remotePort == port || status.screenPort == port;
 }
 
 Attempt tryPort(std::uint16_t port, const char* option) {
   const auto name = "port " + std::to_string(port);
-  if (port != 0 && portOfRunningCompanion() == port) return name + " is our running companion's";
+  if (port != 0 && isOurCompanions(port)) return name + " is our running companion's";
   const auto loop = EventLoop::forCallingThread();
   const auto listener = AsioTcpListenerFactory(loop, ListenScope::everywhere).listen(port);
   if (listener) return name + " is free";
@@ -180,6 +182,8 @@ Attempt tryDefaultsFolder(const std::filesystem::path& folder) {
 std::vector<DoctorCheck> linuxDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort,
                                            const std::filesystem::path& defaultsFile) {
   return {{"pointer", tryPointer},
+          {"screen", tryScreenCapture},
+          {"encoder", tryEncoders},
           {"discovery", tryDiscovery},
           {"volume", tryVolume},
           {"keep awake", trySleepInhibitor},

@@ -1,8 +1,10 @@
 #include "app/LinuxServices.h"
 
+#include "app/LoadedEncoders.h"
 #include "app/MacSetupWindowPresenter.h"
-#include "app/ScreenService.h"
 #include "app/StartupPowerSources.h"
+#include "app/StartupScreenPermission.h"
+#include "app/StreamScreenService.h"
 #include "control/MacInputController.h"
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
@@ -23,11 +25,14 @@
 #include "platform/linux/PulseAudioOutput.h"
 #include "platform/linux/SysfsPowerSources.h"
 #include "platform/linux/UPowerSources.h"
+#include "platform/linux/X11DisplayCapture.h"
+#include "platform/linux/X11ScreenCapturePermission.h"
 #include "platform/linux/XServerLink.h"
 #include "platform/linux/XTestInputEvents.h"
 #include "platform/linux/XTestPermission.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
 #include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
 namespace {
@@ -80,7 +85,9 @@ struct LinuxServices::Parts {
         workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
         scripts(audio, session),
         assertions(Logger(sink, "power")),
-        powerSources(kernelPowerSources, upower) {}
+        powerSources(kernelPowerSources, upower),
+        screenPermission(displayPermission),
+        encoders(Logger(sink, "screen")) {}
 
   const CompanionOptions options;
   UserDefaults& defaults;
@@ -88,10 +95,13 @@ struct LinuxServices::Parts {
 
   const std::shared_ptr<EventLoop> mainLoop = EventLoop::forCallingThread();
   const std::shared_ptr<EventLoop> backgroundLoop = EventLoop::background(kBackgroundThreads);
+  const std::shared_ptr<EventLoop> captureLoop = EventLoop::background(1);
   const std::shared_ptr<SerialQueue> mainQueue = mainLoop->makeQueue("main");
   const std::shared_ptr<SerialQueue> networkQueue = mainLoop->makeQueue("tevanto.remote.server");
   const std::shared_ptr<SerialQueue> shortcutQueue = backgroundLoop->makeQueue("tevanto.shortcuts");
   const std::shared_ptr<SerialQueue> applicationQueue = backgroundLoop->makeQueue("tevanto.applications");
+  const std::shared_ptr<SerialQueue> screenQueue = mainLoop->makeQueue("tevanto.screen.server");
+  const std::shared_ptr<SerialQueue> captureQueue = captureLoop->makeQueue("tevanto.screen.capture");
 
   AsioTcpListenerFactory listeners;
   std::unique_ptr<ServiceAdvertiser> advertiser;
@@ -111,6 +121,10 @@ struct LinuxServices::Parts {
   UPowerSources upower;
   StartupPowerSources powerSources;
   XdgAutostartLoginItem loginItem;
+  X11DisplayCapture displays;
+  X11ScreenCapturePermission displayPermission;
+  StartupScreenPermission screenPermission;
+  LoadedEncoders encoders;
   const std::optional<std::string> name = tevanto::computerName();
 
   /// What key strokes do that are the desktop's rather than an application's. Main queue.
@@ -140,6 +154,21 @@ struct LinuxServices::Parts {
                                     .port = options.remotePort.value_or(MacRemoteServer::kDefaultPort)},
                                    {.input = input, .shortcuts = shortcuts, .permission = permission});
   }
+
+  std::shared_ptr<ScreenService> makeScreen() {
+    auto server = ScreenStreamServer::create(
+        {.queue = screenQueue,
+         .captureQueue = captureQueue,
+         .mainQueue = mainQueue,
+         .listeners = listeners,
+         .advertiser = *advertiser,
+         .defaults = defaults,
+         .computerName = name,
+         .port = options.screenPort.value_or(ScreenStreamServer::kDefaultPort)},
+        {.displays = displays, .encoders = encoders, .permission = screenPermission});
+    return std::make_shared<StreamScreenService>(std::move(server), shortcutQueue,
+                                                 [this] { return encoders.usedEncoder(); });
+  }
 };
 
 LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defaults,
@@ -149,17 +178,23 @@ LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defa
 LinuxServices::~LinuxServices() = default;
 
 EventLoop& LinuxServices::mainLoop() { return *parts_->mainLoop; }
-EventLoop& LinuxServices::backgroundLoop() { return *parts_->backgroundLoop; }
+void LinuxServices::endBackgroundWork() {
+  parts_->captureLoop->stop();
+  parts_->backgroundLoop->stop();
+}
 std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->mainQueue; }
 std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->networkQueue; }
 std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
-void LinuxServices::started() { parts_->powerSources.started(); }
+void LinuxServices::started() {
+  parts_->powerSources.started();
+  parts_->screenPermission.started();
+}
 
 TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,
                                                       SetupWindowHost& windows) {
   auto& parts = *parts_;
   return {.server = [&parts] { return parts.makeServer(); },
-          .screen = [] { return std::make_shared<UnavailableScreenService>(); },
+          .screen = [&parts] { return parts.makeScreen(); },
           .power =
               [&parts] {
                 return std::make_shared<MacPowerManager>(parts.mainQueue, parts.assertions,

@@ -20,9 +20,10 @@ class UserDefaults;
 /// The services of the companion on a Linux desktop, and everything below them. Making this starts nothing
 /// and talks to nobody: adapters connect when they are first used, so that nothing delays the start.
 ///
-/// Two loops carry the queues. The main loop, run by the main thread, has the main queue "main" and the
-/// network's "tevanto.remote.server": a command goes from its socket to the pointer without changing threads.
-/// The background loop has what may block, "tevanto.shortcuts" and "tevanto.applications".
+/// Three loops carry the queues. The main loop, run by the main thread, has the main queue "main" and the
+/// network's "tevanto.remote.server" and "tevanto.screen.server": a command goes from its socket to the
+/// pointer without changing threads. The background loop has what may block, "tevanto.shortcuts" and
+/// "tevanto.applications"; "tevanto.screen.capture" has a thread of its own, as it encodes.
 class LinuxServices {
  public:
   LinuxServices(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log);
@@ -31,7 +32,8 @@ class LinuxServices {
   LinuxServices& operator=(const LinuxServices&) = delete;
 
   EventLoop& mainLoop();
-  EventLoop& backgroundLoop();
+  /// Ends the threads of the background, once the services have stopped.
+  void endBackgroundWork();
   std::shared_ptr<SerialQueue> mainQueue();
   std::shared_ptr<SerialQueue> networkQueue();
 

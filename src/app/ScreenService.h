@@ -1,19 +1,31 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace tevanto {
+
+/// What the screen's service tells about itself.
+struct ScreenServiceState {
+  bool isStreaming = false;
+  std::string statusText;  // for a person; empty when there is nothing to tell
+  bool isScreenRecordingTrusted = false;
+  std::string encoder;     // in use, or used last; empty before the first session
+  std::uint16_t port = 0;  // 0 until it listens
+
+  bool operator==(const ScreenServiceState&) const = default;
+};
 
 /// The service that mirrors the screen to the phone, as the runtime drives it. Main queue only.
 class ScreenService {
  public:
   virtual ~ScreenService() = default;
-  /// Once; never fails, `statusText` tells how it went.
+  /// Once; never fails, `state` tells how it went.
   virtual void start() = 0;
   /// Ends every session and gives its port back. May be called twice.
   virtual void stop() = 0;
-  /// For a person; empty when there is nothing to tell.
-  virtual std::string statusText() const = 0;
+  /// As it was last known; never waits for the display or the encoder.
+  virtual ScreenServiceState state() const = 0;
 };
 
 /// For a build without mirroring.
@@ -21,7 +33,11 @@ class UnavailableScreenService final : public ScreenService {
  public:
   void start() override {}
   void stop() override {}
-  std::string statusText() const override { return "Mirroring is not part of this build"; }
+  ScreenServiceState state() const override {
+    ScreenServiceState now;
+    now.statusText = "Mirroring is not part of this build";
+    return now;
+  }
 };
 
 }  // namespace tevanto

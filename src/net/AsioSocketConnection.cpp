@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "net/SendBuffer.h"
+
 namespace tevanto {
 
 namespace asio = boost::asio;
@@ -20,8 +22,8 @@ using boost::system::error_code;
 
 namespace {
 
-/// A send buffer that grew beyond this is given back once it is empty.
-constexpr std::size_t kKeptSendBytes = 64 * 1024;
+/// How many pieces are given to the kernel in one call.
+constexpr std::size_t kPiecesPerWrite = 16;
 
 std::string endpointName(const tcp::endpoint& endpoint) {
   const std::string address = endpoint.address().to_string();
@@ -60,19 +62,24 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   void receive(std::size_t maxBytes) {
     if (ended_) return;
     assert(wantedBytes_ == 0 && "one receive at a time");
-    wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, received_.size());
+    wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, kMaxReceiveBytes);
     if (ready_ && !delivering_) beginRead();
   }
 
   void send(std::span<const std::byte> bytes) {
     if (ended_) return;
-    unsent_.insert(unsent_.end(), bytes.begin(), bytes.end());
-    if (ready_ && pendingBytes() > kMaxPendingBytes) write();
-    if (pendingBytes() > kMaxPendingBytes) return end(ConnectionState::failed);
-    if (ready_) flushAtEndOfTurn();
+    unsent_.append(bytes);
+    appended();
   }
 
-  std::size_t pendingBytes() const { return unsent_.size() - written_; }
+  void send(std::vector<std::byte> bytes, Task processed) {
+    unsent_.append(std::move(bytes), std::move(processed));
+    if (!ended_) return appended();
+    unsent_.clear();
+    postProcessed();
+  }
+
+  std::size_t pendingBytes() const { return unsent_.size(); }
   const std::string& peerName() const { return peerName_; }
 
   /// Frees the socket now and reports `state` in the next turn. Only the first end counts.
@@ -99,8 +106,8 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     error_code ignored;
     resolver_.cancel();
     socket_.close(ignored);
-    unsent_ = {};
-    written_ = 0;
+    unsent_.clear();
+    postProcessed();
     return true;
   }
 
@@ -157,6 +164,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
 
   void beginRead() {
     if (ended_) return;
+    if (received_.size() < wantedBytes_) received_.resize(wantedBytes_);
     socket_.async_read_some(asio::buffer(received_.data(), wantedBytes_),
                             onStrand([self = shared_from_this()](const error_code& error, std::size_t count) {
                               self->finishRead(error, count);
@@ -196,21 +204,35 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
                        onStrand([self = shared_from_this()](const error_code&) { self->flush(); }));
   }
 
+  void appended() {
+    if (ready_ && pendingBytes() > kMaxPendingBytes) write();
+    if (pendingBytes() > kMaxPendingBytes) return end(ConnectionState::failed);
+    if (ready_) flushAtEndOfTurn();
+  }
+
   error_code write() {
     error_code error;
-    while (pendingBytes() > 0 && !error) {
-      const auto rest = asio::buffer(unsent_.data() + written_, pendingBytes());
-      written_ += socket_.write_some(rest, error);
+    std::array<std::span<const std::byte>, kPiecesPerWrite> pieces;
+    std::array<asio::const_buffer, kPiecesPerWrite> buffers;
+    unsent_.consume(0);  // an empty piece needs no kernel
+    while (!unsent_.empty() && !error) {
+      const auto count = unsent_.front(pieces);
+      for (std::size_t i = 0; i < count; ++i) buffers[i] = {pieces[i].data(), pieces[i].size()};
+      unsent_.consume(socket_.write_some(std::span(buffers).first(count), error));
     }
-    if (pendingBytes() == 0) {
-      unsent_.clear();
-      written_ = 0;
-      if (unsent_.capacity() > kKeptSendBytes) unsent_.shrink_to_fit();
-    } else if (written_ > unsent_.size() / 2) {
-      unsent_.erase(unsent_.begin(), unsent_.begin() + static_cast<std::ptrdiff_t>(written_));
-      written_ = 0;
-    }
+    postProcessed();
     return error;
+  }
+
+  void postProcessed() {
+    if (!unsent_.hasProcessed() || !strand_) return;
+    asio::post(*strand_, [self = shared_from_this()] { self->tellProcessed(); });
+  }
+
+  void tellProcessed() {
+    for (auto& processed : unsent_.takeProcessed()) {
+      if (!silent_) processed();
+    }
   }
 
   AsioSocket socket_;
@@ -219,11 +241,10 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   const std::uint16_t port_;
   std::string peerName_ = "unknown peer";
   std::unique_ptr<EventLoopQueue::Strand> strand_;
-  std::array<std::byte, kMaxReceiveBytes> received_;
-  std::size_t wantedBytes_ = 0;    // of the open receive; 0: none is open
-  bool delivering_ = false;        // bytes are being handed over
-  std::vector<std::byte> unsent_;  // from `written_` on
-  std::size_t written_ = 0;
+  std::vector<std::byte> received_;  // as large as the largest receive so far
+  std::size_t wantedBytes_ = 0;      // of the open receive; 0: none is open
+  bool delivering_ = false;          // bytes are being handed over
+  SendBuffer unsent_;
   bool ready_ = false;
   bool flushing_ = false;  // a flush is posted or waits for the kernel
   bool ended_ = false;
@@ -260,6 +281,11 @@ void AsioSocketConnection::start(std::shared_ptr<SerialQueue> queue) {
 
 void AsioSocketConnection::receive(std::size_t maxBytes) { stream_->receive(maxBytes); }
 void AsioSocketConnection::send(std::span<const std::byte> bytes) { stream_->send(bytes); }
+
+void AsioSocketConnection::send(std::vector<std::byte> bytes, Task processed) {
+  stream_->send(std::move(bytes), std::move(processed));
+}
+
 std::size_t AsioSocketConnection::pendingBytes() const { return stream_->pendingBytes(); }
 void AsioSocketConnection::cancel() { stream_->end(ConnectionState::cancelled); }
 std::string AsioSocketConnection::peerName() const { return stream_->peerName(); }

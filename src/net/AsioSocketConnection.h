@@ -30,6 +30,7 @@ class AsioSocketConnection final : public TcpConnection {
   void start(std::shared_ptr<SerialQueue> queue) override;
   void receive(std::size_t maxBytes) override;
   void send(std::span<const std::byte> bytes) override;
+  void send(std::vector<std::byte> bytes, Task processed) override;
   std::size_t pendingBytes() const override;
   void cancel() override;
   std::string peerName() const override;

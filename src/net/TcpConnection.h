@@ -6,8 +6,10 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "core/SerialQueue.h"
+#include "core/Task.h"
 
 namespace tevanto {
 
@@ -47,6 +49,9 @@ class TcpConnection {
   /// Queues the bytes behind those still unsent; they are written together when the current turn of the queue
   /// ends. What the kernel refuses is kept, up to `kMaxPendingBytes`; beyond that the connection fails.
   virtual void send(std::span<const std::byte> bytes) = 0;
+  /// The same without a copy, and tells: `processed` runs in a turn of its own, once the kernel has taken the
+  /// last of the bytes, or once they are dropped because the connection has ended.
+  virtual void send(std::vector<std::byte> bytes, Task processed) = 0;
   /// Bytes given to `send` that the kernel has not taken yet.
   virtual std::size_t pendingBytes() const = 0;
   /// Ends the connection and frees its descriptor; `cancelled` is reported in the queue's next turn, unless
@@ -55,7 +60,7 @@ class TcpConnection {
   /// "address:port" of the peer, for logs and status.
   virtual std::string peerName() const = 0;
 
-  static constexpr std::size_t kMaxReceiveBytes = 4096;
+  static constexpr std::size_t kMaxReceiveBytes = 64 * 1024;
   static constexpr std::size_t kMaxPendingBytes = 8 * 1024 * 1024;
 };
 

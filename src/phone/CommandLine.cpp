@@ -53,6 +53,12 @@ std::string endpoint(const std::string& text) {
   return parseEndpoint(text) ? "" : "\"" + text + "\" is not HOST, HOST:PORT or [IPv6]:PORT";
 }
 
+std::string recording(const std::string& text) {
+  return text.ends_with(".mp4") || text.ends_with(".h264")
+             ? ""
+             : "\"" + text + "\" is neither FILE.mp4 nor FILE.h264";
+}
+
 std::string key(const std::string& text) {
   return keyNamed(text) ? "" : "no key is called \"" + text + "\"; there are: " + keyNames();
 }
@@ -75,6 +81,8 @@ class CommandLine {
   void addConfirmed(const std::string& name, const std::string& help, const std::string& question,
                     const std::string& type);
   void addLiveCommands();
+  void addMirror();
+  ExitCode mirror(PhoneCommands& phone);
   CLI::App& add(const std::string& name, const std::string& help, Action action);
   CLI::App& addSimple(const std::string& name, const std::string& help, const std::string& type) {
     return add(name, help, [type](PhoneCommands& phone) { return phone.perform({command(type)}); });
@@ -105,6 +113,13 @@ class CommandLine {
   bool yes_ = false;
   bool token_ = false;
   double linger_ = 1;
+  bool view_ = false;
+  std::string out_;
+  std::string snapshot_;
+  std::optional<double> seconds_;
+  bool lowBandwidth_ = false;
+  bool stats_ = false;
+  std::string screenHost_;
 };
 
 CommandLine::CommandLine() {
@@ -117,6 +132,7 @@ CommandLine::CommandLine() {
   addKeyboardCommands();
   addSystemCommands();
   addLiveCommands();
+  addMirror();
 }
 
 void CommandLine::addGlobalOptions() {
@@ -243,6 +259,30 @@ void CommandLine::addLiveCommands() {
   raw.add_option("--linger", linger_, "Seconds to wait for a further reply after the input's end")
       ->check(CLI::Range(0.0, 3600.0))
       ->capture_default_str();
+}
+
+void CommandLine::addMirror() {
+  auto& sub = add("mirror", "Show or record the computer's screen",
+                  [this](PhoneCommands& phone) { return mirror(phone); });
+  sub.add_flag("--view", view_, "In a window that sends pointer and keys back");
+  sub.add_option("--out", out_, "Record into FILE.mp4, or FILE.h264 for the bare stream")
+      ->check(CLI::Validator(recording, "FILE"));
+  sub.add_option("--snapshot", snapshot_,
+                 "Write the first picture, or with --seconds the last, into FILE.png");
+  sub.add_option("--seconds", seconds_, "End so long after the first picture; else Ctrl-C ends it")
+      ->check(CLI::Range(0.0, 1e6));
+  sub.add_flag("--low-bandwidth", lowBandwidth_, "Ask for smaller pictures at a lower rate");
+  sub.add_flag("--stats", stats_, "Show every second how it goes");
+  sub.add_option("--screen-host", screenHost_, "Where the screen is, when not at --host and the usual port")
+      ->check(CLI::Validator(endpoint, "ADDRESS"));
+}
+
+ExitCode CommandLine::mirror(PhoneCommands& phone) {
+  MirrorSettings settings{
+      .view = view_, .out = out_, .snapshot = snapshot_, .lowBandwidth = lowBandwidth_, .stats = stats_};
+  if (seconds_) settings.duration = std::chrono::milliseconds(std::llround(*seconds_ * 1000));
+  if (!screenHost_.empty()) settings.screenHost = parseEndpoint(screenHost_, kScreenPort);
+  return phone.mirror(std::move(settings));
 }
 
 RemoteCommand CommandLine::click() const {

@@ -7,6 +7,7 @@ namespace tevanto::phone {
 namespace {
 
 constexpr auto* kServiceType = "_tevanto-remote._tcp";
+constexpr auto* kScreenServiceType = "_tevanto-video._tcp";
 
 Target targetOf(const FoundService& service) {
   Target target{{service.addresses, service.port}, advertisedID(service)};
@@ -41,12 +42,14 @@ std::optional<std::string> advertisedID(const FoundService& service) {
   return found == service.txt.end() ? std::nullopt : std::optional(found->second);
 }
 
-Answer<std::vector<FoundService>> CompanionFinder::discover() const {
+Answer<std::vector<FoundService>> CompanionFinder::discover() const { return browse(kServiceType); }
+
+Answer<std::vector<FoundService>> CompanionFinder::browse(const std::string& type) const {
   if (!browser_) {
     return Trouble{ExitCode::notFound,
                    "This build cannot look for companions. Name the computer: --host ADDRESS."};
   }
-  auto browsed = browser_->browse(kServiceType, choice_.timeout);
+  auto browsed = browser_->browse(type, choice_.timeout);
   if (!browsed) {
     return Trouble{ExitCode::notFound, browsed.error() + " --host ADDRESS connects without discovery."};
   }
@@ -59,17 +62,38 @@ Answer<Target> CompanionFinder::find(For purpose) const {
   if (choice_.host) return Target{*choice_.host, paired_.companionAt(*choice_.host)};
   auto found = discover();
   if (!found) return found.trouble();
+  return pick(*std::move(found), purpose);
+}
+
+Answer<Target> CompanionFinder::findScreen(const std::optional<std::string>& deviceID) const {
+  if (choice_.host) {
+    return Target{{choice_.host->hosts, kScreenPort},
+                  deviceID ? deviceID : paired_.companionAt(*choice_.host)};
+  }
+  auto found = browse(kScreenServiceType);
+  if (!found) return found.trouble();
+  if (deviceID) {
+    std::erase_if(*found, [&](const auto& service) { return advertisedID(service) != deviceID; });
+  }
+  return pick(*std::move(found), For::command);
+}
+
+std::optional<std::string> CompanionFinder::pairedAt(const Endpoint& endpoint) const {
+  return paired_.companionAt(choice_.host ? *choice_.host : endpoint);
+}
+
+Answer<Target> CompanionFinder::pick(std::vector<FoundService> found, For purpose) const {
   if (!choice_.companion.empty()) {
-    std::erase_if(*found, [&](const auto& service) {
+    std::erase_if(found, [&](const auto& service) {
       return service.name != choice_.companion && advertisedID(service) != choice_.companion;
     });
   }
-  if (found->empty()) {
+  if (found.empty()) {
     return Trouble{ExitCode::notFound,
                    "No companion found on the local network. Is it running, and on the same network? "
                    "--host ADDRESS connects without discovery; `tevanto status` shows the address."};
   }
-  return choose(*std::move(found), purpose);
+  return choose(std::move(found), purpose);
 }
 
 bool CompanionFinder::isPaired(const FoundService& service) const {

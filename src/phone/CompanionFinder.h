@@ -34,11 +34,18 @@ class CompanionFinder {
 
   /// Every companion on the local network, each once.
   Answer<std::vector<FoundService>> discover() const;
+  /// Where the screen of a companion can be seen: of this one, or where it is not named, of the one that a
+  /// command would go to.
+  Answer<Target> findScreen(const std::optional<std::string>& deviceID) const;
+  /// The companion that the user named by its address, else the one met at `endpoint`.
+  std::optional<std::string> pairedAt(const Endpoint& endpoint) const;
   enum class For { pairing, command };
   Answer<Target> find(For purpose) const;
 
  private:
   bool isPaired(const FoundService& service) const;
+  Answer<std::vector<FoundService>> browse(const std::string& type) const;
+  Answer<Target> pick(std::vector<FoundService> found, For purpose) const;
   Answer<Target> choose(std::vector<FoundService> found, For purpose) const;
 
   ServiceBrowser* browser_;

@@ -13,9 +13,9 @@ std::optional<std::uint16_t> parsePort(std::string_view text) {
   return port;
 }
 
-std::optional<Endpoint> endpointOf(std::string_view host, std::string_view rest) {
+std::optional<Endpoint> endpointOf(std::string_view host, std::string_view rest, std::uint16_t defaultPort) {
   if (host.empty()) return std::nullopt;
-  Endpoint endpoint{{std::string(host)}};
+  Endpoint endpoint{{std::string(host)}, defaultPort};
   if (rest.empty()) return endpoint;
   const auto port = rest[0] == ':' ? parsePort(rest.substr(1)) : std::nullopt;
   if (!port) return std::nullopt;
@@ -31,15 +31,15 @@ std::string Endpoint::text() const {
   return (isIpv6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
 }
 
-std::optional<Endpoint> parseEndpoint(std::string_view text) {
+std::optional<Endpoint> parseEndpoint(std::string_view text, std::uint16_t defaultPort) {
   if (text.starts_with('[')) {
     const auto end = text.find(']');
     if (end == std::string_view::npos) return std::nullopt;
-    return endpointOf(text.substr(1, end - 1), text.substr(end + 1));
+    return endpointOf(text.substr(1, end - 1), text.substr(end + 1), defaultPort);
   }
-  if (std::count(text.begin(), text.end(), ':') > 1) return endpointOf(text, "");
+  if (std::count(text.begin(), text.end(), ':') > 1) return endpointOf(text, "", defaultPort);
   const auto colon = std::min(text.find(':'), text.size());
-  return endpointOf(text.substr(0, colon), text.substr(colon));
+  return endpointOf(text.substr(0, colon), text.substr(colon), defaultPort);
 }
 
 }  // namespace tevanto::phone

@@ -9,6 +9,7 @@
 namespace tevanto::phone {
 
 inline constexpr std::uint16_t kCompanionPort = 51637;
+inline constexpr std::uint16_t kScreenPort = 51638;
 
 /// Where a companion listens: one computer, by any of these names or addresses.
 struct Endpoint {
@@ -21,6 +22,6 @@ struct Endpoint {
 };
 
 /// "host", "host:port", "[IPv6]", "[IPv6]:port" or a bare IPv6 address; nothing when it is none of these.
-std::optional<Endpoint> parseEndpoint(std::string_view text);
+std::optional<Endpoint> parseEndpoint(std::string_view text, std::uint16_t defaultPort = kCompanionPort);
 
 }  // namespace tevanto::phone

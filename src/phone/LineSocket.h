@@ -1,27 +1,23 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/Result.h"
+#include "phone/TcpSocket.h"
 
 namespace tevanto::phone {
 
 /// A TCP connection of lines, each ended by a line feed, for a caller that waits. Every wait has a deadline.
 class LineSocket {
  public:
-  using Deadline = std::chrono::steady_clock::time_point;
+  using Deadline = TcpSocket::Deadline;
   enum class Received { line, nothingYet, closed };
 
   /// Resolves `host` and tries its addresses in turn.
   static Result<LineSocket> connect(const std::string& host, std::uint16_t port, Deadline deadline);
-
-  ~LineSocket();
-  LineSocket(LineSocket&& other) noexcept;
-  LineSocket& operator=(LineSocket&&) = delete;
-  LineSocket(const LineSocket&) = delete;
 
   /// False when the peer is gone or does not take the bytes in time.
   bool send(std::string_view bytes, Deadline deadline);
@@ -29,13 +25,13 @@ class LineSocket {
   Received receive(std::string& line, Deadline deadline);
   /// For poll(2) together with other descriptors. Lines that were received together are not announced again:
   /// call `receive` until it has nothing more.
-  int descriptor() const { return descriptor_; }
+  int descriptor() const { return socket_.descriptor(); }
 
  private:
-  explicit LineSocket(int descriptor) : descriptor_(descriptor) {}
+  explicit LineSocket(TcpSocket socket) : socket_(std::move(socket)) {}
   bool takeLine(std::string& line);
 
-  int descriptor_ = -1;
+  TcpSocket socket_;
   std::string buffer_;
   std::size_t taken_ = 0;    // bytes of `buffer_` that were handed out
   std::size_t scanned_ = 0;  // bytes of `buffer_` that hold no further line feed

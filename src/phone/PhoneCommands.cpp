@@ -175,6 +175,40 @@ ExitCode PhoneCommands::touchpad() {
   return done ? ExitCode::done : output_.trouble(done.trouble());
 }
 
+ExitCode PhoneCommands::mirror(MirrorSettings settings) {
+  if (!settings.view && settings.out.empty() && settings.snapshot.empty() && !settings.stats) {
+    return output_.trouble(
+        {ExitCode::usage,
+         "Say what to do with the picture: --view, --out FILE, --snapshot FILE or --stats."});
+  }
+  if (!environment_.media) {
+    return output_.trouble({ExitCode::notDone, "Mirroring is not part of this build."});
+  }
+  const auto media = environment_.media();
+  if (!media) return output_.trouble({ExitCode::notDone, media.error()});
+  std::optional<Greeted> control;
+  if (settings.view) {
+    auto greeted = greet();
+    if (!greeted) return output_.trouble(greeted.trouble());
+    control.emplace(std::move(*greeted));
+  }
+  const auto target = screenOf(settings, control ? control->ready.deviceID : std::nullopt);
+  if (!target) return output_.trouble(target.trouble());
+  auto socket = ScreenSocket::connect(target->endpoint, timeout_);
+  if (!socket) return output_.trouble(socket.trouble());
+  Mirror mirror(std::move(*socket), *media.value(), output_, std::move(settings), timeout_,
+                control ? &control->session : nullptr);
+  // Without a token the companion says no, which is better told than guessed.
+  const auto done = mirror.run(tokenFor(*target).value_or(""), ::isatty(environment_.output) != 0);
+  return done ? ExitCode::done : output_.trouble(done.trouble());
+}
+
+Answer<Target> PhoneCommands::screenOf(const MirrorSettings& settings,
+                                       const std::optional<std::string>& deviceID) const {
+  if (!settings.screenHost) return finder_.findScreen(deviceID);
+  return Target{*settings.screenHost, deviceID ? deviceID : finder_.pairedAt(*settings.screenHost)};
+}
+
 ExitCode PhoneCommands::raw(bool addToken, std::chrono::milliseconds linger) {
   const auto target = finder_.find(CompanionFinder::For::command);
   if (!target) return output_.trouble(target.trouble());

@@ -1,13 +1,16 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "phone/Answer.h"
 #include "phone/CompanionFinder.h"
+#include "phone/Mirror.h"
 #include "phone/PairedCompanions.h"
 #include "phone/PhoneOutput.h"
 #include "phone/PhoneSession.h"
@@ -22,6 +25,9 @@ struct PhoneEnvironment {
   std::ostream& err;
   int input = 0;  // descriptors of the terminal, for what is read and for the touchpad
   int output = 1;
+  /// Loaded only for mirroring: every other command would wait for libraries that it does not need. Empty
+  /// in a build without mirroring.
+  std::function<Result<std::shared_ptr<MirrorMedia>>()> media = {};
 };
 
 /// The subcommands of `tevanto-phone`. Each finds the companion, talks to it, prints what it said, and
@@ -43,6 +49,7 @@ class PhoneCommands {
   ExitCode keepAwake(bool on);
   ExitCode state();
   ExitCode touchpad();
+  ExitCode mirror(MirrorSettings settings);
   ExitCode raw(bool addToken, std::chrono::milliseconds linger);
 
  private:
@@ -51,6 +58,7 @@ class PhoneCommands {
     RemoteMessage ready;
   };
   Answer<Greeted> greet();
+  Answer<Target> screenOf(const MirrorSettings& settings, const std::optional<std::string>& deviceID) const;
   std::optional<std::string> tokenFor(const Target& target) const;
 
   PhoneEnvironment environment_;

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 #include "core/Base64.h"
 #include "core/Text.h"
@@ -57,6 +58,41 @@ json::object describe(const FoundService& service, bool isPaired) {
   object["port"] = service.port;
   object["paired"] = isPaired;
   return object;
+}
+
+json::value orNull(std::optional<double> value) { return value ? json::value(*value) : json::value(); }
+
+json::object describe(const MirrorStatistics::Report& report) {
+  return {{"seconds", static_cast<double>(report.elapsed.count()) / 1000},
+          {"frames", report.frames},
+          {"keyFrames", report.keyframes},
+          {"dropped", report.dropped},
+          {"bytes", report.bytes},
+          {"framesPerSecond", report.framesPerSecond},
+          {"bitsPerSecond", report.bitsPerSecond},
+          {"decodeMilliseconds", orNull(report.decodeMilliseconds)},
+          {"answerMilliseconds", orNull(report.answerMilliseconds)},
+          {"width", report.width},
+          {"height", report.height}};
+}
+
+std::string sentence(const MirrorStatistics::Report& report) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(1) << static_cast<double>(report.elapsed.count()) / 1000
+       << " s: " << report.frames << " frames of " << report.width << " x " << report.height << ", "
+       << report.keyframes << " key frames, " << report.dropped << " dropped, "
+       << static_cast<double>(report.bytes) / 1e6 << " MB";
+  return text.str();
+}
+
+std::string liveLine(const MirrorStatistics::Report& report) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(0) << report.framesPerSecond << " frames/s  "
+       << std::setprecision(2) << report.bitsPerSecond / 1e6 << " Mbit/s  " << report.keyframes
+       << " key frames  " << report.dropped << " dropped" << std::setprecision(1);
+  if (report.decodeMilliseconds) text << "  decoding " << *report.decodeMilliseconds << " ms";
+  if (report.answerMilliseconds) text << "  key frame asked to shown " << *report.answerMilliseconds << " ms";
+  return text.str();
 }
 
 /// A file name that stays in its folder, whatever the companion calls its applications.
@@ -157,6 +193,23 @@ void PhoneOutput::services(const std::vector<FoundService>& found, const PairedC
     }
   }
 }
+
+void PhoneOutput::mirror(const MirrorStatistics::Report& report, Moment moment) {
+  if (format_ == Format::json) {
+    auto object = describe(report);
+    object["type"] = moment == Moment::end ? "mirror" : "mirrorStats";
+    return line(json::serialize(object));
+  }
+  if (moment == Moment::nowOnTerminal) {
+    out_ << "\r\x1b[K" << liveLine(report) << std::flush;
+    isLineOpen_ = true;
+    return;
+  }
+  if (std::exchange(isLineOpen_, false)) out_ << '\n';
+  line(moment == Moment::end ? sentence(report) : liveLine(report));
+}
+
+void PhoneOutput::warning(std::string_view text) { err_ << printable(text) << '\n'; }
 
 void PhoneOutput::line(std::string_view text) {
   out_ << text << '\n';

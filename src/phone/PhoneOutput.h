@@ -9,6 +9,7 @@
 #include "core/Result.h"
 #include "net/ServiceBrowser.h"
 #include "phone/Answer.h"
+#include "phone/MirrorStatistics.h"
 #include "remote/RemoteMessage.h"
 
 namespace tevanto::phone {
@@ -31,6 +32,11 @@ class PhoneOutput {
   void powerState(const RemoteMessage& message);
   void apps(const RemoteMessage& message);
   void services(const std::vector<FoundService>& found, const PairedCompanions& paired);
+  enum class Moment { now, nowOnTerminal, end };
+  /// How mirroring goes, on a line that is written over again on a terminal; or how it went.
+  void mirror(const MirrorStatistics::Report& report, Moment moment);
+  /// To standard error, for what does not end the command.
+  void warning(std::string_view text);
   void line(std::string_view text);
   /// To standard error; for scripts also {"type":"error","code":...,"message":...} to standard output.
   ExitCode trouble(const Trouble& trouble);
@@ -41,6 +47,7 @@ class PhoneOutput {
   std::ostream& out_;
   std::ostream& err_;
   Format format_;
+  bool isLineOpen_ = false;  // the terminal's cursor stands behind statistics
 };
 
 /// Without what could steer a terminal.

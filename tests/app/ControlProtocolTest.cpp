@@ -20,7 +20,11 @@ CompanionStatus someStatus() {
   status.hostName = "büro";
   status.addresses = {"192.0.2.7", "2001:db8::7"};
   status.remotePort = 51637;
-  status.mirroringStatusText = "none";
+  status.isStreaming = true;
+  status.screenStatusText = "Mirroring to iPhone";
+  status.isScreenRecordingTrusted = true;
+  status.encoder = "libx264";
+  status.screenPort = 51638;
   status.keepAwakeOn = true;
   status.batteryPercent = 64;
   status.keepAwakeStatusText = "Keeps running after screen lock";

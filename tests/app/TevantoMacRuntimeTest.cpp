@@ -42,7 +42,7 @@ class RecordingScreen final : public ScreenService {
   explicit RecordingScreen(std::function<void()> onStart) : onStart_(std::move(onStart)) {}
   void start() override { onStart_(); }
   void stop() override { ++stops; }
-  std::string statusText() const override { return "mirroring"; }
+  ScreenServiceState state() const override { return {true, "Mirroring to iPhone", true, "libx264", 4711}; }
   int stops = 0;
 
  private:
@@ -400,7 +400,11 @@ TEST_F(Control, tellsTheStatusOfTheServices) {
   EXPECT_EQ(reply.status->hostName, "desk");
   EXPECT_THAT(reply.status->addresses, ElementsAre("192.0.2.7"));
   EXPECT_EQ(reply.status->remotePort, MacRemoteServer::kDefaultPort);
-  EXPECT_EQ(reply.status->mirroringStatusText, "mirroring");
+  EXPECT_TRUE(reply.status->isStreaming);
+  EXPECT_EQ(reply.status->screenStatusText, "Mirroring to iPhone");
+  EXPECT_TRUE(reply.status->isScreenRecordingTrusted);
+  EXPECT_EQ(reply.status->encoder, "libx264");
+  EXPECT_EQ(reply.status->screenPort, 4711);
   EXPECT_FALSE(reply.status->keepAwakeOn);
   EXPECT_EQ(reply.status->batteryPercent, 64);
   EXPECT_EQ(reply.status->keepAwakeStatusText, "Keep Awake off");

@@ -245,8 +245,9 @@ TEST_F(Companion, theDoctorFindsNothingOnAFullDesktop) {
   const auto port = std::to_string(companion.port());
   const auto result = tevanto({"doctor", "--remote-port", port, "--screen-port", "0"});
   EXPECT_EQ(result.exitStatus, 0) << result.output;
-  for (const auto* found : {"a pointer event arrived", "advertised and resolved", "the volume is ",
-                            "taken and given back", "our running companion's", "can be written"}) {
+  for (const auto* found : {"a pointer event arrived", "a picture of 1280 x 800 was captured", "libx264",
+                            "advertised and resolved", "the volume is ", "taken and given back",
+                            "our running companion's", "can be written"}) {
     EXPECT_THAT(result.output, HasSubstr(found));
   }
 }

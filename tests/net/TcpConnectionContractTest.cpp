@@ -200,6 +200,20 @@ class TcpConnectionContract : public testing::TestWithParam<Kind> {
     onQueue([&] { connection_->send(std::as_bytes(std::span(bytes))); });
   }
 
+  /// Gives `bytes` away, and counts in `processed_` when they are gone.
+  void give(const std::string& bytes) {
+    const auto span = std::as_bytes(std::span(bytes));
+    onQueue([&] { connection_->send(std::vector(span.begin(), span.end()), [this] { noteProcessed(); }); });
+  }
+  void noteProcessed() {
+    EXPECT_TRUE(bench_->queue()->isCurrent());
+    EXPECT_FALSE(inCall_);
+    ++processed_;
+  }
+  bool processes(int count) {
+    return bench_->settles([&] { return processed_ == count; });
+  }
+
   bool ends(ConnectionState state) {
     return bench_->settles([&] { return !states_.empty() && states_.back() == state; });
   }
@@ -224,6 +238,7 @@ class TcpConnectionContract : public testing::TestWithParam<Kind> {
   bool ended_ = false;
   bool inCall_ = false;
   std::size_t lastAsked_ = 0;
+  int processed_ = 0;
   std::function<void(ConnectionState)> onState_;
   std::function<void()> onReceive_;
 };
@@ -318,6 +333,60 @@ TEST_P(TcpConnectionContract, carriesManyMegabytesToAPeerThatReads) {
     ASSERT_EQ(bench_->peerReceives(part.size()), part);
   }
   EXPECT_EQ(allStates().back(), ConnectionState::ready);
+}
+
+TEST_P(TcpConnectionContract, sendsWhatItWasGivenInOrderWithTheRest) {
+  start();
+  std::string expected;
+  for (int i = 0; i < 200; ++i) {
+    const auto part = std::to_string(i) + std::string(static_cast<std::size_t>(i) * 7 % 100, '.');
+    expected += part;
+    if (i % 3 == 0) {
+      send(part);
+    } else {
+      give(part);
+    }
+  }
+  EXPECT_EQ(bench_->peerReceives(expected.size()), expected);
+  EXPECT_TRUE(processes(133));
+}
+
+TEST_P(TcpConnectionContract, tellsInALaterTurnThatTheKernelHasTakenAll) {
+  start();
+  give("abc");
+  give("");
+  EXPECT_EQ(bench_->peerReceives(3), "abc");
+  EXPECT_TRUE(processes(2));
+}
+
+TEST_P(TcpConnectionContract, countsWhatItWasGivenUntilTheKernelHasTakenIt) {
+  start();
+  onQueue([&] {
+    connection_->send(std::vector<std::byte>(70'000), [this] { noteProcessed(); });
+    EXPECT_EQ(connection_->pendingBytes(), 70'000u);
+  });
+  EXPECT_EQ(bench_->peerReceives(70'000), std::string(70'000, '\0'));
+  EXPECT_TRUE(processes(1));
+  onQueue([&] { EXPECT_EQ(connection_->pendingBytes(), 0u); });
+}
+
+TEST_P(TcpConnectionContract, doesNotTellOfBytesThatTheKernelRefuses) {
+  start();
+  bench_->peerStopsReading();
+  // More than the buffers of both kernels take.
+  give(std::string(TcpConnection::kMaxPendingBytes, 'm'));
+  give(std::string(64 * 1024, 'm'));
+  allStates();
+  onQueue([&] { EXPECT_EQ(processed_<2, connection_->pendingBytes()> 0); });
+}
+
+TEST_P(TcpConnectionContract, tellsOfBytesThatItsEndDropped) {
+  onQueue([&] { connection_->start(bench_->queue()); });
+  give("never sent");
+  onQueue([&] { connection_->cancel(); });
+  give("too late");
+  EXPECT_TRUE(ends(ConnectionState::cancelled));
+  EXPECT_TRUE(processes(2));
 }
 
 TEST_P(TcpConnectionContract, failsWhenMoreIsUnsentThanItKeeps) {
@@ -451,10 +520,13 @@ TEST_P(TcpConnectionContract, isSilentOnceReleased) {
   start();
   receiveForEver();
   onQueue([&] {
+    connection_->send(std::vector<std::byte>(10), [this] { noteProcessed(); });
     connection_->cancel();
     connection_.reset();
   });
   EXPECT_TRUE(bench_->peerSeesEnd());
+  allStates();
+  EXPECT_EQ(processed_, 0);
   EXPECT_EQ(allStates(), (States{ConnectionState::preparing, ConnectionState::ready}));
 }
 

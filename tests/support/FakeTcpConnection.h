@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cassert>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "net/TcpConnection.h"
 
@@ -20,6 +22,8 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   std::string received;
   /// How many bytes the kernel still takes from the connection.
   std::size_t window = std::string::npos;
+  /// How often the connection tells that something was processed: a broken one may repeat itself.
+  int timesProcessedIsTold = 1;
   /// Whether the connection becomes ready by itself when it is started.
   bool readyOnStart = true;
 
@@ -92,8 +96,10 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     }
   }
 
-  void sendFromConnection(std::span<const std::byte> bytes) {
-    if (ended_) return;
+  void sendFromConnection(std::span<const std::byte> bytes, Task processed = {}) {
+    if (processed) processed_.push_back({sent_ + bytes.size(), std::move(processed)});
+    sent_ += bytes.size();
+    if (ended_) return tellProcessed();
     unsent_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (ready_ && unsent_.size() > TcpConnection::kMaxPendingBytes) flush();
     if (unsent_.size() > TcpConnection::kMaxPendingBytes) return end(ConnectionState::failed);
@@ -105,19 +111,38 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     received.append(unsent_, 0, taken);
     unsent_.erase(0, taken);
     if (window != std::string::npos) window -= taken;
+    tellProcessed();
+  }
+
+  void tellProcessed() {
+    const auto gone = sent_ - (ended_ ? 0 : unsent_.size());
+    while (!processed_.empty() && processed_.front().end <= gone) {
+      queue_->async([self = shared_from_this(), task = std::move(processed_.front().task)]() mutable {
+        for (int i = 0; i < self->timesProcessedIsTold && !self->released_; ++i) task();
+      });
+      processed_.pop_front();
+    }
   }
 
   void end(ConnectionState state) {
     if (std::exchange(ended_, true)) return;
     unsent_.clear();
+    if (queue_) tellProcessed();
     if (queue_) queue_->async([self = shared_from_this(), state] { self->report(state); });
   }
+
+  struct Processed {
+    std::size_t end;  // counted from the first byte that was ever sent
+    Task task;
+  };
 
   std::shared_ptr<SerialQueue> queue_;
   TcpConnection::StateHandler onState_;
   TcpConnection::ReceiveHandler onReceive_;
   std::string inbox_;
   std::string unsent_;
+  std::size_t sent_ = 0;
+  std::deque<Processed> processed_;
   std::size_t wanted_ = 0;
   bool streamEnded_ = false;
   bool ready_ = false;
@@ -139,6 +164,9 @@ class FakeTcpConnection final : public TcpConnection {
   void start(std::shared_ptr<SerialQueue> queue) override { peer_->start(std::move(queue)); }
   void receive(std::size_t maxBytes) override { peer_->receive(maxBytes); }
   void send(std::span<const std::byte> bytes) override { peer_->sendFromConnection(bytes); }
+  void send(std::vector<std::byte> bytes, Task processed) override {
+    peer_->sendFromConnection(bytes, std::move(processed));
+  }
   std::size_t pendingBytes() const override { return peer_->unsent_.size(); }
   void cancel() override { peer_->end(ConnectionState::cancelled); }
   std::string peerName() const override { return "fake:1"; }

@@ -5,7 +5,10 @@
 
 namespace tevanto::test {
 
-XvfbServer::XvfbServer(std::string geometry) : geometry_(std::move(geometry)) { start(); }
+XvfbServer::XvfbServer(std::string geometry, std::vector<std::string> options)
+    : geometry_(std::move(geometry)), options_(std::move(options)) {
+  start();
+}
 
 void XvfbServer::start() {
   // The shell keeps the keyboard compiler's warnings away from the test's output, and is then the server.
@@ -14,6 +17,7 @@ void XvfbServer::start() {
   const std::vector<std::string> options{"-screen", "0",        geometry_,    "-nolisten",
                                          "tcp",     "-noreset", "-displayfd", "1"};
   command.insert(command.end(), options.begin(), options.end());
+  command.insert(command.end(), options_.begin(), options_.end());
   process_ = std::make_unique<ChildProcess>(std::move(command));
   const auto number = process_->readLine();
   if (!number) throw std::runtime_error("Xvfb did not start");

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tests/support/ChildProcess.h"
 
@@ -11,7 +12,8 @@ namespace tevanto::test {
 /// free display number.
 class XvfbServer {
  public:
-  explicit XvfbServer(std::string geometry = "1280x800x24");
+  /// `options` go to the server in addition.
+  explicit XvfbServer(std::string geometry = "1280x800x24", std::vector<std::string> options = {});
 
   /// ":7"
   const std::string& display() const { return display_; }
@@ -28,6 +30,7 @@ class XvfbServer {
   void start();
 
   std::string geometry_;
+  std::vector<std::string> options_;
   std::string display_;
   std::unique_ptr<ChildProcess> process_;
 };

@@ -3,8 +3,6 @@
 #include <poll.h>
 #include <xcb/xtest.h>
 
-#include <cstdlib>
-
 #include "platform/linux/XcbXkb.h"
 
 namespace tevanto {
@@ -14,8 +12,6 @@ constexpr std::uint8_t kRelative = 1;
 constexpr std::uint8_t kSentBit = 0x80;
 
 }  // namespace
-
-void FreeDeleter::operator()(void* memory) const { std::free(memory); }
 
 Result<std::shared_ptr<XConnection>> XConnection::connect(const std::string& displayName) {
   int screenNumber = 0;

@@ -10,15 +10,9 @@
 #include <vector>
 
 #include "core/Result.h"
+#include "platform/linux/XcbOwned.h"
 
 namespace tevanto {
-
-struct FreeDeleter {
-  void operator()(void* memory) const;
-};
-/// Replies and events of XCB, which are to be freed.
-template <class T>
-using XcbOwned = std::unique_ptr<T, FreeDeleter>;
 
 /// One connection to an X server that has the XTEST and XKB extensions, for as long as that server lives.
 /// Internal to the adapters of input. Main queue, besides `alive`.

@@ -1,0 +1,73 @@
+#include "app/LinuxScreenCheck.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <utility>
+
+#include "app/LoadedEncoders.h"
+#include "core/EventLoop.h"
+#include "core/Log.h"
+#include "platform/linux/X11DisplayCapture.h"
+#include "screen/CaptureEngine.h"
+
+namespace tevanto {
+namespace {
+
+constexpr std::int64_t kLongSide = 1280;
+constexpr std::int64_t kFramesPerSecond = 15;
+constexpr auto kPatience = std::chrono::seconds(5);
+
+std::string displayText() {
+  const char* display = std::getenv("DISPLAY");
+  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
+}
+
+/// The first thing that the capture says.
+Result<std::string> firstWord(CaptureEngine& engine) {
+  using Word = Result<std::string>;
+  auto promise = std::make_shared<std::promise<Word>>();
+  auto told = std::make_shared<std::atomic_flag>();
+  const auto say = [promise, told](Word word) {
+    if (!told->test_and_set()) promise->set_value(std::move(word));
+  };
+  engine.setPixelBufferHandler([say](const auto&, PresentationTime, std::int64_t width, std::int64_t height) {
+    say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
+  });
+  engine.setErrorHandler([say](const std::string& text) { say(Failure{text}); });
+  auto word = promise->get_future();
+  engine.start();
+  if (word.wait_for(kPatience) != std::future_status::ready) return Failure{"No picture came"};
+  return word.get();
+}
+
+}  // namespace
+
+Result<std::string> tryScreenCapture() {
+  const auto loop = EventLoop::background(1);
+  X11DisplayCapture displays;
+  const auto engine = std::make_shared<CaptureEngine>(displays, kLongSide, kFramesPerSecond,
+                                                      loop->makeQueue("tevanto.screen.capture"));
+  auto word = firstWord(*engine);
+  engine->stop();
+  loop->stop();
+  if (word) return word;
+  return Failure{"The screen cannot be mirrored: " + word.error() + " (" + displayText() +
+                 "); run this in a graphical X11 session, or start one with scripts/start."};
+}
+
+Result<std::string> tryEncoders() {
+  const LoadedEncoders encoders{Logger()};
+  auto description = encoders.description();
+  if (!description) return description;
+  if (encoders.encoderName().empty()) {
+    return Failure{"No H.264 encoder works here: " + description.value() +
+                   "; install the package libavcodec59 with libx264."};
+  }
+  return description;
+}
+
+}  // namespace tevanto

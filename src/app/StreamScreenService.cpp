@@ -1,0 +1,41 @@
+#include "app/StreamScreenService.h"
+
+#include <utility>
+
+#include "core/SerialQueue.h"
+#include "screen/ScreenStreamServer.h"
+
+namespace tevanto {
+
+StreamScreenService::StreamScreenService(std::shared_ptr<ScreenStreamServer> server,
+                                         std::shared_ptr<SerialQueue> displayQueue,
+                                         std::function<std::string()> usedEncoder)
+    : server_(std::move(server)),
+      displayQueue_(std::move(displayQueue)),
+      usedEncoder_(std::move(usedEncoder)) {}
+
+void StreamScreenService::start() {
+  server_->start();
+  refreshTrust();
+}
+
+void StreamScreenService::stop() { server_->stop(); }
+
+ScreenServiceState StreamScreenService::state() const {
+  refreshTrust();
+  ScreenServiceState now;
+  now.isStreaming = server_->isStreaming.get();
+  now.statusText = server_->statusText.get();
+  now.isScreenRecordingTrusted = server_->isScreenRecordingTrusted.get();
+  now.encoder = usedEncoder_();
+  now.port = server_->port.get();
+  return now;
+}
+
+void StreamScreenService::refreshTrust() const {
+  displayQueue_->async([weak = std::weak_ptr(server_)] {
+    if (const auto server = weak.lock()) server->refreshScreenRecordingTrust();
+  });
+}
+
+}  // namespace tevanto

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+
+namespace tevanto::phone {
+
+/// One decoded picture: Y, U and V, the latter two at half the width and height; ITU-R BT.709, limited range.
+/// A cheap value: copies share the pixels, which nobody changes.
+struct DecodedPicture {
+  struct Plane {
+    const std::byte* data = nullptr;
+    std::size_t stride = 0;  // bytes from one row to the next
+  };
+
+  int width = 0;
+  int height = 0;
+  std::array<Plane, 3> planes;
+  std::shared_ptr<const void> owner;
+};
+
+}  // namespace tevanto::phone

@@ -1,0 +1,99 @@
+#include "platform/linux/LibavcodecEncoderFactory.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/LibavLogCapture.h"
+#include "platform/linux/LibavcodecEncoder.h"
+#include "platform/linux/LibavcodecEncoderSession.h"
+
+namespace tevanto {
+namespace {
+
+constexpr std::int32_t kLongestSide = 16'384;  // of libx264; level 6.2 ends below it
+constexpr int kProbeWidth = 640;               // every hardware encoder takes it
+constexpr int kProbeHeight = 480;
+constexpr std::byte kMainProfile{77};
+
+bool hasMainProfile(const AccessUnit& unit) { return unit.sps->size() > 1 && (*unit.sps)[1] == kMainProfile; }
+
+/// Why the encoder is of no use here; absent when it is. Opening alone proves little: some fail at their
+/// first picture, or hold it back.
+std::optional<std::string> refusal(const std::string& encoder) {
+  EncoderSettings settings;
+  settings.width = kProbeWidth;
+  settings.height = kProbeHeight;
+  auto opened = LibavcodecEncoder::open(encoder, settings);
+  if (!opened) return opened.error();
+  PixelBufferPool pool(settings.format, settings.width, settings.height, 1);
+  const auto encoded = opened.value()->encode(pool.acquire(), true);
+  if (!encoded) return encoded.error();
+  if (!encoded.value()) return "it holds pictures back";
+  const auto& unit = *encoded.value();
+  if (!unit.isIdr || !unit.sps || !unit.pps) return "its first picture is no key frame with parameter sets";
+  if (!hasMainProfile(unit)) return "it does not encode Main profile";
+  return std::nullopt;
+}
+
+bool isPossible(std::int32_t side) { return side > 0 && side <= kLongestSide && side % 2 == 0; }
+
+}  // namespace
+
+LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log)
+    : LibavcodecEncoderFactory(std::move(log), encoderCandidates()) {}
+
+LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates)
+    : log_(std::move(log)), candidates_(std::move(candidates)) {
+  LibavLogCapture::install();
+}
+
+Result<std::shared_ptr<EncoderSession>> LibavcodecEncoderFactory::create(std::int32_t width,
+                                                                         std::int32_t height,
+                                                                         VideoCodec codec) {
+  if (codec != VideoCodec::h264) return Failure{"Only H.264 can be encoded"};
+  if (!isPossible(width) || !isPossible(height)) {
+    return Failure{"Pictures of " + std::to_string(width) + "×" + std::to_string(height) +
+                   " cannot be encoded"};
+  }
+  if (choice().encoder.empty()) return Failure{"No H.264 encoder works on this computer"};
+  return std::shared_ptr<EncoderSession>(
+      std::make_shared<LibavcodecEncoderSession>(choice().encoder, width, height, log_));
+}
+
+std::string LibavcodecEncoderFactory::encoderName() const { return choice().encoder; }
+
+std::vector<LibavcodecEncoderFactory::Refusal> LibavcodecEncoderFactory::refusals() const {
+  return choice().refusals;
+}
+
+std::string LibavcodecEncoderFactory::description() const {
+  const auto& made = choice();
+  std::string reasons;
+  for (const auto& [encoder, reason] : made.refusals) {
+    reasons += (reasons.empty() ? "" : "; ") + encoder + ": " + reason;
+  }
+  const std::string name = made.encoder.empty() ? "none" : made.encoder;
+  return reasons.empty() ? name : name + " (" + reasons + ")";
+}
+
+const LibavcodecEncoderFactory::Choice& LibavcodecEncoderFactory::choice() const {
+  std::call_once(probed_, [this] { choice_ = probe(); });
+  return choice_;
+}
+
+LibavcodecEncoderFactory::Choice LibavcodecEncoderFactory::probe() const {
+  Choice made;
+  for (const auto& encoder : candidates_) {
+    const auto reason = refusal(encoder);
+    if (!reason) {
+      made.encoder = encoder;
+      log_.debug("encoding with " + encoder);
+      return made;
+    }
+    log_.debug(encoder + " does not encode here: " + *reason);
+    made.refusals.push_back({encoder, *reason});
+  }
+  return made;
+}
+
+}  // namespace tevanto

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "core/Log.h"
+#include "screen/EncoderSession.h"
+
+namespace tevanto {
+
+/// Compression sessions by libavcodec, with the first of its encoders that encodes a picture on this
+/// computer: those in hardware first, then libx264. Which one that is, is found out once, when it is first
+/// asked for, as it may take a good part of a second.
+class LibavcodecEncoderFactory final : public EncoderSessionFactory {
+ public:
+  struct Refusal {
+    std::string encoder;
+    std::string reason;
+  };
+
+  explicit LibavcodecEncoderFactory(Logger log);
+  /// Tries `candidates` instead, libavcodec's names, in their order.
+  LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates);
+
+  /// Fails for sizes that 4:2:0 cannot have, and when no encoder works.
+  Result<std::shared_ptr<EncoderSession>> create(std::int32_t width, std::int32_t height,
+                                                 VideoCodec codec) override;
+  std::string encoderName() const override;
+  /// Why the encoders before the one in use are not used; all of them when none works.
+  std::vector<Refusal> refusals() const;
+  /// The choice and its reasons for a person: "libx264 (h264_nvenc: Cannot load libcuda.so.1; ...)".
+  std::string description() const;
+
+ private:
+  struct Choice {
+    std::string encoder;
+    std::vector<Refusal> refusals;
+  };
+
+  const Choice& choice() const;
+  Choice probe() const;
+
+  const Logger log_;
+  const std::vector<std::string> candidates_;
+  mutable std::once_flag probed_;
+  mutable Choice choice_;
+};
+
+}  // namespace tevanto

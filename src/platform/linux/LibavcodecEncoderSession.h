@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "core/Log.h"
+#include "screen/EncoderSession.h"
+
+namespace tevanto {
+
+/// A compression session by libavcodec. Its encoder is opened with the first picture, whose format it takes;
+/// output comes within `encodeFrame`.
+class LibavcodecEncoderSession final : public EncoderSession {
+ public:
+  /// `encoder`: libavcodec's name. Where it fails at the first picture, libx264 takes its place.
+  LibavcodecEncoderSession(std::string encoder, std::int32_t width, std::int32_t height, Logger log);
+  ~LibavcodecEncoderSession() override;
+  LibavcodecEncoderSession(const LibavcodecEncoderSession&) = delete;
+  LibavcodecEncoderSession& operator=(const LibavcodecEncoderSession&) = delete;
+
+  Result<void> setProperty(EncoderProperty property, const EncoderPropertyValue& value) override;
+  void prepareToEncodeFrames() override;
+  void encodeFrame(std::shared_ptr<const PixelBuffer> picture, PresentationTime presentationTime,
+                   const EncodeFrameProperties& properties, OutputHandler output) override;
+  void invalidate() override;
+
+ private:
+  struct State;
+  const std::shared_ptr<State> state_;  // outlives the session while a frame is under way
+};
+
+}  // namespace tevanto

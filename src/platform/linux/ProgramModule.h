@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+#include "core/Result.h"
+
+namespace tevanto {
+
+/// A part of the program that is loaded when it is first used and stays until the end: it brings libraries
+/// along that most runs do not need. Lies in lib/tevanto beside the bin folder of the program.
+///
+/// The function of this name in it, or why there is none.
+Result<void*> functionOfModule(const std::string& module, const std::string& function);
+
+}  // namespace tevanto

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace tevanto {
+
+/// The screen wire's integers: most significant byte first. The caller has checked that the bytes are there.
+template <class Integer>
+Integer readBigEndian(std::span<const std::byte> bytes) {
+  Integer value = 0;
+  for (std::size_t i = 0; i < sizeof(Integer); ++i) {
+    value = static_cast<Integer>((value << 8) | std::to_integer<Integer>(bytes[i]));
+  }
+  return value;
+}
+
+template <class Integer>
+std::array<std::byte, sizeof(Integer)> bigEndian(Integer value) {
+  std::array<std::byte, sizeof(Integer)> bytes{};
+  for (std::size_t i = 0; i < sizeof(Integer); ++i) {
+    bytes[i] = static_cast<std::byte>((value >> (8 * (sizeof(Integer) - 1 - i))) & 0xFF);
+  }
+  return bytes;
+}
+
+}  // namespace tevanto

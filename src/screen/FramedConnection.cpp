@@ -1,0 +1,102 @@
+#include "screen/FramedConnection.h"
+
+#include <algorithm>
+#include <cassert>
+#include <limits>
+#include <utility>
+
+#include "core/Precondition.h"
+#include "screen/BigEndian.h"
+
+namespace tevanto {
+namespace {
+
+constexpr std::size_t kMaxReceiveBytes = 65'536;
+
+std::vector<std::byte> frameOf(std::span<const std::byte> payload) {
+  precondition(payload.size() <= std::numeric_limits<std::uint32_t>::max(),
+               "a frame is longer than its header can say");
+  std::vector<std::byte> frame;
+  frame.reserve(FrameExtractor::kHeaderBytes + payload.size());
+  const auto header = bigEndian(static_cast<std::uint32_t>(payload.size()));
+  frame.insert(frame.end(), header.begin(), header.end());
+  frame.insert(frame.end(), payload.begin(), payload.end());
+  return frame;
+}
+
+}  // namespace
+
+FramedConnection::FramedConnection(std::unique_ptr<TcpConnection> connection)
+    : connection_(std::move(connection)) {}
+
+FramedConnection::~FramedConnection() {
+  // A sender's thread may have been the last owner; the socket ends where it lives.
+  if (queue_ && !queue_->isCurrent()) queue_->async([connection = std::move(connection_)] {});
+}
+
+void FramedConnection::start(std::shared_ptr<SerialQueue> queue) {
+  queue_ = std::move(queue);
+  connection_->setStateHandler([weak = weak_from_this()](ConnectionState state) {
+    const auto self = weak.lock();
+    if (self && self->onStateChange) self->onStateChange(state);
+  });
+  connection_->setReceiveHandler([weak = weak_from_this()](const Received& received) {
+    if (const auto self = weak.lock()) self->received(received);
+  });
+  connection_->start(queue_);
+  connection_->receive(kMaxReceiveBytes);
+}
+
+void FramedConnection::received(const Received& received) {
+  if (cancelled_) return;
+  const auto outcome = extractor_.take(received.bytes, [this](std::span<const std::byte> payload) {
+    if (onData) onData(payload);
+    return !cancelled_;
+  });
+  if (outcome == FrameExtractor::Outcome::stopped) return;
+  if (outcome == FrameExtractor::Outcome::oversized || received.endOfStream || received.error)
+    return cancel();
+  connection_->receive(kMaxReceiveBytes);
+}
+
+bool FramedConnection::send(std::span<const std::byte> payload, std::int64_t maxPendingBytes, bool force) {
+  assert(queue_ && "a connection is started before it sends");
+  const auto frameBytes = static_cast<std::int64_t>(FrameExtractor::kHeaderBytes + payload.size());
+  if (!reserve(frameBytes, maxPendingBytes, force)) return false;
+  queue_->async([weak = weak_from_this(), frame = frameOf(payload)]() mutable {
+    if (const auto self = weak.lock()) self->transmit(std::move(frame));
+  });
+  return true;
+}
+
+void FramedConnection::transmit(std::vector<std::byte> frame) {
+  const auto frameBytes = static_cast<std::int64_t>(frame.size());
+  connection_->send(std::move(frame), [weak = weak_from_this(), frameBytes] {
+    if (const auto self = weak.lock()) self->processed(frameBytes);
+  });
+}
+
+// The check and the count under one lock, so that no two senders pass a check that only one of them fits.
+bool FramedConnection::reserve(std::int64_t frameBytes, std::int64_t maxPendingBytes, bool force) {
+  const std::lock_guard lock(sendLock_);
+  if (!force && pendingSendBytes_ + frameBytes > maxPendingBytes) return false;
+  pendingSendBytes_ += frameBytes;
+  return true;
+}
+
+void FramedConnection::processed(std::int64_t frameBytes) {
+  const std::lock_guard lock(sendLock_);
+  pendingSendBytes_ = std::max<std::int64_t>(0, pendingSendBytes_ - frameBytes);
+}
+
+void FramedConnection::cancel() {
+  cancelled_ = true;
+  connection_->cancel();
+}
+
+std::int64_t FramedConnection::pendingSendBytes() const {
+  const std::lock_guard lock(sendLock_);
+  return pendingSendBytes_;
+}
+
+}  // namespace tevanto

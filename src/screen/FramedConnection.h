@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+
+#include "net/TcpConnection.h"
+#include "screen/FrameExtractor.h"
+
+namespace tevanto {
+
+/// Carries the screen stream over one TCP connection, in length-prefixed frames (see FrameExtractor), and
+/// counts the bytes on their way out, so that its owner can drop video frames instead of building a queue.
+/// Lives on the queue given to `start`; only `send` may be called from any thread. Made and started by the
+/// server, which also keeps it.
+class FramedConnection final : public std::enable_shared_from_this<FramedConnection> {
+ public:
+  explicit FramedConnection(std::unique_ptr<TcpConnection> connection);
+  ~FramedConnection();
+
+  /// Once for each frame received; the payload is valid during the call only. Nothing comes after `cancel`.
+  std::function<void(std::span<const std::byte> payload)> onData;
+  /// Every state of the platform connection.
+  std::function<void(ConnectionState)> onStateChange;
+
+  /// The callbacks must be set before.
+  void start(std::shared_ptr<SerialQueue> queue);
+  /// Sends one frame, unless the bytes on their way out, this frame's header included, would exceed
+  /// `maxPendingBytes`; `force` sends it in any case. Whether it was sent. After `start`, from any thread;
+  /// frames go out in the order of the calls of one thread.
+  bool send(std::span<const std::byte> payload, std::int64_t maxPendingBytes, bool force);
+  void cancel();
+  std::string peerName() const { return connection_->peerName(); }
+
+  /// Bytes of frames, headers included, that the network has not processed yet.
+  std::int64_t pendingSendBytes() const;
+
+ private:
+  void received(const Received& received);
+  bool reserve(std::int64_t frameBytes, std::int64_t maxPendingBytes, bool force);
+  void processed(std::int64_t frameBytes);
+  void transmit(std::vector<std::byte> frame);
+
+  std::unique_ptr<TcpConnection> connection_;
+  std::shared_ptr<SerialQueue> queue_;
+  FrameExtractor extractor_;
+  bool cancelled_ = false;
+  mutable std::mutex sendLock_;
+  std::int64_t pendingSendBytes_ = 0;
+};
+
+}  // namespace tevanto

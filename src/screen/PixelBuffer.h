@@ -1,0 +1,101 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <vector>
+
+namespace tevanto {
+
+/// On the clock of the capture, from an origin of its own; strictly increasing within one stream.
+using PresentationTime = std::chrono::nanoseconds;
+
+enum class PixelFormat {
+  bgra,    // one plane, 4 bytes a pixel
+  i420,    // Y, U, V; U and V at half the width and height
+  nv12,    // Y, then U and V interleaved at half the width and height
+  native,  // no planes: `nativeHandle` is a buffer of the system's own, such as a CVPixelBuffer
+};
+
+/// What the numbers in a buffer mean; the YCbCr formats carry ITU-R BT.709 in limited range.
+enum class ColorSpace { srgb, bt709Limited };
+
+struct PixelPlane {
+  std::byte* data = nullptr;
+  std::size_t stride = 0;  // bytes from one row to the next
+  std::size_t rowBytes = 0;
+  std::size_t rows = 0;
+};
+
+/// In pixels of the buffer.
+struct PixelRect {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+
+  bool operator==(const PixelRect&) const = default;
+};
+
+/// Which picture a buffer holds, and where it differs from an earlier one. Lets the capture redraw only what
+/// changed in a recycled buffer, and the encoder skip what stands still. Numbers count up from 1 within a
+/// stream.
+struct PictureChange {
+  std::uint64_t picture = 0;   // 0: unknown
+  std::uint64_t previous = 0;  // the picture that `region` is counted from; 0: everything changed
+  PixelRect region;
+};
+
+/// One picture on its way from capture to encoder. Shared, never copied: the capture fills it, and from its
+/// delivery on nobody changes it until the last owner lets go.
+class PixelBuffer {
+ public:
+  virtual ~PixelBuffer() = default;
+  PixelBuffer(const PixelBuffer&) = delete;
+  PixelBuffer& operator=(const PixelBuffer&) = delete;
+
+  PixelFormat format() const { return format_; }
+  ColorSpace colorSpace() const {
+    return format_ == PixelFormat::bgra ? ColorSpace::srgb : ColorSpace::bt709Limited;
+  }
+  int width() const { return width_; }
+  int height() const { return height_; }
+  std::span<const PixelPlane> planes() const { return planes_; }
+  /// The system's own buffer for `native`, else null; valid for as long as this object.
+  virtual void* nativeHandle() const { return nullptr; }
+
+  /// Set by the capture before delivery; a recycled buffer still has that of its former picture.
+  PictureChange change;
+
+ protected:
+  PixelBuffer(PixelFormat format, int width, int height) : format_(format), width_(width), height_(height) {}
+
+  std::vector<PixelPlane> planes_;
+
+ private:
+  const PixelFormat format_;
+  const int width_;
+  const int height_;
+};
+
+/// Buffers of one shape that come back when their last owner lets go, whichever outlives the other. Any
+/// thread may call, and let go.
+class PixelBufferPool {
+ public:
+  /// Width and height even and positive for i420 and nv12. `capacity`: the most buffers that exist at a time.
+  PixelBufferPool(PixelFormat format, int width, int height, std::size_t capacity);
+  ~PixelBufferPool();
+
+  /// A free buffer, with its former contents, the most recently returned one first; null while all are in use
+  /// (then the picture is dropped). Rows begin at multiples of 64 bytes.
+  std::shared_ptr<PixelBuffer> acquire();
+
+ private:
+  struct Shared;
+  std::shared_ptr<Shared> shared_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "core/Published.h"
+#include "core/UserDefaults.h"
+#include "net/ServiceAdvertiser.h"
+#include "net/TcpListener.h"
+#include "screen/DisplayCapture.h"
+#include "screen/EncoderSession.h"
+#include "screen/ScreenCapturePermission.h"
+#include "screen/ScreenCaptureSession.h"
+#include "screen/ScreenTransport.h"
+
+namespace tevanto {
+
+class CaptureGeneration;
+class FramedConnection;
+
+/// Mirrors the screen to one paired phone at a time, over a TCP connection or over an attached transport.
+///
+///     idle --hello--> sharing ("Sharing screen…") --capture runs--> mirroring ("Mirroring to iPhone")
+///      ^                                                               |
+///      +------- stop message, route lost, capture error, new owner ---+
+///
+/// Lives on its own queue, "tevanto.screen.server"; the published values may be read anywhere.
+class ScreenStreamServer final : public std::enable_shared_from_this<ScreenStreamServer> {
+ public:
+  static constexpr std::uint16_t kDefaultPort = 51638;
+
+  /// What the server stands on. Everything outlives it.
+  struct Environment {
+    std::shared_ptr<SerialQueue> queue;         // "tevanto.screen.server", of the loop of the sockets
+    std::shared_ptr<SerialQueue> captureQueue;  // "tevanto.screen.capture", of a background loop: it encodes
+    std::shared_ptr<SerialQueue> mainQueue;
+    TcpListenerFactory& listeners;
+    ServiceAdvertiser& advertiser;
+    UserDefaults& defaults;
+    std::optional<std::string> computerName;
+    std::uint16_t port = kDefaultPort;  // 0: any free one
+  };
+  /// Where the pictures come from and who encodes them.
+  struct Machinery {
+    DisplayCapture& displays;
+    EncoderSessionFactory& encoders;
+    ScreenCapturePermission& permission;
+  };
+
+  static std::shared_ptr<ScreenStreamServer> create(Environment environment, Machinery machinery);
+  ~ScreenStreamServer();
+
+  /// A session is delivering video.
+  Published<bool> isStreaming;
+  /// For the panel; empty when idle.
+  Published<std::string> statusText;
+  Published<bool> isScreenRecordingTrusted;
+  /// The port it listens on; 0 until it does.
+  Published<std::uint16_t> port;
+  /// How far the service is visible on the local network.
+  Published<AdvertisingStatus> advertising;
+
+  /// Starts the listener; again: nothing. May be called from any thread.
+  void start();
+  /// Ends the listener, the advertisement, the connections and the session. May be called twice, from any
+  /// thread.
+  void stop();
+  /// Makes `transport` the second route, in place of the one attached before. On the main queue.
+  void attach(const std::shared_ptr<ScreenTransport>& transport);
+  /// Asks again whether the screen may be captured. May be called from any thread.
+  void refreshScreenRecordingTrust();
+
+ private:
+  /// Where a message came from: exactly one of the two is set.
+  struct Sender {
+    std::shared_ptr<FramedConnection> connection;
+    std::shared_ptr<ScreenTransport> transport;
+
+    std::weak_ptr<void> identity() const {
+      if (connection) return connection;
+      return transport;
+    }
+  };
+
+  ScreenStreamServer(Environment environment, Machinery machinery);
+
+  void startListener();
+  void advertise();
+  void stopEverything();
+  void accept(std::unique_ptr<TcpConnection> connection);
+  void connectionEnded(const std::shared_ptr<FramedConnection>& ended);
+  void listenTo(const std::shared_ptr<ScreenTransport>& transport);
+  void take(const Sender& sender, std::span<const std::byte> message);
+  void takeHello(const Sender& sender, std::span<const std::byte> body);
+  void promote(const std::shared_ptr<FramedConnection>& sender);
+  void startSession(const std::shared_ptr<void>& owner, const StreamProfile& profile, ScreenRoute route);
+  ScreenCaptureSession::Handlers handlersFor(const std::string& generation);
+  void endSessionOf(const std::weak_ptr<void>& owner);
+  void stopSession();
+
+  const Environment environment_;
+  const Machinery machinery_;
+  std::unique_ptr<TcpListener> listener_;
+  ServiceAdvertiser::Registration advertisement_;
+  std::shared_ptr<FramedConnection> connection_;           // has said a valid hello
+  std::shared_ptr<FramedConnection> candidateConnection_;  // has not yet
+  Timer helloTimer_;
+  std::weak_ptr<ScreenTransport> attachedTransport_;  // main queue only
+  std::weak_ptr<void> captureOwner_;                  // the route of the session: connection or transport
+  const std::shared_ptr<CaptureGeneration> captureGeneration_;
+  std::unique_ptr<ScreenCaptureSession> session_;
+};
+
+}  // namespace tevanto

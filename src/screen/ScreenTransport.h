@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <span>
+
+namespace tevanto {
+
+/// A transport with data channels that can also carry the screen, for a phone away from the local network.
+/// The two handlers are set and called on the main queue; sending may be done from any thread.
+class ScreenTransport {
+ public:
+  virtual ~ScreenTransport() = default;
+
+  /// A whole screen message arrived, from either channel. The bytes are valid during the call only.
+  std::function<void(std::span<const std::byte> message)> onScreenData;
+  /// The screen channel opened (true) or closed (false).
+  std::function<void(bool isOpen)> onScreenChannelState;
+
+  /// Sends a screen message on the ordered, reliable control channel, past the drop rule; false when it was
+  /// not sent. For parameter sets.
+  virtual bool sendScreenPayload(std::span<const std::byte> message) = 0;
+  /// Sends a video-frame message on the screen channel; false when the drop rule or the channel refused it.
+  virtual bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame) = 0;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,332 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "screen/ScreenStreamMessage.h"
+#include "tests/support/CompanionProcess.h"
+#include "tests/support/DrawingXClient.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/RawSocket.h"
+#include "tests/support/ScreenBytes.h"
+#include "tests/support/TemporaryFolder.h"
+
+// The screen's road from one end to the other: a client draws on a real X server, the real companion
+// captures, encodes and sends, the real phone's program decodes.
+namespace tevanto {
+namespace {
+
+using test::CompanionDesktop;
+using test::CompanionProcess;
+using test::eventually;
+using test::RgbPicture;
+using ::testing::HasSubstr;
+
+const std::string kProgram = TEVANTO_PROGRAM;
+const std::string kPhone = TEVANTO_PHONE;
+
+RgbPicture readPng(const std::filesystem::path& path) {
+  png_image image{};
+  image.version = PNG_IMAGE_VERSION;
+  RgbPicture picture;
+  if (!png_image_begin_read_from_file(&image, path.c_str())) return picture;
+  image.format = PNG_FORMAT_BGRA;
+  picture.width = static_cast<int>(image.width);
+  picture.height = static_cast<int>(image.height);
+  picture.pixels.resize(std::size_t{image.width} * image.height);
+  png_image_finish_read(&image, nullptr, picture.pixels.data(), 0, nullptr);
+  return picture;
+}
+
+double luma(std::uint32_t pixel) {
+  return 0.2126 * ((pixel >> 16) & 0xFF) + 0.7152 * ((pixel >> 8) & 0xFF) + 0.0722 * (pixel & 0xFF);
+}
+
+/// Peak signal-to-noise ratio of the brightness within `area`, in dB.
+double likeness(const RgbPicture& one, const RgbPicture& other, const PixelRect& area) {
+  double sum = 0;
+  for (int y = area.y; y < area.y + area.height; ++y) {
+    for (int x = area.x; x < area.x + area.width; ++x) {
+      const double difference = luma(one.at(x, y)) - luma(other.at(x, y));
+      sum += difference * difference;
+    }
+  }
+  const double mean = sum / (static_cast<double>(area.width) * area.height);
+  return mean == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / mean);
+}
+
+class Mirroring : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    desktop.environment.emplace_back("HOME", folder.path().string());
+    companion = std::make_unique<CompanionProcess>(desktop, kProgram);
+    ASSERT_TRUE(eventually([this] { return now().screenPort != 0; }));
+    ASSERT_EQ(phone({"pair", now().pairingCode}).exitStatus, 0);
+  }
+  CompanionStatus now() const { return companion->status().value_or(CompanionStatus()); }
+  std::vector<std::string> onOurPorts(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), {"--host", "127.0.0.1:" + std::to_string(now().remotePort)});
+    return arguments;
+  }
+  test::ProgramResult phone(std::vector<std::string> arguments) const {
+    return desktop.run(kPhone, onOurPorts(std::move(arguments)));
+  }
+  std::vector<std::string> mirroring(std::vector<std::string> options) const {
+    options.insert(options.begin(),
+                   {"mirror", "--screen-host", "127.0.0.1:" + std::to_string(now().screenPort)});
+    return options;
+  }
+  test::ProgramResult mirror(std::vector<std::string> options) const {
+    return phone(mirroring(std::move(options)));
+  }
+  std::string file(const std::string& name) const { return (folder / name).string(); }
+  std::string token() const {
+    const auto shown = desktop.run(kProgram, {"defaults", "get", "remotePairingToken"}).output;
+    return shown.substr(0, shown.find('\n'));
+  }
+  test::RawSocket connectToScreen() const {
+    return test::RawSocket::connectTo(static_cast<std::uint16_t>(now().screenPort));
+  }
+  /// Says hello and waits for the first message.
+  bool watch(const test::RawSocket& socket) const {
+    return socket.send(test::frameText(helloMessage({token(), 1280, 720, false}))) &&
+           socket.receive(5).size() == 5;
+  }
+  std::filesystem::path ofProcess(const std::string& entry) const {
+    return "/proc/" + std::to_string(companion->process().pid()) + "/" + entry;
+  }
+  std::size_t countIn(const std::string& entry) const {
+    const auto folderOfIt = std::filesystem::directory_iterator(ofProcess(entry));
+    return static_cast<std::size_t>(std::distance(begin(folderOfIt), end(folderOfIt)));
+  }
+  /// Segments of shared memory that the companion has mapped: System V's, and those that are files.
+  int mappedSegments() const {
+    std::ifstream maps(ofProcess("maps"));
+    int count = 0;
+    for (std::string line; std::getline(maps, line);) {
+      count += line.find("/SYSV") != std::string::npos || line.find("memfd") != std::string::npos ||
+                       line.find("/dev/shm") != std::string::npos
+                   ? 1
+                   : 0;
+    }
+    return count;
+  }
+
+  test::TemporaryFolder folder;
+  CompanionDesktop desktop;
+  std::unique_ptr<CompanionProcess> companion;
+};
+
+/// A terminal that fills the display with text that stands still.
+class PageOfText {
+ public:
+  PageOfText(const CompanionDesktop& desktop, const test::TemporaryFolder& folder)
+      : desktop_(desktop), shot_(folder / "screen.png") {
+    const auto text = folder / "page.txt";
+    std::ofstream page(text);
+    for (int line = 0; line < 44; ++line) {
+      page << line << ":  while (!ready(fox)) jump_over(dog, " << line * line << ");  // the lazy one\n";
+    }
+    page.close();
+    terminal_ = std::make_unique<test::ChildProcess>(
+        std::vector<std::string>{"xterm", "-u8", "-fa", "DejaVu Sans Mono", "-fs", "10", "-geometry",
+                                 "158x46+0+0", "-e", "sh", "-c",
+                                 "tput civis; cat " + text.string() + "; exec sleep 1000"},
+        test::ChildProcess::Options{.environment = desktop.environment, .mergeErrors = true});
+  }
+
+  /// What the display shows once the page is there and stands still; nothing when it does not get there.
+  RgbPicture waitForPicture() const {
+    RgbPicture before, now;
+    const bool isThere = eventually([&] {
+      before = std::move(now);
+      now = screenshot();
+      return now.pixels == before.pixels && countDark(now) > 20000;
+    });
+    return isThere ? now : RgbPicture();
+  }
+
+ private:
+  RgbPicture screenshot() const {
+    (void)desktop_.run("maim", {shot_.string()});
+    return readPng(shot_);
+  }
+  static std::ptrdiff_t countDark(const RgbPicture& picture) {
+    const bool isWhite = !picture.pixels.empty() && luma(picture.at(600, 700)) > 128;
+    return !isWhite ? 0
+                    : std::count_if(picture.pixels.begin(), picture.pixels.end(),
+                                    [](std::uint32_t pixel) { return luma(pixel) < 64; });
+  }
+
+  const CompanionDesktop& desktop_;
+  const std::filesystem::path shot_;
+  std::unique_ptr<test::ChildProcess> terminal_;
+};
+
+TEST_F(Mirroring, showsTextAtRestAsItIs) {
+  const PageOfText page(desktop, folder);
+  const auto shown = page.waitForPicture();
+  ASSERT_EQ(shown.width, 1280);
+  const auto result = mirror({"--snapshot", file("seen.png"), "--seconds", "2"});
+  ASSERT_EQ(result.exitStatus, 0) << result.output;
+  const auto seen = readPng(file("seen.png"));
+  ASSERT_EQ(seen.width, 1280);
+  ASSERT_EQ(seen.height, 800);
+  const auto decibel = likeness(shown, seen, {0, 0, 1280, 800});
+  RecordProperty("decibel", std::to_string(decibel));
+  EXPECT_GE(decibel, 38);
+}
+
+TEST_F(Mirroring, showsColorsAndChanges) {
+  test::DrawingXClient client(desktop.display().display());
+  client.movePointer(1279, 799);
+  client.fill({0, 0, 1280, 800}, 0x206040);
+  test::ChildProcess watching(
+      [&] {
+        auto command = onOurPorts(mirroring({"--snapshot", file("seen.png"), "--seconds", "2", "--json"}));
+        command.insert(command.begin(), kPhone);
+        return command;
+      }(),
+      {.environment = desktop.environment, .mergeErrors = true});
+  ASSERT_TRUE(eventually([this] { return now().isStreaming; }));
+  client.fill({320, 200, 640, 400}, 0xC83214);
+  const auto said = watching.readAll();
+  EXPECT_EQ(watching.wait(), 0) << said;
+  const auto seen = readPng(file("seen.png"));
+  ASSERT_EQ(seen.width, 1280);
+  const RgbPicture wanted = [] {
+    RgbPicture picture{1280, 800, std::vector<std::uint32_t>(1280 * 800, 0x206040)};
+    for (int y = 200; y < 600; ++y) std::fill_n(picture.pixels.begin() + y * 1280 + 320, 640, 0xC83214);
+    return picture;
+  }();
+  EXPECT_GE(likeness(wanted, seen, {0, 0, 1280, 760}), 38);
+}
+
+TEST_F(Mirroring, theWindowControlsTheComputer) {
+  test::DrawingXClient(desktop.display().display()).movePointer(300, 300);
+  const test::XvfbServer phonesDisplay("1400x900x24");
+  const auto onPhone = [&](std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "xdotool");
+    return test::runProgram(std::move(arguments), {.environment = {{"DISPLAY", phonesDisplay.display()}}})
+        .output;
+  };
+  auto command = onOurPorts(mirroring({"--view"}));
+  command.insert(command.begin(), kPhone);
+  auto environment = desktop.environment;
+  environment.insert(
+      environment.end(),
+      {{"DISPLAY", phonesDisplay.display()}, {"SDL_VIDEODRIVER", "x11"}, {"SDL_RENDER_DRIVER", "software"}});
+  test::ChildProcess watching(command, {.environment = environment, .mergeErrors = true});
+  ASSERT_TRUE(eventually([&] {
+    return now().isStreaming && onPhone({"search", "--name", "^Tevanto$"}) != "";
+  }));
+  // Until the window takes part; a step to and fro leaves the computer's pointer where it is.
+  int step = 0;
+  ASSERT_TRUE(eventually([&] {
+    onPhone({"mousemove", std::to_string(700 + (step++ % 2)), "450"});
+    return desktop.pointer() != std::pair(300, 300);
+  }));
+  onPhone({"mousemove", "700", "450"});
+  std::pair<int, int> before;
+  ASSERT_TRUE(eventually([&] { return std::exchange(before, desktop.pointer()) == desktop.pointer(); }));
+  onPhone({"mousemove", "740", "470"});
+  EXPECT_TRUE(eventually([&] {
+    return desktop.pointer() == std::pair(before.first + 40, before.second + 20);
+  })) << desktop.pointer().first - before.first
+      << ", " << desktop.pointer().second - before.second;
+  watching.signal(SIGTERM);
+  EXPECT_EQ(watching.wait(), 0) << watching.readAll();
+}
+
+TEST_F(Mirroring, tellsHowItStands) {
+  EXPECT_TRUE(eventually([this] { return now().isScreenRecordingTrusted; }));
+  EXPECT_FALSE(now().isStreaming);
+  EXPECT_EQ(now().screenStatusText, "");
+  EXPECT_EQ(now().encoder, "") << "nobody has looked for one yet";
+  auto socket = connectToScreen();
+  ASSERT_TRUE(watch(socket));
+  EXPECT_TRUE(eventually([this] { return now().isStreaming; }));
+  EXPECT_EQ(now().screenStatusText, "Mirroring to iPhone");
+  EXPECT_NE(now().encoder, "");
+  socket.send(test::frameText(screenMessage(ScreenMessageType::stop)));
+  EXPECT_TRUE(eventually([this] { return !now().isStreaming; }));
+  EXPECT_EQ(now().screenStatusText, "");
+}
+
+TEST_F(Mirroring, refusesAPhoneThatIsNotPaired) {
+  ASSERT_EQ(desktop.run(kProgram, {"defaults", "set", "remotePairingToken", "another"}).exitStatus, 0);
+  const auto result = mirror({"--snapshot", file("seen.png")});
+  EXPECT_EQ(result.exitStatus, 4) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("not paired"));
+  EXPECT_TRUE(eventually([this] { return now().screenStatusText == "Rejected an unpaired iPhone"; }));
+  EXPECT_FALSE(now().isStreaming);
+}
+
+TEST_F(Mirroring, aSecondPhoneTakesTheFirstOnesPlace) {
+  auto silent = connectToScreen();
+  ASSERT_TRUE(silent.isOpen());
+  auto first = connectToScreen();
+  ASSERT_TRUE(watch(first));
+  EXPECT_TRUE(silent.waitForEnd()) << "a candidate gives way to the next one";
+  auto second = connectToScreen();
+  ASSERT_TRUE(watch(second));
+  EXPECT_TRUE(first.waitForEnd());
+  EXPECT_TRUE(eventually([this] { return now().isStreaming; }));
+}
+
+TEST_F(Mirroring, endsWithItsConnection) {
+  auto socket = connectToScreen();
+  ASSERT_TRUE(watch(socket));
+  ASSERT_TRUE(eventually([this] { return now().isStreaming; }));
+  socket.close();
+  EXPECT_TRUE(eventually([this] { return !now().isStreaming && now().screenStatusText.empty(); }));
+}
+
+TEST_F(Mirroring, theEndOfTheDisplayEndsTheSessionOnly) {
+  auto socket = connectToScreen();
+  ASSERT_TRUE(watch(socket));
+  ASSERT_TRUE(eventually([this] { return now().isStreaming; }));
+  desktop.display().kill();
+  EXPECT_TRUE(eventually([this] { return now().screenStatusText == "Screen capture stopped"; }));
+  EXPECT_FALSE(now().isStreaming);
+  EXPECT_TRUE(companion->process().isRunning());
+  EXPECT_TRUE(eventually([this] { return !now().isScreenRecordingTrusted; }));
+}
+
+TEST_F(Mirroring, twoHundredSessionsLeaveNothingBehind) {
+  for (int i = 0; i < 3; ++i) {  // what is made once and kept: threads, libraries
+    ASSERT_TRUE(watch(connectToScreen()));
+    ASSERT_TRUE(eventually([this] { return !now().isStreaming; }));
+  }
+  const auto descriptors = countIn("fd");
+  const auto threads = countIn("task");
+  EXPECT_TRUE(eventually([&] { return mappedSegments() == 0; })) << mappedSegments();
+  for (int i = 0; i < 200; ++i) ASSERT_TRUE(watch(connectToScreen())) << "session " << i;
+  ASSERT_TRUE(eventually([this] { return !now().isStreaming; }));
+  EXPECT_TRUE(eventually([&] { return countIn("fd") <= descriptors; }))
+      << countIn("fd") << " of " << descriptors;
+  EXPECT_TRUE(eventually([&] { return countIn("task") <= threads; })) << countIn("task") << " of " << threads;
+  EXPECT_TRUE(eventually([&] { return mappedSegments() == 0; })) << mappedSegments();
+}
+
+TEST_F(Mirroring, theProgramEndsWhileAPhoneWatches) {
+  auto socket = connectToScreen();
+  ASSERT_TRUE(watch(socket));
+  companion->process().signal(SIGTERM);
+  EXPECT_EQ(companion->process().wait(), 0);
+}
+
+}  // namespace
+}  // namespace tevanto

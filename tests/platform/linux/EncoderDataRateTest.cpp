@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "tests/support/EncodedStream.h"
+#include "tests/support/EncoderPictures.h"
+
+namespace tevanto {
+namespace {
+
+struct Profile {
+  int width;
+  int height;
+  std::int64_t bitRate;
+  int fps;
+};
+
+constexpr Profile kProfiles[] = {{1280, 720, 6'000'000, 15}, {960, 540, 2'000'000, 12}};
+
+/// Contents that tempt an encoder over its limit, by frame number; null: no frame in this place.
+struct Content {
+  const char* name;
+  std::function<std::shared_ptr<const PixelBuffer>(test::EncoderPictures&, int frame, int fps)> draw;
+  bool forcesKeyFrames = false;
+};
+
+const std::vector<Content>& contents() {
+  static const std::vector<Content> rows{
+      {"noise",
+       [](auto& pictures, int frame, int) { return pictures.noise(static_cast<std::uint32_t>(frame)); }},
+      {"scrollingText", [](auto& pictures, int frame, int) { return pictures.text(frame * 50); }},
+      {"bursts",
+       [](auto& pictures, int frame, int) {
+         return frame / 5 % 2 ? pictures.noise(static_cast<std::uint32_t>(frame)) : pictures.text(frame * 50);
+       }},
+      {"restThenNoise",
+       [](auto& pictures, int frame, int fps) {
+         return frame % (3 * fps) < 2 * fps ? pictures.flat(120)
+                                            : pictures.noise(static_cast<std::uint32_t>(frame));
+       }},
+      {"pagesWithPauses",
+       [](auto& pictures, int frame, int fps) {
+         return frame % (fps / 2) ? nullptr : pictures.text(0, static_cast<std::uint32_t>(frame));
+       }},
+      {"burstsWithPauses",
+       [](auto& pictures, int frame, int fps) {
+         return frame % (2 * fps) < fps ? nullptr : pictures.noise(static_cast<std::uint32_t>(frame));
+       }},
+      {"keyFramesOnly",
+       [](auto& pictures, int frame, int) {
+         return pictures.text(frame * 50, static_cast<std::uint32_t>(frame));
+       },
+       true},
+  };
+  return rows;
+}
+
+class EncoderDataRate : public testing::TestWithParam<std::tuple<Profile, std::size_t>> {};
+
+TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
+  const auto& [profile, row] = GetParam();
+  const auto& content = contents()[row];
+  LibavcodecEncoderFactory factory(Logger(), {"libx264"});
+  test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value());
+  stream.prepare(profile.bitRate, profile.fps);
+  test::EncoderPictures pictures(PixelFormat::i420, profile.width, profile.height);
+  const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / profile.fps;
+  for (int frame = 0; frame < 7 * profile.fps; ++frame) {
+    const auto picture = content.draw(pictures, frame, profile.fps);
+    if (picture) stream.encode(picture, frame * interval, content.forcesKeyFrames);
+  }
+  EXPECT_LE(stream.largestSecond(), profile.bitRate / 8 * 3 / 2) << content.name;
+  RecordProperty("largestSecond", static_cast<int>(stream.largestSecond()));
+}
+
+std::string nameOf(const testing::TestParamInfo<std::tuple<Profile, std::size_t>>& info) {
+  return contents()[std::get<1>(info.param)].name + std::to_string(std::get<0>(info.param).height);
+}
+
+INSTANTIATE_TEST_SUITE_P(ProfilesAndContents, EncoderDataRate,
+                         testing::Combine(testing::ValuesIn(kProfiles),
+                                          testing::Range(std::size_t{0}, contents().size())),
+                         nameOf);
+
+}  // namespace
+}  // namespace tevanto

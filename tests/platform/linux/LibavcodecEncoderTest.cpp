@@ -1,0 +1,388 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <thread>
+
+#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "screen/AccessUnit.h"
+#include "screen/BigEndian.h"
+#include "screen/H264Encoder.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/EncodedStream.h"
+#include "tests/support/EncoderPictures.h"
+#include "tests/support/H264TestDecoder.h"
+#include "tests/support/RecordingLogSink.h"
+#include "tests/support/SpsFields.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tevanto {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::byte kConstraintSet1{0x40};  // as Main demands
+
+/// The data's NAL units; fails the test when the lengths do not add up.
+std::vector<test::Bytes> unitsOf(std::span<const std::byte> data) {
+  std::vector<test::Bytes> units;
+  while (!data.empty()) {
+    const auto length = data.size() < 4 ? 0 : readBigEndian<std::uint32_t>(data);
+    if (length == 0 || length > data.size() - 4) {
+      ADD_FAILURE() << "a length of " << length << " with " << data.size() << " bytes left";
+      break;
+    }
+    units.push_back(test::copyOf(data.subspan(4, length)));
+    data = data.subspan(4 + length);
+  }
+  return units;
+}
+
+class LibavcodecEncoderTest : public ::testing::Test {
+ protected:
+  test::EncodedStream makeStream(int width, int height, std::int64_t bitRate = 6'000'000,
+                                 std::int64_t fps = 15) {
+    test::EncodedStream stream(factory_.create(width, height, VideoCodec::h264).value());
+    stream.prepare(bitRate, fps);
+    return stream;
+  }
+
+  LibavcodecEncoderFactory factory_{Logger(), {"libx264"}};
+};
+
+TEST_F(LibavcodecEncoderTest, theStreamSaysMainProfileAndItsColours) {
+  for (const auto& [width, height] : {std::pair{1280, 720}, std::pair{960, 540}, std::pair{1280, 830}}) {
+    auto stream = makeStream(width, height);
+    stream.encode(test::EncoderPictures(PixelFormat::i420, width, height).text(0), 0ms, true);
+    const auto sps = test::SpsFields::parse(*stream.frames.front().sps);
+    EXPECT_EQ(sps.profile, 77);
+    EXPECT_EQ(sps.constraints & 0xC0, std::to_integer<int>(kConstraintSet1)) << "no Baseline";
+    EXPECT_EQ(sps.width, width);
+    EXPECT_EQ(sps.height, height);
+    EXPECT_FALSE(sps.isFullRange);
+    EXPECT_EQ(sps.primaries, 1);
+    EXPECT_EQ(sps.transfer, 1);
+    EXPECT_EQ(sps.matrix, 1);
+    EXPECT_EQ(sps.maxReordered, 0);
+    EXPECT_EQ(sps.pocType, 2) << "output order is decoding order";
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, aFrameIsOneSliceWithSeiAtMostInFront) {
+  test::EncoderPictures pictures(PixelFormat::nv12, 640, 480);
+  auto stream = makeStream(640, 480);
+  for (int i = 0; i < 130; ++i) stream.encode(pictures.text(i * 7), i * 66ms, i == 40);
+  int slices = 0;
+  for (const auto& frame : stream.frames) {
+    for (const auto& unit : unitsOf(frame.data)) {
+      const auto type = nalUnitType(unit);
+      if (type == NalUnitType::sei) continue;
+      EXPECT_EQ(type, frame.isKeyFrame ? NalUnitType::idrSlice : NalUnitType::slice);
+      ++slices;
+    }
+    if (!frame.isKeyFrame) continue;
+    EXPECT_EQ(nalUnitType(*frame.sps), NalUnitType::sps);
+    EXPECT_EQ(nalUnitType(*frame.pps), NalUnitType::pps);
+  }
+  EXPECT_EQ(slices, 130);
+}
+
+TEST_F(LibavcodecEncoderTest, everyPictureComesBackAtOnceAndInOrder) {
+  for (const auto format : {PixelFormat::i420, PixelFormat::nv12}) {
+    test::EncoderPictures pictures(format, 640, 480);
+    auto stream = makeStream(640, 480);
+    test::H264TestDecoder decoder;
+    for (int i = 0; i < 70; ++i) {
+      const auto picture = pictures.text(i * 5);
+      stream.encode(picture, i * 66ms);
+      const auto& frame = stream.frames.back();
+      if (frame.isKeyFrame) decoder.setParameterSets(*frame.sps, *frame.pps);
+      const auto decoded = decoder.decode(frame.data, i);
+      ASSERT_TRUE(decoded) << i;
+      EXPECT_EQ(decoded->time, i);
+      EXPECT_FALSE(decoded->isReordered);
+      EXPECT_TRUE(decoded->isBt709Limited);
+      EXPECT_GT(decoded->psnr(*picture), 32) << i;
+    }
+    EXPECT_EQ(decoder.errors(), 0);
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, textAtRestIsClearAndCostsNextToNothing) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  test::H264TestDecoder decoder;
+  const auto page = pictures.text(0);
+  double psnr = 0;
+  for (int i = 0; i < 30; ++i) {
+    stream.encode(page, i * 66ms);
+    const auto& frame = stream.frames.back();
+    if (frame.isKeyFrame) decoder.setParameterSets(*frame.sps, *frame.pps);
+    psnr = decoder.decode(frame.data)->psnr(*page);
+    if (i == 0) {
+      EXPECT_GT(psnr, 30);
+    }
+  }
+  EXPECT_GT(psnr, 42);
+  EXPECT_LT(stream.frames.back().data.size(), 200u);
+}
+
+TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
+  test::EncoderPictures pictures(PixelFormat::i420, 640, 480);
+  auto stream = makeStream(640, 480);
+  for (int i = 0; i < 30; ++i) {
+    stream.encode(i % 2 ? pictures.flat(40) : pictures.text(0, static_cast<std::uint32_t>(i)), i * 66ms);
+  }
+  for (std::size_t i = 0; i < stream.frames.size(); ++i) EXPECT_EQ(stream.frames[i].isKeyFrame, i == 0) << i;
+}
+
+TEST_F(LibavcodecEncoderTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  test::H264TestDecoder decoder;
+  for (std::uint32_t i = 0; i < 6; ++i) {
+    const auto page = pictures.text(0, i + 1);
+    stream.encode(page, i * 600ms);
+    const auto& frame = stream.frames.back();
+    if (frame.isKeyFrame) decoder.setParameterSets(*frame.sps, *frame.pps);
+    EXPECT_GT(decoder.decode(frame.data)->psnr(*page), 30) << i;
+  }
+  EXPECT_EQ(decoder.errors(), 0);
+}
+
+TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  stream.encode(pictures.text(0), 0ms);
+  for (int i = 1; i < 10; ++i) {
+    const auto picture = std::const_pointer_cast<PixelBuffer>(pictures.text(0));
+    picture->planes()[0].data[i * 64] = std::byte{20};
+    picture->change.region = {i * 64, 0, 8, 16};
+    stream.encode(picture, i * 300ms);
+    EXPECT_FALSE(stream.frames.back().isKeyFrame) << i;
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsOfFrames) {
+  test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
+  auto stream = makeStream(320, 240, 2'000'000, 12);
+  // Faster than 12 a second, so that the frames are what counts.
+  for (int i = 0; i < 150; ++i) stream.encode(pictures.text(i), i * 20ms, i == 60);
+  for (int i = 0; i < 150; ++i) {
+    EXPECT_EQ(stream.frames[static_cast<std::size_t>(i)].isKeyFrame, i == 0 || i == 48 || i == 60 || i == 108)
+        << i;
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsByTheClock) {
+  test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
+  auto stream = makeStream(320, 240);
+  const auto picture = pictures.text(0);
+  const std::vector<std::pair<PresentationTime, bool>> rows{{10s, true}, {11s, false}, {13999ms, false},
+                                                            {14s, true}, {17s, false}, {19s, true},
+                                                            {60s, true}, {61s, false}};
+  for (const auto& [time, isKeyFrame] : rows) {
+    stream.encode(picture, time);
+    EXPECT_EQ(stream.frames.back().isKeyFrame, isKeyFrame) << time.count();
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, aSessionStaysWithItsSizeAndFormat) {
+  auto stream = makeStream(320, 240);
+  stream.encode(test::EncoderPictures(PixelFormat::i420, 160, 120).text(0), 0ms, true);
+  stream.encode(PixelBufferPool(PixelFormat::bgra, 320, 240, 1).acquire(), 1ms, true);
+  stream.encode(nullptr, 2ms, true);
+  stream.encode(test::EncoderPictures(PixelFormat::i420, 320, 240).text(0), 3ms, true);
+  stream.encode(test::EncoderPictures(PixelFormat::nv12, 320, 240).text(0), 4ms, true);
+  ASSERT_EQ(stream.frames.size(), 5u);
+  for (std::size_t i = 0; i < 5; ++i) {
+    EXPECT_EQ(stream.frames[i].status, i == 3 ? EncodeStatus::success : EncodeStatus::failure) << i;
+    EXPECT_EQ(stream.frames[i].hasSample, i == 3) << i;
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, refusesSizesThatNoStreamCanHave) {
+  const std::pair<int, int> sizes[] = {{0, 240}, {320, 0}, {-2, 240}, {321, 240}, {320, 241}, {16'386, 240}};
+  for (const auto& [width, height] : sizes) {
+    const auto made = factory_.create(width, height, VideoCodec::h264);
+    ASSERT_FALSE(made) << width << "x" << height;
+    EXPECT_NE(made.error().find(std::to_string(width)), std::string::npos);
+  }
+  EXPECT_FALSE(factory_.create(320, 240, static_cast<VideoCodec>(0x68766331)));
+}
+
+TEST_F(LibavcodecEncoderTest, encodesTheSmallestAndOddlyShapedPictures) {
+  for (const auto& [width, height] :
+       {std::pair{2, 2}, {16, 16}, {2, 1280}, {1280, 2}, {1278, 800}, {720, 1280}}) {
+    auto stream = makeStream(width, height);
+    const auto picture = test::EncoderPictures(PixelFormat::i420, width, height).flat(90);
+    stream.encode(picture, 0ms, true);
+    ASSERT_EQ(stream.frames.back().status, EncodeStatus::success) << width << "x" << height;
+    test::H264TestDecoder decoder;
+    decoder.setParameterSets(*stream.frames[0].sps, *stream.frames[0].pps);
+    const auto decoded = decoder.decode(stream.frames[0].data);
+    ASSERT_TRUE(decoded) << width << "x" << height;
+    EXPECT_EQ(decoded->width, width);
+    EXPECT_EQ(decoded->height, height);
+    EXPECT_GT(decoded->psnr(*picture), 30);
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, refusesPropertiesThatItCannotHave) {
+  const auto session = factory_.create(320, 240, VideoCodec::h264).value();
+  const std::pair<EncoderProperty, EncoderPropertyValue> rows[] = {
+      {EncoderProperty::realTime, false},
+      {EncoderProperty::allowFrameReordering, true},
+      {EncoderProperty::maxKeyFrameInterval, std::int64_t{0}},
+      {EncoderProperty::maxKeyFrameIntervalDuration, std::int64_t{-1}},
+      {EncoderProperty::averageBitRate, true},
+      {EncoderProperty::expectedFrameRate, std::int64_t{0}},
+      {EncoderProperty::dataRateLimits, DataRateLimit{0, 1s}},
+      {EncoderProperty::dataRateLimits, DataRateLimit{100, 0s}},
+      {EncoderProperty::profileLevel, std::int64_t{77}},
+      {static_cast<EncoderProperty>(99), true}};
+  for (const auto& [property, value] : rows) {
+    EXPECT_FALSE(session->setProperty(property, value)) << static_cast<int>(property);
+  }
+  session->prepareToEncodeFrames();
+  EXPECT_FALSE(session->setProperty(EncoderProperty::realTime, true)) << "it is prepared";
+}
+
+TEST_F(LibavcodecEncoderTest, absurdRatesStillEncode) {
+  test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
+  for (const auto& [bitRate, fps] :
+       {std::pair<std::int64_t, std::int64_t>{16, 1}, {24, 1'000'000}, {1LL << 60, 15}}) {
+    auto stream = makeStream(320, 240, bitRate, fps);
+    for (int i = 0; i < 5; ++i) stream.encode(pictures.text(i), i * 66ms);
+    ASSERT_EQ(stream.frames.size(), 5u);
+    for (const auto& frame : stream.frames) EXPECT_EQ(frame.status, EncodeStatus::success) << bitRate;
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, aChangeOfSizeBeginsAnewWithAKeyFrame) {
+  std::vector<std::string> output;
+  const auto encoder = std::make_shared<H264Encoder>(factory_, 6'000'000, 15);
+  encoder->setConfigHandler(
+      [&](auto sps, auto) { output.push_back(std::to_string(test::SpsFields::parse(sps).width)); });
+  encoder->setFrameHandler([&](auto, bool isKeyframe) { output.emplace_back(isKeyframe ? "key" : "delta"); });
+  for (const int width : {640, 640, 320, 320, 640}) {
+    encoder->encode(test::EncoderPictures(PixelFormat::i420, width, 240).text(0),
+                    std::chrono::milliseconds(66 * output.size()), width, 240);
+  }
+  EXPECT_EQ(output, (std::vector<std::string>{"640", "key", "delta", "320", "key", "delta", "640", "key"}));
+}
+
+TEST_F(LibavcodecEncoderTest, mayBeInvalidatedWhileItEncodes) {
+  test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
+  const auto picture = pictures.text(0);
+  for (int round = 0; round < 20; ++round) {
+    const auto session = factory_.create(320, 240, VideoCodec::h264).value();
+    session->prepareToEncodeFrames();
+    std::atomic<int> outputs = 0;
+    std::thread capture([&] {
+      for (int i = 0; i < 30; ++i) {
+        session->encodeFrame(picture, i * 66ms, {}, [&](EncodeStatus, const EncodedSample*) { ++outputs; });
+      }
+    });
+    while (outputs < round) std::this_thread::yield();  // ends at another frame each round
+    session->invalidate();
+    capture.join();
+    EXPECT_GE(outputs, round);
+    const int before = outputs;
+    session->encodeFrame(picture, 9s, {}, [&](EncodeStatus, const EncodedSample*) { ++outputs; });
+    EXPECT_EQ(outputs, before);
+  }
+}
+
+TEST_F(LibavcodecEncoderTest, mayBeDestroyedWithinItsOutput) {
+  auto session = factory_.create(320, 240, VideoCodec::h264).value();
+  session->prepareToEncodeFrames();
+  auto* const encoder = session.get();
+  std::size_t bytes = 0;
+  encoder->encodeFrame(test::EncoderPictures(PixelFormat::i420, 320, 240).text(0), 0ms, {},
+                       [&](EncodeStatus, const EncodedSample* sample) {
+                         session.reset();
+                         bytes = sample->data->size();
+                       });
+  EXPECT_GT(bytes, 0u);
+}
+
+TEST_F(LibavcodecEncoderTest, ffprobePlaysItAsMainProfileInBt709) {
+  const test::TemporaryFolder folder;
+  const auto path = (folder / "stream.h264").string();
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  std::ofstream file(path, std::ios::binary);
+  const auto write = [&](std::span<const std::byte> unit) {
+    file.write("\0\0\0\1", 4) << test::textOf(unit);
+  };
+  for (int i = 0; i < 20; ++i) {
+    stream.encode(pictures.text(i * 9), i * 66ms);
+    const auto& frame = stream.frames.back();
+    if (frame.isKeyFrame) {
+      write(*frame.sps);
+      write(*frame.pps);
+    }
+    for (const auto& unit : unitsOf(frame.data)) write(unit);
+  }
+  file.close();
+  const auto probed = test::runProgram({"ffprobe", "-v", "warning", "-count_frames", "-show_entries",
+                                        "stream=profile,width,height,pix_fmt,color_range,color_space,color_"
+                                        "transfer,color_primaries,has_b_frames,"
+                                        "nb_read_frames",
+                                        "-of", "default=noprint_wrappers=1", path},
+                                       {.mergeErrors = true});
+  EXPECT_EQ(probed.exitStatus, 0);
+  EXPECT_EQ(probed.output,
+            "profile=Main\nwidth=1280\nheight=720\nhas_b_frames=0\npix_fmt=yuv420p\ncolor_range=tv\n"
+            "color_space=bt709\ncolor_transfer=bt709\ncolor_primaries=bt709\nnb_read_frames=20\n");
+}
+
+TEST(LibavcodecEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
+  const auto sink = std::make_shared<test::RecordingLogSink>();
+  LibavcodecEncoderFactory factory(Logger(sink, "encoder"), {"h264_of_nobody", "libx264", "never_tried"});
+  EXPECT_TRUE(sink->lines().empty()) << "nothing is tried before it is asked for";
+  EXPECT_EQ(factory.encoderName(), "libx264");
+  ASSERT_EQ(factory.refusals().size(), 1u);
+  EXPECT_EQ(factory.refusals()[0].encoder, "h264_of_nobody");
+  EXPECT_EQ(factory.description(), "libx264 (h264_of_nobody: this libavcodec is built without it)");
+  const auto lines = sink->lines().size();
+  static_cast<void>(factory.create(320, 240, VideoCodec::h264));
+  EXPECT_EQ(factory.encoderName(), "libx264");
+  EXPECT_EQ(sink->lines().size(), lines) << "they are tried once";
+  for (const auto& line : sink->lines()) EXPECT_EQ(line.level, LogLevel::debug) << line.text;
+}
+
+TEST(LibavcodecEncoderFactory, withoutAnEncoderThereAreNoSessions) {
+  LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody"});
+  EXPECT_EQ(factory.encoderName(), "");
+  EXPECT_FALSE(factory.create(320, 240, VideoCodec::h264));
+  EXPECT_EQ(factory.description(), "none (h264_of_nobody: this libavcodec is built without it)");
+}
+
+// Which encoders this machine has in hardware is its own affair; each refusal has a reason all the same.
+TEST(LibavcodecEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
+  testing::internal::CaptureStderr();
+  const LibavcodecEncoderFactory factory{Logger()};
+  const auto name = factory.encoderName();
+  const auto refusals = factory.refusals();
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  const std::vector<std::string> order{"h264_nvenc", "h264_vaapi", "h264_qsv", "libx264"};
+  ASSERT_LT(refusals.size(), order.size());
+  EXPECT_EQ(name, order[refusals.size()]);
+  for (std::size_t i = 0; i < refusals.size(); ++i) {
+    EXPECT_EQ(refusals[i].encoder, order[i]);
+    EXPECT_FALSE(refusals[i].reason.empty());
+  }
+}
+
+TEST(LibavcodecEncoderFactory, aThreadMayAskWhileAnotherTries) {
+  const LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody", "libx264"});
+  std::vector<std::thread> threads;
+  std::atomic<int> same = 0;
+  for (int i = 0; i < 4; ++i) threads.emplace_back([&] { same += factory.encoderName() == "libx264"; });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(same, 4);
+}
+
+}  // namespace
+}  // namespace tevanto

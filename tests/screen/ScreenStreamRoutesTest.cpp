@@ -1,0 +1,223 @@
+#include "tests/screen/ScreenStreamServerFixture.h"
+
+namespace tevanto {
+namespace {
+
+class Backpressure : public ScreenStreamServerTest {
+ protected:
+  /// Lets the encoder put out one frame whose message has `bytes` bytes, header not counted.
+  void putOut(std::size_t bytes, bool isKeyframe) {
+    picture();
+    const Bytes data(bytes - 2);
+    EncodedSample sample;
+    sample.attachments = EncodedSample::Attachments{!isKeyframe};
+    sample.data = data;
+    encoders_.last().frames.back().output(EncodeStatus::success, &sample);
+    run();
+  }
+  bool nextIsForced() {
+    picture();
+    return encoders_.last().lastProperties().forceKeyFrame;
+  }
+  std::shared_ptr<test::FakeTcpPeer> stalled() {
+    encoders_.answers = false;
+    start();
+    auto peer = mirror();
+    peer->window = 0;
+    EXPECT_TRUE(nextIsForced());  // the first of the session
+    return peer;
+  }
+};
+
+TEST_F(Backpressure, otherFramesGoUpToHalfAMebibyte) {
+  const auto peer = stalled();
+  putOut(524'288 - 4, false);
+  EXPECT_FALSE(nextIsForced());
+  putOut(3, false);
+  EXPECT_TRUE(nextIsForced());
+  peer->openWindow(std::string::npos);
+  run();
+  EXPECT_EQ(peer->received.size(), 524'288u);
+  // Now only a key frame gets through, and each attempt asks for one.
+  putOut(100, false);
+  EXPECT_TRUE(nextIsForced());
+  EXPECT_EQ(peer->received.size(), 524'288u);
+  putOut(100, true);
+  EXPECT_FALSE(nextIsForced());
+  putOut(100, false);
+  EXPECT_EQ(peer->received.size(), 524'288u + 104 + 104);
+}
+
+TEST_F(Backpressure, keyFramesGoUpToThreeMebibytes) {
+  const auto peer = stalled();
+  putOut(3'145'728 - 4, true);
+  EXPECT_FALSE(nextIsForced());
+  putOut(3, true);
+  EXPECT_TRUE(nextIsForced());
+  peer->openWindow(std::string::npos);
+  run();
+  EXPECT_EQ(peer->received.size(), 3'145'728u);
+}
+
+TEST_F(Backpressure, aFrameLargerThanItsBudgetIsRefused) {
+  const auto peer = stalled();
+  putOut(524'288 - 3, false);
+  EXPECT_TRUE(nextIsForced());
+  putOut(3'145'728 - 3, true);
+  EXPECT_TRUE(nextIsForced());
+  peer->openWindow(std::string::npos);
+  run();
+  EXPECT_EQ(peer->received.size(), 0u);
+}
+
+TEST_F(Backpressure, parameterSetsGoInAnyCase) {
+  const auto peer = stalled();
+  putOut(3'145'728 - 4, true);
+  picture();
+  test::FakeEncoderSession::putOut(encoders_.last().frames.back(), true);
+  run();
+  peer->openWindow(std::string::npos);
+  run();
+  EXPECT_EQ(peer->received.size(), 3'145'728 + kParameterSets.size());
+  EXPECT_EQ(peer->received.substr(3'145'728), kParameterSets);
+}
+
+class TransportRoute : public ScreenStreamServerTest {
+ protected:
+  std::shared_ptr<test::FakeScreenTransport> mirrorOverTransport() {
+    auto transport = attach();
+    say(*transport, hello());
+    stream().onStarted({});
+    run();
+    return transport;
+  }
+  void closeChannel(ScreenTransport& transport) {
+    mainQueue_->async([&] { transport.onScreenChannelState(false); });
+    run();
+  }
+};
+
+TEST_F(TransportRoute, parameterSetsAndFramesTakeTheirChannels) {
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  picture();
+  EXPECT_EQ(transport->payloads,
+            std::vector<std::string>{textOf(parameterSetMessage(bytesOf("sps"), bytesOf("pps")))});
+  EXPECT_EQ(transport->frames, (std::vector<std::pair<std::string, bool>>{
+                                   {textOf(videoFrameMessage(bytesOf("key"), true)), true},
+                                   {textOf(videoFrameMessage(bytesOf("delta"), false)), false}}));
+  EXPECT_EQ(server_->statusText.get(), "Mirroring to iPhone");
+}
+
+TEST_F(TransportRoute, aRefusedFrameWaitsForTheNextKeyFrame) {
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  transport->accepts = false;
+  picture();
+  ASSERT_EQ(transport->frames.size(), 2u);
+  transport->accepts = true;
+  picture();  // forced to be a key frame
+  EXPECT_TRUE(transport->frames.back().second);
+  picture();
+  EXPECT_FALSE(transport->frames.back().second);
+  EXPECT_EQ(transport->frames.size(), 4u);
+}
+
+TEST_F(TransportRoute, aWrongTokenLeavesTheTransportOpen) {
+  start();
+  const auto transport = attach();
+  say(*transport, hello("WRONG"));
+  EXPECT_EQ(server_->statusText.get(), "Rejected an unpaired iPhone");
+  say(*transport, hello());
+  EXPECT_EQ(server_->statusText.get(), "Sharing screen…");
+}
+
+TEST_F(TransportRoute, stopAndKeyFrameRequestWorkAsOverTcp) {
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  say(*transport, bytesOf({0x11}));
+  EXPECT_EQ(transport->frames.size(), 2u);
+  EXPECT_TRUE(transport->frames.back().second);
+  say(*transport, bytesOf({0x12}));
+  expectIdle();
+}
+
+TEST_F(TransportRoute, theEndOfTheChannelEndsItsSession) {
+  start();
+  const auto transport = mirrorOverTransport();
+  mainQueue_->async([&] { transport->onScreenChannelState(true); });
+  run();
+  EXPECT_TRUE(server_->isStreaming.get());
+  closeChannel(*transport);
+  expectIdle();
+}
+
+TEST_F(TransportRoute, theEndOfTheChannelLeavesASessionOverTcpAlone) {
+  start();
+  const auto transport = attach();
+  mirror();
+  closeChannel(*transport);
+  EXPECT_TRUE(server_->isStreaming.get());
+  EXPECT_EQ(server_->statusText.get(), "Mirroring to iPhone");
+}
+
+TEST_F(TransportRoute, aTransportThatGoesWithItsChannelStillEndsTheSession) {
+  start();
+  auto transport = mirrorOverTransport();
+  mainQueue_->async([&] {
+    transport->onScreenChannelState(false);
+    transport.reset();
+  });
+  run();
+  expectIdle();
+}
+
+TEST_F(TransportRoute, aNewTransportTakesThePlaceOfTheFormerOne) {
+  start();
+  const auto former = mirrorOverTransport();
+  const auto next = attach();
+  EXPECT_FALSE(former->onScreenData);
+  EXPECT_FALSE(former->onScreenChannelState);
+  expectIdle();  // nobody would hear of its end
+  say(*next, hello());
+  EXPECT_EQ(capture_.streams.size(), 2u);
+}
+
+TEST_F(TransportRoute, theSameTransportMayBeAttachedAgain) {
+  start();
+  const auto transport = mirrorOverTransport();
+  mainQueue_->sync([&] { server_->attach(transport); });
+  run();
+  EXPECT_TRUE(transport->onScreenData);
+  EXPECT_TRUE(server_->isStreaming.get());
+}
+
+TEST_F(TransportRoute, theServerDoesNotKeepTheTransport) {
+  start();
+  auto transport = mirrorOverTransport();
+  const std::weak_ptr<ScreenTransport> weak = transport;
+  transport.reset();
+  EXPECT_TRUE(weak.expired());
+  picture();  // refused: there is no route
+  EXPECT_TRUE(server_->isStreaming.get());
+}
+
+TEST_F(TransportRoute, theNewestOwnerWinsAcrossTheRoutes) {
+  start();
+  const auto peer = mirror();
+  const auto transport = attach();
+  say(*transport, hello());
+  EXPECT_EQ(capture_.streams[0]->stops, 1);
+  EXPECT_FALSE(peer->isEnded());
+  say(*peer, bytesOf({0x12}));  // no longer the owner
+  EXPECT_EQ(server_->statusText.get(), "Sharing screen…");
+  say(*peer, hello());
+  EXPECT_EQ(capture_.streams.size(), 3u);
+  EXPECT_EQ(capture_.streams[1]->stops, 1);
+}
+
+}  // namespace
+}  // namespace tevanto

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "screen/EncoderSession.h"
+#include "tests/support/ScreenBytes.h"
+
+namespace tevanto::test {
+
+/// What a session put out for one picture.
+struct EncodedFrame {
+  PresentationTime time{0};
+  EncodeStatus status = EncodeStatus::failure;
+  bool hasSample = false;
+  bool isKeyFrame = false;
+  std::optional<Bytes> sps;
+  std::optional<Bytes> pps;
+  Bytes data;
+};
+
+/// The properties that a streaming session asks of its encoder.
+inline std::vector<std::pair<EncoderProperty, EncoderPropertyValue>> streamProperties(std::int64_t bitRate,
+                                                                                      std::int64_t fps) {
+  return {{EncoderProperty::realTime, true},
+          {EncoderProperty::profileLevel, EncoderProfileLevel::h264MainAutoLevel},
+          {EncoderProperty::allowFrameReordering, false},
+          {EncoderProperty::maxKeyFrameInterval, 4 * fps},
+          {EncoderProperty::maxKeyFrameIntervalDuration, std::int64_t{4}},
+          {EncoderProperty::averageBitRate, bitRate},
+          {EncoderProperty::dataRateLimits, DataRateLimit{bitRate / 8 * 3 / 2, std::chrono::seconds(1)}},
+          {EncoderProperty::expectedFrameRate, fps}};
+}
+
+/// A session whose output the test keeps.
+class EncodedStream {
+ public:
+  explicit EncodedStream(std::shared_ptr<EncoderSession> session) : session_(std::move(session)) {}
+
+  EncoderSession& session() { return *session_; }
+  void prepare(std::int64_t bitRate = 6'000'000, std::int64_t fps = 15) {
+    for (const auto& [property, value] : streamProperties(bitRate, fps)) {
+      if (!session_->setProperty(property, value)) ++refusedProperties;
+    }
+    session_->prepareToEncodeFrames();
+  }
+  void encode(std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool forceKeyFrame = false) {
+    session_->encodeFrame(std::move(picture), time, {forceKeyFrame},
+                          [this, time](EncodeStatus status, const EncodedSample* sample) {
+                            EncodedFrame frame{time, status, sample != nullptr, false, {}, {}, {}};
+                            if (sample) keep(frame, *sample);
+                            frames.push_back(std::move(frame));
+                          });
+  }
+
+  /// The most bytes within one second that ends with a frame.
+  std::int64_t largestSecond() const {
+    std::int64_t largest = 0;
+    for (std::size_t last = 0; last < frames.size(); ++last) {
+      std::int64_t sum = 0;
+      for (std::size_t i = 0; i <= last; ++i) {
+        const bool isWithin = frames[i].time > frames[last].time - std::chrono::seconds(1);
+        if (isWithin) sum += static_cast<std::int64_t>(frames[i].data.size());
+      }
+      largest = std::max(largest, sum);
+    }
+    return largest;
+  }
+
+  std::vector<EncodedFrame> frames;
+  int refusedProperties = 0;
+
+ private:
+  static void keep(EncodedFrame& frame, const EncodedSample& sample) {
+    frame.isKeyFrame = !(sample.attachments && sample.attachments->notSync.value_or(false));
+    if (sample.sps) frame.sps = copyOf(*sample.sps);
+    if (sample.pps) frame.pps = copyOf(*sample.pps);
+    if (sample.data) frame.data = copyOf(*sample.data);
+  }
+
+  std::shared_ptr<EncoderSession> session_;
+};
+
+}  // namespace tevanto::test
