@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "phone/CommandParts.h"
 #include "phone/KeyNames.h"
 
 namespace tevanto::phone {
@@ -17,19 +18,6 @@ constexpr int kDragSteps = 10;  // so that what is dragged over sees it pass
 constexpr int kMaxClicks = 1000;
 
 using Action = std::function<ExitCode(PhoneCommands&)>;
-
-RemoteCommand command(std::string type) {
-  RemoteCommand made;
-  made.type = std::move(type);
-  return made;
-}
-
-RemoteCommand motion(std::string type, double dx, double dy) {
-  auto made = command(std::move(type));
-  made.dx = dx;
-  made.dy = dy;
-  return made;
-}
 
 std::vector<RemoteCommand> drag(double dx, double dy) {
   std::vector<RemoteCommand> commands = {command("mouseDown")};

@@ -2,23 +2,11 @@
 
 #include <utility>
 
+#include "phone/CommandParts.h"
 #include "phone/KeyNames.h"
 
 namespace tevanto::phone {
 namespace {
-
-RemoteCommand command(std::string type) {
-  RemoteCommand made;
-  made.type = std::move(type);
-  return made;
-}
-
-RemoteCommand motion(std::string type, double dx, double dy) {
-  auto made = command(std::move(type));
-  made.dx = dx;
-  made.dy = dy;
-  return made;
-}
 
 RemoteCommand click(std::string button) {
   auto made = command("click");

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "remote/RemoteMessage.h"
+
+namespace tevanto::phone {
+
+/// A command of this type, with nothing else in it yet.
+inline RemoteCommand command(std::string type) {
+  RemoteCommand made;
+  made.type = std::move(type);
+  return made;
+}
+
+/// A command that carries a way, in points.
+inline RemoteCommand motion(std::string type, double dx, double dy) {
+  auto made = command(std::move(type));
+  made.dx = dx;
+  made.dy = dy;
+  return made;
+}
+
+}  // namespace tevanto::phone
