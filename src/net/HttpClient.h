@@ -1,0 +1,45 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/Result.h"
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+/// One HTTP/1.1 request (RFC 9112). `url` is absolute, "http://" or "https://".
+struct HttpRequest {
+  std::string method = "GET";
+  std::string url;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+  /// For the whole exchange: name resolution, connection, handshake, answer.
+  std::chrono::milliseconds timeout{60'000};
+};
+
+struct HttpResponse {
+  int status = 0;
+  std::vector<std::pair<std::string, std::string>> headers;
+  std::string body;
+};
+
+/// Sends requests without blocking. With "https://" the server's certificate and host name are verified.
+class HttpClient {
+ public:
+  /// Called exactly once, on the queue given to `send`.
+  using Completion = std::function<void(Result<HttpResponse>)>;
+
+  virtual ~HttpClient() = default;
+  /// Any status is an answer; a failure is a URL that cannot be read, no connection, no trust, a broken or
+  /// too large answer, or the timeout.
+  virtual void send(HttpRequest request, std::shared_ptr<SerialQueue> queue, Completion completion) = 0;
+
+  static constexpr std::size_t kMaxBodyBytes = 8 * 1024 * 1024;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/Result.h"
+
+namespace tevanto {
+
+/// The numbers are those that the account status has in logs.
+enum class CloudAccountStatus {
+  couldNotDetermine = 0,
+  available = 1,
+  restricted = 2,
+  noAccount = 3,
+  temporarilyUnavailable = 4
+};
+
+/// One record of type "TevantoSignal".
+struct CloudRecord {
+  std::string name;
+  std::string room;
+  std::string kind;
+  std::string session;
+  std::string payload;
+  std::optional<std::chrono::system_clock::time_point> created;
+  /// When the server first stored it; set by the server.
+  std::optional<std::chrono::system_clock::time_point> serverCreated;
+};
+
+/// `code` is the domain's own number; 11 is "unknown item": no such record.
+struct CloudError {
+  static constexpr int kUnknownItem = 11;
+
+  std::string domain;
+  int code = 0;
+  std::optional<double> retryAfter;  // seconds
+  /// Of a request that failed for some records only.
+  std::vector<std::pair<std::string, CloudError>> partial;
+};
+
+/// A value, or the cloud's error.
+template <class T>
+struct CloudOutcome {
+  std::optional<T> value;
+  CloudError error;  // where there is no value
+};
+
+enum class CloudUrgency { userInitiated, utility };
+
+/// The public database of the application's container. Completions come once, on a thread of the
+/// implementation's choosing.
+class CloudDatabase {
+ public:
+  virtual ~CloudDatabase() = default;
+  virtual void accountStatus(std::function<void(CloudAccountStatus)> done) = 0;
+  virtual void fetch(const std::string& recordName, std::function<void(CloudOutcome<CloudRecord>)> done) = 0;
+  /// Writes all fields, whatever is there already.
+  virtual void save(const CloudRecord& record, CloudUrgency urgency,
+                    std::function<void(std::optional<CloudError>)> done) = 0;
+  virtual void remove(const std::string& recordName, CloudUrgency urgency,
+                      std::function<void(std::optional<CloudError>)> done) = 0;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tevanto {
+
+/// Which side of the pairing a client of the relay speaks for.
+enum class SignalRole { mac, phone };
+
+/// "mac" or "phone".
+std::string_view toString(SignalRole role);
+
+/// One ICE candidate as it travels with an offer or an answer.
+struct SignalIceCandidate {
+  std::string candidate;
+  std::optional<std::string> sdpMid;
+  std::optional<std::int32_t> sdpMLineIndex;
+
+  bool operator==(const SignalIceCandidate&) const = default;
+};
+
+/// What two peers tell one another before they have a channel: "hello", "offer", "answer", "ice" or "bye".
+/// On the wire a JSON object with the members' names, in this order; absent members are omitted.
+struct SignalMessage {
+  std::string type;
+  std::optional<std::string> sdp;
+  std::optional<std::string> candidate;
+  std::optional<std::string> sdpMid;
+  std::optional<std::int32_t> sdpMLineIndex;
+  std::optional<std::vector<SignalIceCandidate>> candidates;
+
+  bool operator==(const SignalMessage&) const = default;
+};
+
+std::string encodeSignalMessage(const SignalMessage& message);
+/// Nothing for what is no such message: wrong types, no "type", invalid JSON or UTF-8.
+std::optional<SignalMessage> decodeSignalMessage(std::string_view json);
+
+}  // namespace tevanto
