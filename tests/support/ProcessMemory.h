@@ -30,6 +30,16 @@ inline std::size_t residentBytes() { return statusBytes("VmRSS"); }
 inline std::size_t peakResidentBytes() { return statusBytes("VmHWM"); }
 inline void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
+/// The kernel counts resident pages of each thread apart and adds them up now and then: it may be this far
+/// off.
+inline constexpr std::size_t kResidentSlack = 1024 * 1024;
+/// What a byte of the program costs when it is resident: ThreadSanitizer keeps shadow memory beside it.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr std::size_t kResidentFactor = 5;
+#else
+inline constexpr std::size_t kResidentFactor = 1;
+#endif
+
 /// Bytes that are allocated on the heap; 0 where a sanitizer keeps its own heap.
 inline std::size_t heapBytes() {
   const auto info = ::mallinfo2();
