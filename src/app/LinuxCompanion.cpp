@@ -1,5 +1,6 @@
 #include "app/LinuxCompanion.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -21,6 +22,7 @@
 #include "app/RuntimeFolder.h"
 #include "app/TevantoMacRuntime.h"
 #include "control/MacPowerManager.h"
+#include "core/Descriptor.h"
 #include "core/DeviceIdentity.h"
 #include "core/JsonUserDefaults.h"
 #include "platform/linux/JournalLogSink.h"
@@ -35,6 +37,8 @@ void print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
   std::fflush(stdout);
 }
+
+bool hasTerminal() { return Descriptor(::open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC)).get() >= 0; }
 
 class LinuxCompanion {
  public:
@@ -80,7 +84,9 @@ class LinuxCompanion {
   void handleSignals() {
     services_.mainLoop().onSignals({SIGINT, SIGTERM, SIGHUP}, [this](int signal) {
       services_.mainQueue()->async([this, signal] {
-        if (signal == SIGHUP) {
+        // Somebody's wish to read the settings again, unless it says that the terminal was closed.
+        const bool wasClosed = startedInTerminal_ && !hasTerminal();
+        if (signal == SIGHUP && !wasClosed) {
           defaults_.reload();
         } else {
           end();
@@ -117,6 +123,7 @@ class LinuxCompanion {
   MacAppDelegate application_;
   CompanionControl control_;
   std::unique_ptr<ControlSocketServer> controlSocket_;
+  const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
   Timer impatience_;
   std::thread ending_;

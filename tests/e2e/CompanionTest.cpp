@@ -13,6 +13,7 @@
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/PseudoTerminal.h"
 #include "tests/support/PulseServer.h"
 #include "tests/support/RawSocket.h"
 
@@ -163,6 +164,19 @@ TEST_F(Companion, readsItsSettingsAgainOnAHangUp) {
   EXPECT_FALSE(companion.status()->isPaired);
   companion.process().signal(SIGHUP);
   EXPECT_TRUE(eventually([&] { return companion.status()->isPaired; }));
+}
+
+TEST_F(Companion, endsWithTheTerminalThatItWasStartedIn) {
+  test::PseudoTerminal terminal;
+  test::ChildProcess companion({"sh", "-c",
+                                "exec setsid --ctty " + kProgram + " --remote-port 0 --loopback-only <" +
+                                    terminal.deviceName() + " >" + terminal.deviceName()},
+                               {.environment = desktop.environment});
+  ASSERT_TRUE(terminal.waitFor("PAIRING CODE")) << terminal.screen();
+  companion.signal(SIGHUP);
+  EXPECT_EQ(tevanto({"status"}).exitStatus, 0) << "the terminal is still there";
+  terminal.hangUp();
+  EXPECT_EQ(companion.wait(), 0);
 }
 
 TEST_F(Companion, aPhonePairsAndMovesThePointer) {

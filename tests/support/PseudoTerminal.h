@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tevanto::test {
 
@@ -39,6 +40,9 @@ class PseudoTerminal {
       throw std::runtime_error("typing failed");
     }
   }
+
+  /// Closes it, as a person closes the window.
+  void hangUp() { ::close(std::exchange(controller_, -1)); }
 
   /// Reads until what the program wrote so far contains `text`; false when it does not in a generous time.
   bool waitFor(std::string_view text) {
