@@ -17,8 +17,8 @@ std::string_view toString(SignalRole role);
 /// One ICE candidate as it travels with an offer or an answer.
 struct SignalIceCandidate {
   std::string candidate;
-  std::optional<std::string> sdpMid;
-  std::optional<std::int32_t> sdpMLineIndex;
+  std::optional<std::string> sdpMid = {};
+  std::optional<std::int32_t> sdpMLineIndex = {};
 
   bool operator==(const SignalIceCandidate&) const = default;
 };
@@ -27,11 +27,11 @@ struct SignalIceCandidate {
 /// On the wire a JSON object with the members' names, in this order; absent members are omitted.
 struct SignalMessage {
   std::string type;
-  std::optional<std::string> sdp;
-  std::optional<std::string> candidate;
-  std::optional<std::string> sdpMid;
-  std::optional<std::int32_t> sdpMLineIndex;
-  std::optional<std::vector<SignalIceCandidate>> candidates;
+  std::optional<std::string> sdp = {};
+  std::optional<std::string> candidate = {};
+  std::optional<std::string> sdpMid = {};
+  std::optional<std::int32_t> sdpMLineIndex = {};
+  std::optional<std::vector<SignalIceCandidate>> candidates = {};
 
   bool operator==(const SignalMessage&) const = default;
 };
