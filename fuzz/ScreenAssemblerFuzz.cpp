@@ -29,10 +29,10 @@ class Model {
       entry = old ? partials_.erase(entry) : std::next(entry);
     }
     auto& partial = partials_.try_emplace(packet.packetID, Partial{packet.count, now, {}}).first->second;
-    if (partial.count != packet.count) return std::nullopt;
+    const bool agrees = partial.count == packet.count;
     partial.chunks[packet.index] = Bytes(packet.payload.begin(), packet.payload.end());
     const auto whole = partial.bytes();
-    if (whole.size() > limits_.maxPacketBytes) {
+    if (!agrees || whole.size() > limits_.maxPacketBytes) {
       partials_.erase(packet.packetID);
       return std::nullopt;
     }

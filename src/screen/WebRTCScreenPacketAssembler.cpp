@@ -18,8 +18,7 @@ std::optional<AssembledScreenMessage> WebRTCScreenPacketAssembler::ingest(std::s
     place->second.reserve(room);
   }
   auto& partial = place->second;
-  if (partial.count() != parsed->count) return std::nullopt;
-  if (partial.byteCountWith(*parsed) > limits_.maxPacketBytes) {
+  if (partial.count() != parsed->count || partial.byteCountWith(*parsed) > limits_.maxPacketBytes) {
     partials_.erase(place);
     return std::nullopt;
   }

@@ -35,8 +35,8 @@ class WebRTCScreenPacketAssembler {
   explicit WebRTCScreenPacketAssembler(Limits limits) : limits_(limits) {}
 
   /// Takes one packet of the channel; gives the whole message once its last missing chunk is there. Invalid
-  /// packets, chunks that disagree with the count of their message, and messages that outgrow the limit are
-  /// dropped.
+  /// packets are dropped; a chunk that disagrees with the count of its message, or makes it outgrow the
+  /// limit, drops the message.
   std::optional<AssembledScreenMessage> ingest(std::span<const std::byte> packet, TimePoint now);
   /// Forgets everything unfinished.
   void reset() { partials_.clear(); }

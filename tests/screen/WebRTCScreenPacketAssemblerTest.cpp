@@ -187,12 +187,15 @@ TEST(WebRTCScreenPacketAssembler, repeatedChunksOfGrowingSizeCannotOutgrowTheLim
   EXPECT_FALSE(assembler.ingest(packet(1, 2, 3, bytesOf("c")), kStart));
 }
 
-TEST(WebRTCScreenPacketAssembler, aChunkThatDisagreesAboutTheCountIsDropped) {
-  WebRTCScreenPacketAssembler assembler;
-  EXPECT_FALSE(assembler.ingest(packet(1, 0, 2, bytesOf("a")), kStart));
-  EXPECT_FALSE(assembler.ingest(packet(1, 0, 1, bytesOf("x")), kStart));
-  EXPECT_FALSE(assembler.ingest(packet(1, 1, 3, bytesOf("y")), kStart));
-  EXPECT_EQ(assembler.ingest(packet(1, 1, 2, bytesOf("b")), kStart)->bytes, bytesOf("ab"));
+TEST(WebRTCScreenPacketAssembler, aChunkThatDisagreesAboutTheCountDropsTheMessage) {
+  for (const std::uint16_t count : {1, 3}) {
+    WebRTCScreenPacketAssembler assembler;
+    EXPECT_FALSE(assembler.ingest(packet(1, 0, 2, bytesOf("a")), kStart));
+    EXPECT_FALSE(assembler.ingest(packet(1, 0, count, bytesOf("x")), kStart));
+    EXPECT_EQ(assembler.pendingPackets(), 0u);
+    EXPECT_FALSE(assembler.ingest(packet(1, 1, 2, bytesOf("b")), kStart));
+    EXPECT_EQ(assembler.ingest(packet(1, 0, 2, bytesOf("c")), kStart)->bytes, bytesOf("cb"));
+  }
 }
 
 TEST(WebRTCScreenPacketAssembler, resetForgetsWhatIsUnfinished) {
