@@ -11,10 +11,11 @@ constexpr std::size_t kMaxBuffered = 64 * 1024 * 1024;  // no reply comes near; 
 
 }  // namespace
 
-Result<LineSocket> LineSocket::connect(const std::string& host, std::uint16_t port, Deadline deadline) {
+Result<std::unique_ptr<LineSocket>> LineSocket::connect(const std::string& host, std::uint16_t port,
+                                                        Deadline deadline) {
   auto socket = TcpSocket::connect(host, port, deadline);
   if (!socket) return Failure{socket.error()};
-  return LineSocket(std::move(socket).value());
+  return std::unique_ptr<LineSocket>(new LineSocket(std::move(socket).value()));
 }
 
 bool LineSocket::send(std::string_view bytes, Deadline deadline) {

@@ -30,9 +30,9 @@ Trouble notDone(const std::string& why) { return {ExitCode::notDone, why}; }
 
 }  // namespace
 
-Mirror::Mirror(ScreenSocket socket, MirrorMedia& media, PhoneOutput& output, MirrorSettings settings,
-               std::chrono::milliseconds timeout, PhoneSession* control)
-    : socket_(std::move(socket)),
+Mirror::Mirror(std::unique_ptr<ScreenChannel> screen, MirrorMedia& media, PhoneOutput& output,
+               MirrorSettings settings, std::chrono::milliseconds timeout, PhoneSession* control)
+    : screen_(std::move(screen)),
       media_(media),
       output_(output),
       settings_(std::move(settings)),
@@ -66,7 +66,7 @@ Answer<bool> Mirror::prepare() {
                      .askForKeyFrame =
                          [this] {
                            statistics_.asked(Clock::now());
-                           (void)socket_.send(screenMessage(ScreenMessageType::keyframeRequest));
+                           (void)screen_->send(screenMessage(ScreenMessageType::keyframeRequest));
                          },
                      .onFrame = [this](const auto& frame, const auto& picture) { take(frame, picture); },
                      .onDropped = [this] { statistics_.dropped(); }});
@@ -84,7 +84,7 @@ Answer<bool> Mirror::startRecording() {
 
 Answer<bool> Mirror::mirror(const std::string& token, int signals) {
   const auto hello = helloMessage({token, kViewWidth, kViewHeight, settings_.lowBandwidth});
-  if (!socket_.send(hello)) return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
+  if (!screen_->send(hello)) return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
   while (!isEnded_ && !isOver(Clock::now())) {
     if (auto waited = wait(signals); !waited) return waited;
     if (auto worked = work(); !worked) return worked;
@@ -95,9 +95,9 @@ Answer<bool> Mirror::mirror(const std::string& token, int signals) {
 Answer<bool> Mirror::wait(int signals) {
   const auto now = Clock::now();
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextWake(now) - now);
-  std::array<pollfd, 3> waits = {{{socket_.descriptor(), POLLIN, 0},
+  std::array<pollfd, 3> waits = {{{screen_->descriptor(), POLLIN, 0},
                                   {signals, POLLIN, 0},
-                                  {control_ ? control_->socket().descriptor() : -1, POLLIN, 0}}};
+                                  {control_ ? control_->channel().descriptor() : -1, POLLIN, 0}}};
   const auto period = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
   if (::poll(waits.data(), waits.size(), period) < 0) {
     return errno == EINTR ? Answer<bool>(true) : notDone("poll failed");
@@ -111,14 +111,14 @@ Answer<bool> Mirror::wait(int signals) {
 }
 
 Answer<bool> Mirror::receive() {
-  const auto before = socket_.receivedBytes();
-  const auto received = socket_.receive([this](std::span<const std::byte> message) {
+  const auto before = screen_->receivedBytes();
+  const auto received = screen_->receive([this](std::span<const std::byte> message) {
     heardAnything_ = true;
     stream_->take(message, Clock::now());
   });
-  statistics_.received(socket_.receivedBytes() - before, Clock::now());
+  statistics_.received(screen_->receivedBytes() - before, Clock::now());
   if (trouble_) return *trouble_;
-  if (received == ScreenSocket::Received::open || isOver(Clock::now())) return true;
+  if (received == ScreenChannel::Received::open || isOver(Clock::now())) return true;
   if (heardAnything_) {
     return Trouble{ExitCode::connectionLost,
                    "The companion closed the connection. Another phone may have taken its place."};
@@ -150,9 +150,9 @@ Answer<bool> Mirror::work() {
 Answer<bool> Mirror::readReplies() {
   std::string line;
   while (true) {
-    const auto received = control_->socket().receive(line, Clock::now());
-    if (received == LineSocket::Received::nothingYet) return true;
-    if (received == LineSocket::Received::closed) {
+    const auto received = control_->channel().receive(line, Clock::now());
+    if (received == LineChannel::Received::nothingYet) return true;
+    if (received == LineChannel::Received::closed) {
       return Trouble{ExitCode::connectionLost, "The companion closed the control connection."};
     }
     const auto reply = decodeRemoteMessage(line);
@@ -189,7 +189,7 @@ void Mirror::showStatistics(Time now) {
 }
 
 Answer<bool> Mirror::finish() {
-  (void)socket_.send(screenMessage(ScreenMessageType::stop));
+  (void)screen_->send(screenMessage(ScreenMessageType::stop));
   if (control_) {
     for (const auto& command : gestures_.finish()) (void)control_->send(command);
   }

@@ -11,7 +11,7 @@
 #include "phone/MirrorMedia.h"
 #include "phone/MirrorStatistics.h"
 #include "phone/MirrorStream.h"
-#include "phone/ScreenSocket.h"
+#include "phone/ScreenChannel.h"
 #include "phone/WindowGestures.h"
 
 namespace tevanto::phone {
@@ -36,8 +36,8 @@ struct MirrorSettings {
 class Mirror {
  public:
   /// `control` takes what is done in the window; null without one.
-  Mirror(ScreenSocket socket, MirrorMedia& media, PhoneOutput& output, MirrorSettings settings,
-         std::chrono::milliseconds timeout, PhoneSession* control);
+  Mirror(std::unique_ptr<ScreenChannel> screen, MirrorMedia& media, PhoneOutput& output,
+         MirrorSettings settings, std::chrono::milliseconds timeout, PhoneSession* control);
 
   Answer<bool> run(const std::string& token, bool isTerminal);
 
@@ -59,7 +59,7 @@ class Mirror {
   bool isOver(Time now) const;
   Time nextWake(Time now) const;
 
-  ScreenSocket socket_;
+  std::unique_ptr<ScreenChannel> screen_;
   MirrorMedia& media_;
   PhoneOutput& output_;
   const MirrorSettings settings_;

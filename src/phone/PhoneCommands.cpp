@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "phone/RawRelay.h"
+#include "phone/ScreenSocket.h"
 #include "phone/Touchpad.h"
 
 namespace tevanto::phone {

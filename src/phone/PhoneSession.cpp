@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/Uuid.h"
+#include "phone/LineSocket.h"
 #include "remote/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
@@ -115,7 +116,7 @@ Answer<bool> PhoneSession::send(const RemoteMessage& message) {
 
 Answer<bool> PhoneSession::sendLine(std::string line) {
   line += '\n';
-  if (socket_.send(line, deadline())) return true;
+  if (channel_->send(line, deadline())) return true;
   return lost();
 }
 
@@ -123,13 +124,13 @@ Answer<RemoteMessage> PhoneSession::await(std::initializer_list<std::string_view
   const auto until = deadline();
   std::string line;
   while (true) {
-    switch (socket_.receive(line, until)) {
-      case LineSocket::Received::closed:
+    switch (channel_->receive(line, until)) {
+      case LineChannel::Received::closed:
         return lost();
-      case LineSocket::Received::nothingYet:
+      case LineChannel::Received::nothingYet:
         return Trouble{ExitCode::connectionLost,
                        "The companion did not answer in time. Is the network there? --timeout waits longer."};
-      case LineSocket::Received::line:
+      case LineChannel::Received::line:
         break;
     }
     auto message = decodeRemoteMessage(line);

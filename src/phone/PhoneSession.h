@@ -3,14 +3,16 @@
 #include <chrono>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "phone/Answer.h"
 #include "phone/Endpoint.h"
-#include "phone/LineSocket.h"
+#include "phone/LineChannel.h"
 #include "phone/PairedCompanions.h"
 #include "remote/RemoteMessage.h"
 
@@ -23,6 +25,8 @@ Trouble refusal(const RemoteMessage& reply);
 class PhoneSession {
  public:
   static Answer<PhoneSession> connect(const Endpoint& endpoint, std::chrono::milliseconds timeout);
+  PhoneSession(std::unique_ptr<LineChannel> channel, std::chrono::milliseconds timeout)
+      : channel_(std::move(channel)), timeout_(timeout) {}
 
   /// Says who we are; "sessionReady" is the answer. Commands carry the token from then on.
   Answer<RemoteMessage> hello(const PhoneIdentity& identity, std::optional<std::string> token);
@@ -38,16 +42,14 @@ class PhoneSession {
   /// Sends without waiting for an answer.
   Answer<bool> send(const RemoteCommand& command);
   Answer<bool> sendLine(std::string line);
-  LineSocket& socket() { return socket_; }
+  LineChannel& channel() { return *channel_; }
 
  private:
-  PhoneSession(LineSocket socket, std::chrono::milliseconds timeout)
-      : socket_(std::move(socket)), timeout_(timeout) {}
   Answer<bool> send(const RemoteMessage& message);
   Answer<RemoteMessage> await(std::initializer_list<std::string_view> types);
-  LineSocket::Deadline deadline() const { return std::chrono::steady_clock::now() + timeout_; }
+  LineChannel::Deadline deadline() const { return std::chrono::steady_clock::now() + timeout_; }
 
-  LineSocket socket_;
+  std::unique_ptr<LineChannel> channel_;
   std::chrono::milliseconds timeout_;
   std::optional<std::string> token_;
 };

@@ -14,7 +14,7 @@ Answer<bool> RawRelay::run() {
   while (true) {
     // A negative descriptor is one that poll(2) leaves out.
     std::array<pollfd, 2> waits = {
-        {{session_.socket().descriptor(), POLLIN, 0}, {inputEnded_ ? -1 : input_, POLLIN, 0}}};
+        {{session_.channel().descriptor(), POLLIN, 0}, {inputEnded_ ? -1 : input_, POLLIN, 0}}};
     const int wait = inputEnded_ ? static_cast<int>(options_.linger.count()) : -1;
     const int ready = ::poll(waits.data(), waits.size(), wait);
     if (ready == 0) return true;
@@ -55,8 +55,8 @@ Answer<bool> RawRelay::sendLines() {
 bool RawRelay::printReplies() {
   std::string line;
   while (true) {
-    const auto received = session_.socket().receive(line, std::chrono::steady_clock::now());
-    if (received != LineSocket::Received::line) return received == LineSocket::Received::nothingYet;
+    const auto received = session_.channel().receive(line, std::chrono::steady_clock::now());
+    if (received != LineChannel::Received::line) return received == LineChannel::Received::nothingYet;
     output_.line(line);
   }
 }

@@ -11,11 +11,12 @@ constexpr std::size_t kMostAtOnce = 256 * 1024;  // so that window and signals g
 
 }  // namespace
 
-Answer<ScreenSocket> ScreenSocket::connect(const Endpoint& endpoint, std::chrono::milliseconds timeout) {
+Answer<std::unique_ptr<ScreenSocket>> ScreenSocket::connect(const Endpoint& endpoint,
+                                                            std::chrono::milliseconds timeout) {
   std::string reason = "no address";
   for (const auto& host : endpoint.hosts) {
     auto socket = TcpSocket::connect(host, endpoint.port, std::chrono::steady_clock::now() + timeout);
-    if (socket) return ScreenSocket(std::move(socket).value(), timeout);
+    if (socket) return std::unique_ptr<ScreenSocket>(new ScreenSocket(std::move(socket).value(), timeout));
     reason = socket.error();
   }
   return Trouble{ExitCode::notFound, "No companion mirrors its screen at " + endpoint.text() + " (" + reason +

@@ -2,33 +2,28 @@
 
 #include <chrono>
 #include <cstddef>
-#include <functional>
+#include <memory>
 #include <span>
 #include <utility>
 
 #include "phone/Answer.h"
 #include "phone/Endpoint.h"
+#include "phone/ScreenChannel.h"
 #include "phone/TcpSocket.h"
 #include "screen/FrameExtractor.h"
 
 namespace tevanto::phone {
 
-/// The phone's end of the screen connection: whole messages in both directions.
-class ScreenSocket {
+/// The screen's road over TCP.
+class ScreenSocket final : public ScreenChannel {
  public:
-  enum class Received { open, closed };
-  using MessageHandler = std::function<void(std::span<const std::byte> message)>;
+  static Answer<std::unique_ptr<ScreenSocket>> connect(const Endpoint& endpoint,
+                                                       std::chrono::milliseconds timeout);
 
-  static Answer<ScreenSocket> connect(const Endpoint& endpoint, std::chrono::milliseconds timeout);
-
-  /// False when the peer is gone or does not take the message in time.
-  bool send(std::span<const std::byte> message);
-  /// Takes what has arrived, or a good piece of it, without waiting. `closed` also after a frame that is
-  /// larger than any can be.
-  Received receive(const MessageHandler& onMessage);
-  /// For poll(2).
-  int descriptor() const { return socket_.descriptor(); }
-  std::size_t receivedBytes() const { return receivedBytes_; }
+  bool send(std::span<const std::byte> message) override;
+  Received receive(const MessageHandler& onMessage) override;
+  int descriptor() const override { return socket_.descriptor(); }
+  std::size_t receivedBytes() const override { return receivedBytes_; }
 
  private:
   ScreenSocket(TcpSocket socket, std::chrono::milliseconds timeout)

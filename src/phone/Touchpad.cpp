@@ -27,7 +27,7 @@ Answer<bool> Touchpad::loop(int signals) {
   bool ended = false;
   while (!ended && !gestures_.wantsToQuit()) {
     std::array<pollfd, 3> waits = {
-        {{input_, POLLIN, 0}, {session_.socket().descriptor(), POLLIN, 0}, {signals, POLLIN, 0}}};
+        {{input_, POLLIN, 0}, {session_.channel().descriptor(), POLLIN, 0}, {signals, POLLIN, 0}}};
     if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR) break;
     if (waits[2].revents) return Trouble{ExitCode::notDone, "Interrupted."};
     if (waits[1].revents) {
@@ -51,12 +51,12 @@ Answer<bool> Touchpad::readTerminal(bool& ended) {
 Answer<bool> Touchpad::readReplies() {
   std::string line;
   while (true) {
-    switch (session_.socket().receive(line, std::chrono::steady_clock::now())) {
-      case LineSocket::Received::closed:
+    switch (session_.channel().receive(line, std::chrono::steady_clock::now())) {
+      case LineChannel::Received::closed:
         return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
-      case LineSocket::Received::nothingYet:
+      case LineChannel::Received::nothingYet:
         return true;
-      case LineSocket::Received::line:
+      case LineChannel::Received::line:
         break;
     }
     const auto reply = decodeRemoteMessage(line);

@@ -25,10 +25,10 @@ TEST(LineSocket, receivesLinesOneByOne) {
   };
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
   ASSERT_TRUE(socket) << socket.error();
-  ASSERT_TRUE(socket.value().send("{\"type\":\"x\"}\n", generous()));
+  ASSERT_TRUE(socket.value()->send("{\"type\":\"x\"}\n", generous()));
   for (const auto* text : {"1", "2", "3"}) {
     std::string line;
-    ASSERT_EQ(socket.value().receive(line, generous()), LineSocket::Received::line);
+    ASSERT_EQ(socket.value()->receive(line, generous()), LineSocket::Received::line);
     EXPECT_EQ(line, std::string("{\"type\":\"ack\",\"message\":\"") + text + "\"}");
   }
 }
@@ -41,9 +41,9 @@ TEST(LineSocket, receivesALineLargerThanItsBuffer) {
   };
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
   ASSERT_TRUE(socket);
-  ASSERT_TRUE(socket.value().send("{\"type\":\"x\"}\n", generous()));
+  ASSERT_TRUE(socket.value()->send("{\"type\":\"x\"}\n", generous()));
   std::string line;
-  ASSERT_EQ(socket.value().receive(line, generous()), LineSocket::Received::line);
+  ASSERT_EQ(socket.value()->receive(line, generous()), LineSocket::Received::line);
   EXPECT_EQ(line.size(), large.size() + std::string_view("{\"type\":\"ack\",\"message\":\"\"}").size());
 }
 
@@ -52,7 +52,8 @@ TEST(LineSocket, saysWhenNothingCame) {
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
   ASSERT_TRUE(socket);
   std::string line;
-  EXPECT_EQ(socket.value().receive(line, std::chrono::steady_clock::now()), LineSocket::Received::nothingYet);
+  EXPECT_EQ(socket.value()->receive(line, std::chrono::steady_clock::now()),
+            LineSocket::Received::nothingYet);
 }
 
 TEST(LineSocket, saysWhenThePeerIsGone) {
@@ -64,10 +65,10 @@ TEST(LineSocket, saysWhenThePeerIsGone) {
   };
   auto socket = LineSocket::connect("127.0.0.1", companion.port(), generous());
   ASSERT_TRUE(socket);
-  ASSERT_TRUE(socket.value().send("{\"type\":\"x\"}\n", generous()));
+  ASSERT_TRUE(socket.value()->send("{\"type\":\"x\"}\n", generous()));
   std::string line;
-  EXPECT_EQ(socket.value().receive(line, generous()), LineSocket::Received::line);
-  EXPECT_EQ(socket.value().receive(line, generous()), LineSocket::Received::closed);
+  EXPECT_EQ(socket.value()->receive(line, generous()), LineSocket::Received::line);
+  EXPECT_EQ(socket.value()->receive(line, generous()), LineSocket::Received::closed);
 }
 
 TEST(LineSocket, reachesIpv6) {
