@@ -13,6 +13,7 @@
 #include <cstring>
 #include <future>
 #include <memory>
+#include <semaphore>
 #include <thread>
 #include <vector>
 
@@ -29,7 +30,7 @@ using Bytes = std::vector<std::byte>;
 
 constexpr std::size_t kMegabyte = 1'000'000;
 constexpr std::size_t kReadBytes = 64 * 1024;
-constexpr std::int64_t kBudget = 3'145'728;
+constexpr std::size_t kBudget = 3'145'728;  // what a sender keeps under way, as the screen's does
 
 void copyAFrame(benchmark::State& state) {
   const Bytes from(kMegabyte, std::byte{7});
@@ -108,8 +109,10 @@ class Reader {
     thread_.join();
     ::close(fd_);
   }
-  void waitFor(std::size_t bytes) const {
-    for (auto seen = received_.load(); seen < bytes; seen = received_.load()) received_.wait(seen);
+  /// Wakes the caller once, when `bytes` have come in all.
+  void waitFor(std::size_t bytes) {
+    wanted_ = bytes;
+    while (received_ < bytes) reached_.acquire();
   }
 
  private:
@@ -118,13 +121,16 @@ class Reader {
     while (true) {
       const auto count = ::recv(fd_, block.data(), block.size(), 0);
       if (count <= 0) return;
-      received_ += static_cast<std::size_t>(count);
-      received_.notify_one();
+      const auto before = received_.fetch_add(static_cast<std::size_t>(count));
+      const auto wanted = wanted_.load();
+      if (before < wanted && before + static_cast<std::size_t>(count) >= wanted) reached_.release();
     }
   }
 
   const int fd_;
   std::atomic<std::size_t> received_ = 0;
+  std::atomic<std::size_t> wanted_ = 0;
+  std::counting_semaphore<> reached_{0};
   std::thread thread_;
 };
 
@@ -165,7 +171,7 @@ class Framed {
 void sendPlain(benchmark::State& state) {
   const Door door;
   const int sender = connectTo(door.port());
-  const Reader reader(door.accept());
+  Reader reader(door.accept());
   const Bytes frame(static_cast<std::size_t>(state.range(0)) + 4);
   std::size_t sent = 0;
   for (auto _ : state) {
@@ -179,12 +185,13 @@ void sendPlain(benchmark::State& state) {
 
 void sendFramed(benchmark::State& state) {
   Framed framed(nullptr);
-  const Reader reader(framed.peer);
-  const Bytes payload(static_cast<std::size_t>(state.range(0)));
+  Reader reader(framed.peer);
+  const auto payload = std::make_shared<const Bytes>(static_cast<std::size_t>(state.range(0)));
   std::size_t sent = 0;
   for (auto _ : state) {
-    while (!framed.connection->send(payload, kBudget, false)) reader.waitFor(sent - kBudget / 2);
-    sent += payload.size() + 4;
+    sent += payload->size() + 4;
+    if (sent > kBudget) reader.waitFor(sent - kBudget);
+    framed.connection->send(payload, kBudget, true);
   }
   reader.waitFor(sent);
   state.SetBytesProcessed(static_cast<std::int64_t>(sent));
@@ -199,12 +206,11 @@ void receivePlain(benchmark::State& state) {
   std::thread writer([&] {
     while (!done) sendAll(sender, frame);
   });
-  Bytes block(kReadBytes);
+  Bytes whole(frame.size());  // a frame has to lie in one piece in the end
   std::size_t received = 0;
   for (auto _ : state) {
     for (std::size_t got = 0; got < frame.size();) {
-      const auto wanted = std::min(block.size(), frame.size() - got);
-      const auto count = ::recv(receiver, block.data(), wanted, 0);
+      const auto count = ::recv(receiver, whole.data() + got, whole.size() - got, 0);
       if (count <= 0) break;
       got += static_cast<std::size_t>(count);
     }

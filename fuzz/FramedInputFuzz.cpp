@@ -34,6 +34,18 @@ Cut model(std::span<const std::byte> stream) {
 
 }  // namespace
 
+/// Takes one read, into the extractor's room where it offers one.
+FrameExtractor::Outcome receive(FrameExtractor& extractor, std::span<const std::byte> part, Cut& cut) {
+  const auto keep = [&](std::span<const std::byte> payload) {
+    cut.frames.emplace_back(payload.begin(), payload.end());
+    return true;
+  };
+  const auto room = extractor.room(part.size());
+  if (room.bytes.size() != part.size()) return extractor.take(part, keep);
+  std::ranges::copy(part, room.bytes.begin());
+  return extractor.takeFromRoom(part.size(), keep);
+}
+
 /// The first byte is the size of the reads; however the stream is split, the same frames come out of it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
@@ -42,11 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FrameExtractor extractor;
   Cut cut;
   for (std::size_t at = 0; at < stream.size() && !cut.oversized; at += step) {
-    const auto outcome =
-        extractor.take(stream.subspan(at, std::min(step, stream.size() - at)), [&](auto payload) {
-          cut.frames.emplace_back(payload.begin(), payload.end());
-          return true;
-        });
+    const auto outcome = receive(extractor, stream.subspan(at, std::min(step, stream.size() - at)), cut);
     cut.oversized = outcome == FrameExtractor::Outcome::oversized;
     if (extractor.bufferedBytes() > stream.size()) std::abort();
     if (cut.oversized && extractor.bufferedBytes() != 0) std::abort();

@@ -1,6 +1,8 @@
 #include "net/AsioSocketConnection.h"
 
 #include <fcntl.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -29,6 +31,12 @@ std::string endpointName(const tcp::endpoint& endpoint) {
   const std::string address = endpoint.address().to_string();
   const bool bracketed = endpoint.address().is_v6();
   return (bracketed ? "[" + address + "]" : address) + ":" + std::to_string(endpoint.port());
+}
+
+/// Keeps most of what a slow peer has not taken where it is counted, rather than in the kernel.
+void boundUnsentBytes(int descriptor) {
+  constexpr int kBytes = 128 * 1024;
+  ::setsockopt(descriptor, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &kBytes, sizeof kBytes);
 }
 
 }  // namespace
@@ -61,8 +69,16 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
 
   void receive(std::size_t maxBytes) {
     if (ended_) return;
-    assert(wantedBytes_ == 0 && "one receive at a time");
-    wantedBytes_ = std::clamp<std::size_t>(maxBytes, 1, kMaxReceiveBytes);
+    const auto count = std::clamp<std::size_t>(maxBytes, 1, kMaxReceiveBytes);
+    if (received_.size() < count) received_.resize(count);
+    receive({.bytes = std::span(received_).first(count), .owner = nullptr});
+  }
+
+  void receive(ReceiveRoom room) {
+    if (ended_) return;
+    assert(room_.bytes.empty() && !room.bytes.empty() && "one receive at a time");
+    room.bytes = room.bytes.first(std::min(room.bytes.size(), kMaxReceiveBytes));
+    room_ = std::move(room);
     if (ready_ && !delivering_) beginRead();
   }
 
@@ -72,8 +88,9 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     appended();
   }
 
-  void send(std::vector<std::byte> bytes, Task processed) {
-    unsent_.append(std::move(bytes), std::move(processed));
+  void send(std::span<const std::byte> head, SharedBytes body, Task processed) {
+    unsent_.append(head);
+    unsent_.append(std::move(body), std::move(processed));
     if (!ended_) return appended();
     unsent_.clear();
     postProcessed();
@@ -155,37 +172,43 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
     closeOnExec(socket_.native_handle());
     socket_.non_blocking(true, ignored);
     socket_.set_option(tcp::no_delay(true), ignored);
+    boundUnsentBytes(socket_.native_handle());
     ready_ = true;
     report(ConnectionState::ready);
     if (ended_) return;
-    if (wantedBytes_ > 0) beginRead();
+    if (!room_.bytes.empty()) beginRead();
     if (pendingBytes() > 0) flushAtEndOfTurn();
   }
 
   void beginRead() {
     if (ended_) return;
-    if (received_.size() < wantedBytes_) received_.resize(wantedBytes_);
-    socket_.async_read_some(asio::buffer(received_.data(), wantedBytes_),
+    socket_.async_read_some(asio::buffer(room_.bytes.data(), room_.bytes.size()),
                             onStrand([self = shared_from_this()](const error_code& error, std::size_t count) {
                               self->finishRead(error, count);
                             }));
   }
 
   void finishRead(const error_code& error, std::size_t count) {
-    wantedBytes_ = 0;
+    const auto room = std::exchange(room_, {});
     if (ended_) return;
     const bool endOfStream = error == asio::error::eof;
-    Received received{.bytes = std::span(received_).first(count), .endOfStream = endOfStream, .error = {}};
+    Received received{.bytes = room.bytes.first(count), .endOfStream = endOfStream, .error = {}};
     if (error && !endOfStream) received.error = error.message();
     delivering_ = true;
     if (onReceive) onReceive(received);
     delivering_ = false;
     if (ended_) return;
-    // Behind what the bytes have set going: the next read mostly finds nothing yet, and that can wait.
-    if (wantedBytes_ > 0) asio::post(*strand_, [self = shared_from_this()] { self->beginRead(); });
+    if (!room_.bytes.empty()) readOn(count == room.bytes.size());
     if (!error) return;
     if (endOfStream) write();
     end(ConnectionState::failed);
+  }
+
+  // Behind what the bytes have set going: the next read mostly finds nothing yet, and that can wait. Only
+  // where the last one was filled to its end, more is likely to be there.
+  void readOn(bool moreIsLikely) {
+    if (moreIsLikely) return beginRead();
+    asio::post(*strand_, [self = shared_from_this()] { self->beginRead(); });
   }
 
   void flushAtEndOfTurn() {
@@ -242,7 +265,7 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
   std::string peerName_ = "unknown peer";
   std::unique_ptr<EventLoopQueue::Strand> strand_;
   std::vector<std::byte> received_;  // as large as the largest receive so far
-  std::size_t wantedBytes_ = 0;      // of the open receive; 0: none is open
+  ReceiveRoom room_;                 // of the open receive, empty when none is open
   bool delivering_ = false;          // bytes are being handed over
   SendBuffer unsent_;
   bool ready_ = false;
@@ -280,10 +303,11 @@ void AsioSocketConnection::start(std::shared_ptr<SerialQueue> queue) {
 }
 
 void AsioSocketConnection::receive(std::size_t maxBytes) { stream_->receive(maxBytes); }
+void AsioSocketConnection::receive(ReceiveRoom room) { stream_->receive(std::move(room)); }
 void AsioSocketConnection::send(std::span<const std::byte> bytes) { stream_->send(bytes); }
 
-void AsioSocketConnection::send(std::vector<std::byte> bytes, Task processed) {
-  stream_->send(std::move(bytes), std::move(processed));
+void AsioSocketConnection::send(std::span<const std::byte> head, SharedBytes body, Task processed) {
+  stream_->send(head, std::move(body), std::move(processed));
 }
 
 std::size_t AsioSocketConnection::pendingBytes() const { return stream_->pendingBytes(); }

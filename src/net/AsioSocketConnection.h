@@ -29,8 +29,9 @@ class AsioSocketConnection final : public TcpConnection {
   void setReceiveHandler(ReceiveHandler handler) override;
   void start(std::shared_ptr<SerialQueue> queue) override;
   void receive(std::size_t maxBytes) override;
+  void receive(ReceiveRoom room) override;
   void send(std::span<const std::byte> bytes) override;
-  void send(std::vector<std::byte> bytes, Task processed) override;
+  void send(std::span<const std::byte> head, SharedBytes body, Task processed) override;
   std::size_t pendingBytes() const override;
   void cancel() override;
   std::string peerName() const override;

@@ -7,15 +7,16 @@
 #include <vector>
 
 #include "core/Task.h"
+#include "net/TcpConnection.h"
 
 namespace tevanto {
 
 /// Bytes that wait for the kernel, in the order in which they were given. Small pieces share one block, whose
-/// memory is used again; a piece that was given away is kept as it is, with what to do once it is gone.
+/// memory is used again; a piece that is shared is kept where it lies, with what to do once it is gone.
 class SendBuffer {
  public:
   void append(std::span<const std::byte> bytes);
-  void append(std::vector<std::byte> bytes, Task processed);
+  void append(SharedBytes bytes, Task processed);
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
@@ -32,9 +33,12 @@ class SendBuffer {
 
  private:
   struct Block {
-    std::vector<std::byte> bytes;
+    std::vector<std::byte> own;
     std::size_t written = 0;
+    SharedBytes shared;  // in place of its own
     Task processed;
+
+    const std::vector<std::byte>& bytes() const { return shared ? *shared : own; }
   };
 
   void finishFront();

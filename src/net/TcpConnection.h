@@ -28,6 +28,15 @@ struct Received {
   std::optional<std::string> error;
 };
 
+/// Bytes that several may hold and nobody changes.
+using SharedBytes = std::shared_ptr<const std::vector<std::byte>>;
+
+/// Memory that a receive may write into, and whatever keeps it there.
+struct ReceiveRoom {
+  std::span<std::byte> bytes;
+  std::shared_ptr<void> owner;
+};
+
 /// One TCP connection of the platform. Lives on the queue given to `start`: every call after that and every
 /// callback happens there, each callback in a turn of its own, never inside a call. After a final state
 /// nothing more is called back, and nothing after its destruction, which is best done on the queue too.
@@ -46,12 +55,16 @@ class TcpConnection {
   /// handler; before `ready` it waits. Only one receive may be open at a time. After the end of the peer's
   /// stream has come, what is still unsent is offered to the kernel once and the connection ends as `failed`.
   virtual void receive(std::size_t maxBytes) = 0;
+  /// The same straight into the caller's memory, which stays alive and is left alone until the bytes have
+  /// come: they lie at its beginning. It must not be empty.
+  virtual void receive(ReceiveRoom room) = 0;
   /// Queues the bytes behind those still unsent; they are written together when the current turn of the queue
   /// ends. What the kernel refuses is kept, up to `kMaxPendingBytes`; beyond that the connection fails.
   virtual void send(std::span<const std::byte> bytes) = 0;
-  /// The same without a copy, and tells: `processed` runs in a turn of its own, once the kernel has taken the
-  /// last of the bytes, or once they are dropped because the connection has ended.
-  virtual void send(std::vector<std::byte> bytes, Task processed) = 0;
+  /// The same for a few bytes and, without a copy, those of `body` behind them, and tells: `processed` runs
+  /// in a turn of its own, once the kernel has taken the last of them, or once they are dropped because the
+  /// connection has ended.
+  virtual void send(std::span<const std::byte> head, SharedBytes body, Task processed) = 0;
   /// Bytes given to `send` that the kernel has not taken yet.
   virtual std::size_t pendingBytes() const = 0;
   /// Ends the connection and frees its descriptor; `cancelled` is reported in the queue's next turn, unless

@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <span>
-#include <vector>
+
+#include "net/TcpConnection.h"
 
 namespace tevanto {
 
@@ -26,10 +28,24 @@ class FrameExtractor {
   /// the handler stopped it, nothing is kept.
   Outcome take(std::span<const std::byte> bytes, const FrameHandler& onFrame);
 
-  std::size_t bufferedBytes() const { return buffer_.size(); }
+  /// Memory behind what is there of an unfinished frame, for at most `maxBytes` more of it, so that they need
+  /// not be copied there. Empty when too little is missing for that to pay. Good until the next call.
+  ReceiveRoom room(std::size_t maxBytes);
+  /// Takes `count` bytes that were received into the room given last.
+  Outcome takeFromRoom(std::size_t count, const FrameHandler& onFrame);
+
+  std::size_t bufferedBytes() const { return filled_; }
 
  private:
-  std::vector<std::byte> buffer_;  // the beginning of a frame that is not complete yet
+  std::size_t missingBytes() const;
+  void reserve(std::size_t bytes);
+  void append(std::span<const std::byte> bytes);
+  Outcome finishFrame(const FrameHandler& onFrame);
+
+  // The beginning of a frame that is not complete yet; the memory is kept for the next one.
+  std::shared_ptr<std::byte[]> memory_;
+  std::size_t capacity_ = 0;
+  std::size_t filled_ = 0;
 };
 
 }  // namespace tevanto

@@ -13,15 +13,8 @@ namespace {
 
 constexpr std::size_t kMaxReceiveBytes = 65'536;
 
-std::vector<std::byte> frameOf(std::span<const std::byte> payload) {
-  precondition(payload.size() <= std::numeric_limits<std::uint32_t>::max(),
-               "a frame is longer than its header can say");
-  std::vector<std::byte> frame;
-  frame.reserve(FrameExtractor::kHeaderBytes + payload.size());
-  const auto header = bigEndian(static_cast<std::uint32_t>(payload.size()));
-  frame.insert(frame.end(), header.begin(), header.end());
-  frame.insert(frame.end(), payload.begin(), payload.end());
-  return frame;
+std::int64_t frameBytesOf(const SharedBytes& payload) {
+  return static_cast<std::int64_t>(FrameExtractor::kHeaderBytes + payload->size());
 }
 
 }  // namespace
@@ -44,34 +37,50 @@ void FramedConnection::start(std::shared_ptr<SerialQueue> queue) {
     if (const auto self = weak.lock()) self->received(received);
   });
   connection_->start(queue_);
-  connection_->receive(kMaxReceiveBytes);
+  receive();
+}
+
+// The rest of a large frame goes straight to where its beginning lies.
+void FramedConnection::receive() {
+  auto room = extractor_.room(kMaxReceiveBytes);
+  receivesIntoFrame_ = !room.bytes.empty();
+  if (!receivesIntoFrame_) return connection_->receive(kMaxReceiveBytes);
+  connection_->receive(std::move(room));
 }
 
 void FramedConnection::received(const Received& received) {
   if (cancelled_) return;
-  const auto outcome = extractor_.take(received.bytes, [this](std::span<const std::byte> payload) {
-    if (onData) onData(payload);
-    return !cancelled_;
-  });
+  const auto outcome = extract(received.bytes);
   if (outcome == FrameExtractor::Outcome::stopped) return;
   if (outcome == FrameExtractor::Outcome::oversized || received.endOfStream || received.error)
     return cancel();
-  connection_->receive(kMaxReceiveBytes);
+  receive();
 }
 
-bool FramedConnection::send(std::span<const std::byte> payload, std::int64_t maxPendingBytes, bool force) {
+FrameExtractor::Outcome FramedConnection::extract(std::span<const std::byte> bytes) {
+  const auto onFrame = [this](std::span<const std::byte> payload) {
+    if (onData) onData(payload);
+    return !cancelled_;
+  };
+  return receivesIntoFrame_ ? extractor_.takeFromRoom(bytes.size(), onFrame)
+                            : extractor_.take(bytes, onFrame);
+}
+
+bool FramedConnection::send(SharedBytes payload, std::int64_t maxPendingBytes, bool force) {
   assert(queue_ && "a connection is started before it sends");
-  const auto frameBytes = static_cast<std::int64_t>(FrameExtractor::kHeaderBytes + payload.size());
-  if (!reserve(frameBytes, maxPendingBytes, force)) return false;
-  queue_->async([weak = weak_from_this(), frame = frameOf(payload)]() mutable {
-    if (const auto self = weak.lock()) self->transmit(std::move(frame));
+  precondition(payload->size() <= std::numeric_limits<std::uint32_t>::max(),
+               "a frame is longer than its header can say");
+  if (!reserve(frameBytesOf(payload), maxPendingBytes, force)) return false;
+  queue_->async([weak = weak_from_this(), payload = std::move(payload)]() mutable {
+    if (const auto self = weak.lock()) self->transmit(std::move(payload));
   });
   return true;
 }
 
-void FramedConnection::transmit(std::vector<std::byte> frame) {
-  const auto frameBytes = static_cast<std::int64_t>(frame.size());
-  connection_->send(std::move(frame), [weak = weak_from_this(), frameBytes] {
+void FramedConnection::transmit(SharedBytes payload) {
+  const auto frameBytes = frameBytesOf(payload);
+  const auto header = bigEndian(static_cast<std::uint32_t>(payload->size()));
+  connection_->send(header, std::move(payload), [weak = weak_from_this(), frameBytes] {
     if (const auto self = weak.lock()) self->processed(frameBytes);
   });
 }

@@ -31,7 +31,7 @@ class FramedConnection final : public std::enable_shared_from_this<FramedConnect
   /// Sends one frame, unless the bytes on their way out, this frame's header included, would exceed
   /// `maxPendingBytes`; `force` sends it in any case. Whether it was sent. After `start`, from any thread;
   /// frames go out in the order of the calls of one thread.
-  bool send(std::span<const std::byte> payload, std::int64_t maxPendingBytes, bool force);
+  bool send(SharedBytes payload, std::int64_t maxPendingBytes, bool force);
   void cancel();
   std::string peerName() const { return connection_->peerName(); }
 
@@ -39,14 +39,17 @@ class FramedConnection final : public std::enable_shared_from_this<FramedConnect
   std::int64_t pendingSendBytes() const;
 
  private:
+  void receive();
   void received(const Received& received);
+  FrameExtractor::Outcome extract(std::span<const std::byte> bytes);
   bool reserve(std::int64_t frameBytes, std::int64_t maxPendingBytes, bool force);
   void processed(std::int64_t frameBytes);
-  void transmit(std::vector<std::byte> frame);
+  void transmit(SharedBytes payload);
 
   std::unique_ptr<TcpConnection> connection_;
   std::shared_ptr<SerialQueue> queue_;
   FrameExtractor extractor_;
+  bool receivesIntoFrame_ = false;  // the open receive: into the extractor's own memory
   bool cancelled_ = false;
   mutable std::mutex sendLock_;
   std::int64_t pendingSendBytes_ = 0;

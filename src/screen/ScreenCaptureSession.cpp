@@ -5,6 +5,13 @@
 #include "screen/ScreenStreamMessage.h"
 
 namespace tevanto {
+namespace {
+
+SharedBytes shared(std::vector<std::byte> message) {
+  return std::make_shared<const std::vector<std::byte>>(std::move(message));
+}
+
+}  // namespace
 
 ScreenCaptureSession::ScreenCaptureSession(DisplayCapture& displays, EncoderSessionFactory& encoders,
                                            std::shared_ptr<SerialQueue> captureQueue,
@@ -29,14 +36,14 @@ void ScreenCaptureSession::start(ScreenRoute route, Handlers handlers) {
 
 void ScreenCaptureSession::wireEncoder(ScreenRoute route, std::function<bool()> isCurrent) {
   encoder_->setConfigHandler([isCurrent, send = std::move(route.sendParameterSets)](auto sps, auto pps) {
-    if (isCurrent()) send(parameterSetMessage(sps, pps));
+    if (isCurrent()) send(shared(parameterSetMessage(sps, pps)));
   });
   encoder_->setFrameHandler([isCurrent = std::move(isCurrent), send = std::move(route.sendFrame),
                              gate = std::make_shared<ScreenFrameSendGate>(), weak = std::weak_ptr(encoder_)](
                                 std::span<const std::byte> data, bool isKeyframe) {
     if (!isCurrent()) return;
-    const auto outcome =
-        gate->offer(isKeyframe, [&] { return send(videoFrameMessage(data, isKeyframe), isKeyframe); });
+    const auto outcome = gate->offer(
+        isKeyframe, [&] { return send(shared(videoFrameMessage(data, isKeyframe)), isKeyframe); });
     if (outcome != ScreenFrameSendGate::Outcome::keyframeNeeded) return;
     if (const auto encoder = weak.lock()) encoder->requestKeyframe();
   });

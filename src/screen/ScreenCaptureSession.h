@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <span>
 #include <string>
 
+#include "net/TcpConnection.h"
 #include "screen/CaptureEngine.h"
 #include "screen/H264Encoder.h"
 #include "screen/ScreenFrameSendGate.h"
@@ -26,8 +26,8 @@ inline constexpr StreamProfile kLowProfile{960, 12, 2'000'000};
 /// How a session's messages reach the phone. Called on the encoder's thread; each tells whether the route
 /// took the message, and refuses once the route is gone.
 struct ScreenRoute {
-  std::function<bool(std::span<const std::byte> message)> sendParameterSets;
-  std::function<bool(std::span<const std::byte> message, bool isKeyframe)> sendFrame;
+  std::function<bool(SharedBytes message)> sendParameterSets;
+  std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;
 };
 
 /// One capture session: engine → encoder → gate → route.

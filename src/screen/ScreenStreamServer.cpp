@@ -25,26 +25,27 @@ bool same(const std::weak_ptr<void>& a, const std::weak_ptr<void>& b) {
 
 ScreenRoute routeOver(std::weak_ptr<FramedConnection> weak) {
   ScreenRoute route;
-  route.sendParameterSets = [weak](std::span<const std::byte> message) {
+  route.sendParameterSets = [weak](SharedBytes message) {
     const auto connection = weak.lock();
-    return connection && connection->send(message, 0, true);
+    return connection && connection->send(std::move(message), 0, true);
   };
-  route.sendFrame = [weak](std::span<const std::byte> message, bool isKeyframe) {
+  route.sendFrame = [weak](SharedBytes message, bool isKeyframe) {
     const auto connection = weak.lock();
-    return connection && connection->send(message, isKeyframe ? kKeyframeBudget : kDeltaFrameBudget, false);
+    const auto budget = isKeyframe ? kKeyframeBudget : kDeltaFrameBudget;
+    return connection && connection->send(std::move(message), budget, false);
   };
   return route;
 }
 
 ScreenRoute routeOver(std::weak_ptr<ScreenTransport> weak) {
   ScreenRoute route;
-  route.sendParameterSets = [weak](std::span<const std::byte> message) {
+  route.sendParameterSets = [weak](const SharedBytes& message) {
     const auto transport = weak.lock();
-    return transport && transport->sendScreenPayload(message);
+    return transport && transport->sendScreenPayload(*message);
   };
-  route.sendFrame = [weak](std::span<const std::byte> message, bool isKeyframe) {
+  route.sendFrame = [weak](const SharedBytes& message, bool isKeyframe) {
     const auto transport = weak.lock();
-    return transport && transport->sendScreenFrame(message, isKeyframe);
+    return transport && transport->sendScreenFrame(*message, isKeyframe);
   };
   return route;
 }

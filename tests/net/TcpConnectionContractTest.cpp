@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <future>
 #include <memory>
@@ -200,10 +201,16 @@ class TcpConnectionContract : public testing::TestWithParam<Kind> {
     onQueue([&] { connection_->send(std::as_bytes(std::span(bytes))); });
   }
 
-  /// Gives `bytes` away, and counts in `processed_` when they are gone.
+  /// Gives `bytes` away, the first few as the head of the rest, and counts in `processed_` when they are
+  /// gone.
   void give(const std::string& bytes) {
     const auto span = std::as_bytes(std::span(bytes));
-    onQueue([&] { connection_->send(std::vector(span.begin(), span.end()), [this] { noteProcessed(); }); });
+    const auto head = span.first(std::min<std::size_t>(4, span.size()));
+    const auto body = span.subspan(head.size());
+    onQueue([&] {
+      connection_->send(head, std::make_shared<std::vector<std::byte>>(body.begin(), body.end()),
+                        [this] { noteProcessed(); });
+    });
   }
   void noteProcessed() {
     EXPECT_TRUE(bench_->queue()->isCurrent());
@@ -269,6 +276,46 @@ TEST_P(TcpConnectionContract, bringsNoMoreThanAskedFor) {
   onQueue([&] { receive(2); });
   EXPECT_TRUE(bench_->settles([&] { return bytes_ == "abcdef"; }));
   EXPECT_EQ(reads_.size(), 3u);
+}
+
+TEST_P(TcpConnectionContract, receivesIntoTheMemoryThatItIsGiven) {
+  start();
+  const auto memory = std::make_shared<std::vector<std::byte>>(100);
+  std::vector<const std::byte*> places;
+  connection_->setReceiveHandler([&](const Received& received) {
+    places.push_back(received.bytes.data());
+    bytes_.append(reinterpret_cast<const char*>(received.bytes.data()), received.bytes.size());
+    const auto rest = std::span(*memory).subspan(bytes_.size());
+    if (!rest.empty()) connection_->receive({rest, memory});
+  });
+  onQueue([&] { connection_->receive({std::span(*memory).first(3), memory}); });
+  bench_->peerSends("abcdefgh");
+  EXPECT_TRUE(bench_->settles([&] { return bytes_ == "abcdefgh"; }));
+  onQueue([&] {
+    EXPECT_EQ(places.front(), memory->data());
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(memory->data()), 8), "abcdefgh");
+  });
+}
+
+TEST_P(TcpConnectionContract, neverBringsMoreThanItsBufferIntoMemoryEither) {
+  start();
+  const auto memory = std::make_shared<std::vector<std::byte>>(300'000);
+  lastAsked_ = TcpConnection::kMaxReceiveBytes;
+  onQueue([&] { connection_->receive({*memory, memory}); });
+  bench_->peerSends(std::string(300'000, 'x'));
+  EXPECT_TRUE(bench_->settles([&] { return !reads_.empty(); }));
+}
+
+TEST_P(TcpConnectionContract, letsGoOfTheMemoryThatItReceivesInto) {
+  auto memory = std::make_shared<std::vector<std::byte>>(100);
+  const std::weak_ptr<std::vector<std::byte>> seen = memory;
+  start();
+  onQueue([&] {
+    connection_->receive({*memory, std::move(memory)});
+    EXPECT_FALSE(seen.expired());
+  });
+  onQueue([&] { connection_.reset(); });
+  EXPECT_TRUE(bench_->settles([&] { return seen.expired(); }));
 }
 
 TEST_P(TcpConnectionContract, bringsNothingThatWasNotAskedFor) {
@@ -362,7 +409,8 @@ TEST_P(TcpConnectionContract, tellsInALaterTurnThatTheKernelHasTakenAll) {
 TEST_P(TcpConnectionContract, countsWhatItWasGivenUntilTheKernelHasTakenIt) {
   start();
   onQueue([&] {
-    connection_->send(std::vector<std::byte>(70'000), [this] { noteProcessed(); });
+    const std::vector<std::byte> head(4);
+    connection_->send(head, std::make_shared<std::vector<std::byte>>(69'996), [this] { noteProcessed(); });
     EXPECT_EQ(connection_->pendingBytes(), 70'000u);
   });
   EXPECT_EQ(bench_->peerReceives(70'000), std::string(70'000, '\0'));
@@ -520,7 +568,7 @@ TEST_P(TcpConnectionContract, isSilentOnceReleased) {
   start();
   receiveForEver();
   onQueue([&] {
-    connection_->send(std::vector<std::byte>(10), [this] { noteProcessed(); });
+    connection_->send({}, std::make_shared<std::vector<std::byte>>(10), [this] { noteProcessed(); });
     connection_->cancel();
     connection_.reset();
   });

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto {
@@ -92,6 +94,63 @@ TEST(FrameExtractor, framesBeforeAnOversizedOneStillArrive) {
   Collector collector;
   EXPECT_EQ(collector.take(bytesOf({0, 0, 0, 1, 7, 0xFF, 0, 0, 0})), FrameExtractor::Outcome::oversized);
   EXPECT_EQ(collector.frames, std::vector<Bytes>{bytesOf({7})});
+}
+
+/// Receives as a socket does: into the extractor's room when it offers some, else `step` bytes beside it.
+std::size_t receiveAll(Collector& collector, std::span<const std::byte> stream, std::size_t step) {
+  std::size_t inRooms = 0;
+  while (!stream.empty()) {
+    const auto room = collector.extractor.room(step);
+    const auto part = stream.first(std::min(stream.size(), room.bytes.empty() ? step : room.bytes.size()));
+    stream = stream.subspan(part.size());
+    if (room.bytes.empty()) {
+      collector.take(part);
+      continue;
+    }
+    std::ranges::copy(part, room.bytes.begin());
+    collector.extractor.takeFromRoom(part.size(), [&](std::span<const std::byte> payload) {
+      collector.frames.push_back(test::copyOf(payload));
+      return true;
+    });
+    inRooms += part.size();
+  }
+  return inRooms;
+}
+
+TEST(FrameExtractor, cutsTheSameFramesThroughItsRooms) {
+  const std::vector<Bytes> expected{
+      pattern(5, 1), pattern(200'000, 2), {}, pattern(70'000, 3), pattern(32'768, 4)};
+  std::string text;
+  for (const auto& payload : expected) text += frameText(payload);
+  for (const std::size_t step : {1000u, 4096u, 65'536u}) {
+    Collector collector;
+    EXPECT_GT(receiveAll(collector, bytesOf(text), step), 130'000u);
+    ASSERT_EQ(collector.frames, expected) << step;
+    EXPECT_EQ(collector.extractor.bufferedBytes(), 0u);
+  }
+}
+
+TEST(FrameExtractor, offersRoomForALargeRestOnlyAndNoMoreThanIsMissing) {
+  Collector collector;
+  EXPECT_TRUE(collector.extractor.room(65'536).bytes.empty());
+  collector.take(bytesOf({0x00, 0x01, 0x00}));
+  EXPECT_TRUE(collector.extractor.room(65'536).bytes.empty());
+  collector.take(bytesOf({0x00}));
+  EXPECT_EQ(collector.extractor.room(100'000).bytes.size(), 65'536u);
+  EXPECT_EQ(collector.extractor.room(1000).bytes.size(), 1000u);
+  collector.take(Bytes(65'536 - 32'767));
+  EXPECT_TRUE(collector.extractor.room(65'536).bytes.empty());
+}
+
+TEST(FrameExtractor, theHandlerStopsItInItsRoomToo) {
+  FrameExtractor extractor;
+  const auto text = bytesOf(frameText(pattern(40'000)));
+  const auto stop = [](auto) { return false; };
+  extractor.take(std::span(text).first(4), stop);
+  ASSERT_EQ(extractor.room(65'536).bytes.size(), 40'000u);
+  EXPECT_EQ(extractor.takeFromRoom(39'999, stop), FrameExtractor::Outcome::wantsMore);
+  EXPECT_EQ(extractor.take(std::span(text).last(1), stop), FrameExtractor::Outcome::stopped);
+  EXPECT_EQ(extractor.bufferedBytes(), 0u);
 }
 
 TEST(FrameExtractor, theHandlerStopsIt) {

@@ -40,7 +40,7 @@ class FramedConnectionTest : public ::testing::Test {
     queue_->runPending();
   }
   bool send(const Bytes& payload, std::int64_t budget = 524'288, bool force = false) {
-    return connection_->send(payload, budget, force);
+    return connection_->send(std::make_shared<Bytes>(payload), budget, force);
   }
 
   std::shared_ptr<test::ManualQueue> queue_ = std::make_shared<test::ManualQueue>("tevanto.screen.server");
@@ -79,6 +79,20 @@ TEST_F(FramedConnectionTest, anOversizedFrameCancelsInSilence) {
   EXPECT_EQ(states_.back(), ConnectionState::cancelled);
   EXPECT_TRUE(peer_->received.empty());
   EXPECT_EQ(frames_.size(), 1u);
+}
+
+TEST_F(FramedConnectionTest, largeFramesAreReceivedWhereTheyWillLie) {
+  start();
+  peerSends(frameText(bytesOf("small")));
+  EXPECT_EQ(peer_->timesRoomWasGiven, 0);
+  const auto large = pattern(1'000'000);
+  peerSends(frameText(large) + frameText(bytesOf("behind")) + frameText(large));
+  ASSERT_EQ(frames_.size(), 4u);
+  EXPECT_TRUE(frames_[1] == textOf(large));
+  EXPECT_EQ(frames_[2], "behind");
+  EXPECT_TRUE(frames_[3] == textOf(large));
+  // A million bytes come in at least 16 receives, of which the first one brings the header.
+  EXPECT_GE(peer_->timesRoomWasGiven, 2 * 14);
 }
 
 TEST_F(FramedConnectionTest, theEndOfTheStreamCancels) {

@@ -287,7 +287,7 @@ TEST(FramedConnectionThreads, sendersNeverExceedTheBudgetTogether) {
     senders.emplace_back([&, sender] {
       const Bytes payload(static_cast<std::size_t>(1000 + sender * 7919));
       for (int i = 0; i < 3000; ++i) {
-        if (connection->send(payload, kBudget, false))
+        if (connection->send(std::make_shared<Bytes>(payload), kBudget, false))
           accepted += static_cast<std::int64_t>(payload.size()) + 4;
         if (connection->pendingSendBytes() > kBudget) exceeded = true;
       }

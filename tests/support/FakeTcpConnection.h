@@ -26,6 +26,8 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   int timesProcessedIsTold = 1;
   /// Whether the connection becomes ready by itself when it is started.
   bool readyOnStart = true;
+  /// How often the connection was asked to receive into memory of its owner.
+  int timesRoomWasGiven = 0;
 
   void send(std::string_view bytes) {
     inbox_ += bytes;
@@ -70,10 +72,12 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     if (readyOnStart) becomeReady();
   }
 
-  void receive(std::size_t maxBytes) {
+  void receive(std::size_t maxBytes, ReceiveRoom room = {}) {
     if (ended_) return;
     assert(wanted_ == 0 && "one receive at a time");
     wanted_ = std::clamp<std::size_t>(maxBytes, 1, TcpConnection::kMaxReceiveBytes);
+    room_ = std::move(room);
+    if (!room_.bytes.empty()) ++timesRoomWasGiven;
     deliver();
   }
 
@@ -88,8 +92,13 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     const std::string bytes = inbox_.substr(0, std::exchange(wanted_, 0));
     inbox_.erase(0, bytes.size());
     const bool last = bytes.empty();
-    if (onReceive_ && !released_)
-      onReceive_({.bytes = std::as_bytes(std::span(bytes)), .endOfStream = last, .error = {}});
+    const auto room = std::exchange(room_, {});
+    auto arrived = std::as_bytes(std::span(bytes));
+    if (!room.bytes.empty()) {
+      std::ranges::copy(arrived, room.bytes.begin());
+      arrived = room.bytes.first(bytes.size());
+    }
+    if (onReceive_ && !released_) onReceive_({.bytes = arrived, .endOfStream = last, .error = {}});
     if (last && !ended_) {
       flush();
       end(ConnectionState::failed);
@@ -144,6 +153,7 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   std::size_t sent_ = 0;
   std::deque<Processed> processed_;
   std::size_t wanted_ = 0;
+  ReceiveRoom room_;
   bool streamEnded_ = false;
   bool ready_ = false;
   bool ended_ = false;
@@ -156,6 +166,7 @@ class FakeTcpConnection final : public TcpConnection {
   explicit FakeTcpConnection(std::shared_ptr<FakeTcpPeer> peer) : peer_(std::move(peer)) {}
   ~FakeTcpConnection() override {
     peer_->released_ = true;
+    peer_->room_ = {};
     peer_->ended_ = true;
   }
 
@@ -163,9 +174,14 @@ class FakeTcpConnection final : public TcpConnection {
   void setReceiveHandler(ReceiveHandler handler) override { peer_->onReceive_ = std::move(handler); }
   void start(std::shared_ptr<SerialQueue> queue) override { peer_->start(std::move(queue)); }
   void receive(std::size_t maxBytes) override { peer_->receive(maxBytes); }
+  void receive(ReceiveRoom room) override {
+    const auto count = room.bytes.size();
+    peer_->receive(count, std::move(room));
+  }
   void send(std::span<const std::byte> bytes) override { peer_->sendFromConnection(bytes); }
-  void send(std::vector<std::byte> bytes, Task processed) override {
-    peer_->sendFromConnection(bytes, std::move(processed));
+  void send(std::span<const std::byte> head, SharedBytes body, Task processed) override {
+    peer_->sendFromConnection(head);
+    peer_->sendFromConnection(*body, std::move(processed));
   }
   std::size_t pendingBytes() const override { return peer_->unsent_.size(); }
   void cancel() override { peer_->end(ConnectionState::cancelled); }
