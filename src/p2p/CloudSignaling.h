@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -10,12 +9,6 @@
 #include "p2p/SignalMessage.h"
 
 namespace tevanto {
-
-/// TURN servers as one peer lends them to the other.
-struct BrokeredIceServers {
-  std::vector<RemoteIceServerConfig> servers;
-  std::chrono::system_clock::time_point loadedAt;
-};
 
 /// The slow road on which two peers negotiate when no relay is there: records in a database that both poll.
 /// Calls may come from any thread. The callbacks are set before `start` and come on the main queue, never

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,13 +18,28 @@ struct RemoteIceServerConfig {
   bool operator==(const RemoteIceServerConfig&) const = default;
 };
 
+/// Servers with short-lived credentials, and when those were obtained.
+struct BrokeredIceServers {
+  std::vector<RemoteIceServerConfig> servers;
+  std::chrono::system_clock::time_point loadedAt;
+
+  bool operator==(const BrokeredIceServers&) const = default;
+};
+
 /// Whether one of the URLs begins with "turn:" or "turns:".
 bool isTURNServer(const RemoteIceServerConfig& server);
 bool hasTURNServer(const std::vector<RemoteIceServerConfig>& servers);
 
-/// A JSON array of objects with "urls", "username", "credential".
+/// A JSON array of objects with "urls", "username", "credential"; absent members are omitted.
 std::string encodeIceServers(const std::vector<RemoteIceServerConfig>& servers);
 /// Reads "urlStrings" where "urls" is missing; nothing for what is no such array.
 std::optional<std::vector<RemoteIceServerConfig>> decodeIceServers(std::string_view json);
+
+/// A credential service's answer: the servers of {"iceServers": [...]}, nothing for what is no such object.
+std::optional<std::vector<RemoteIceServerConfig>> decodeRemoteIceServersResponse(std::string_view json);
+
+/// {"servers": [...], "loadedAt": <seconds since 2001-01-01 00:00 UTC>}, as kept from one start to the next.
+std::string encodeBrokeredIceServers(const BrokeredIceServers& brokered);
+std::optional<BrokeredIceServers> decodeBrokeredIceServers(std::string_view json);
 
 }  // namespace tevanto
