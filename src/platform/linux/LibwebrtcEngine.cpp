@@ -1,0 +1,67 @@
+#include "platform/linux/LibwebrtcEngine.h"
+
+#include <rtc_base/ssl_adapter.h>
+
+#include <thread>
+
+#include "platform/linux/ShallowSctpTransportFactory.h"
+
+namespace tevanto {
+
+std::shared_ptr<LibwebrtcEngine> LibwebrtcEngine::start(const PeerEngineOptions& options) {
+  std::shared_ptr<LibwebrtcEngine> engine(new LibwebrtcEngine(options), &LibwebrtcEngine::end);
+  return engine->factory_ ? engine : nullptr;
+}
+
+LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options) : log_(options) {
+  rtc::InitializeSSL();
+  startThreads();
+  makeFactory(options.includeLoopback);
+}
+
+LibwebrtcEngine::~LibwebrtcEngine() {
+  // What was posted holds objects of the engine, which can only end while its threads run.
+  call([] {});
+  factory_ = nullptr;
+  signaling_->Stop();
+  worker_->Stop();
+  network_->Stop();
+}
+
+void LibwebrtcEngine::startThreads() {
+  network_ = rtc::Thread::CreateWithSocketServer();
+  worker_ = rtc::Thread::Create();
+  signaling_ = rtc::Thread::Create();
+  network_->SetName("peer-network", nullptr);
+  worker_->SetName("peer-worker", nullptr);
+  signaling_->SetName("peer-signaling", nullptr);
+  for (auto* thread : {network_.get(), worker_.get(), signaling_.get()}) thread->Start();
+}
+
+void LibwebrtcEngine::makeFactory(bool includeLoopback) {
+  webrtc::PeerConnectionFactoryDependencies parts;
+  parts.network_thread = network_.get();
+  parts.worker_thread = worker_.get();
+  parts.signaling_thread = signaling_.get();
+  parts.sctp_factory = std::make_unique<ShallowSctpTransportFactory>(network_.get());
+  factory_ = webrtc::CreateModularPeerConnectionFactory(std::move(parts));
+  if (!factory_ || !includeLoopback) return;
+  webrtc::PeerConnectionFactoryInterface::Options options;
+  options.network_ignore_mask = 0;
+  factory_->SetOptions(options);
+}
+
+bool LibwebrtcEngine::isOnOwnThread() const {
+  return signaling_->IsCurrent() || network_->IsCurrent() || worker_->IsCurrent();
+}
+
+void LibwebrtcEngine::end(LibwebrtcEngine* engine) {
+  if (!engine->isOnOwnThread()) {
+    delete engine;
+    return;
+  }
+  // A thread cannot wait for its own end.
+  std::thread([engine] { delete engine; }).detach();
+}
+
+}  // namespace tevanto

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <api/peer_connection_interface.h>
+#include <rtc_base/thread.h>
+
+#include <memory>
+#include <utility>
+
+#include "platform/linux/LibwebrtcLog.h"
+#include "platform/linux/PeerEngineOptions.h"
+
+namespace tevanto {
+
+/// The engine's threads and its factory. Shared by all that uses it; the last of them ends it, also when that
+/// one is let go on a thread of the engine.
+class LibwebrtcEngine {
+ public:
+  /// Null when the engine does not come up.
+  static std::shared_ptr<LibwebrtcEngine> start(const PeerEngineOptions& options);
+  ~LibwebrtcEngine();
+
+  LibwebrtcEngine(const LibwebrtcEngine&) = delete;
+  LibwebrtcEngine& operator=(const LibwebrtcEngine&) = delete;
+
+  webrtc::PeerConnectionFactoryInterface& factory() { return *factory_; }
+
+  /// On the signaling thread, later, in the order of these calls.
+  template <class F>
+  void post(F&& task) {
+    signaling_->PostTask(std::forward<F>(task));
+  }
+  /// On the signaling thread, now; waits for it.
+  template <class F>
+  auto call(F&& function) {
+    return signaling_->BlockingCall(std::forward<F>(function));
+  }
+
+ private:
+  explicit LibwebrtcEngine(const PeerEngineOptions& options);
+  void startThreads();
+  void makeFactory(bool includeLoopback);
+  bool isOnOwnThread() const;
+  static void end(LibwebrtcEngine* engine);
+
+  LibwebrtcLog log_;
+  std::unique_ptr<rtc::Thread> network_;
+  std::unique_ptr<rtc::Thread> worker_;
+  std::unique_ptr<rtc::Thread> signaling_;
+  rtc::scoped_refptr<webrtc::PeerConnectionFactoryInterface> factory_;
+};
+
+}  // namespace tevanto

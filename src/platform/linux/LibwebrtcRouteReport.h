@@ -1,0 +1,13 @@
+#pragma once
+
+#include <api/stats/rtc_stats_report.h>
+
+#include "p2p/PeerConnection.h"
+
+namespace tevanto {
+
+/// What the engine's statistics say of ICE. It has no "selected" of its own on a pair; the "transport" report
+/// names the selected one.
+RouteReport routeReportOf(const webrtc::RTCStatsReport& statistics);
+
+}  // namespace tevanto

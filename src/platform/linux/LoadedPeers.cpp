@@ -1,0 +1,33 @@
+#include "platform/linux/LoadedPeers.h"
+
+#include "platform/linux/PeerModule.h"
+#include "platform/linux/ProgramModule.h"
+
+namespace tevanto {
+
+LoadedPeers::~LoadedPeers() = default;
+
+Result<PeerConnectionFactory*> LoadedPeers::loaded() {
+  const std::lock_guard lock(mutex_);
+  if (peers_) return peers_.get();
+  const auto make = functionOfModule(kPeerModule, kMakePeers);
+  if (!make) return Failure{make.error()};
+  peers_.reset(reinterpret_cast<MakePeers>(make.value())(options_));
+  return peers_.get();
+}
+
+Result<void> LoadedPeers::load() {
+  const auto peers = loaded();
+  if (!peers) return Failure{peers.error()};
+  return {};
+}
+
+std::shared_ptr<PeerConnection> LoadedPeers::create(const PeerConfiguration& configuration,
+                                                    std::weak_ptr<PeerConnectionObserver> observer) {
+  const auto peers = loaded();
+  if (peers) return peers.value()->create(configuration, std::move(observer));
+  options_.log.error(peers.error());
+  return nullptr;
+}
+
+}  // namespace tevanto
