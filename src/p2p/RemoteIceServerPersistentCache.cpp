@@ -1,0 +1,27 @@
+#include "p2p/RemoteIceServerPersistentCache.h"
+
+#include <utility>
+
+#include "core/UserDefaults.h"
+
+namespace tevanto {
+
+bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::time_point now) {
+  const auto age = now - brokered.loadedAt;
+  return age >= age.zero() && age < kTurnCredentialsLife && hasTURNServer(brokered.servers);
+}
+
+RemoteIceServerPersistentCache::RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now)
+    : defaults_(defaults), now_(std::move(now)) {}
+
+std::optional<BrokeredIceServers> RemoteIceServerPersistentCache::load() const {
+  const auto stored = defaults_.string(kTurnCredentialsKey);
+  auto brokered = stored ? decodeBrokeredIceServers(*stored) : std::nullopt;
+  return brokered && isUsable(*brokered, now_()) ? brokered : std::nullopt;
+}
+
+Result<void> RemoteIceServerPersistentCache::save(const std::vector<RemoteIceServerConfig>& servers) {
+  return defaults_.set(kTurnCredentialsKey, encodeBrokeredIceServers({servers, now_()}));
+}
+
+}  // namespace tevanto

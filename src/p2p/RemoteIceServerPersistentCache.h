@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "core/Result.h"
+#include "core/WallClock.h"
+#include "p2p/RemoteIceServerConfig.h"
+
+namespace tevanto {
+
+class UserDefaults;
+
+inline constexpr std::string_view kTurnCredentialsKey = "tevanto.turn-credentials.v1";
+/// How long short-lived credentials are used.
+inline constexpr std::chrono::seconds kTurnCredentialsLife{2700};
+
+/// Whether they are younger than their life, not from the future, and hold a TURN server.
+bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::time_point now);
+
+/// TURN credentials that survive a restart, as one JSON text in the user defaults. Any thread may call.
+class RemoteIceServerPersistentCache {
+ public:
+  RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now);
+
+  /// The stored servers as they are, with their date; nothing unless they are usable.
+  std::optional<BrokeredIceServers> load() const;
+  /// Stores the servers with the current date.
+  Result<void> save(const std::vector<RemoteIceServerConfig>& servers);
+
+ private:
+  UserDefaults& defaults_;
+  const WallClock now_;
+};
+
+}  // namespace tevanto

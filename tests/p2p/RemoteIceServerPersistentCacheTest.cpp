@@ -1,0 +1,120 @@
+#include "p2p/RemoteIceServerPersistentCache.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "core/JsonUserDefaults.h"
+#include "tests/support/FakeUserDefaults.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tevanto {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::system_clock;
+
+const RemoteIceServerConfig kStun{{"stun:a"}, {}, {}};
+const RemoteIceServerConfig kTurn{{"turn:a"}, "u", "p"};
+
+class RemoteIceServerPersistentCacheTest : public testing::Test {
+ protected:
+  std::optional<std::vector<RemoteIceServerConfig>> loaded() const {
+    const auto brokered = cache_.load();
+    return brokered ? std::optional(brokered->servers) : std::nullopt;
+  }
+
+  system_clock::time_point now_{seconds(1'700'000'000)};
+  test::FakeUserDefaults defaults_;
+  RemoteIceServerPersistentCache cache_{defaults_, [this] { return now_; }};
+};
+
+TEST_F(RemoteIceServerPersistentCacheTest, isEmptyAtFirst) { EXPECT_FALSE(loaded()); }
+
+TEST_F(RemoteIceServerPersistentCacheTest, keepsAJsonTextUnderItsKey) {
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  const auto text = defaults_.string("tevanto.turn-credentials.v1");
+  ASSERT_TRUE(text);
+  EXPECT_EQ(decodeBrokeredIceServers(*text), (BrokeredIceServers{{kTurn}, now_}));
+  EXPECT_EQ(*text,
+            R"({"servers":[{"urls":["turn:a"],"username":"u","credential":"p"}],"loadedAt":7.216928E8})");
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, givesBackTheWholeListUnchanged) {
+  const std::vector servers{kStun, kTurn, kStun};
+  ASSERT_TRUE(cache_.save(servers).ok());
+  EXPECT_EQ(loaded(), servers);
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, forgetsAfter45Minutes) {
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  const auto saved = now_;
+  EXPECT_TRUE(loaded());
+  now_ = saved + seconds(2699);
+  EXPECT_TRUE(loaded());
+  now_ = saved + milliseconds(2'699'999);
+  EXPECT_TRUE(loaded());
+  now_ = saved + seconds(2700);
+  EXPECT_FALSE(loaded());
+  now_ = saved + std::chrono::hours(24 * 365 * 30);
+  EXPECT_FALSE(loaded());
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, ignoresWhatComesFromTheFuture) {
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  now_ -= milliseconds(1);
+  EXPECT_FALSE(loaded());
+  now_ -= seconds(3600);
+  EXPECT_FALSE(loaded());
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseWithoutATurnServer) {
+  ASSERT_TRUE(cache_.save({kStun}).ok());
+  EXPECT_FALSE(loaded());
+  ASSERT_TRUE(cache_.save({}).ok());
+  EXPECT_FALSE(loaded());
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, ignoresWhatItCannotRead) {
+  for (const char* text : {"", "no JSON", "[]", R"({"servers":[]})",
+                           R"({"servers":[{"urls":"turn:a"}],"loadedAt":721692800})"}) {
+    ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, text).ok());
+    EXPECT_FALSE(loaded()) << text;
+  }
+  ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, 3.5).ok());
+  EXPECT_FALSE(loaded());
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, readsARecordUnderTheFieldsOwnName) {
+  ASSERT_TRUE(
+      defaults_
+          .set(
+              kTurnCredentialsKey,
+              R"({"loadedAt":721692800,"servers":[{"urlStrings":["turn:a"],"username":"u","credential":"p"}]})")
+          .ok());
+  EXPECT_EQ(loaded(), std::vector{kTurn});
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, reportsWhatCannotBeStored) {
+  defaults_.failWith("disk full");
+  const auto saved = cache_.save({kTurn});
+  ASSERT_FALSE(saved.ok());
+  EXPECT_EQ(saved.error(), "disk full");
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, survivesARestart) {
+  const test::TemporaryFolder folder;
+  const auto file = folder.path() / "defaults.json";
+  {
+    JsonUserDefaults defaults(file, {});
+    ASSERT_TRUE(RemoteIceServerPersistentCache(defaults, [this] { return now_; }).save({kTurn}).ok());
+  }
+  now_ += seconds(60);
+  JsonUserDefaults defaults(file, {});
+  const auto brokered = RemoteIceServerPersistentCache(defaults, [this] { return now_; }).load();
+  EXPECT_EQ(brokered, (BrokeredIceServers{{kTurn}, now_ - seconds(60)}));
+}
+
+}  // namespace
+}  // namespace tevanto
