@@ -86,6 +86,7 @@ class CommandLine {
   bool json_ = false;
   std::string host_;
   std::string companion_;
+  std::string away_;
   double timeout_ = 5;
   std::string text_;
   std::string folder_;
@@ -128,6 +129,9 @@ void CommandLine::addGlobalOptions() {
   app_.add_option("--host", host_, "Connect to HOST[:PORT] or [IPv6][:PORT] instead of looking for it")
       ->check(CLI::Validator(endpoint, "ADDRESS"));
   app_.add_option("--companion", companion_, "The companion of this name or identifier, when several answer");
+  app_.add_option("--away", away_,
+                  "Reach a companion on another network: its identifier, or its name when it is paired")
+      ->excludes("--host", "--companion");
   app_.add_option("--timeout", timeout_, "Seconds to wait for the companion and for each reply")
       ->check(CLI::Range(0.05, 3600.0))
       ->capture_default_str();
@@ -314,7 +318,7 @@ int CommandLine::run(std::vector<std::string> arguments, const PhoneEnvironment&
     return static_cast<int>(status == 0 ? ExitCode::done : ExitCode::usage);
   }
   const auto format = json_ ? PhoneOutput::Format::json : PhoneOutput::Format::text;
-  PhoneCommands phone(environment, format, choice());
+  PhoneCommands phone(environment, format, choice(), away_);
   return static_cast<int>(action_(phone));
 }
 

@@ -44,9 +44,11 @@ Mirror::Mirror(std::unique_ptr<ScreenChannel> screen, MirrorMedia& media, PhoneO
 
 Answer<bool> Mirror::run(const std::string& token, bool isTerminal) {
   isTerminal_ = isTerminal;
+  token_ = token;
   const EndSignals signals;
+  signals_ = signals.descriptor();
   if (auto prepared = prepare(); !prepared) return prepared;
-  const auto mirrored = mirror(token, signals.descriptor());
+  const auto mirrored = mirror();
   const auto finished = finish();
   return mirrored ? finished : mirrored;
 }
@@ -82,21 +84,49 @@ Answer<bool> Mirror::startRecording() {
   return true;
 }
 
-Answer<bool> Mirror::mirror(const std::string& token, int signals) {
-  const auto hello = helloMessage({token, kViewWidth, kViewHeight, settings_.lowBandwidth});
-  if (!screen_->send(hello)) return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
+Answer<bool> Mirror::mirror() {
+  if (auto greeted = sayHello(); !greeted) return greeted;
   while (!isEnded_ && !isOver(Clock::now())) {
-    if (auto waited = wait(signals); !waited) return waited;
+    if (auto waited = wait(); !waited) return waited;
     if (auto worked = work(); !worked) return worked;
   }
   return true;
 }
 
-Answer<bool> Mirror::wait(int signals) {
+Answer<bool> Mirror::sayHello() {
+  if (screen_->send(helloMessage({token_, kViewWidth, kViewHeight, settings_.lowBandwidth}))) return true;
+  return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
+}
+
+/// Calls until the companion answers: whoever is away expects their network to go and come.
+Answer<bool> Mirror::comeBack() {
+  output_.warning("The connection is lost; calling again.");
+  while (!wasEnded()) {
+    auto screen = return_([this] { return wasEnded(); });
+    if (!screen && screen.trouble().code == ExitCode::refused) return screen.trouble();
+    if (!screen) continue;
+    screen_ = std::move(*screen);
+    if (sayHello()) return true;
+  }
+  return true;
+}
+
+/// Whether the user has ended it meanwhile, or the time is over.
+bool Mirror::wasEnded() {
+  pollfd signals{signals_, POLLIN, 0};
+  isEnded_ = isEnded_ || ::poll(&signals, 1, 0) > 0;
+  if (window_) {
+    (void)gestures_.handle(window_->takeEvents());  // there is nobody to send them to
+    isEnded_ = isEnded_ || gestures_.wantsToClose();
+  }
+  return isEnded_ || isOver(Clock::now());
+}
+
+Answer<bool> Mirror::wait() {
   const auto now = Clock::now();
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextWake(now) - now);
   std::array<pollfd, 3> waits = {{{screen_->descriptor(), POLLIN, 0},
-                                  {signals, POLLIN, 0},
+                                  {signals_, POLLIN, 0},
                                   {control_ ? control_->channel().descriptor() : -1, POLLIN, 0}}};
   const auto period = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
   if (::poll(waits.data(), waits.size(), period) < 0) {
@@ -119,6 +149,7 @@ Answer<bool> Mirror::receive() {
   statistics_.received(screen_->receivedBytes() - before, Clock::now());
   if (trouble_) return *trouble_;
   if (received == ScreenChannel::Received::open || isOver(Clock::now())) return true;
+  if (return_) return comeBack();
   if (heardAnything_) {
     return Trouble{ExitCode::connectionLost,
                    "The companion closed the connection. Another phone may have taken its place."};
@@ -141,7 +172,7 @@ Answer<bool> Mirror::work() {
   if (settings_.stats && now >= nextStatistics_) showStatistics(now);
   if (!window_) return true;
   for (const auto& command : gestures_.handle(window_->takeEvents())) {
-    if (auto sent = control_->send(command); !sent) return sent;
+    if (auto sent = control_->send(command); !sent && !return_) return sent;
   }
   isEnded_ = isEnded_ || gestures_.wantsToClose();
   return true;
@@ -153,6 +184,7 @@ Answer<bool> Mirror::readReplies() {
     const auto received = control_->channel().receive(line, Clock::now());
     if (received == LineChannel::Received::nothingYet) return true;
     if (received == LineChannel::Received::closed) {
+      if (return_) return comeBack();
       return Trouble{ExitCode::connectionLost, "The companion closed the control connection."};
     }
     const auto reply = decodeRemoteMessage(line);

@@ -2,16 +2,18 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "phone/Answer.h"
 #include "phone/Endpoint.h"
 #include "phone/MirrorMedia.h"
 #include "phone/MirrorStatistics.h"
 #include "phone/MirrorStream.h"
-#include "phone/ScreenChannel.h"
+#include "phone/Road.h"
 #include "phone/WindowGestures.h"
 
 namespace tevanto::phone {
@@ -39,6 +41,10 @@ class Mirror {
   Mirror(std::unique_ptr<ScreenChannel> screen, MirrorMedia& media, PhoneOutput& output,
          MirrorSettings settings, std::chrono::milliseconds timeout, PhoneSession* control);
 
+  /// How a lost connection is made again. Without it, the loss is the end.
+  using Return = std::function<Answer<std::unique_ptr<ScreenChannel>>(const GivesUp& givesUp)>;
+  void setReturn(Return comeBack) { return_ = std::move(comeBack); }
+
   Answer<bool> run(const std::string& token, bool isTerminal);
 
  private:
@@ -46,8 +52,11 @@ class Mirror {
 
   Answer<bool> prepare();
   Answer<bool> startRecording();
-  Answer<bool> mirror(const std::string& token, int signals);
-  Answer<bool> wait(int signals);
+  Answer<bool> mirror();
+  Answer<bool> sayHello();
+  Answer<bool> comeBack();
+  bool wasEnded();
+  Answer<bool> wait();
   Answer<bool> receive();
   Answer<bool> work();
   Answer<bool> readReplies();
@@ -75,6 +84,9 @@ class Mirror {
   Time nextStatistics_;
   std::optional<Time> firstPicture_;
   std::optional<DecodedPicture> lastPicture_;
+  Return return_;
+  std::string token_;
+  int signals_ = -1;                // readable when the user ends it
   std::optional<Trouble> trouble_;  // that came up where it could not be returned
   std::string complaint_;           // of the companion about what was done in the window
   bool heardAnything_ = false;

@@ -37,12 +37,25 @@ std::optional<std::string> PairedCompanions::companionAt(const Endpoint& endpoin
 
 std::optional<std::string> PairedCompanions::last() const { return defaults_.string(kLastCompanion); }
 
+std::optional<std::string> PairedCompanions::named(std::string_view name) const {
+  constexpr std::string_view kStart = "companion.";
+  constexpr std::string_view kEnd = ".name";
+  for (const auto& [key, value] : defaults_.all()) {
+    const auto* text = std::get_if<std::string>(&value);
+    if (!text || *text != name || !key.starts_with(kStart) || !key.ends_with(kEnd)) continue;
+    return key.substr(kStart.size(), key.size() - kStart.size() - kEnd.size());
+  }
+  return std::nullopt;
+}
+
 Result<void> PairedCompanions::remember(std::string_view deviceID, std::string_view name,
                                         std::string_view token, const Endpoint& endpoint) {
   if (auto stored = defaults_.set(companionKey(deviceID, "token"), std::string(token)); !stored)
     return stored;
   if (auto stored = defaults_.set(companionKey(deviceID, "name"), std::string(name)); !stored) return stored;
-  if (auto stored = defaults_.set(addressKey(endpoint), std::string(deviceID)); !stored) return stored;
+  if (!endpoint.hosts.empty()) {
+    if (auto stored = defaults_.set(addressKey(endpoint), std::string(deviceID)); !stored) return stored;
+  }
   return defaults_.set(kLastCompanion, std::string(deviceID));
 }
 

@@ -30,7 +30,10 @@ class PairedCompanions {
   /// reached by more addresses than were noted.
   std::optional<std::string> companionAt(const Endpoint& endpoint) const;
   std::optional<std::string> last() const;
+  /// The identifier of the paired companion of this name.
+  std::optional<std::string> named(std::string_view name) const;
 
+  /// An endpoint without a host, of a companion that was paired from far away, is not noted.
   Result<void> remember(std::string_view deviceID, std::string_view name, std::string_view token,
                         const Endpoint& endpoint);
   PhoneIdentity identity();

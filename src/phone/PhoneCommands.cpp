@@ -7,8 +7,9 @@
 #include <ostream>
 #include <utility>
 
+#include "phone/AwayRoad.h"
+#include "phone/LocalRoad.h"
 #include "phone/RawRelay.h"
-#include "phone/ScreenSocket.h"
 #include "phone/Touchpad.h"
 
 namespace tevanto::phone {
@@ -54,12 +55,39 @@ std::string joined(const std::vector<std::string>& words) {
 }  // namespace
 
 PhoneCommands::PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format,
-                             CompanionFinder::Choice choice)
-    : environment_(environment),
-      output_(environment.out, environment.err, format),
+                             CompanionFinder::Choice choice, const std::string& awayRoom)
+    : environment_(std::move(environment)),
+      output_(environment_.out, environment_.err, format),
       timeout_(choice.timeout),
-      paired_(environment.defaults),
-      finder_(environment.browser, paired_, std::move(choice)) {}
+      paired_(environment_.defaults),
+      finder_(environment_.browser, paired_, std::move(choice)),
+      awayRoom_(awayRoom.empty() ? awayRoom : paired_.named(awayRoom).value_or(awayRoom)) {}
+
+Answer<Road*> PhoneCommands::road() {
+  if (road_) return road_.get();
+  if (awayRoom_.empty()) {
+    road_ = std::make_unique<LocalRoad>(finder_, timeout_);
+    return road_.get();
+  }
+  if (!environment_.away) return Trouble{ExitCode::notDone, "The road away is not part of this build."};
+  auto away = environment_.away();
+  if (!away) return Trouble{ExitCode::notDone, away.error()};
+  road_ = std::make_unique<AwayRoad>(std::move(away).value(), awayRoom_, timeout_);
+  return road_.get();
+}
+
+Answer<PhoneSession> PhoneCommands::connect(const Target& target, const GivesUp& givesUp) {
+  const auto way = road();
+  if (!way) return way.trouble();
+  auto channel = (*way)->connect(target, givesUp);
+  if (!channel) return channel.trouble();
+  return PhoneSession(std::move(*channel), timeout_);
+}
+
+Answer<Target> PhoneCommands::find(CompanionFinder::For purpose) {
+  const auto way = road();
+  return way ? (*way)->find(purpose) : Answer<Target>(way.trouble());
+}
 
 ExitCode PhoneCommands::discover() {
   const auto found = finder_.discover();
@@ -69,15 +97,16 @@ ExitCode PhoneCommands::discover() {
 }
 
 ExitCode PhoneCommands::pair(const std::string& code) {
-  const auto target = finder_.find(CompanionFinder::For::pairing);
+  const auto target = find(CompanionFinder::For::pairing);
   if (!target) return output_.trouble(target.trouble());
-  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  auto session = connect(*target);
   if (!session) return output_.trouble(session.trouble());
   const auto reply = session->pair(paired_.identity(), code);
   if (!reply) return output_.trouble(reply.trouble());
   if (!reply->token) return output_.trouble({ExitCode::refused, "The companion gave no token."});
-  const auto name = reply->hostName.value_or(target->endpoint.text());
-  const auto id = reply->deviceID.value_or(target->endpoint.text());
+  const auto known = target->deviceID.value_or(target->endpoint.text());
+  const auto name = reply->hostName.value_or(known);
+  const auto id = reply->deviceID.value_or(known);
   if (const auto stored = paired_.remember(id, name, *reply->token, target->endpoint); !stored) {
     return output_.trouble({ExitCode::notDone, "Paired, but the token cannot be kept: " + stored.error()});
   }
@@ -193,37 +222,44 @@ ExitCode PhoneCommands::mirror(MirrorSettings settings) {
     if (!greeted) return output_.trouble(greeted.trouble());
     control.emplace(std::move(*greeted));
   }
-  const auto target = screenOf(settings, control ? control->ready.deviceID : std::nullopt);
+  const auto way = road();
+  if (!way) return output_.trouble(way.trouble());
+  const auto target =
+      (*way)->findScreen(settings.screenHost, control ? control->ready.deviceID : std::nullopt);
   if (!target) return output_.trouble(target.trouble());
-  auto socket = ScreenSocket::connect(target->endpoint, timeout_);
-  if (!socket) return output_.trouble(socket.trouble());
-  Mirror mirror(std::move(*socket), *media.value(), output_, std::move(settings), timeout_,
+  auto screen = (*way)->connectScreen(*target);
+  if (!screen) return output_.trouble(screen.trouble());
+  Mirror mirror(std::move(*screen), *media.value(), output_, std::move(settings), timeout_,
                 control ? &control->session : nullptr);
+  if ((*way)->comesBack()) {
+    mirror.setReturn([&, way = *way](const GivesUp& givesUp) -> Answer<std::unique_ptr<ScreenChannel>> {
+      if (control) {
+        auto greeted = greet(givesUp);
+        if (!greeted) return greeted.trouble();
+        *control = std::move(*greeted);
+      }
+      return way->connectScreen(*target, givesUp);
+    });
+  }
   // Without a token the companion says no, which is better told than guessed.
   const auto done = mirror.run(tokenFor(*target).value_or(""), ::isatty(environment_.output) != 0);
   return done ? ExitCode::done : output_.trouble(done.trouble());
 }
 
-Answer<Target> PhoneCommands::screenOf(const MirrorSettings& settings,
-                                       const std::optional<std::string>& deviceID) const {
-  if (!settings.screenHost) return finder_.findScreen(deviceID);
-  return Target{*settings.screenHost, deviceID ? deviceID : finder_.pairedAt(*settings.screenHost)};
-}
-
 ExitCode PhoneCommands::raw(bool addToken, std::chrono::milliseconds linger) {
-  const auto target = finder_.find(CompanionFinder::For::command);
+  const auto target = find(CompanionFinder::For::command);
   if (!target) return output_.trouble(target.trouble());
-  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  auto session = connect(*target);
   if (!session) return output_.trouble(session.trouble());
   RawRelay::Options options{linger, addToken ? tokenFor(*target) : std::nullopt};
   const auto done = RawRelay(*session, output_, environment_.input, std::move(options)).run();
   return done ? ExitCode::done : output_.trouble(done.trouble());
 }
 
-Answer<PhoneCommands::Greeted> PhoneCommands::greet() {
-  const auto target = finder_.find(CompanionFinder::For::command);
+Answer<PhoneCommands::Greeted> PhoneCommands::greet(const GivesUp& givesUp) {
+  const auto target = find(CompanionFinder::For::command);
   if (!target) return target.trouble();
-  auto session = PhoneSession::connect(target->endpoint, timeout_);
+  auto session = connect(*target, givesUp);
   if (!session) return session.trouble();
   auto ready = session->hello(paired_.identity(), tokenFor(*target));
   if (!ready) return ready.trouble();

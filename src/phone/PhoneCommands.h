@@ -9,11 +9,13 @@
 #include <vector>
 
 #include "phone/Answer.h"
+#include "phone/AwayLink.h"
 #include "phone/CompanionFinder.h"
 #include "phone/Mirror.h"
 #include "phone/PairedCompanions.h"
 #include "phone/PhoneOutput.h"
 #include "phone/PhoneSession.h"
+#include "phone/Road.h"
 
 namespace tevanto::phone {
 
@@ -28,13 +30,17 @@ struct PhoneEnvironment {
   /// Loaded only for mirroring: every other command would wait for libraries that it does not need. Empty
   /// in a build without mirroring.
   std::function<Result<std::shared_ptr<MirrorMedia>>()> media = {};
+  /// What the road to companions far away stands on; made only when one is called. Empty in a build without.
+  std::function<Result<AwayLink::Environment>()> away = {};
 };
 
 /// The subcommands of `tevanto-phone`. Each finds the companion, talks to it, prints what it said, and
 /// returns how the program ends.
 class PhoneCommands {
  public:
-  PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format, CompanionFinder::Choice choice);
+  /// With `awayRoom` the companion is called there, by its device identifier or the name of a paired one.
+  PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format, CompanionFinder::Choice choice,
+                const std::string& awayRoom = {});
 
   ExitCode discover();
   ExitCode pair(const std::string& code);
@@ -57,8 +63,11 @@ class PhoneCommands {
     PhoneSession session;
     RemoteMessage ready;
   };
-  Answer<Greeted> greet();
-  Answer<Target> screenOf(const MirrorSettings& settings, const std::optional<std::string>& deviceID) const;
+  Answer<Greeted> greet(const GivesUp& givesUp = {});
+  Answer<PhoneSession> connect(const Target& target, const GivesUp& givesUp = {});
+  Answer<Target> find(CompanionFinder::For purpose);
+  /// The road that was chosen; made when it is first asked for.
+  Answer<Road*> road();
   std::optional<std::string> tokenFor(const Target& target) const;
 
   PhoneEnvironment environment_;
@@ -66,6 +75,8 @@ class PhoneCommands {
   std::chrono::milliseconds timeout_;
   PairedCompanions paired_;
   CompanionFinder finder_;
+  std::string awayRoom_;
+  std::unique_ptr<Road> road_;
 };
 
 }  // namespace tevanto::phone

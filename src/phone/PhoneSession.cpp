@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "core/Uuid.h"
-#include "phone/LineSocket.h"
 #include "remote/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
@@ -38,17 +37,6 @@ Trouble refusal(const RemoteMessage& reply) {
     trouble.message += ". The companion may not inject input; `tevanto doctor` there says why.";
   }
   return trouble;
-}
-
-Answer<PhoneSession> PhoneSession::connect(const Endpoint& endpoint, std::chrono::milliseconds timeout) {
-  std::string reason = "no address";
-  for (const auto& host : endpoint.hosts) {
-    auto socket = LineSocket::connect(host, endpoint.port, std::chrono::steady_clock::now() + timeout);
-    if (socket) return PhoneSession(std::move(socket).value(), timeout);
-    reason = socket.error();
-  }
-  return Trouble{ExitCode::notFound, "No companion answers at " + endpoint.text() + " (" + reason +
-                                         "). Is it running? `tevanto-phone discover` lists what is there."};
 }
 
 Answer<RemoteMessage> PhoneSession::hello(const PhoneIdentity& identity, std::optional<std::string> token) {

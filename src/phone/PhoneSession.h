@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "phone/Answer.h"
-#include "phone/Endpoint.h"
 #include "phone/LineChannel.h"
 #include "phone/PairedCompanions.h"
 #include "remote/RemoteMessage.h"
@@ -24,7 +23,6 @@ Trouble refusal(const RemoteMessage& reply);
 /// One conversation with a companion, for a caller that waits for each reply, for at most `timeout`.
 class PhoneSession {
  public:
-  static Answer<PhoneSession> connect(const Endpoint& endpoint, std::chrono::milliseconds timeout);
   PhoneSession(std::unique_ptr<LineChannel> channel, std::chrono::milliseconds timeout)
       : channel_(std::move(channel)), timeout_(timeout) {}
 

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "core/SerialQueue.h"
+#include "phone/Answer.h"
+#include "phone/Inbox.h"
+#include "phone/Road.h"
+#include "remote/MessageChannel.h"
+#include "screen/ScreenTransport.h"
+
+namespace tevanto::phone {
+
+/// A transport to a companion, made but not started.
+struct AwayTransport {
+  std::shared_ptr<MessageChannel> messages;
+  std::shared_ptr<ScreenTransport> screen;
+  std::function<void()> start;
+};
+
+/// One session with a companion that is not on this network, for a caller that waits. Held by its channels;
+/// ends with the last of them.
+///
+///     dial: transport -- failed, after a pause: the next one -- ... -- ready
+class AwayLink : public std::enable_shared_from_this<AwayLink> {
+ public:
+  /// How long after a failure the next attempt begins.
+  static constexpr auto kPause = std::chrono::seconds(1);
+
+  struct Environment {
+    /// Where the transports call back; not the caller's own thread.
+    std::shared_ptr<SerialQueue> mainQueue;
+    std::function<AwayTransport(const std::string& room)> makeTransport;
+  };
+
+  /// Tries until the companion answers, the time is over or the user gives up.
+  static Answer<std::shared_ptr<AwayLink>> dial(const Environment& environment, const std::string& room,
+                                                std::chrono::milliseconds timeout,
+                                                const GivesUp& givesUp = {});
+  ~AwayLink();
+  AwayLink(const AwayLink&) = delete;
+  AwayLink& operator=(const AwayLink&) = delete;
+
+  std::unique_ptr<LineChannel> lines();
+  std::unique_ptr<ScreenChannel> screen();
+  bool isReady() const;
+
+ private:
+  enum class State { connecting, ready, failed };
+  class Lines;
+  class Screen;
+
+  AwayLink(Environment environment, const std::string& room)
+      : environment_(std::move(environment)), room_(room) {}
+  /// What became of it by the deadline, or by the time that the user gave up.
+  State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
+  void startTransport();
+  void stateDidChange(ChannelState state);
+
+  const Environment environment_;
+  const std::string room_;
+  AwayTransport transport_;
+  Inbox lines_;
+  Inbox screen_;
+  mutable std::mutex mutex_;  // guards state_
+  std::condition_variable changed_;
+  State state_ = State::connecting;
+};
+
+}  // namespace tevanto::phone

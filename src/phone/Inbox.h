@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "core/Descriptor.h"
+
+namespace tevanto::phone {
+
+/// Messages on their way from a thread that brings them to one that waits for them. Bounded: what comes while
+/// it is full is lost.
+class Inbox {
+ public:
+  using Message = std::vector<std::byte>;
+  using Deadline = std::chrono::steady_clock::time_point;
+  static constexpr std::size_t kMaxBytes = 64 * 1024 * 1024;
+
+  Inbox();
+
+  void put(Message message);
+  /// Nothing more will come. What is there can still be taken.
+  void close();
+  std::optional<Message> take();
+  /// Whether it is closed and empty.
+  bool isOver() const;
+  /// Waits until there is something to take, it is closed, or the deadline has come.
+  void wait(Deadline deadline) const;
+  /// For poll(2): readable while there is something to take, and when it is closed.
+  int descriptor() const { return signal_.get(); }
+
+ private:
+  Descriptor signal_;
+  mutable std::mutex mutex_;  // guards all below
+  std::deque<Message> messages_;
+  std::size_t bytes_ = 0;
+  bool isClosed_ = false;
+};
+
+}  // namespace tevanto::phone

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "phone/Answer.h"
+#include "phone/CompanionFinder.h"
+#include "phone/LineChannel.h"
+#include "phone/ScreenChannel.h"
+
+namespace tevanto::phone {
+
+/// Asked now and then during a long wait: whether the user has had enough.
+using GivesUp = std::function<bool()>;
+
+/// A way to companions: over the local network, or from far away. Finding costs little or nothing; connecting
+/// waits.
+class Road {
+ public:
+  virtual ~Road() = default;
+
+  virtual Answer<Target> find(CompanionFinder::For purpose) const = 0;
+  virtual Answer<std::unique_ptr<LineChannel>> connect(const Target& target, const GivesUp& givesUp = {}) = 0;
+  /// Where the screen of a companion can be seen: of this one, or where it is not named, of the one that a
+  /// command would go to.
+  virtual Answer<Target> findScreen(const std::optional<Endpoint>& screenHost,
+                                    const std::optional<std::string>& deviceID) const = 0;
+  virtual Answer<std::unique_ptr<ScreenChannel>> connectScreen(const Target& target,
+                                                               const GivesUp& givesUp = {}) = 0;
+  /// Whether a lost connection is worth waiting for: the phone stays away while its network comes and goes.
+  virtual bool comesBack() const = 0;
+};
+
+}  // namespace tevanto::phone
