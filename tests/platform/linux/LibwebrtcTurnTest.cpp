@@ -1,0 +1,91 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "platform/linux/LoadedPeers.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/PeerSide.h"
+#include "tests/support/TurnServer.h"
+
+// Peers of the real engine through a real TURN server on the loopback interface.
+
+namespace tevanto {
+namespace {
+
+using test::connectedPair;
+using test::eventually;
+using test::PeerSide;
+using test::TurnServer;
+
+PeerEngineOptions onLoopback() {
+  PeerEngineOptions options;
+  options.includeLoopback = true;
+  return options;
+}
+
+bool isRelayed(const IceCandidate& candidate) {
+  return candidate.sdp.find(" typ relay ") != std::string::npos;
+}
+
+std::string typeOf(const RouteReport& report, const std::string& id) {
+  for (const auto& candidate : report.candidates)
+    if (candidate.id == id) return candidate.candidateType;
+  return "";
+}
+
+/// A server that is reached by UDP alone or by TCP alone.
+class LibwebrtcTurn : public testing::TestWithParam<std::string> {
+ protected:
+  static TurnServer::Options options() {
+    TurnServer::Options options;
+    options.udp = GetParam() == "udp";
+    options.tcp = GetParam() == "tcp";
+    return options;
+  }
+
+  const TurnServer server_{options()};
+  LoadedPeers factory_{onLoopback()};
+};
+
+TEST_P(LibwebrtcTurn, relaysAChannel) {
+  PeerConfiguration configuration;
+  configuration.iceServers.push_back(server_.iceServer(GetParam()));
+  const auto pair = connectedPair(factory_, configuration, isRelayed);
+  ASSERT_TRUE(pair) << server_.log();
+  const std::string text = "through the relay";
+  ASSERT_TRUE(pair.offerer->channel("tevanto")->send(std::as_bytes(std::span(text))));
+  ASSERT_TRUE(eventually([&] { return pair.answerer->receivedCount("tevanto") == 1; }));
+  EXPECT_EQ(pair.answerer->received("tevanto").front(), text);
+  // A side that knows nothing but relayed candidates of the other may still send from its own address.
+  const auto report = pair.offerer->statistics();
+  ASSERT_TRUE(report.selectedCandidatePairId);
+  const auto selected = std::find_if(report.pairs.begin(), report.pairs.end(), [&](const auto& each) {
+    return each.id == *report.selectedCandidatePairId;
+  });
+  ASSERT_NE(selected, report.pairs.end());
+  EXPECT_TRUE(typeOf(report, selected->localCandidateId) == "relay" ||
+              typeOf(report, selected->remoteCandidateId) == "relay");
+  EXPECT_NE(server_.log().find("ALLOCATE processed, success"), std::string::npos);
+}
+
+TEST_P(LibwebrtcTurn, getsNoAllocationWithCredentialsThatAreOver) {
+  PeerConfiguration configuration;
+  configuration.iceServers.push_back(server_.iceServer(GetParam(), -60));
+  const auto side = PeerSide::make(factory_, configuration);
+  ASSERT_TRUE(side->openChannel("tevanto"));
+  const auto offer = side->createOffer();
+  ASSERT_TRUE(offer);
+  ASSERT_TRUE(side->setLocal(offer.value()));
+  ASSERT_TRUE(eventually([&] {
+    return server_.log().find("Cannot find credentials of user") != std::string::npos;
+  })) << server_.log();
+  const auto candidates = side->candidates();
+  EXPECT_EQ(std::count_if(candidates.begin(), candidates.end(), isRelayed), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Transports, LibwebrtcTurn, testing::Values("udp", "tcp"),
+                         [](const auto& each) { return each.param; });
+
+}  // namespace
+}  // namespace tevanto
