@@ -25,9 +25,8 @@ Result<std::shared_ptr<EncoderSession>> LoadedEncoders::create(std::int32_t widt
   }
   auto session = encoders.value()->create(width, height, codec);
   if (!session) return session;
-  auto name = encoders.value()->encoderName();
   const std::lock_guard lock(mutex_);
-  used_ = std::move(name);
+  isUsed_ = true;
   return session;
 }
 
@@ -37,8 +36,12 @@ std::string LoadedEncoders::encoderName() const {
 }
 
 std::string LoadedEncoders::usedEncoder() const {
-  const std::lock_guard lock(mutex_);
-  return used_;
+  const EncoderSessionFactory* encoders = nullptr;
+  {
+    const std::lock_guard lock(mutex_);
+    if (isUsed_) encoders = encoders_.get();
+  }
+  return encoders ? encoders->encoderName() : std::string();
 }
 
 Result<std::string> LoadedEncoders::description() const {

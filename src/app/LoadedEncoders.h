@@ -32,7 +32,7 @@ class LoadedEncoders final : public EncoderSessionFactory {
   const Logger log_;
   mutable std::mutex mutex_;
   mutable std::unique_ptr<EncoderSessionFactory> encoders_;
-  std::string used_;
+  bool isUsed_ = false;
 };
 
 }  // namespace tevanto

@@ -11,7 +11,8 @@ namespace tevanto {
 
 /// How much of a leaky bucket is left by the clock, and how much an encoder believes is left that takes every
 /// frame for one interval. After a pause the encoder knows of less than there is, and would make the next
-/// large change needlessly coarse; begun anew it knows of all. In bits.
+/// large change needlessly coarse; begun anew it knows of all. Frames that come faster than expected make it
+/// believe in more than there is. In bits; times are of a clock, not of the pictures.
 class DataRateAccount {
  public:
   DataRateAccount() = default;
@@ -33,6 +34,11 @@ class DataRateAccount {
   /// A quarter of the bucket or more is left that the encoder does not know of.
   bool encoderIsBehind(PresentationTime time) const {
     return left(time) - believed_ >= std::max<std::int64_t>(size_ / 4, 1);
+  }
+
+  /// The encoder counts on a quarter of the bucket or more that is not there: frames come too fast.
+  bool encoderIsAhead(PresentationTime time) const {
+    return believed_ - left(time) >= std::max<std::int64_t>(size_ / 4, 1);
   }
 
   void encoderBeganAnew(PresentationTime time) { believed_ = left(time); }

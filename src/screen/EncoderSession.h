@@ -22,7 +22,7 @@ enum class EncoderProperty {
   profileLevel,                 // EncoderProfileLevel
   allowFrameReordering,         // bool
   maxKeyFrameInterval,          // std::int64_t, frames
-  maxKeyFrameIntervalDuration,  // std::int64_t, seconds, by presentation time, also when frames are far apart
+  maxKeyFrameIntervalDuration,  // std::int64_t, seconds, also when frames are far apart
   averageBitRate,               // std::int64_t, bits per second
   dataRateLimits,               // DataRateLimit
   expectedFrameRate,            // std::int64_t, frames per second
@@ -30,7 +30,8 @@ enum class EncoderProperty {
 
 enum class EncoderProfileLevel { h264MainAutoLevel };
 
-/// At most `bytes` in every window of `window`.
+/// At most `bytes` in every window of `window`, by the clock: a picture that is delivered again has a time of
+/// its own making, and what goes out in a second is what the network has to carry.
 struct DataRateLimit {
   std::int64_t bytes = 0;
   std::chrono::seconds window{1};
@@ -58,6 +59,9 @@ struct EncodedSample {
   std::optional<std::span<const std::byte>> pps;
   /// Slices and SEI only, each NAL unit behind its length as a 4-byte big-endian integer.
   std::optional<std::span<const std::byte>> data;
+  /// Whether the encoder did its best, so that the same picture again would gain nothing; absent when it does
+  /// not tell.
+  std::optional<bool> isFinest;
 };
 
 enum class EncodeStatus { success, failure };
@@ -66,8 +70,9 @@ enum class EncodeStatus { success, failure };
 /// one at a time. May be destroyed on any thread, from within an output handler too.
 class EncoderSession {
  public:
-  /// `sample` is null when nothing came out. Comes on any thread, also within `encodeFrame`; never later than
-  /// the next frame's.
+  /// `sample` is null when nothing came out: a picture is left out where the data rate does not allow for it,
+  /// and a key frame that was asked for with it then comes with the next one. Comes on any thread, also
+  /// within `encodeFrame`; never later than the next frame's.
   using OutputHandler = std::function<void(EncodeStatus status, const EncodedSample* sample)>;
 
   virtual ~EncoderSession() = default;

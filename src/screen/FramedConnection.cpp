@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t kMaxReceiveBytes = 65'536;
 
-std::int64_t frameBytesOf(const SharedBytes& payload) {
-  return static_cast<std::int64_t>(FrameExtractor::kHeaderBytes + payload->size());
+std::int64_t frameBytesOf(std::size_t payloadBytes) {
+  return static_cast<std::int64_t>(FrameExtractor::kHeaderBytes + payloadBytes);
 }
 
 }  // namespace
@@ -70,7 +70,7 @@ bool FramedConnection::send(SharedBytes payload, std::int64_t maxPendingBytes, b
   assert(queue_ && "a connection is started before it sends");
   precondition(payload->size() <= std::numeric_limits<std::uint32_t>::max(),
                "a frame is longer than its header can say");
-  if (!reserve(frameBytesOf(payload), maxPendingBytes, force)) return false;
+  if (!reserve(frameBytesOf(payload->size()), maxPendingBytes, force)) return false;
   queue_->async([weak = weak_from_this(), payload = std::move(payload)]() mutable {
     if (const auto self = weak.lock()) self->transmit(std::move(payload));
   });
@@ -78,7 +78,7 @@ bool FramedConnection::send(SharedBytes payload, std::int64_t maxPendingBytes, b
 }
 
 void FramedConnection::transmit(SharedBytes payload) {
-  const auto frameBytes = frameBytesOf(payload);
+  const auto frameBytes = frameBytesOf(payload->size());
   const auto header = bigEndian(static_cast<std::uint32_t>(payload->size()));
   connection_->send(header, std::move(payload), [weak = weak_from_this(), frameBytes] {
     if (const auto self = weak.lock()) self->processed(frameBytes);
@@ -91,6 +91,10 @@ bool FramedConnection::reserve(std::int64_t frameBytes, std::int64_t maxPendingB
   if (!force && pendingSendBytes_ + frameBytes > maxPendingBytes) return false;
   pendingSendBytes_ += frameBytes;
   return true;
+}
+
+bool FramedConnection::wouldSend(std::size_t payloadBytes, std::int64_t maxPendingBytes) const {
+  return pendingSendBytes() + frameBytesOf(payloadBytes) <= maxPendingBytes;
 }
 
 void FramedConnection::processed(std::int64_t frameBytes) {

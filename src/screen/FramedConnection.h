@@ -32,6 +32,8 @@ class FramedConnection final : public std::enable_shared_from_this<FramedConnect
   /// `maxPendingBytes`; `force` sends it in any case. Whether it was sent. After `start`, from any thread;
   /// frames go out in the order of the calls of one thread.
   bool send(SharedBytes payload, std::int64_t maxPendingBytes, bool force);
+  /// Whether `send` would send a payload of so many bytes now.
+  bool wouldSend(std::size_t payloadBytes, std::int64_t maxPendingBytes) const;
   void cancel();
   std::string peerName() const { return connection_->peerName(); }
 

@@ -48,6 +48,7 @@ void H264Encoder::encode(std::shared_ptr<const PixelBuffer> pixelBuffer, Present
   const auto session = sessionFor(width, height);
   if (!session) return;
   const EncodeFrameProperties properties{forceKeyframe_.readAndClear()};
+  lastWasFinest_ = false;
   session->encodeFrame(std::move(pixelBuffer), presentationTime, properties,
                        [weak = weak_from_this()](EncodeStatus status, const EncodedSample* sample) {
                          if (const auto self = weak.lock()) self->take(status, sample);
@@ -95,6 +96,7 @@ void H264Encoder::setProperties(EncoderSession& session) const {
 
 void H264Encoder::take(EncodeStatus status, const EncodedSample* sample) {
   if (status != EncodeStatus::success || !sample) return;
+  lastWasFinest_ = sample->isFinest.value_or(false);
   const bool keyframe = isKeyframe(*sample);
   if (keyframe) announceParameterSets(*sample);
   if (!sample->data || sample->data->empty()) return;

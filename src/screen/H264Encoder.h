@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -36,6 +37,8 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
               std::int64_t width, std::int64_t height);
   /// Makes the next picture a key frame. From any thread.
   void requestKeyframe() { forceKeyframe_.set(); }
+  /// Whether the last picture came out as good as the encoder makes any, as far as it tells. From any thread.
+  bool lastWasFinest() const { return lastWasFinest_; }
   /// Ends the session. From any thread.
   void invalidate();
 
@@ -50,6 +53,7 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
   const std::int64_t bitRate_;
   const std::int64_t fps_;
   ManagedAtomicFlag forceKeyframe_;
+  std::atomic<bool> lastWasFinest_ = false;
 
   std::mutex callbackLock_;
   ConfigHandler configHandler_;

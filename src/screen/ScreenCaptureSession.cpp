@@ -2,56 +2,78 @@
 
 #include <utility>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/PictureRefinement.h"
+#include "screen/ScreenFrameDelivery.h"
 
 namespace tevanto {
-namespace {
-
-SharedBytes shared(std::vector<std::byte> message) {
-  return std::make_shared<const std::vector<std::byte>>(std::move(message));
-}
-
-}  // namespace
 
 ScreenCaptureSession::ScreenCaptureSession(DisplayCapture& displays, EncoderSessionFactory& encoders,
                                            std::shared_ptr<SerialQueue> captureQueue,
                                            const StreamProfile& profile)
-    : encoder_(std::make_shared<H264Encoder>(encoders, profile.bitRate, profile.fps)),
-      capture_(std::make_shared<CaptureEngine>(displays, profile.longSide, profile.fps,
-                                               std::move(captureQueue))) {}
+    : captureQueue_(std::move(captureQueue)),
+      frameInterval_(std::chrono::nanoseconds(std::chrono::seconds(1)) / profile.fps),
+      encoder_(std::make_shared<H264Encoder>(encoders, profile.bitRate, profile.fps)),
+      capture_(std::make_shared<CaptureEngine>(displays, profile.longSide, profile.fps, captureQueue_)) {}
 
 ScreenCaptureSession::~ScreenCaptureSession() { stop(); }
 
 void ScreenCaptureSession::start(ScreenRoute route, Handlers handlers) {
-  wireEncoder(std::move(route), std::move(handlers.isCurrent));
-  capture_->setPixelBufferHandler([weak = std::weak_ptr(encoder_)](const auto& pixelBuffer,
-                                                                   PresentationTime time, std::int64_t width,
-                                                                   std::int64_t height) {
-    if (const auto encoder = weak.lock()) encoder->encode(pixelBuffer, time, width, height);
-  });
+  delivery_ = std::make_shared<ScreenFrameDelivery>(std::move(route));
+  refinement_ = makeRefinement();
+  wireEncoder(std::move(handlers.isCurrent));
+  wireCapture();
   capture_->setErrorHandler(std::move(handlers.onError));
   capture_->setStartedHandler(std::move(handlers.onStarted));
   capture_->start();
 }
 
-void ScreenCaptureSession::wireEncoder(ScreenRoute route, std::function<bool()> isCurrent) {
-  encoder_->setConfigHandler([isCurrent, send = std::move(route.sendParameterSets)](auto sps, auto pps) {
-    if (isCurrent()) send(shared(parameterSetMessage(sps, pps)));
+std::shared_ptr<PictureRefinement> ScreenCaptureSession::makeRefinement() const {
+  PictureRefinement::Steps steps;
+  steps.again = [weak = std::weak_ptr(capture_)] {
+    if (const auto capture = weak.lock()) capture->requestRefresh();
+  };
+  steps.isFinest = [weak = std::weak_ptr(encoder_)] {
+    const auto encoder = weak.lock();
+    return !encoder || encoder->lastWasFinest();
+  };
+  steps.isAwaitingKeyframe = [delivery = delivery_] { return delivery->isAwaitingKeyframe(); };
+  steps.isBlocked = [delivery = delivery_] { return delivery->isBlocked(); };
+  return std::make_shared<PictureRefinement>(captureQueue_, frameInterval_, std::move(steps));
+}
+
+void ScreenCaptureSession::wireEncoder(std::function<bool()> isCurrent) {
+  encoder_->setConfigHandler([isCurrent, delivery = delivery_](auto sps, auto pps) {
+    if (isCurrent()) delivery->announce(sps, pps);
   });
-  encoder_->setFrameHandler([isCurrent = std::move(isCurrent), send = std::move(route.sendFrame),
-                             gate = std::make_shared<ScreenFrameSendGate>(), weak = std::weak_ptr(encoder_)](
-                                std::span<const std::byte> data, bool isKeyframe) {
-    if (!isCurrent()) return;
-    const auto outcome = gate->offer(
-        isKeyframe, [&] { return send(shared(videoFrameMessage(data, isKeyframe)), isKeyframe); });
-    if (outcome != ScreenFrameSendGate::Outcome::keyframeNeeded) return;
-    if (const auto encoder = weak.lock()) encoder->requestKeyframe();
-  });
+  encoder_->setFrameHandler(
+      [isCurrent = std::move(isCurrent), delivery = delivery_, refinement = std::weak_ptr(refinement_),
+       weak = std::weak_ptr(encoder_)](std::span<const std::byte> data, bool isKeyframe) {
+        if (!isCurrent()) return;
+        const auto outcome = delivery->deliver(data, isKeyframe);
+        if (outcome == ScreenFrameDelivery::Outcome::keyframeNeeded) {
+          if (const auto encoder = weak.lock()) encoder->requestKeyframe();
+        } else if (outcome == ScreenFrameDelivery::Outcome::sentKeyframe) {
+          if (const auto alive = refinement.lock()) alive->keyframeWasSent();
+        }
+      });
+}
+
+// While the route is blocked, encoding would be for nothing; the picture is not lost, as the latest one is
+// delivered again when the route is free.
+void ScreenCaptureSession::wireCapture() {
+  capture_->setPixelBufferHandler(
+      [weak = std::weak_ptr(encoder_), delivery = delivery_, refinement = std::weak_ptr(refinement_)](
+          const auto& pixelBuffer, PresentationTime time, std::int64_t width, std::int64_t height) {
+        const auto encoder = weak.lock();
+        if (encoder && !delivery->isBlocked()) encoder->encode(pixelBuffer, time, width, height);
+        if (const auto alive = refinement.lock()) alive->pictureCame(pixelBuffer.get());
+      });
 }
 
 void ScreenCaptureSession::stop() {
   capture_->stop();
   encoder_->invalidate();
+  refinement_.reset();
 }
 
 void ScreenCaptureSession::requestKeyframe() { encoder_->requestKeyframe(); }

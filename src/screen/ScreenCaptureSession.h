@@ -1,14 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "net/TcpConnection.h"
 #include "screen/CaptureEngine.h"
 #include "screen/H264Encoder.h"
-#include "screen/ScreenFrameSendGate.h"
+#include "screen/ScreenRoute.h"
 
 namespace tevanto {
 
@@ -23,19 +23,15 @@ struct StreamProfile {
 inline constexpr StreamProfile kFullProfile{1280, 15, 6'000'000};
 inline constexpr StreamProfile kLowProfile{960, 12, 2'000'000};
 
-/// How a session's messages reach the phone. Called on the encoder's thread; each tells whether the route
-/// took the message, and refuses once the route is gone.
-struct ScreenRoute {
-  std::function<bool(SharedBytes message)> sendParameterSets;
-  std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;
-};
+class PictureRefinement;
+class ScreenFrameDelivery;
 
 /// One capture session: engine → encoder → gate → route.
 ///
 ///     capture queue                            encoder's thread
 ///     CaptureEngine --pixel buffer--> H264Encoder --parameter sets------------------> route
-///                                          ^      --frame--> ScreenFrameSendGate --> route
-///                                          +--- key frame, please ----+
+///        ^  once more at rest |            ^      --frame--> ScreenFrameSendGate --> route
+///        +-- PictureRefinement            +--- key frame, please ----+
 ///
 /// Made, started and stopped on the server's queue. Nothing comes out once `isCurrent` says no.
 class ScreenCaptureSession {
@@ -57,10 +53,16 @@ class ScreenCaptureSession {
   void requestRefresh();
 
  private:
-  void wireEncoder(ScreenRoute route, std::function<bool()> isCurrent);
+  std::shared_ptr<PictureRefinement> makeRefinement() const;
+  void wireEncoder(std::function<bool()> isCurrent);
+  void wireCapture();
 
+  const std::shared_ptr<SerialQueue> captureQueue_;
+  const std::chrono::nanoseconds frameInterval_;
   std::shared_ptr<H264Encoder> encoder_;
   std::shared_ptr<CaptureEngine> capture_;
+  std::shared_ptr<ScreenFrameDelivery> delivery_;
+  std::shared_ptr<PictureRefinement> refinement_;
 };
 
 }  // namespace tevanto

@@ -34,6 +34,10 @@ ScreenRoute routeOver(std::weak_ptr<FramedConnection> weak) {
     const auto budget = isKeyframe ? kKeyframeBudget : kDeltaFrameBudget;
     return connection && connection->send(std::move(message), budget, false);
   };
+  route.takesKeyframe = [weak](std::size_t bytes) {
+    const auto connection = weak.lock();
+    return connection && connection->wouldSend(bytes, kKeyframeBudget);
+  };
   return route;
 }
 

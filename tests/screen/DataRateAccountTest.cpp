@@ -51,6 +51,16 @@ TEST(DataRateAccount, smallFramesAfterAPauseLetTheEncoderCatchUp) {
   EXPECT_FALSE(account.encoderIsBehind(10s));
 }
 
+TEST(DataRateAccount, anEncoderIsAheadWhenFramesComeTooFast) {
+  auto account = makeAccount();
+  account.encoded(0s, 20);  // 340 left, and it counts on 440
+  EXPECT_FALSE(account.encoderIsAhead(0s));
+  account.encoded(0s, 20);  // 180 and 380
+  EXPECT_TRUE(account.encoderIsAhead(0s));
+  EXPECT_TRUE(account.encoderIsAhead(75ms));
+  EXPECT_FALSE(account.encoderIsAhead(76ms));
+}
+
 TEST(DataRateAccount, whatIsOverdrawnIsPaidBack) {
   auto account = makeAccount();
   account.encoded(0s, 100);

@@ -243,6 +243,19 @@ TEST_F(H264EncoderTest, outputWithoutHandlersIsDropped) {
   EXPECT_TRUE(output_.empty());
 }
 
+TEST_F(H264EncoderTest, knowsWhetherTheLastPictureCameOutFinest) {
+  const auto bytes = bytesOf("x");
+  EncodedSample sample;
+  sample.data = bytes;
+  for (const auto finest : {std::optional(true), std::optional(false), std::optional<bool>()}) {
+    encode();
+    EXPECT_FALSE(encoder_->lastWasFinest()) << "nothing came out yet";
+    sample.isFinest = finest;
+    putOut(sample);
+    EXPECT_EQ(encoder_->lastWasFinest(), finest.value_or(false));
+  }
+}
+
 using H264EncoderDeathTest = H264EncoderTest;
 
 TEST_F(H264EncoderDeathTest, aSizeBeyond32BitsEndsTheProcess) {

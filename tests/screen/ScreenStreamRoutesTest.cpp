@@ -70,6 +70,22 @@ TEST_F(Backpressure, aFrameLargerThanItsBudgetIsRefused) {
   EXPECT_EQ(peer->received.size(), 0u);
 }
 
+TEST_F(Backpressure, aPhoneThatReadsNothingCostsNoEncodingUntilItReadsAgain) {
+  const auto peer = stalled();
+  putOut(3'145'728 - 4, true);
+  for (int i = 0; i < 3; ++i) putOut(1000, true);
+  picture();  // the one that notices
+  const auto encoded = encoders_.last().frames.size();
+  for (int i = 0; i < 50; ++i) picture(1s);
+  EXPECT_EQ(encoders_.last().frames.size(), encoded);
+  queue_->advance(10s);
+  EXPECT_EQ(encoders_.last().frames.size(), encoded);
+  peer->openWindow(std::string::npos);
+  queue_->advance(2s);
+  ASSERT_GT(encoders_.last().frames.size(), encoded) << "the screen stands still, and the phone lacks it";
+  EXPECT_TRUE(encoders_.last().frames[encoded].properties.forceKeyFrame);
+}
+
 TEST_F(Backpressure, parameterSetsGoInAnyCase) {
   const auto peer = stalled();
   putOut(3'145'728 - 4, true);
@@ -80,6 +96,28 @@ TEST_F(Backpressure, parameterSetsGoInAnyCase) {
   run();
   EXPECT_EQ(peer->received.size(), 3'145'728 + kParameterSets.size());
   EXPECT_EQ(peer->received.substr(3'145'728), kParameterSets);
+}
+
+TEST_F(Backpressure, aPictureAtRestIsEncodedAFewTimesMoreAndThenNothingRuns) {
+  start();
+  const auto peer = mirror();
+  picture();
+  queue_->advance(1h);
+  const auto& frames = encoders_.last().frames;
+  ASSERT_EQ(frames.size(), 6u);
+  for (const auto& frame : frames) EXPECT_EQ(frame.picture, frames[0].picture);
+  EXPECT_EQ(captureQueue_->pendingCount(), 0u);
+}
+
+TEST_F(Backpressure, nothingIsRefinedAfterTheStop) {
+  start();
+  const auto peer = mirror();
+  picture();
+  const auto frames = encoders_.last().frames.size();
+  say(*peer, screenMessage(ScreenMessageType::stop));
+  queue_->advance(1h);
+  EXPECT_EQ(encoders_.last().frames.size(), frames);
+  EXPECT_EQ(captureQueue_->pendingCount(), 0u);
 }
 
 class TransportRoute : public ScreenStreamServerTest {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -21,6 +23,7 @@ struct EncodedFrame {
   std::optional<Bytes> sps;
   std::optional<Bytes> pps;
   Bytes data;
+  std::optional<bool> isFinest;
 };
 
 /// The properties that a streaming session asks of its encoder.
@@ -36,10 +39,20 @@ inline std::vector<std::pair<EncoderProperty, EncoderPropertyValue>> streamPrope
           {EncoderProperty::expectedFrameRate, fps}};
 }
 
-/// A session whose output the test keeps.
+/// The time of encoders whose output an EncodedStream keeps: that of the picture under way. Outlives them.
+class EncoderClock {
+ public:
+  std::function<std::chrono::nanoseconds()> reader() const {
+    return [this] { return now; };
+  }
+  std::chrono::nanoseconds now{0};
+};
+
+/// A session whose output the test keeps. Each picture comes at its own time by `clock`, if there is one.
 class EncodedStream {
  public:
-  explicit EncodedStream(std::shared_ptr<EncoderSession> session) : session_(std::move(session)) {}
+  explicit EncodedStream(std::shared_ptr<EncoderSession> session, EncoderClock* clock = nullptr)
+      : session_(std::move(session)), clock_(clock) {}
 
   EncoderSession& session() { return *session_; }
   void prepare(std::int64_t bitRate = 6'000'000, std::int64_t fps = 15) {
@@ -49,9 +62,10 @@ class EncodedStream {
     session_->prepareToEncodeFrames();
   }
   void encode(std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool forceKeyFrame = false) {
+    if (clock_) clock_->now = time;
     session_->encodeFrame(std::move(picture), time, {forceKeyFrame},
                           [this, time](EncodeStatus status, const EncodedSample* sample) {
-                            EncodedFrame frame{time, status, sample != nullptr, false, {}, {}, {}};
+                            EncodedFrame frame{time, status, sample != nullptr, false, {}, {}, {}, {}};
                             if (sample) keep(frame, *sample);
                             frames.push_back(std::move(frame));
                           });
@@ -80,9 +94,11 @@ class EncodedStream {
     if (sample.sps) frame.sps = copyOf(*sample.sps);
     if (sample.pps) frame.pps = copyOf(*sample.pps);
     if (sample.data) frame.data = copyOf(*sample.data);
+    frame.isFinest = sample.isFinest;
   }
 
   std::shared_ptr<EncoderSession> session_;
+  EncoderClock* clock_;
 };
 
 }  // namespace tevanto::test

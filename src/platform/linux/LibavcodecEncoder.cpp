@@ -54,6 +54,15 @@ Failure reason(const LibavLogCapture& log, int code) {
   return {log.firstError().empty() ? libavErrorText(code) : log.firstError()};
 }
 
+std::optional<double> quantizerOf(const AVPacket& packet) {
+  std::size_t size = 0;
+  const auto* statistics = av_packet_get_side_data(&packet, AV_PKT_DATA_QUALITY_STATS, &size);
+  // In units of lambda, the lowest byte first.
+  if (!statistics || size < 4) return std::nullopt;
+  return 1.0 * (statistics[0] | statistics[1] << 8 | statistics[2] << 16 | statistics[3] << 24) /
+         FF_QP2LAMBDA;
+}
+
 int openContext(AVCodecContext& context, const std::string& name) {
   AVDictionary* options = nullptr;
   for (const auto& [key, value] : privateOptions(name)) av_dict_set(&options, key.c_str(), value.c_str(), 0);
@@ -71,6 +80,7 @@ struct LibavcodecEncoder::Codec {
   LibavOwned<AVPacket> packet{av_packet_alloc()};
   AccessUnit headers;  // the parameter sets that the encoder gave last
   std::int64_t frames = 0;
+  std::optional<double> lastQuantizer;
 
   int send(const Picture& picture, bool forceKeyFrame);
   AccessUnit take();
@@ -89,6 +99,7 @@ int LibavcodecEncoder::Codec::send(const Picture& picture, bool forceKeyFrame) {
 }
 
 AccessUnit LibavcodecEncoder::Codec::take() {
+  lastQuantizer = quantizerOf(*packet);
   auto unit = AccessUnit::ofAnnexB(bytesOf(packet->data, packet->size));
   av_packet_unref(packet.get());
   if (unit.sps) headers.sps = unit.sps;
@@ -102,6 +113,8 @@ AccessUnit LibavcodecEncoder::Codec::take() {
 
 LibavcodecEncoder::LibavcodecEncoder(std::unique_ptr<Codec> codec) : codec_(std::move(codec)) {}
 LibavcodecEncoder::~LibavcodecEncoder() = default;
+
+std::optional<double> LibavcodecEncoder::lastQuantizer() const { return codec_->lastQuantizer; }
 
 Result<std::unique_ptr<LibavcodecEncoder>> LibavcodecEncoder::open(const std::string& name,
                                                                    const EncoderSettings& settings) {

@@ -24,6 +24,8 @@ class LibavcodecEncoder {
   /// out. The picture is read where it lies; the encoder lets go of it by its return. Key frames carry their
   /// parameter sets.
   Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture, bool forceKeyFrame);
+  /// The mean quantiser of what came out last; absent for encoders that do not tell.
+  std::optional<double> lastQuantizer() const;
 
  private:
   struct Codec;

@@ -17,23 +17,7 @@ constexpr std::byte kMainProfile{77};
 
 bool hasMainProfile(const AccessUnit& unit) { return unit.sps->size() > 1 && (*unit.sps)[1] == kMainProfile; }
 
-/// Why the encoder is of no use here; absent when it is. Opening alone proves little: some fail at their
-/// first picture, or hold it back.
-std::optional<std::string> refusal(const std::string& encoder) {
-  EncoderSettings settings;
-  settings.width = kProbeWidth;
-  settings.height = kProbeHeight;
-  auto opened = LibavcodecEncoder::open(encoder, settings);
-  if (!opened) return opened.error();
-  PixelBufferPool pool(settings.format, settings.width, settings.height, 1);
-  const auto encoded = opened.value()->encode(pool.acquire(), true);
-  if (!encoded) return encoded.error();
-  if (!encoded.value()) return "it holds pictures back";
-  const auto& unit = *encoded.value();
-  if (!unit.isIdr || !unit.sps || !unit.pps) return "its first picture is no key frame with parameter sets";
-  if (!hasMainProfile(unit)) return "it does not encode Main profile";
-  return std::nullopt;
-}
+std::chrono::nanoseconds monotonicTime() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 bool isPossible(std::int32_t side) { return side > 0 && side <= kLongestSide && side % 2 == 0; }
 
@@ -43,7 +27,12 @@ LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log)
     : LibavcodecEncoderFactory(std::move(log), encoderCandidates()) {}
 
 LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates)
-    : log_(std::move(log)), candidates_(std::move(candidates)) {
+    : LibavcodecEncoderFactory({std::move(log), monotonicTime, LibavcodecEncoder::open, nullptr},
+                               std::move(candidates)) {}
+
+LibavcodecEncoderFactory::LibavcodecEncoderFactory(LibavcodecEncoderSession::Environment environment,
+                                                   std::vector<std::string> candidates)
+    : environment_(std::move(environment)), candidates_(std::move(candidates)) {
   LibavLogCapture::install();
 }
 
@@ -57,10 +46,25 @@ Result<std::shared_ptr<EncoderSession>> LibavcodecEncoderFactory::create(std::in
   }
   if (choice().encoder.empty()) return Failure{"No H.264 encoder works on this computer"};
   return std::shared_ptr<EncoderSession>(
-      std::make_shared<LibavcodecEncoderSession>(choice().encoder, width, height, log_));
+      std::make_shared<LibavcodecEncoderSession>(choice().encoder, width, height, environmentOfSession()));
 }
 
-std::string LibavcodecEncoderFactory::encoderName() const { return choice().encoder; }
+LibavcodecEncoderSession::Environment LibavcodecEncoderFactory::environmentOfSession() const {
+  auto environment = environment_;
+  environment.onOpened = [inUse = inUse_](const std::string& name) {
+    const std::lock_guard lock(inUse->mutex);
+    inUse->encoder = name;
+  };
+  return environment;
+}
+
+std::string LibavcodecEncoderFactory::encoderName() const {
+  {
+    const std::lock_guard lock(inUse_->mutex);
+    if (!inUse_->encoder.empty()) return inUse_->encoder;
+  }
+  return choice().encoder;
+}
 
 std::vector<LibavcodecEncoderFactory::Refusal> LibavcodecEncoderFactory::refusals() const {
   return choice().refusals;
@@ -87,13 +91,31 @@ LibavcodecEncoderFactory::Choice LibavcodecEncoderFactory::probe() const {
     const auto reason = refusal(encoder);
     if (!reason) {
       made.encoder = encoder;
-      log_.debug("encoding with " + encoder);
+      environment_.log.debug("encoding with " + encoder);
       return made;
     }
-    log_.debug(encoder + " does not encode here: " + *reason);
+    environment_.log.debug(encoder + " does not encode here: " + *reason);
     made.refusals.push_back({encoder, *reason});
   }
   return made;
+}
+
+// Why the encoder is of no use here; absent when it is. Opening alone proves little: some fail at their
+// first picture, or hold it back.
+std::optional<std::string> LibavcodecEncoderFactory::refusal(const std::string& encoder) const {
+  EncoderSettings settings;
+  settings.width = kProbeWidth;
+  settings.height = kProbeHeight;
+  auto opened = environment_.open(encoder, settings);
+  if (!opened) return opened.error();
+  PixelBufferPool pool(settings.format, settings.width, settings.height, 1);
+  const auto encoded = opened.value()->encode(pool.acquire(), true);
+  if (!encoded) return encoded.error();
+  if (!encoded.value()) return "it holds pictures back";
+  const auto& unit = *encoded.value();
+  if (!unit.isIdr || !unit.sps || !unit.pps) return "its first picture is no key frame with parameter sets";
+  if (!hasMainProfile(unit)) return "it does not encode Main profile";
+  return std::nullopt;
 }
 
 }  // namespace tevanto

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/Log.h"
+#include "platform/linux/LibavcodecEncoderSession.h"
 #include "screen/EncoderSession.h"
 
 namespace tevanto {
@@ -24,10 +25,15 @@ class LibavcodecEncoderFactory final : public EncoderSessionFactory {
   explicit LibavcodecEncoderFactory(Logger log);
   /// Tries `candidates` instead, libavcodec's names, in their order.
   LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates);
+  /// With a clock and a way to open encoders of its own; `environment.onOpened` is not used.
+  LibavcodecEncoderFactory(LibavcodecEncoderSession::Environment environment,
+                           std::vector<std::string> candidates);
 
   /// Fails for sizes that 4:2:0 cannot have, and when no encoder works.
   Result<std::shared_ptr<EncoderSession>> create(std::int32_t width, std::int32_t height,
                                                  VideoCodec codec) override;
+  /// The encoder that was opened last, which is another than was chosen where that could not do a session's
+  /// pictures; before, the one that was chosen.
   std::string encoderName() const override;
   /// Why the encoders before the one in use are not used; all of them when none works.
   std::vector<Refusal> refusals() const;
@@ -40,10 +46,19 @@ class LibavcodecEncoderFactory final : public EncoderSessionFactory {
     std::vector<Refusal> refusals;
   };
 
+  /// Shared with the sessions, which may outlive the factory.
+  struct InUse {
+    std::mutex mutex;
+    std::string encoder;
+  };
+
   const Choice& choice() const;
   Choice probe() const;
+  std::optional<std::string> refusal(const std::string& encoder) const;
+  LibavcodecEncoderSession::Environment environmentOfSession() const;
 
-  const Logger log_;
+  const LibavcodecEncoderSession::Environment environment_;
+  const std::shared_ptr<InUse> inUse_ = std::make_shared<InUse>();
   const std::vector<std::string> candidates_;
   mutable std::once_flag probed_;
   mutable Choice choice_;

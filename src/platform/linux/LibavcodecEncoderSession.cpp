@@ -37,20 +37,21 @@ bool isLargeChange(const PixelBuffer& picture) {
   return 4.0 * region.width * region.height >= 1.0 * picture.width() * picture.height();
 }
 
-EncodedSample sampleOf(const AccessUnit& unit) {
+EncodedSample sampleOf(const AccessUnit& unit, std::optional<double> quantizer) {
   EncodedSample sample;
   sample.attachments = EncodedSample::Attachments{!unit.isIdr};
   if (unit.isIdr && unit.sps) sample.sps = *unit.sps;
   if (unit.isIdr && unit.pps) sample.pps = *unit.pps;
   sample.data = unit.data;
+  if (quantizer) sample.isFinest = *quantizer <= kFinestQuantizer;
   return sample;
 }
 
 }  // namespace
 
 struct LibavcodecEncoderSession::State {
-  State(std::string encoderName, std::int32_t width, std::int32_t height, Logger logger)
-      : name(std::move(encoderName)), log(std::move(logger)) {
+  State(std::string encoderName, std::int32_t width, std::int32_t height, Environment environment)
+      : name(std::move(encoderName)), surroundings(std::move(environment)) {
     settings.width = width;
     settings.height = height;
   }
@@ -59,8 +60,7 @@ struct LibavcodecEncoderSession::State {
   bool enter();
   void leave();
   void invalidate();
-  Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture, PresentationTime time,
-                                           bool forceKeyFrame);
+  Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture, bool forceKeyFrame);
 
   std::mutex mutex;
   bool isBusy = false;  // a frame is under way, on whose thread the encoder is
@@ -70,12 +70,14 @@ struct LibavcodecEncoderSession::State {
   // Used by the one caller at a time.
   bool isPrepared = false;
   std::string name;
-  const Logger log;
+  const Environment surroundings;
   EncoderSettings settings;
   std::int64_t maxKeyFrameSeconds = 0;
   KeyFrameSchedule keyFrames;
   std::optional<DataRateAccount> account;
   std::uint64_t lastPicture = 0;
+  std::optional<double> lastQuantizer;
+  bool owesKeyFrame = false;  // asked for with a picture that was left out
 
  private:
   Result<void> open(PixelFormat format, PresentationTime time);
@@ -147,13 +149,14 @@ std::optional<Failure> LibavcodecEncoderSession::State::refusal(const PixelBuffe
 }
 
 Result<void> LibavcodecEncoderSession::State::openNamed() {
-  auto opened = LibavcodecEncoder::open(name, settings);
+  auto opened = surroundings.open(name, settings);
   if (!opened) {
-    log.warning(name + " cannot encode " + std::to_string(settings.width) + "×" +
-                std::to_string(settings.height) + ": " + opened.error());
+    surroundings.log.warning(name + " cannot encode " + std::to_string(settings.width) + "×" +
+                             std::to_string(settings.height) + ": " + opened.error());
     return Failure{opened.error()};
   }
   encoder = std::move(opened).value();
+  if (surroundings.onOpened) surroundings.onOpened(name);
   keyFrames = KeyFrameSchedule(settings.maxKeyFrameInterval, std::chrono::seconds(maxKeyFrameSeconds));
   return {};
 }
@@ -181,10 +184,13 @@ bool LibavcodecEncoderSession::State::isBetterBegunAnew(const PixelBuffer& pictu
 }
 
 Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
-    std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool forceKeyFrame) {
+    std::shared_ptr<const PixelBuffer> picture, bool forceKeyFrame) {
   if (!picture) return Failure{"no picture"};
   if (auto failure = refusal(*picture)) return *failure;
-  const bool isKeyFrame = forceKeyFrame || keyFrames.isDue(time);
+  const auto time = surroundings.now();
+  owesKeyFrame = owesKeyFrame || forceKeyFrame;
+  if (encoder && account->encoderIsAhead(time)) return std::optional<AccessUnit>();
+  const bool isKeyFrame = std::exchange(owesKeyFrame, false) || keyFrames.isDue(time);
   if (encoder && isBetterBegunAnew(*picture, time, isKeyFrame)) encoder.reset();
   if (!encoder) {
     if (auto opened = open(picture->format(), time); !opened) return Failure{opened.error()};
@@ -198,10 +204,11 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
   auto encoded = encoder->encode(std::move(picture), isKeyFrame);
   if (!encoded) {
     // What an encoder that failed makes of the next picture is unknown; that one begins anew, in software.
-    log.warning(name + " failed: " + encoded.error());
+    surroundings.log.warning(name + " failed: " + encoded.error());
     encoder.reset();
     name = kSoftwareEncoder;
   } else if (encoded.value()) {
+    lastQuantizer = encoder->lastQuantizer();
     keyFrames.encoded(time, encoded.value()->isIdr);
     account->encoded(time, encoded.value()->data.size());
   }
@@ -209,8 +216,8 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
 }
 
 LibavcodecEncoderSession::LibavcodecEncoderSession(std::string encoder, std::int32_t width,
-                                                   std::int32_t height, Logger log)
-    : state_(std::make_shared<State>(std::move(encoder), width, height, std::move(log))) {}
+                                                   std::int32_t height, Environment environment)
+    : state_(std::make_shared<State>(std::move(encoder), width, height, std::move(environment))) {}
 
 LibavcodecEncoderSession::~LibavcodecEncoderSession() { state_->invalidate(); }
 
@@ -223,19 +230,20 @@ Result<void> LibavcodecEncoderSession::setProperty(EncoderProperty property,
 // The encoder needs the pictures' format, too, so that it is opened with the first one.
 void LibavcodecEncoderSession::prepareToEncodeFrames() { state_->isPrepared = true; }
 
+// Rates are kept by the clock, and nothing is held back: the picture's own time is of no use here.
 void LibavcodecEncoderSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture,
-                                           PresentationTime presentationTime,
+                                           PresentationTime /*presentationTime*/,
                                            const EncodeFrameProperties& properties, OutputHandler output) {
   const auto state = state_;  // the handler may let go of this session
   if (!state->enter()) return;
   state->isPrepared = true;
-  const auto encoded = state->encode(std::move(picture), presentationTime, properties.forceKeyFrame);
+  const auto encoded = state->encode(std::move(picture), properties.forceKeyFrame);
   if (!encoded) {
     output(EncodeStatus::failure, nullptr);
   } else if (!encoded.value()) {
     output(EncodeStatus::success, nullptr);
   } else {
-    const auto sample = sampleOf(*encoded.value());
+    const auto sample = sampleOf(*encoded.value(), state->lastQuantizer);
     output(EncodeStatus::success, &sample);
   }
   state->leave();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -8,12 +10,26 @@
 
 namespace tevanto {
 
+class LibavcodecEncoder;
+struct EncoderSettings;
+
 /// A compression session by libavcodec. Its encoder is opened with the first picture, whose format it takes;
 /// output comes within `encodeFrame`.
 class LibavcodecEncoderSession final : public EncoderSession {
  public:
+  struct Environment {
+    Logger log;
+    std::function<std::chrono::nanoseconds()> now;  // monotonic; data rate and key frames go by it
+    std::function<Result<std::unique_ptr<LibavcodecEncoder>>(const std::string& name,
+                                                             const EncoderSettings& settings)>
+        open;
+    /// An encoder of this name was opened. On the thread that encodes.
+    std::function<void(const std::string& name)> onOpened;
+  };
+
   /// `encoder`: libavcodec's name. Where it fails at the first picture, libx264 takes its place.
-  LibavcodecEncoderSession(std::string encoder, std::int32_t width, std::int32_t height, Logger log);
+  LibavcodecEncoderSession(std::string encoder, std::int32_t width, std::int32_t height,
+                           Environment environment);
   ~LibavcodecEncoderSession() override;
   LibavcodecEncoderSession(const LibavcodecEncoderSession&) = delete;
   LibavcodecEncoderSession& operator=(const LibavcodecEncoderSession&) = delete;

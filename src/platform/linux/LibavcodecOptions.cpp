@@ -12,8 +12,6 @@ namespace {
 
 /// Below this an encoder of moving pictures cannot go, whatever it is asked for; bits per second.
 constexpr std::int64_t kLeastBitRate = 64'000;
-/// Finer quantisers cost bits that nobody sees on text.
-constexpr int kFinestQuantizer = 18;
 
 /// Where quality is good enough, so that bits are saved: text at rest at about 46 dB.
 constexpr const char* kConstantQuality = "23";

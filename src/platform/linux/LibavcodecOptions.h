@@ -36,6 +36,9 @@ struct LeakyBucket {
 /// bucket, but only half of a larger one.
 LeakyBucket leakyBucket(const EncoderSettings& settings);
 
+/// The floor of the quantiser: finer ones cost bits that nobody sees on text.
+inline constexpr int kFinestQuantizer = 18;
+
 /// libavcodec's names of the encoders, the best first; the last one always works.
 const std::vector<std::string>& encoderCandidates();
 

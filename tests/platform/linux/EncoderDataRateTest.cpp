@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "platform/linux/LibavcodecEncoder.h"
 #include "platform/linux/LibavcodecEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
@@ -61,8 +62,9 @@ class EncoderDataRate : public testing::TestWithParam<std::tuple<Profile, std::s
 TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
   const auto& [profile, row] = GetParam();
   const auto& content = contents()[row];
-  LibavcodecEncoderFactory factory(Logger(), {"libx264"});
-  test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value());
+  test::EncoderClock clock;
+  LibavcodecEncoderFactory factory({Logger(), clock.reader(), LibavcodecEncoder::open, nullptr}, {"libx264"});
+  test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(), &clock);
   stream.prepare(profile.bitRate, profile.fps);
   test::EncoderPictures pictures(PixelFormat::i420, profile.width, profile.height);
   const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / profile.fps;
@@ -72,6 +74,26 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
   }
   EXPECT_LE(stream.largestSecond(), profile.bitRate / 8 * 3 / 2) << content.name;
   RecordProperty("largestSecond", static_cast<int>(stream.largestSecond()));
+}
+
+// What a phone can make of asking for key frames of a picture that stands still.
+TEST(EncoderDataRateByTheClock, aHundredKeyFramesASecondStayWithinTheLimit) {
+  for (const auto& profile : kProfiles) {
+    test::EncoderClock clock;
+    LibavcodecEncoderFactory factory({Logger(), clock.reader(), LibavcodecEncoder::open, nullptr},
+                                     {"libx264"});
+    test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(),
+                               &clock);
+    stream.prepare(profile.bitRate, profile.fps);
+    const auto page = test::EncoderPictures(PixelFormat::i420, profile.width, profile.height).text(0);
+    for (int i = 0; i < 300; ++i) stream.encode(page, i * std::chrono::milliseconds(10), true);
+    EXPECT_LE(stream.largestSecond(), profile.bitRate / 8 * 3 / 2);
+    EXPECT_GT(std::count_if(stream.frames.begin(), stream.frames.end(),
+                            [](const auto& frame) { return frame.isKeyFrame; }),
+              3 * 5)
+        << "some come all the same";
+    RecordProperty("largestSecond", static_cast<int>(stream.largestSecond()));
+  }
 }
 
 std::string nameOf(const testing::TestParamInfo<std::tuple<Profile, std::size_t>>& info) {

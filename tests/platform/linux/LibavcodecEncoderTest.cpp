@@ -1,8 +1,10 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <thread>
 
+#include "platform/linux/LibavcodecEncoder.h"
 #include "platform/linux/LibavcodecEncoderFactory.h"
 #include "screen/AccessUnit.h"
 #include "screen/BigEndian.h"
@@ -41,12 +43,14 @@ class LibavcodecEncoderTest : public ::testing::Test {
  protected:
   test::EncodedStream makeStream(int width, int height, std::int64_t bitRate = 6'000'000,
                                  std::int64_t fps = 15) {
-    test::EncodedStream stream(factory_.create(width, height, VideoCodec::h264).value());
+    test::EncodedStream stream(factory_.create(width, height, VideoCodec::h264).value(), &clock_);
     stream.prepare(bitRate, fps);
     return stream;
   }
 
-  LibavcodecEncoderFactory factory_{Logger(), {"libx264"}};
+  test::EncoderClock clock_;
+  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), LibavcodecEncoder::open, nullptr},
+                                    {"libx264"}};
 };
 
 TEST_F(LibavcodecEncoderTest, theStreamSaysMainProfileAndItsColours) {
@@ -124,6 +128,63 @@ TEST_F(LibavcodecEncoderTest, textAtRestIsClearAndCostsNextToNothing) {
   }
   EXPECT_GT(psnr, 42);
   EXPECT_LT(stream.frames.back().data.size(), 200u);
+}
+
+TEST_F(LibavcodecEncoderTest, eachKeyFrameOfAPictureAtRestIsAsClearAsTheFirst) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  test::H264TestDecoder decoder;
+  const auto page = pictures.text(0);
+  double first = 0;
+  for (int i = 0; i < 6; ++i) {
+    // By the pictures' own time one frame interval goes by, by the clock much more.
+    clock_.now = i * 1s;
+    const auto before = stream.frames.size();
+    stream.session().encodeFrame(page, i * 66ms, {true}, [&](EncodeStatus, const EncodedSample* sample) {
+      ASSERT_TRUE(sample && sample->sps && sample->pps && sample->data);
+      decoder.setParameterSets(*sample->sps, *sample->pps);
+      const auto psnr = decoder.decode(*sample->data)->psnr(*page);
+      if (i == 0) first = psnr;
+      EXPECT_GT(psnr, first - 0.5) << i;
+    });
+    EXPECT_EQ(stream.frames.size(), before);
+  }
+  EXPECT_GT(first, 30);
+}
+
+TEST_F(LibavcodecEncoderTest, saysWhenItDidItsBest) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  test::H264TestDecoder decoder;
+  const auto page = pictures.text(0);
+  for (int i = 0; i < 10 && !(i > 0 && *stream.frames.back().isFinest); ++i) {
+    stream.encode(page, i * 200ms);
+    ASSERT_TRUE(stream.frames.back().isFinest);
+    EXPECT_TRUE(i > 0 || !*stream.frames.back().isFinest) << "a page of text does not fit into one frame";
+    if (i == 0) decoder.setParameterSets(*stream.frames[0].sps, *stream.frames[0].pps);
+  }
+  EXPECT_TRUE(*stream.frames.back().isFinest);
+  EXPECT_LE(stream.frames.size(), 7u);
+  double psnr = 0;
+  for (const auto& frame : stream.frames) psnr = decoder.decode(frame.data)->psnr(*page);
+  EXPECT_GT(psnr, 44);
+}
+
+TEST_F(LibavcodecEncoderTest, aKeyFrameThatTheDataRateDoesNotAllowForComesLater) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  const auto page = pictures.text(0);
+  int leftOut = 0;
+  for (int i = 0; i < 10 && leftOut == 0; ++i) {
+    stream.encode(page, 1ms * i, true);
+    EXPECT_EQ(stream.frames.back().status, EncodeStatus::success);
+    leftOut += stream.frames.back().hasSample ? 0 : 1;
+  }
+  ASSERT_EQ(leftOut, 1);
+  stream.encode(page, 2s);
+  EXPECT_TRUE(stream.frames.back().isKeyFrame) << "it is owed";
+  stream.encode(page, 3s);
+  EXPECT_FALSE(stream.frames.back().isKeyFrame);
 }
 
 TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
@@ -350,6 +411,32 @@ TEST(LibavcodecEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
   EXPECT_EQ(factory.encoderName(), "libx264");
   EXPECT_EQ(sink->lines().size(), lines) << "they are tried once";
   for (const auto& line : sink->lines()) EXPECT_EQ(line.level, LogLevel::debug) << line.text;
+}
+
+TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
+  test::EncoderClock clock;
+  // An encoder in hardware that does small pictures only, as some do.
+  const auto open = [](const std::string& name, const EncoderSettings& settings) {
+    if (name == "h264_small" && settings.width > 640) {
+      return Result<std::unique_ptr<LibavcodecEncoder>>(Failure{"too large"});
+    }
+    return LibavcodecEncoder::open("libx264", settings);
+  };
+  const auto sink = std::make_shared<test::RecordingLogSink>();
+  LibavcodecEncoderFactory factory({Logger(sink, "encoder"), clock.reader(), open, nullptr},
+                                   {"h264_small", "libx264"});
+  const auto encodeOne = [&](int width) {
+    test::EncodedStream stream(factory.create(width, 480, VideoCodec::h264).value(), &clock);
+    stream.prepare();
+    stream.encode(test::EncoderPictures(PixelFormat::i420, width, 480).text(0), 0ms, true);
+    EXPECT_TRUE(stream.frames.back().isKeyFrame);
+  };
+  EXPECT_EQ(factory.encoderName(), "h264_small");
+  encodeOne(1280);
+  EXPECT_EQ(factory.encoderName(), "libx264");
+  EXPECT_THAT(sink->lines().back().text, testing::HasSubstr("h264_small cannot encode 1280×480: too large"));
+  encodeOne(640);
+  EXPECT_EQ(factory.encoderName(), "h264_small");
 }
 
 TEST(LibavcodecEncoderFactory, withoutAnEncoderThereAreNoSessions) {

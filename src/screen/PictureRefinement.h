@@ -1,0 +1,57 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+
+#include "core/SerialQueue.h"
+
+namespace tevanto {
+
+class PixelBuffer;
+
+/// Makes a picture that stands still as good as the encoder can. Under its data cap an encoder makes large
+/// changes and key frames coarse, and without another picture it would leave them so. So the latest one is
+/// encoded again, a few times, from a moment after the last change until the encoder did its best; then
+/// nothing runs any more. Pictures that move come faster than that moment, and never notice.
+///
+///     picture --pause--> again --pause--> again ... best, or five times: silence
+///
+/// It also brings a phone up to date whose route refused the last picture: by a key frame, as soon as the
+/// route takes one. Lives on the capture queue; belongs to one session.
+class PictureRefinement final : public std::enable_shared_from_this<PictureRefinement> {
+ public:
+  static constexpr int kMostRefinements = 5;
+  /// In frame intervals: longer than between the frames of what moves, ten times a second included.
+  static constexpr int kPauseIntervals = 3;
+  static constexpr auto kBlockedPause = std::chrono::seconds(1);
+
+  struct Steps {
+    std::function<void()> again;               // delivers the latest picture once more
+    std::function<bool()> isFinest;            // the last picture came out as good as any
+    std::function<bool()> isAwaitingKeyframe;  // the phone lacks the last picture
+    std::function<bool()> isBlocked;           // and a key frame would not reach it yet
+  };
+
+  PictureRefinement(std::shared_ptr<SerialQueue> queue, std::chrono::nanoseconds frameInterval, Steps steps);
+
+  /// A picture came, new or again.
+  void pictureCame(const PixelBuffer* picture);
+  /// A key frame went out: it may be coarse, whatever was reached before. From any thread.
+  void keyframeWasSent() { isAnew_ = true; }
+
+ private:
+  void waitFor(SerialQueue::Duration pause);
+  void rested();
+
+  const std::shared_ptr<SerialQueue> queue_;
+  const SerialQueue::Duration pause_;
+  const Steps steps_;
+  std::atomic<bool> isAnew_ = false;
+  const PixelBuffer* latest_ = nullptr;  // to tell it from the next one only
+  int left_ = 0;
+  Timer timer_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "screen/ScreenFrameSendGate.h"
+#include "screen/ScreenRoute.h"
+
+namespace tevanto {
+
+/// The way of one session's frames through the gate onto the route, and what is known of a route that does
+/// not take them. Any thread may ask; frames come one at a time.
+class ScreenFrameDelivery {
+ public:
+  static constexpr int kRefusalsUntilBlocked = 3;
+
+  enum class Outcome { sent, sentKeyframe, keyframeNeeded };
+
+  explicit ScreenFrameDelivery(ScreenRoute route) : route_(std::move(route)) {}
+
+  void announce(std::span<const std::byte> sps, std::span<const std::byte> pps) const;
+  Outcome deliver(std::span<const std::byte> data, bool isKeyframe);
+
+  /// The phone waits for a key frame: what it shows is not what the computer shows.
+  bool isAwaitingKeyframe() const { return gate_.isAwaitingKeyframe(); }
+  /// It waits, the route refused a few key frames in a row, and would not take one like the last of them now:
+  /// encoding another would be for nothing.
+  bool isBlocked() const;
+
+ private:
+  void note(bool keyframeWasAccepted, std::size_t bytes);
+
+  const ScreenRoute route_;
+  ScreenFrameSendGate gate_;
+  std::atomic<int> refusedKeyframes_ = 0;  // in a row
+  std::atomic<std::size_t> lastKeyframeBytes_ = 0;
+};
+
+}  // namespace tevanto

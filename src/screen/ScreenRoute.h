@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+#include "net/TcpConnection.h"
+
+namespace tevanto {
+
+/// How a session's messages reach the phone. Called on the encoder's thread; the senders tell whether the
+/// route took the message, and refuse once the route is gone.
+struct ScreenRoute {
+  std::function<bool(SharedBytes message)> sendParameterSets;
+  std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;
+  /// Whether it would take a key frame's message of so many bytes now; any thread. Unset: not known.
+  std::function<bool(std::size_t bytes)> takesKeyframe;
+};
+
+}  // namespace tevanto
