@@ -5,6 +5,7 @@
 
 #include "app/ControlSocketClient.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/NetworkNamespace.h"
 
 namespace tevanto::test {
 
@@ -36,10 +37,14 @@ std::pair<int, int> CompanionDesktop::pointer() const {
 }
 
 CompanionProcess::CompanionProcess(CompanionDesktop& desktop, const std::string& program,
-                                   std::vector<std::string> arguments)
+                                   std::vector<std::string> arguments, const NetworkNamespace* network)
     : desktop_(desktop) {
-  arguments.insert(arguments.begin(),
-                   {program, "--headless", "--remote-port", "0", "--screen-port", "0", "--loopback-only"});
+  arguments.insert(arguments.begin(), {program, "--headless", "--remote-port", "0", "--screen-port", "0"});
+  if (network) {
+    arguments = network->inside(std::move(arguments));
+  } else {
+    arguments.emplace_back("--loopback-only");
+  }
   process_ = std::make_unique<ChildProcess>(
       std::move(arguments), ChildProcess::Options{.environment = desktop.environment, .mergeErrors = true});
   const bool listens = eventually([this] { return !process_->isRunning() || port() != 0; });

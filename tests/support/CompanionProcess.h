@@ -16,6 +16,8 @@
 
 namespace tevanto::test {
 
+class NetworkNamespace;
+
 /// A desktop and a home of the test's own, in which real programs of ours run: an X server, one D-Bus daemon
 /// as both buses, and empty XDG folders. No sound and no discovery; a test adds what it needs to
 /// `environment`.
@@ -42,12 +44,12 @@ class CompanionDesktop {
   TemporaryFolder home_;
 };
 
-/// A real companion on a desktop of its own, on any free port of loopback.
+/// A real companion on a desktop of its own, on any free port of loopback, or of a network of the test's own.
 class CompanionProcess {
  public:
   /// Starts `program` and waits until it listens; throws with its output when it does not.
   CompanionProcess(CompanionDesktop& desktop, const std::string& program,
-                   std::vector<std::string> arguments = {});
+                   std::vector<std::string> arguments = {}, const NetworkNamespace* network = nullptr);
 
   /// What it tells through its control socket; nothing when it does not answer.
   std::optional<CompanionStatus> status() const;

@@ -1,0 +1,45 @@
+#include "tests/support/AwayWorld.h"
+
+#include <stdexcept>
+
+namespace tevanto::test {
+
+AwayWorld::AwayWorld() {
+  NetworkNamespace::connect(home_, "eth0", internet_, "home0");
+  NetworkNamespace::connect(away_, "eth0", middle_, "outer");
+  NetworkNamespace::connect(internet_, "away0", middle_, "inner");
+  internet_.run({"ip", "address", "add", std::string(kServerAddress) + "/32", "dev", "lo"});
+  internet_.run({"ip", "address", "add", "10.8.1.1/24", "dev", "home0"});
+  internet_.run({"ip", "address", "add", "10.8.2.1/24", "dev", "away0"});
+  home_.run({"ip", "address", "add", std::string(kHomeAddress) + "/24", "dev", "eth0"});
+  home_.run({"ip", "route", "add", "default", "via", "10.8.1.1"});
+  away_.run({"ip", "address", "add", "10.8.2.2/24", "dev", "eth0"});
+  away_.run({"ip", "route", "add", "default", "via", "10.8.2.1"});
+  line_ = std::make_unique<PacketBridge>(middle_, "outer", "inner");
+  setRoute(false);
+}
+
+void AwayWorld::startServers(const std::string& program, TurnServer::Options turn) {
+  turn.address = kServerAddress;
+  turn.port = 3478;
+  turn.network = &internet_;
+  turn_ = std::make_unique<TurnServer>(std::move(turn));
+  startRelay(program);
+}
+
+void AwayWorld::startRelay(const std::string& program) {
+  std::vector<std::string> command{program, "--port", "8787", "--turn-secret", turn_->secret()};
+  for (const auto* transport : {"udp", "tcp"})
+    command.insert(command.end(), {"--turn-url", turn_->url(transport)});
+  relay_ = std::make_unique<ChildProcess>(internet_.inside(std::move(command)));
+  const auto said = relay_->readLine();
+  if (!said || !said->starts_with("listening on")) throw std::runtime_error("the relay does not come up");
+}
+
+void AwayWorld::moveHome(const std::string& address) {
+  home_.run({"ip", "address", "add", address + "/24", "dev", "eth0"});
+  home_.run({"ip", "address", "del", std::string(kHomeAddress) + "/24", "dev", "eth0"});
+  home_.run({"ip", "route", "replace", "default", "via", "10.8.1.1"});
+}
+
+}  // namespace tevanto::test
