@@ -47,12 +47,12 @@ struct DataChannelOptions {
 /// What the statistics say of ICE (W3C WebRTC statistics identifiers): enough to find the selected pair.
 struct RouteReport {
   struct CandidatePair {
-    std::string id;
-    std::string localCandidateId;
-    std::string remoteCandidateId;
-    std::optional<bool> selected;
+    std::string id = {};
+    std::string localCandidateId = {};
+    std::string remoteCandidateId = {};
+    std::optional<bool> selected = {};
     bool nominated = false;
-    std::string state;
+    std::string state = {};
   };
   struct Candidate {
     std::string id;
