@@ -1,0 +1,33 @@
+#include <boost/asio/ssl/stream.hpp>
+#include <boost/beast/websocket/ssl.hpp>
+
+#include "relay/AsioRelayConnection.h"
+#include "relay/AsioRelayStream.h"
+
+namespace tevanto::relay {
+namespace {
+
+using TlsStream = boost::asio::ssl::stream<AsioSocket>;
+
+class TlsRelayConnection final : public AsioRelayStream<TlsStream> {
+ public:
+  using AsioRelayStream::AsioRelayStream;
+
+ private:
+  void readRequest() override {
+    stream().async_handshake(TlsStream::server, [self = self(), this](const Error& error) {
+      if (error) return readFailed();
+      AsioRelayStream::readRequest();
+    });
+  }
+};
+
+}  // namespace
+
+std::shared_ptr<RelayConnection> makeTlsRelayConnection(std::shared_ptr<RelayContext> context,
+                                                        AsioSocket socket, const IpAddress& peer,
+                                                        boost::asio::ssl::context& certificates) {
+  return std::make_shared<TlsRelayConnection>(std::move(context), peer, std::move(socket), certificates);
+}
+
+}  // namespace tevanto::relay

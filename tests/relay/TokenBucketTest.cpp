@@ -1,0 +1,46 @@
+#include "relay/TokenBucket.h"
+
+#include <gtest/gtest.h>
+
+namespace tevanto::relay {
+namespace {
+
+using namespace std::chrono_literals;
+const TokenBucket::TimePoint kStart{1h};
+
+int takeAll(TokenBucket& bucket, TokenBucket::TimePoint now) {
+  int taken = 0;
+  while (taken < 1000 && bucket.take(now)) ++taken;
+  return taken;
+}
+
+TEST(TokenBucket, letsABurstThroughAndThenTheRate) {
+  TokenBucket bucket(10, 20, kStart);
+  EXPECT_EQ(takeAll(bucket, kStart), 20);
+  EXPECT_FALSE(bucket.take(kStart + 90ms));
+  EXPECT_TRUE(bucket.take(kStart + 200ms));
+  EXPECT_EQ(takeAll(bucket, kStart + 1200ms), 1 + 10);  // one was left
+}
+
+TEST(TokenBucket, fillsNoFurtherThanTheBurst) {
+  TokenBucket bucket(10, 20, kStart);
+  takeAll(bucket, kStart);
+  EXPECT_EQ(takeAll(bucket, kStart + 24h), 20);
+}
+
+TEST(TokenBucket, keepsASteadySenderForDays) {
+  TokenBucket bucket(10, 20, kStart);
+  for (int second = 0; second < 200'000; ++second) {
+    for (int i = 0; i < 9; ++i) ASSERT_TRUE(bucket.take(kStart + std::chrono::seconds(second) + i * 100ms));
+  }
+}
+
+TEST(TokenBucket, gainsNothingFromAClockThatStands) {
+  TokenBucket bucket(10, 5, kStart);
+  EXPECT_EQ(takeAll(bucket, kStart), 5);
+  EXPECT_EQ(takeAll(bucket, kStart), 0);
+  EXPECT_EQ(takeAll(bucket, kStart - 1h), 0);
+}
+
+}  // namespace
+}  // namespace tevanto::relay
