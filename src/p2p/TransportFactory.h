@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/Log.h"
+#include "core/SerialQueue.h"
+#include "p2p/IceServerSource.h"
+#include "p2p/WebRTCTransport.h"
+
+namespace tevanto {
+
+/// Makes the transports of one program from what they share, each with roads of its own, and gives them their
+/// ICE servers.
+class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
+ public:
+  struct Environment {
+    std::function<std::shared_ptr<SerialQueue>(const std::string& label)> makeQueue;
+    std::shared_ptr<SerialQueue> mainQueue;
+    std::shared_ptr<PeerConnectionFactory> peers;
+    std::function<std::shared_ptr<RelaySignaling>()> makeRelay;
+    std::function<std::shared_ptr<CloudSignaling>()> makeCloud;
+    std::shared_ptr<IceServerSource> iceServers;
+    std::function<void(const std::vector<RemoteIceServerConfig>&)> rememberIceServers;
+    Logger log = {};
+  };
+
+  /// A transport and what starts it, on the main queue, when its callbacks are set.
+  struct Made {
+    std::shared_ptr<WebRTCTransport> transport;
+    std::function<void()> start;
+  };
+
+  explicit TransportFactory(Environment environment) : environment_(std::move(environment)) {}
+
+  /// For the computer: it waits for a phone and takes no servers later, so that it asks for them first.
+  Made makeAnswerer(const std::string& room);
+  /// For the phone: it starts at once, and again with TURN servers that come before it is connected: those of
+  /// the credential service, else those that the computer lends through the cloud.
+  Made makeOfferer(const std::string& room);
+
+ private:
+  Made make(TransportRole role, const std::string& room, WebRTCTransport::Profile profile,
+            std::shared_ptr<CloudSignaling> cloud);
+
+  const Environment environment_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,129 @@
+#include "p2p/TransportFactory.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/DeploymentSources.h"
+#include "tests/support/FakeCloudSignaling.h"
+#include "tests/support/FakeHttpClient.h"
+#include "tests/support/FakePeerConnection.h"
+#include "tests/support/FakeRelaySignaling.h"
+#include "tests/support/ManualQueue.h"
+
+namespace tevanto {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kCredentials =
+    R"({"iceServers":[{"urls":["turn:fetched"],"username":"u","credential":"p"}]})";
+const RemoteIceServerConfig kFetched{{"turn:fetched"}, "u", "p"};
+const RemoteIceServerConfig kStun{{"stun:s:19302"}, {}, {}};
+
+class TransportFactoryTest : public testing::Test {
+ protected:
+  TransportFactoryTest() {
+    sources_.environment = {{"TEVANTO_STUN_HOSTS", "s"}, {"TEVANTO_RELAY_URLS", "wss://relay"}};
+    const auto now = [] { return std::chrono::system_clock::time_point(1'700'000'000s); };
+    const RemoteIceServerPersistentCache cache(sources_.defaults, now);
+    factory_ = std::make_shared<TransportFactory>(TransportFactory::Environment{
+        .makeQueue = [this](const std::string& label) { return queue(label); },
+        .mainQueue = main_,
+        .peers = peers_,
+        .makeRelay = [this] { return relay_; },
+        .makeCloud = [this] { return cloud_; },
+        .iceServers = std::make_shared<IceServerSource>(sources_.settings(), cache,
+                                                        TurnCredentialService(http_), now, Logger()),
+        .rememberIceServers = [](const auto&) {}});
+  }
+
+  std::shared_ptr<SerialQueue> queue(const std::string& label) {
+    labels_.push_back(label);
+    return state_;
+  }
+
+  void settle() {
+    for (int turn = 0; turn < 10; ++turn)
+      for (const auto& each : {main_, state_, engine_}) each->advance(0ms);
+  }
+  std::vector<RemoteIceServerConfig> servers() const {
+    const auto peer = peers_->newest();
+    return peer ? peer->configuration.iceServers : std::vector<RemoteIceServerConfig>();
+  }
+
+  std::shared_ptr<test::ManualQueue> main_ = std::make_shared<test::ManualQueue>("main");
+  std::shared_ptr<test::ManualQueue> state_ = std::make_shared<test::ManualQueue>("state");
+  std::shared_ptr<test::ManualQueue> engine_ = std::make_shared<test::ManualQueue>("engine");
+  std::vector<std::string> labels_;
+  test::DeploymentSources sources_;
+  std::shared_ptr<test::FakeHttpClient> http_ = std::make_shared<test::FakeHttpClient>();
+  std::shared_ptr<test::FakePeerConnectionFactory> peers_ =
+      std::make_shared<test::FakePeerConnectionFactory>(engine_);
+  std::shared_ptr<test::FakeRelaySignaling> relay_ = std::make_shared<test::FakeRelaySignaling>();
+  std::shared_ptr<test::FakeCloudSignaling> cloud_ = std::make_shared<test::FakeCloudSignaling>();
+  std::shared_ptr<TransportFactory> factory_;
+};
+
+TEST_F(TransportFactoryTest, anAnswererAsksForServersBeforeItWaits) {
+  http_->willAnswer(200, kCredentials);
+  const auto made = factory_->makeAnswerer("ROOM");
+  EXPECT_EQ(labels_, std::vector<std::string>{"tevanto.webrtc.transport"});
+  made.start();
+  EXPECT_EQ(peers_->made, 0);
+  settle();
+  EXPECT_EQ(servers(), (std::vector{kFetched, kStun}));
+  EXPECT_EQ(relay_->joined, std::pair(std::string("ROOM"), SignalRole::mac));
+}
+
+TEST_F(TransportFactoryTest, anAnswererWaitsWithoutTURNWhenNobodyHandsItOut) {
+  const auto made = factory_->makeAnswerer("ROOM");
+  made.start();
+  settle();
+  EXPECT_EQ(peers_->made, 0);
+  main_->advance(4s);
+  settle();
+  EXPECT_EQ(servers(), std::vector{kStun});
+}
+
+TEST_F(TransportFactoryTest, anOffererStartsAtOnceAndAgainWithLateTURN) {
+  http_->willAnswer(200, kCredentials);
+  const auto made = factory_->makeOfferer("ROOM");
+  made.start();
+  state_->advance(0ms);
+  EXPECT_EQ(servers(), std::vector{kStun});
+  settle();
+  EXPECT_EQ(servers(), (std::vector{kFetched, kStun}));
+  EXPECT_EQ(peers_->made, 2);
+  EXPECT_EQ(relay_->joined->second, SignalRole::phone);
+}
+
+TEST_F(TransportFactoryTest, anOffererBorrowsTURNThroughTheCloudWhenNoServiceAnswers) {
+  cloud_->lent = BrokeredIceServers{{kFetched}, {}};
+  const auto made = factory_->makeOfferer("ROOM");
+  made.start();
+  settle();
+  EXPECT_EQ(servers(), std::vector{kStun});
+  main_->advance(4s);
+  settle();
+  EXPECT_EQ(servers(), std::vector{kFetched});
+}
+
+TEST_F(TransportFactoryTest, anOffererThatKnowsTURNAsksNobody) {
+  sources_.environment["TEVANTO_TURN_URLS"] = "turn:own";
+  const auto made = factory_->makeOfferer("ROOM");
+  made.start();
+  settle();
+  EXPECT_EQ(peers_->made, 1);
+  EXPECT_TRUE(http_->requests.empty());
+}
+
+TEST_F(TransportFactoryTest, nothingStartsForATransportThatIsGone) {
+  http_->willAnswer(200, kCredentials);
+  auto made = factory_->makeAnswerer("ROOM");
+  made.start();
+  made.transport.reset();
+  settle();
+  EXPECT_EQ(peers_->made, 0);
+}
+
+}  // namespace
+}  // namespace tevanto
