@@ -30,6 +30,8 @@ struct CloudRecord {
   std::optional<std::chrono::system_clock::time_point> created;
   /// When the server first stored it; set by the server.
   std::optional<std::chrono::system_clock::time_point> serverCreated;
+
+  bool operator==(const CloudRecord&) const = default;
 };
 
 /// `code` is the domain's own number; 11 is "unknown item": no such record.
@@ -41,7 +43,12 @@ struct CloudError {
   std::optional<double> retryAfter;  // seconds
   /// Of a request that failed for some records only.
   std::vector<std::pair<std::string, CloudError>> partial;
+
+  bool operator==(const CloudError&) const = default;
 };
+
+/// For logs: the domain and the code, then "retryAfter=" and "partial=" where there is something to say.
+std::string summary(const CloudError& error);
 
 /// A value, or the cloud's error.
 template <class T>
@@ -53,7 +60,7 @@ struct CloudOutcome {
 enum class CloudUrgency { userInitiated, utility };
 
 /// The public database of the application's container. Completions come once, on a thread of the
-/// implementation's choosing.
+/// implementation's choosing. Of two writes of one record the later call wins.
 class CloudDatabase {
  public:
   virtual ~CloudDatabase() = default;
