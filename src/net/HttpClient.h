@@ -15,9 +15,9 @@ namespace tevanto {
 /// One HTTP/1.1 request (RFC 9112). `url` is absolute, "http://" or "https://".
 struct HttpRequest {
   std::string method = "GET";
-  std::string url;
-  std::vector<std::pair<std::string, std::string>> headers;
-  std::string body;
+  std::string url = {};
+  std::vector<std::pair<std::string, std::string>> headers = {};
+  std::string body = {};
   /// For the whole exchange: name resolution, connection, handshake, answer.
   std::chrono::milliseconds timeout{60'000};
 };

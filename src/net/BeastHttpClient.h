@@ -1,0 +1,25 @@
+#pragma once
+
+#include <memory>
+
+#include "core/EventLoop.h"
+#include "net/HttpClient.h"
+#include "net/TlsTrust.h"
+
+namespace tevanto {
+
+class AsioTlsContext;
+
+/// Sends HTTP/1.1 requests over sockets of the event loop, each on a connection of its own. May be used from
+/// any thread; what was sent is answered even when this is gone by then.
+class BeastHttpClient final : public HttpClient {
+ public:
+  explicit BeastHttpClient(std::shared_ptr<EventLoop> loop, const TlsTrust& trust = {});
+  void send(HttpRequest request, std::shared_ptr<SerialQueue> queue, Completion completion) override;
+
+ private:
+  std::shared_ptr<EventLoop> loop_;
+  std::shared_ptr<AsioTlsContext> tls_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,359 @@
+#include "net/BeastWebSocketFactory.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/websocket/stream.hpp>
+#include <cassert>
+#include <charconv>
+#include <chrono>
+#include <deque>
+#include <utility>
+
+#include "net/AsioOpening.h"
+
+namespace tevanto {
+
+namespace asio = boost::asio;
+namespace websocket = boost::beast::websocket;
+namespace http = boost::beast::http;
+using boost::system::error_code;
+
+namespace {
+
+using Handlers = WebSocketConnection::Handlers;
+using SentHandler = WebSocketConnection::SentHandler;
+using PongHandler = WebSocketConnection::PongHandler;
+using End = WebSocketConnection::End;
+using Limit =
+    asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>,
+                               EventLoopQueue::Strand>;
+
+constexpr std::chrono::seconds kCloseLimit{2};
+/// What a server that does not read may hold back here.
+constexpr std::size_t kMaxUnsentBytes = 8 * 1024 * 1024;
+/// Of a close frame without a code (RFC 6455, section 7.4.1).
+constexpr std::uint16_t kNoCloseCode = 1005;
+
+/// What outlives the connection object for as long as the socket still has work under way. Lives on its
+/// strand. It owns no queue and no loop: the loop owns the work that owns this.
+///
+///   opening --(answer)--> open --(cancel)--> closing --(close frames, 2 s)--> ended
+///      any --(fault, close frame, cancel while opening)--> ended
+class Link : public std::enable_shared_from_this<Link> {
+ public:
+  Link(const EventLoopQueue::Strand& strand, std::shared_ptr<AsioTlsContext> tls, Handlers handlers)
+      : strand_(strand),
+        opening_(std::make_shared<AsioOpening>(strand, std::move(tls))),
+        limit_(strand),
+        handlers_(std::move(handlers)) {}
+
+  void begin(const std::string& text) {
+    if (state_ != State::opening) return;
+    const auto url = parseUrl(text);
+    if (!url || !url->isWebSocket()) return end({.closeCode = {}, .error = "no WebSocket address: " + text});
+    url_ = *url;
+    arm(WebSocketConnection::kOpenLimit,
+        [this] { end({.closeCode = {}, .error = url_.authority() + " took too long"}); });
+    opening_->open(url_, [self = shared_from_this()](std::unique_ptr<AsioClientStream> stream,
+                                                     const std::string& fault) {
+      self->connected(std::move(stream), fault);
+    });
+  }
+
+  void sendText(std::string text, SentHandler sent) {
+    if (state_ != State::opening && state_ != State::open) return;
+    if (broken_ || unsentBytes_ + text.size() > kMaxUnsentBytes) {
+      return report(std::move(sent), broken_ ? fault_ : "too much is waiting to be sent");
+    }
+    unsentBytes_ += text.size();
+    outbox_.push_back({std::move(text), std::move(sent)});
+    if (state_ == State::open && outbox_.size() == 1) write();
+  }
+
+  void ping(PongHandler pong) {
+    if (state_ != State::opening && state_ != State::open) return;
+    pings_.push_back({++lastPing_, std::move(pong)});
+    if (state_ == State::open) writePing();
+  }
+
+  void cancel(std::uint16_t closeCode) {
+    if (state_ == State::closing || state_ == State::ended) return;
+    silence();
+    if (state_ == State::opening || broken_) return finish();
+    state_ = State::closing;
+    closeCode_ = closeCode;
+    arm(kCloseLimit, [this] { finish(); });
+    if (outbox_.empty()) close();
+  }
+
+  /// Ends it at once, unless it is closing already.
+  void abandon() {
+    if (state_ == State::closing || state_ == State::ended) return;
+    silence();
+    finish();
+  }
+
+ private:
+  enum class State { opening, open, closing, ended };
+  struct Outgoing {
+    std::string text;
+    SentHandler sent;
+  };
+  struct Ping {
+    std::uint64_t number;
+    PongHandler pong;
+  };
+
+  void arm(Limit::duration duration, std::function<void()> expired) {
+    limit_.expires_after(duration);
+    const auto turn = ++limitTurn_;  // one that had expired before it was replaced does nothing
+    limit_.async_wait(
+        [self = shared_from_this(), turn, expired = std::move(expired)](const error_code& error) {
+          if (!error && turn == self->limitTurn_) expired();
+        });
+  }
+
+  void disarm() {
+    ++limitTurn_;
+    limit_.cancel();
+  }
+
+  void connected(std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
+    if (state_ != State::opening) return;
+    if (!stream) return end({.closeCode = {}, .error = fault});
+    stream_ = std::move(stream);
+    socket_.emplace(*stream_);
+    socket_->set_option(websocket::stream_base::decorator([](websocket::request_type& request) {
+      request.set(http::field::user_agent, "Tevanto/" TEVANTO_VERSION);
+    }));
+    socket_->text(true);
+    socket_->auto_fragment(false);
+    socket_->read_message_max(WebSocketConnection::kMaxMessageBytes);
+    socket_->control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
+      if (kind == websocket::frame_type::pong) ponged({payload.data(), payload.size()});
+    });
+    socket_->async_handshake(answer_, url_.authority(), url_.target,
+                             [self = shared_from_this()](const error_code& error) { self->opened(error); });
+  }
+
+  void opened(const error_code& error) {
+    if (state_ != State::opening) return;
+    if (error == websocket::error::upgrade_declined) {
+      return end(
+          {.closeCode = {}, .error = "refused with HTTP status " + std::to_string(answer_.result_int())});
+    }
+    if (error) return end({.closeCode = {}, .error = "no WebSocket: " + error.message()});
+    disarm();
+    state_ = State::open;
+    read();
+    if (!outbox_.empty()) write();
+    if (!pings_.empty()) writePing();
+    if (handlers_.onOpen) handlers_.onOpen();
+  }
+
+  void read() {
+    socket_->async_read(buffer_, [self = shared_from_this()](const error_code& error, std::size_t) {
+      self->received(error);
+    });
+  }
+
+  void received(const error_code& error) {
+    if (state_ != State::open) return;
+    if (error) return endReading(error);
+    const std::string_view message(static_cast<const char*>(buffer_.cdata().data()), buffer_.size());
+    if (handlers_.onMessage) handlers_.onMessage(message);
+    if (state_ != State::open) return;
+    buffer_.clear();
+    read();
+  }
+
+  void endReading(const error_code& error) {
+    const auto reason = socket_->reason();
+    if (reason.code != websocket::close_code::none) return end({.closeCode = reason.code, .error = {}});
+    if (error == websocket::error::closed) return end({.closeCode = kNoCloseCode, .error = {}});
+    end({.closeCode = {}, .error = broken_ ? fault_ : error.message()});
+  }
+
+  void write() {
+    // The text stays where it is until the write has ended, whatever becomes of the rest.
+    auto text = std::make_shared<const std::string>(std::move(outbox_.front().text));
+    const auto buffer = asio::buffer(*text);
+    socket_->async_write(buffer, [self = shared_from_this(), text](const error_code& error, std::size_t) {
+      self->written(error, text->size());
+    });
+  }
+
+  void written(const error_code& error, std::size_t size) {
+    if (state_ == State::ended) return;
+    if (error && state_ == State::closing) return finish();
+    if (error) return writeFailed(error);
+    auto sent = std::move(outbox_.front().sent);
+    outbox_.pop_front();
+    unsentBytes_ -= size;
+    report(std::move(sent), std::nullopt);
+    if (!outbox_.empty()) return write();
+    if (state_ == State::closing) close();
+  }
+
+  /// The open read tells the end: it alone knows whether the server closed first.
+  void writeFailed(const error_code& error) {
+    broken_ = true;
+    fault_ = error.message();
+    failUnsent(fault_);
+    if (socket_->reason().code == websocket::close_code::none) stream_->close();
+  }
+
+  void failUnsent(const std::string& why) {
+    for (auto& message : std::exchange(outbox_, {})) report(std::move(message.sent), why);
+    unsentBytes_ = 0;
+  }
+
+  void writePing() {
+    if (std::exchange(pinging_, true)) return;
+    arm(WebSocketConnection::kPongLimit, [this] { pongOverdue(); });
+    const auto number = lastPing_;
+    websocket::ping_data payload;
+    const auto digits = std::to_string(number);
+    payload.assign(digits.data(), digits.size());
+    socket_->async_ping(payload, [self = shared_from_this(), number](const error_code& error) {
+      self->pinging_ = false;
+      if (!error && self->state_ == State::open && self->lastPing_ != number) self->writePing();
+    });
+  }
+
+  /// A pong answers all pings up to the one that it repeats (RFC 6455, section 5.5.3).
+  void ponged(std::string_view payload) {
+    std::uint64_t number = 0;
+    const auto [end, fault] = std::from_chars(payload.data(), payload.data() + payload.size(), number);
+    if (fault != std::errc() || end != payload.data() + payload.size() || state_ != State::open) return;
+    const auto before = pings_.size();
+    while (!pings_.empty() && pings_.front().number <= number) {
+      report(std::move(pings_.front().pong), std::nullopt);
+      pings_.pop_front();
+    }
+    if (pings_.empty() && before > 0) disarm();
+  }
+
+  void pongOverdue() {
+    const auto seconds = std::chrono::seconds(WebSocketConnection::kPongLimit).count();
+    for (auto& ping : std::exchange(pings_, {})) {
+      report(std::move(ping.pong), "no pong in " + std::to_string(seconds) + " seconds");
+    }
+  }
+
+  void close() {
+    socket_->async_close(closeCode_, [self = shared_from_this()](const error_code&) { self->finish(); });
+  }
+
+  /// Tells `handler` in a turn of its own.
+  void report(SentHandler handler, std::optional<std::string> error) {
+    if (!handler || silent_) return;
+    asio::post(strand_, [self = shared_from_this(), handler = std::move(handler), error = std::move(error)] {
+      if (!self->silent_) handler(error);
+    });
+  }
+
+  /// Frees the socket now and tells why in the next turn.
+  void end(End why) {
+    if (state_ == State::ended) return;
+    failUnsent(why.closeCode ? "the server closed the connection" : why.error);
+    finish();
+    asio::post(strand_, [self = shared_from_this(), why = std::move(why)] {
+      if (!self->silent_ && self->handlers_.onEnd) self->handlers_.onEnd(why);
+      self->silence();
+    });
+  }
+
+  void finish() {
+    if (std::exchange(state_, State::ended) == State::ended) return;
+    disarm();
+    opening_->cancel();
+    if (stream_) stream_->close();
+    outbox_.clear();
+  }
+
+  /// The handlers go later: one of them may be running right now.
+  void silence() {
+    silent_ = true;
+    asio::post(strand_, [self = shared_from_this()] {
+      self->handlers_ = {};
+      self->pings_.clear();
+    });
+  }
+
+  EventLoopQueue::Strand strand_;
+  std::shared_ptr<AsioOpening> opening_;
+  Limit limit_;  // of opening, of the oldest pong's wait, of closing: one at a time
+  std::uint64_t limitTurn_ = 0;
+  Handlers handlers_;
+  Url url_;
+  std::unique_ptr<AsioClientStream> stream_;
+  std::optional<websocket::stream<AsioClientStream&>> socket_;
+  websocket::response_type answer_;  // to the opening
+  boost::beast::flat_buffer buffer_;
+  std::deque<Outgoing> outbox_;
+  std::size_t unsentBytes_ = 0;
+  std::deque<Ping> pings_;  // that have no pong yet
+  std::uint64_t lastPing_ = 0;
+  bool pinging_ = false;  // a ping is being written
+  bool broken_ = false;   // nothing more can be sent, because of `fault_`
+  std::string fault_;
+  State state_ = State::opening;
+  std::uint16_t closeCode_ = 0;
+  bool silent_ = false;  // nobody is told anything any more
+};
+
+class BeastWebSocketConnection final : public WebSocketConnection {
+ public:
+  BeastWebSocketConnection(std::shared_ptr<EventLoop::Core> loop, std::shared_ptr<AsioTlsContext> tls,
+                           std::string url)
+      : loop_(std::move(loop)), tls_(std::move(tls)), url_(std::move(url)) {}
+
+  ~BeastWebSocketConnection() override {
+    if (!link_) return;
+    if (queue_->isCurrent()) {
+      link_->abandon();
+    } else {
+      queue_->async([link = std::move(link_)] { link->abandon(); });
+    }
+  }
+
+  void start(std::shared_ptr<SerialQueue> queue, Handlers handlers) override {
+    assert(!link_ && "a connection is started once");
+    queue_ = std::move(queue);
+    loop_->ensureThreads();
+    const auto& strand = EventLoopQueue::from(*queue_).strand();
+    link_ = std::make_shared<Link>(strand, tls_, std::move(handlers));
+    asio::post(strand, [link = link_, url = url_] { link->begin(url); });
+  }
+
+  void sendText(std::string text, SentHandler sent) override {
+    assert(link_ && queue_->isCurrent() && "on its queue, once started");
+    link_->sendText(std::move(text), std::move(sent));
+  }
+  void ping(PongHandler pong) override {
+    assert(link_ && queue_->isCurrent() && "on its queue, once started");
+    link_->ping(std::move(pong));
+  }
+  void cancel(std::uint16_t closeCode) override {
+    if (link_) link_->cancel(closeCode);
+  }
+
+ private:
+  std::shared_ptr<EventLoop::Core> loop_;
+  std::shared_ptr<AsioTlsContext> tls_;
+  const std::string url_;
+  std::shared_ptr<SerialQueue> queue_;  // once started
+  std::shared_ptr<Link> link_;
+};
+
+}  // namespace
+
+BeastWebSocketFactory::BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust)
+    : loop_(std::move(loop)), tls_(std::make_shared<AsioTlsContext>(trust)) {}
+
+std::shared_ptr<WebSocketConnection> BeastWebSocketFactory::create(const std::string& url) {
+  return std::make_shared<BeastWebSocketConnection>(loop_->core(), tls_, url);
+}
+
+}  // namespace tevanto
