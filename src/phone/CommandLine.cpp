@@ -86,8 +86,8 @@ class CommandLine {
   bool json_ = false;
   std::string host_;
   std::string companion_;
-  std::string away_;
-  double timeout_ = 5;
+  PhoneCommands::AwayChoice away_;
+  std::optional<double> timeout_;
   std::string text_;
   std::string folder_;
   double dx_ = 0;
@@ -129,12 +129,13 @@ void CommandLine::addGlobalOptions() {
   app_.add_option("--host", host_, "Connect to HOST[:PORT] or [IPv6][:PORT] instead of looking for it")
       ->check(CLI::Validator(endpoint, "ADDRESS"));
   app_.add_option("--companion", companion_, "The companion of this name or identifier, when several answer");
-  app_.add_option("--away", away_,
+  app_.add_option("--away", away_.companion,
                   "Reach a companion on another network: its identifier, or its name when it is paired")
       ->excludes("--host", "--companion");
+  app_.add_flag("--verbose", away_.verbose, "With --away: say how the call goes");
   app_.add_option("--timeout", timeout_, "Seconds to wait for the companion and for each reply")
       ->check(CLI::Range(0.05, 3600.0))
-      ->capture_default_str();
+      ->default_str("5, or 20 with --away");
 }
 
 CLI::App& CommandLine::add(const std::string& name, const std::string& help, Action action) {
@@ -305,8 +306,9 @@ RemoteCommand CommandLine::with(const std::string& type,
 }
 
 CompanionFinder::Choice CommandLine::choice() const {
-  return {host_.empty() ? std::nullopt : parseEndpoint(host_), companion_,
-          std::chrono::milliseconds(std::lround(timeout_ * 1000))};
+  return {
+      host_.empty() ? std::nullopt : parseEndpoint(host_), companion_,
+      std::chrono::milliseconds(std::lround(timeout_.value_or(away_.companion.empty() ? 5.0 : 20.0) * 1000))};
 }
 
 int CommandLine::run(std::vector<std::string> arguments, const PhoneEnvironment& environment) {

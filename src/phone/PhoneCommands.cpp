@@ -55,24 +55,25 @@ std::string joined(const std::vector<std::string>& words) {
 }  // namespace
 
 PhoneCommands::PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format,
-                             CompanionFinder::Choice choice, const std::string& awayRoom)
+                             CompanionFinder::Choice choice, AwayChoice away)
     : environment_(std::move(environment)),
       output_(environment_.out, environment_.err, format),
       timeout_(choice.timeout),
       paired_(environment_.defaults),
       finder_(environment_.browser, paired_, std::move(choice)),
-      awayRoom_(awayRoom.empty() ? awayRoom : paired_.named(awayRoom).value_or(awayRoom)) {}
+      away_(std::move(away)) {}
 
 Answer<Road*> PhoneCommands::road() {
   if (road_) return road_.get();
-  if (awayRoom_.empty()) {
+  if (away_.companion.empty()) {
     road_ = std::make_unique<LocalRoad>(finder_, timeout_);
     return road_.get();
   }
   if (!environment_.away) return Trouble{ExitCode::notDone, "The road away is not part of this build."};
-  auto away = environment_.away();
+  auto away = environment_.away(away_.verbose);
   if (!away) return Trouble{ExitCode::notDone, away.error()};
-  road_ = std::make_unique<AwayRoad>(std::move(away).value(), awayRoom_, timeout_);
+  road_ = std::make_unique<AwayRoad>(std::move(away).value(),
+                                     paired_.named(away_.companion).value_or(away_.companion), timeout_);
   return road_.get();
 }
 

@@ -30,17 +30,23 @@ struct PhoneEnvironment {
   /// Loaded only for mirroring: every other command would wait for libraries that it does not need. Empty
   /// in a build without mirroring.
   std::function<Result<std::shared_ptr<MirrorMedia>>()> media = {};
-  /// What the road to companions far away stands on; made only when one is called. Empty in a build without.
-  std::function<Result<AwayLink::Environment>()> away = {};
+  /// What the road to companions far away stands on; made only when one is called, and outlives the
+  /// commands. Empty in a build without.
+  std::function<Result<AwayLink::Environment>(bool verbose)> away = {};
 };
 
 /// The subcommands of `tevanto-phone`. Each finds the companion, talks to it, prints what it said, and
 /// returns how the program ends.
 class PhoneCommands {
  public:
-  /// With `awayRoom` the companion is called there, by its device identifier or the name of a paired one.
+  /// Whom to call on another network.
+  struct AwayChoice {
+    std::string companion;  // device identifier, or the name of a paired one; empty: nobody
+    bool verbose = false;   // say how the call goes
+  };
+
   PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format format, CompanionFinder::Choice choice,
-                const std::string& awayRoom = {});
+                AwayChoice away);
 
   ExitCode discover();
   ExitCode pair(const std::string& code);
@@ -75,7 +81,7 @@ class PhoneCommands {
   std::chrono::milliseconds timeout_;
   PairedCompanions paired_;
   CompanionFinder finder_;
-  std::string awayRoom_;
+  AwayChoice away_;
   std::unique_ptr<Road> road_;
 };
 

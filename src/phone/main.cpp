@@ -2,18 +2,24 @@
 
 #include <csignal>
 #include <iostream>
+#include <memory>
+#include <utility>
 
+#include "core/EventLoop.h"
 #include "core/JsonUserDefaults.h"
 #include "core/Log.h"
 #include "phone/CommandLine.h"
 #include "phone/MirrorMediaModule.h"
 #include "platform/linux/AvahiServiceBrowser.h"
+#include "platform/linux/LinuxTransports.h"
 #include "platform/linux/ProgramModule.h"
 
 namespace {
 
 using tevanto::Failure;
 using tevanto::Result;
+using tevanto::phone::AwayLink;
+using tevanto::phone::AwayTransport;
 using tevanto::phone::MirrorMedia;
 
 Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
@@ -24,6 +30,38 @@ Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
   return std::shared_ptr<MirrorMedia>(make());
 }
 
+/// The road away, with a loop of its own below it.
+class Away {
+ public:
+  Away(tevanto::UserDefaults& defaults, const std::shared_ptr<tevanto::LogSink>& log)
+      : transports_({.loop = loop_,
+                     .mainQueue = mainQueue_,
+                     .defaults = defaults,
+                     .log = log,
+                     .includeLoopback = true}) {}
+  ~Away() { loop_->stop(); }
+  Away(const Away&) = delete;
+  Away& operator=(const Away&) = delete;
+
+  Result<AwayLink::Environment> environment() {
+    if (!transports_.canMeet()) {
+      return Failure{
+          "No relay is known at which to meet the companion. Name the one that it waits at: "
+          "TEVANTO_RELAY_URLS=wss://relay.example.org"};
+    }
+    return AwayLink::Environment{
+        mainQueue_, [this](const std::string& room) {
+          auto made = transports_.factory().makeOfferer(room);
+          return AwayTransport{made.transport, made.transport, std::move(made.start)};
+        }};
+  }
+
+ private:
+  const std::shared_ptr<tevanto::EventLoop> loop_ = tevanto::EventLoop::background(1);
+  const std::shared_ptr<tevanto::SerialQueue> mainQueue_ = loop_->makeQueue("main");
+  tevanto::LinuxTransports transports_;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -31,6 +69,13 @@ int main(int argc, char** argv) {
   tevanto::JsonUserDefaults defaults(tevanto::JsonUserDefaults::standardFile("phone.json"),
                                      tevanto::Logger(tevanto::LogSink::standardError(), "phone"));
   const auto browser = tevanto::makeAvahiServiceBrowser();
-  return tevanto::phone::runPhone({argv + 1, argv + argc}, {browser.get(), defaults, std::cout, std::cerr,
-                                                            STDIN_FILENO, STDOUT_FILENO, loadMirrorMedia});
+  std::unique_ptr<Away> away;
+  const auto callAway = [&](bool verbose) {
+    const auto log = verbose ? tevanto::LogSink::standardError() : tevanto::LogSink::none();
+    away = std::make_unique<Away>(defaults, log);
+    return away->environment();
+  };
+  return tevanto::phone::runPhone({argv + 1, argv + argc},
+                                  {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO,
+                                   loadMirrorMedia, callAway});
 }

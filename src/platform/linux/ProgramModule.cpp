@@ -3,15 +3,14 @@
 #include <dlfcn.h>
 
 #include <filesystem>
-#include <system_error>
+
+#include "platform/linux/ProgramFolder.h"
 
 namespace tevanto {
 namespace {
 
 std::filesystem::path pathOfModule(const std::string& module) {
-  std::error_code error;
-  const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  return program.parent_path().parent_path() / "lib" / "tevanto" / (module + ".so");
+  return installationFolder() / "lib" / "tevanto" / (module + ".so");
 }
 
 Failure missing(const std::string& module) {

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/EventLoop.h"
+#include "core/Log.h"
+#include "core/SerialQueue.h"
+#include "p2p/DeploymentSettings.h"
+#include "p2p/TransportFactory.h"
+
+namespace tevanto {
+
+class CloudDatabase;
+class HttpClient;
+class LoadedPeers;
+class UserDefaults;
+class WebSocketFactory;
+
+/// What the road away stands on in a program of this system, put together from what was deployed. Making it
+/// connects to nobody; the engine of the peers is loaded with the first of them.
+class LinuxTransports {
+ public:
+  struct Environment {
+    std::shared_ptr<EventLoop> loop;  // of the sockets, and of the queues below the transports
+    std::shared_ptr<SerialQueue> mainQueue;
+    UserDefaults& defaults;  // outlives it
+    std::shared_ptr<LogSink> log;
+    /// Also offer the addresses of the loopback interface: for peers on one computer.
+    bool includeLoopback = false;
+    /// Pass on what the engine says of itself.
+    bool verbose = false;
+  };
+  explicit LinuxTransports(const Environment& environment);
+  ~LinuxTransports();
+  LinuxTransports(const LinuxTransports&) = delete;
+  LinuxTransports& operator=(const LinuxTransports&) = delete;
+
+  /// Whether there is any place where peers could meet: a relay, or records in the cloud.
+  bool canMeet() const;
+  TransportFactory& factory() const { return *factory_; }
+
+  const DeploymentSettings& settings() const { return settings_; }
+  const std::shared_ptr<HttpClient>& http() const { return http_; }
+  const std::shared_ptr<WebSocketFactory>& webSockets() const { return webSockets_; }
+  const std::shared_ptr<LoadedPeers>& peers() const { return peers_; }
+  const std::shared_ptr<IceServerSource>& iceServers() const { return iceServers_; }
+  const std::shared_ptr<CloudDatabase>& database() const { return database_; }
+
+ private:
+  const DeploymentSettings settings_;
+  const std::shared_ptr<HttpClient> http_;
+  const std::shared_ptr<WebSocketFactory> webSockets_;
+  const std::shared_ptr<LoadedPeers> peers_;
+  const std::shared_ptr<IceServerSource> iceServers_;
+  const std::shared_ptr<CloudDatabase> database_;
+  std::shared_ptr<TransportFactory> factory_;
+};
+
+}  // namespace tevanto
