@@ -22,14 +22,14 @@ enum class CloudAccountStatus {
 
 /// One record of type "TevantoSignal".
 struct CloudRecord {
-  std::string name;
-  std::string room;
-  std::string kind;
-  std::string session;
-  std::string payload;
-  std::optional<std::chrono::system_clock::time_point> created;
+  std::string name = {};
+  std::string room = {};
+  std::string kind = {};
+  std::string session = {};
+  std::string payload = {};
+  std::optional<std::chrono::system_clock::time_point> created = {};
   /// When the server first stored it; set by the server.
-  std::optional<std::chrono::system_clock::time_point> serverCreated;
+  std::optional<std::chrono::system_clock::time_point> serverCreated = {};
 
   bool operator==(const CloudRecord&) const = default;
 };
