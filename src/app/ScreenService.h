@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "screen/ScreenTransport.h"
+
 namespace tevanto {
 
 /// What the screen's service tells about itself.
@@ -17,9 +19,8 @@ struct ScreenServiceState {
 };
 
 /// The service that mirrors the screen to the phone, as the runtime drives it. Main queue only.
-class ScreenService {
+class ScreenService : public ScreenTransportHost {
  public:
-  virtual ~ScreenService() = default;
   /// Once; never fails, `state` tells how it went.
   virtual void start() = 0;
   /// Ends every session and gives its port back. May be called twice.
@@ -33,6 +34,8 @@ class UnavailableScreenService final : public ScreenService {
  public:
   void start() override {}
   void stop() override {}
+  void attach(const std::shared_ptr<ScreenTransport>&) override {}
+  void detach(const std::shared_ptr<ScreenTransport>&) override {}
   ScreenServiceState state() const override {
     ScreenServiceState now;
     now.statusText = "Mirroring is not part of this build";

@@ -21,6 +21,14 @@ void StreamScreenService::start() {
 
 void StreamScreenService::stop() { server_->stop(); }
 
+void StreamScreenService::attach(const std::shared_ptr<ScreenTransport>& transport) {
+  server_->attach(transport);
+}
+
+void StreamScreenService::detach(const std::shared_ptr<ScreenTransport>& transport) {
+  server_->detach(transport);
+}
+
 ScreenServiceState StreamScreenService::state() const {
   refreshTrust();
   ScreenServiceState now;

@@ -20,6 +20,8 @@ class StreamScreenService final : public ScreenService {
 
   void start() override;
   void stop() override;
+  void attach(const std::shared_ptr<ScreenTransport>& transport) override;
+  void detach(const std::shared_ptr<ScreenTransport>& transport) override;
   /// Also has the permission looked at again, for the next time.
   ScreenServiceState state() const override;
 

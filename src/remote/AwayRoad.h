@@ -2,44 +2,31 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
+#include "p2p/PairingInvites.h"
 #include "remote/MessageChannel.h"
+#include "screen/ScreenTransport.h"
 
 namespace tevanto {
 
-class ScreenService;
-
-/// The road by which a phone away from the local network reaches this computer: a peer-to-peer answerer and
-/// the invite that leads a phone to it. The remote server drives it; all calls come on the server's queue.
-class AwayRoad {
- public:
-  /// What an invite tells a phone.
-  struct Invite {
-    std::string pairingCode;
-    std::string deviceID;
-    std::string name;
-  };
-
-  virtual ~AwayRoad() = default;
-  /// Who mirrors the screen over this road too. Before the first `startAnswerer`.
-  virtual void setScreen(std::weak_ptr<ScreenService> screen) { (void)screen; }
-  /// Starts the answerer unless one runs. Called when the listener starts and whenever a local connection
-  /// ends.
-  virtual void startAnswerer() = 0;
-  /// Publishes the invite, and again every 240 seconds, until another one takes its place.
-  virtual void publishInvite(const Invite& invite) = 0;
-  /// A phone has just paired.
-  virtual void phonePaired(const std::optional<std::string>& phoneDeviceID) = 0;
+/// A peer-to-peer transport that waits for the phone's offer. Its channel and its screen are two faces of one
+/// object, whose callbacks come on the main queue. A channel that has reported `failed` is of no use any
+/// more; `close` ends it for good and may be called more than once.
+struct Answerer {
+  std::shared_ptr<MessageChannel> channel;
+  std::shared_ptr<ScreenTransport> screen;
+  /// Begins to wait. Once, on the main queue, when the callbacks are set.
+  std::function<void()> start;
 };
 
-/// For a build or a system that has no such road.
-class NoAwayRoad final : public AwayRoad {
- public:
-  void startAnswerer() override {}
-  void publishInvite(const Invite&) override {}
-  void phonePaired(const std::optional<std::string>&) override {}
+/// Makes an answerer that waits in `room`; one without a channel when that is not possible now. Main queue.
+using AnswererFactory = std::function<Answerer(const std::string& room)>;
+
+/// How a phone away from the local network reaches this computer. Both may be empty: then it does not.
+struct AwayRoad {
+  AnswererFactory makeAnswerer = {};
+  std::shared_ptr<PairingInvites> invites = {};
 };
 
 }  // namespace tevanto

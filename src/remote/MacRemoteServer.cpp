@@ -8,55 +8,16 @@
 #include "core/Uuid.h"
 #include "remote/LineProtocolConnection.h"
 #include "remote/PairingCode.h"
+#include "remote/ServerMessages.h"
+#include "remote/ServerStatus.h"
 
 namespace tevanto {
-namespace {
-
-/// The status texts, as the panel and `status` show them.
-namespace status {
-constexpr auto* kStarting = "Starting";
-constexpr auto* kWaiting = "Waiting for iPhone";
-constexpr auto* kPair = "Pair from iPhone";
-constexpr auto* kAuthenticating = "Authenticating iPhone";
-constexpr auto* kConnected = "iPhone connected";
-constexpr auto* kPaired = "Paired";
-constexpr auto* kAccessibilityRequired = "Accessibility required";
-constexpr auto* kStopped = "Stopped";
-constexpr auto* kFailed = "Server failed";
-constexpr auto* kCannotStart = "Cannot start server";
-}  // namespace status
-
-RemoteMessage makeMessage(const char* type) {
-  RemoteMessage message;
-  message.type = type;
-  return message;
-}
-
-RemoteMessage rejection(const char* type, const char* reason) {
-  auto message = makeMessage(type);
-  message.message = reason;
-  return message;
-}
-
-/// A message in which this computer introduces itself.
-RemoteMessage introduction(const char* type, const std::optional<std::string>& hostName,
-                           const std::string& deviceID) {
-  auto message = makeMessage(type);
-  message.protocolVersion = kProtocolVersion;
-  message.hostName = hostName;
-  message.deviceID = deviceID;
-  message.kind = kDeviceKind;
-  message.capabilities = capabilityList();
-  return message;
-}
-
-}  // namespace
-
 std::shared_ptr<MacRemoteServer> MacRemoteServer::create(Environment environment, Actuators actuators) {
   // A name that cannot be encoded would cost the phone every message that carries it.
   if (environment.computerName) environment.computerName = wellFormedUtf8(*environment.computerName);
   std::shared_ptr<MacRemoteServer> server(new MacRemoteServer(std::move(environment), actuators));
   server->makeDispatch(std::move(actuators));
+  server->setAwayRoad({});
   return server;
 }
 
@@ -95,12 +56,6 @@ void MacRemoteServer::setPower(std::shared_ptr<MacPowerManager> power) {
   dispatch_->setPower(std::move(power));
 }
 
-void MacRemoteServer::setAwayRoad(std::shared_ptr<AwayRoad> road) { awayRoad_ = std::move(road); }
-
-void MacRemoteServer::setScreen(std::weak_ptr<ScreenService> screen) {
-  awayRoad_->setScreen(std::move(screen));
-}
-
 void MacRemoteServer::start() {
   onQueue([](MacRemoteServer& self) { self.startNow(); });
 }
@@ -114,9 +69,7 @@ void MacRemoteServer::send(RemoteMessage message) {
 }
 
 void MacRemoteServer::disconnect() {
-  onQueue([](MacRemoteServer& self) {
-    if (self.channel_) self.channel_->close();
-  });
+  onQueue([](MacRemoteServer& self) { self.closeChannel(); });
 }
 
 void MacRemoteServer::requestAccessibility() {
@@ -147,7 +100,7 @@ void MacRemoteServer::startNow() {
     if (const auto self = weak.lock()) self->listenerChanged(state);
   });
   listener_->start(environment_.queue);
-  awayRoad_->startAnswerer();
+  startAnswerer();
   publishInvite();
 }
 
@@ -156,6 +109,7 @@ void MacRemoteServer::stopNow() {
   registration_.reset();
   advertising.set({});
   port.set(0);
+  stopAwayRoad();
   if (channel_) channel_->close();
   listener_->cancel();
 }
@@ -171,10 +125,6 @@ void MacRemoteServer::advertise() {
                       [](MacRemoteServer& self, const AdvertisingStatus& status) {
                         if (self.running_) self.advertising.set(status);
                       }));
-}
-
-void MacRemoteServer::publishInvite() {
-  awayRoad_->publishInvite({pairingCode.get(), deviceID_, advertisedName(environment_.computerName)});
 }
 
 void MacRemoteServer::listenerChanged(ListenerState state) {
@@ -195,9 +145,10 @@ void MacRemoteServer::listenerChanged(ListenerState state) {
 
 void MacRemoteServer::accept(std::unique_ptr<TcpConnection> connection) {
   if (!running_) return;
-  if (channel_) channel_->close();
+  closeChannel();
   auto line = std::make_shared<LineProtocolConnection>(std::move(connection));
   channel_ = line;
+  channelIsAway_ = false;
   line->onMessage = [weak = weak_from_this()](RemoteMessage message) {
     if (const auto self = weak.lock()) self->handle(std::move(message));
   };
@@ -210,21 +161,31 @@ void MacRemoteServer::accept(std::unique_ptr<TcpConnection> connection) {
 
 // Deliberately does not ask whether the connection is still the current one, except for letting go of it: the
 // cancellation of a replaced connection comes through here too, and the newer connection's own `ready` comes
-// after it and sets the state again.
+// after it and sets the state again. But one that the away road has replaced ends after that road's `ready`.
 void MacRemoteServer::connectionChanged(const MessageChannel* channel, ConnectionState state) {
+  if (state != ConnectionState::ready && state != ConnectionState::failed &&
+      state != ConnectionState::cancelled)
+    return;
+  if (channelIsAway_) return;
   if (state == ConnectionState::ready) return channelReady();
-  if (state != ConnectionState::failed && state != ConnectionState::cancelled) return;
   if (channel == channel_.get()) channel_.reset();
   isClientConnected.set(false);
   if (!running_) return;
   statusText.set(status::kWaiting);
-  awayRoad_->startAnswerer();
+  startAnswerer();
 }
 
 void MacRemoteServer::channelReady() {
   isClientConnected.set(true);
   const bool paired = !environment_.defaults.stringEquals(kPairingTokenKey, std::nullopt);
   statusText.set(paired ? status::kAuthenticating : status::kPair);
+}
+
+// The away road's channel is the answerer's, of which another takes the place.
+void MacRemoteServer::closeChannel() {
+  if (!channel_) return;
+  if (channelIsAway_) return dropAwayChannel();
+  channel_->close();
 }
 
 void MacRemoteServer::reply(const RemoteMessage& message) {
@@ -264,7 +225,7 @@ void MacRemoteServer::handlePairRequest(const RemoteMessage& message) {
   }
   reply(accepted);
   enterConnectedState();
-  completePairing(message.deviceID);
+  completePairing();
 }
 
 void MacRemoteServer::handleCommand(RemoteMessage message) {
@@ -288,15 +249,16 @@ void MacRemoteServer::enterConnectedState() {
 
 // The code changes at once, so that two requests in one read cannot both use it; the rest of the world hears
 // of the pairing once the main queue has shown it.
-void MacRemoteServer::completePairing(const std::optional<std::string>& phoneDeviceID) {
+void MacRemoteServer::completePairing() {
+  const auto used = pairingCode.get();
   pairingCode.set(randomPairingCode());
-  environment_.mainQueue->async([weak = weak_from_this(), phoneDeviceID] {
+  environment_.mainQueue->async([weak = weak_from_this(), used] {
     const auto self = weak.lock();
     if (!self) return;
     self->statusText.set(status::kPaired);
-    self->onQueue([phoneDeviceID](MacRemoteServer& server) {
+    self->onQueue([used](MacRemoteServer& server) {
       if (!server.running_) return;
-      server.awayRoad_->phonePaired(phoneDeviceID);
+      server.withdrawInvite(used);
       server.publishInvite();
     });
   });

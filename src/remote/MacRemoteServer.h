@@ -16,9 +16,13 @@
 
 namespace tevanto {
 
-/// The computer's end of the control channel: accepts one phone at a time (the newest wins), pairs it by the
-/// six-digit code, knows it again by its token, checks the token of every command and hands it to the
-/// dispatch. Lives on its own queue, "tevanto.remote.server"; the published values may be read anywhere.
+class AnswererKeeper;
+class PairingInvitePublisher;
+
+/// The computer's end of the control channel: accepts one phone at a time, by the local network or by the
+/// away road (the newest wins), pairs it by the six-digit code, knows it again by its token, checks the token
+/// of every command and hands it to the dispatch. Lives on its own queue, "tevanto.remote.server"; the
+/// published values may be read anywhere.
 class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServer> {
  public:
   static constexpr std::uint16_t kDefaultPort = 51637;
@@ -53,13 +57,15 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
 
   /// Before `start`. Without a power manager keep-awake commands are answered with "power unavailable".
   void setPower(std::shared_ptr<MacPowerManager> power);
-  void setAwayRoad(std::shared_ptr<AwayRoad> road);
-  /// Hands the screen's service to the away road, which is to carry it too. It is not kept alive.
-  void setScreen(std::weak_ptr<ScreenService> screen);
+  /// Before `start`. Without it a phone away from the local network finds nobody.
+  void setAwayRoad(AwayRoad road);
+  /// Before `start`: who carries the screen over the away road. It is not kept alive.
+  void setScreen(std::weak_ptr<ScreenTransportHost> screen);
 
   /// Starts the listener; again: nothing. May be called from any thread.
   void start();
-  /// Ends the listener, the advertisement and the current channel. May be called twice, from any thread.
+  /// Ends the listener, the advertisement, the away road and the current channel. May be called twice, from
+  /// any thread.
   void stop();
   /// Sends on the current channel, if there is one. May be called from any thread.
   void send(RemoteMessage message);
@@ -74,15 +80,20 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   /// Runs `work(MacRemoteServer&)` on the server's queue if the server still lives then.
   template <class Work>
   void onQueue(Work work);
+  /// Runs `work` with the answerer's keeper or the invite's publisher, which live on the main queue.
+  template <class Work>
+  void withAnswerer(Work work);
+  template <class Work>
+  void withInvite(Work work);
 
   void startNow();
   void stopNow();
   void advertise();
-  void publishInvite();
   void listenerChanged(ListenerState state);
   void accept(std::unique_ptr<TcpConnection> connection);
   void connectionChanged(const MessageChannel* channel, ConnectionState state);
   void channelReady();
+  void closeChannel();
   void reply(const RemoteMessage& message);
 
   void handle(RemoteMessage message);
@@ -90,16 +101,28 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   void handlePairRequest(const RemoteMessage& message);
   void handleCommand(RemoteMessage message);
   void enterConnectedState();
-  void completePairing(const std::optional<std::string>& phoneDeviceID);
+  void completePairing();
   void permissionChecked(bool trusted);
   void permissionReturned();
+
+  void startAnswerer();
+  void publishInvite();
+  void withdrawInvite(const std::string& code);
+  void stopAwayRoad();
+  void awayChannelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state);
+  void awayChannelReady(const std::shared_ptr<MessageChannel>& channel);
+  void awayChannelEnded();
+  void dropAwayChannel();
 
   const Environment environment_;
   AccessibilityPermission& permission_;
   std::shared_ptr<CommandDispatch> dispatch_;
-  std::shared_ptr<AwayRoad> awayRoad_ = std::make_shared<NoAwayRoad>();
+  std::shared_ptr<AnswererKeeper> answerer_;
+  std::shared_ptr<PairingInvitePublisher> invite_;
   std::unique_ptr<TcpListener> listener_;  // from the start until its end was reported
   std::shared_ptr<MessageChannel> channel_;
+  bool channelIsAway_ = false;  // the current channel is the answerer's
+  std::weak_ptr<MessageChannel> droppedChannel_;
   ServiceAdvertiser::Registration registration_;
   std::string deviceID_;
   bool running_ = false;

@@ -170,6 +170,10 @@ void ScreenStreamServer::attach(const std::shared_ptr<ScreenTransport>& transpor
   if (transport) listenTo(transport);
 }
 
+void ScreenStreamServer::detach(const std::shared_ptr<ScreenTransport>& transport) {
+  if (transport && same(attachedTransport_, transport)) attach(nullptr);
+}
+
 void ScreenStreamServer::listenTo(const std::shared_ptr<ScreenTransport>& transport) {
   const std::weak_ptr<ScreenTransport> weakTransport = transport;
   transport->onScreenData = [weak = weak_from_this(), weakTransport](std::span<const std::byte> message) {

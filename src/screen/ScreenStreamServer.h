@@ -28,7 +28,8 @@ class FramedConnection;
 ///      +------- stop message, route lost, capture error, new owner ---+
 ///
 /// Lives on its own queue, "tevanto.screen.server"; the published values may be read anywhere.
-class ScreenStreamServer final : public std::enable_shared_from_this<ScreenStreamServer> {
+class ScreenStreamServer final : public ScreenTransportHost,
+                                 public std::enable_shared_from_this<ScreenStreamServer> {
  public:
   static constexpr std::uint16_t kDefaultPort = 51638;
 
@@ -51,7 +52,7 @@ class ScreenStreamServer final : public std::enable_shared_from_this<ScreenStrea
   };
 
   static std::shared_ptr<ScreenStreamServer> create(Environment environment, Machinery machinery);
-  ~ScreenStreamServer();
+  ~ScreenStreamServer() override;
 
   /// A session is delivering video.
   Published<bool> isStreaming;
@@ -68,8 +69,8 @@ class ScreenStreamServer final : public std::enable_shared_from_this<ScreenStrea
   /// Ends the listener, the advertisement, the connections and the session. May be called twice, from any
   /// thread.
   void stop();
-  /// Makes `transport` the second route, in place of the one attached before. On the main queue.
-  void attach(const std::shared_ptr<ScreenTransport>& transport);
+  void attach(const std::shared_ptr<ScreenTransport>& transport) override;
+  void detach(const std::shared_ptr<ScreenTransport>& transport) override;
   /// Asks again whether the screen may be captured. May be called from any thread.
   void refreshScreenRecordingTrust();
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <span>
 
 namespace tevanto {
@@ -22,6 +23,16 @@ class ScreenTransport {
   virtual bool sendScreenPayload(std::span<const std::byte> message) = 0;
   /// Sends a video-frame message on the screen channel; false when the drop rule or the channel refused it.
   virtual bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame) = 0;
+};
+
+/// Who carries the screen over a transport that somebody else owns. Main queue only.
+class ScreenTransportHost {
+ public:
+  virtual ~ScreenTransportHost() = default;
+  /// Makes `transport` the second route, in place of the one attached before. It is not kept alive.
+  virtual void attach(const std::shared_ptr<ScreenTransport>& transport) = 0;
+  /// Gives it up again, if it is the attached one.
+  virtual void detach(const std::shared_ptr<ScreenTransport>& transport) = 0;
 };
 
 }  // namespace tevanto

@@ -16,6 +16,7 @@
 #include "control/MacShortcutRunner.h"
 #include "remote/MacRemoteServer.h"
 #include "tests/support/FakeAccessibilityPermission.h"
+#include "tests/support/FakeAwayTransport.h"
 #include "tests/support/FakeListenerFactory.h"
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakePowerSources.h"
@@ -42,8 +43,11 @@ class RecordingScreen final : public ScreenService {
   explicit RecordingScreen(std::function<void()> onStart) : onStart_(std::move(onStart)) {}
   void start() override { onStart_(); }
   void stop() override { ++stops; }
+  void attach(const std::shared_ptr<ScreenTransport>& transport) override { attached = transport; }
+  void detach(const std::shared_ptr<ScreenTransport>&) override { attached.reset(); }
   ScreenServiceState state() const override { return {true, "Mirroring to iPhone", true, "libx264", 4711}; }
   int stops = 0;
+  std::weak_ptr<ScreenTransport> attached;
 
  private:
   const std::function<void()> onStart_;
@@ -62,17 +66,6 @@ class NotingLoginItem final : public LoginItem {
 
  private:
   const std::function<void()> onStatus_;
-};
-
-class RecordingRoad final : public AwayRoad {
- public:
-  void setScreen(std::weak_ptr<ScreenService> given) override { screen = std::move(given); }
-  void startAnswerer() override { hadScreen = !screen.expired(); }
-  void publishInvite(const Invite&) override {}
-  void phonePaired(const std::optional<std::string>&) override {}
-
-  std::weak_ptr<ScreenService> screen;
-  bool hadScreen = false;
 };
 
 /// The desktop, as far as windows and the Dock go.
@@ -215,24 +208,27 @@ TEST_F(Runtime, startsTheServicesInOrder) {
 }
 
 TEST_F(Runtime, theServerGetsTheScreenBeforeItStartsAndDoesNotKeepItAlive) {
-  const auto road = std::make_shared<RecordingRoad>();
+  test::FakeAnswerers answerers;
   auto made = factories();
   made.server = [&] {
     auto server = makeServer();
-    server->setAwayRoad(road);
+    server->setAwayRoad({.makeAnswerer = answerers.factory()});
     return server;
   };
+  std::weak_ptr<RecordingScreen> kept;
   {
     TevantoMacRuntime runtime(made);
     runtime.start();
     main->runPending();
-    EXPECT_TRUE(road->hadScreen);
-    EXPECT_EQ(road->screen.lock(), screen);
+    ASSERT_TRUE(answerers.last());
+    EXPECT_EQ(screen->attached.lock(), answerers.last()->screen);
     runtime.willTerminate();
     main->runPending();
+    EXPECT_TRUE(screen->attached.expired());
+    kept = screen;
   }
   screen.reset();
-  EXPECT_TRUE(road->screen.expired());
+  EXPECT_TRUE(kept.expired());
 }
 
 TEST_F(Runtime, startsOnlyOnce) {

@@ -14,6 +14,7 @@
 #include "remote/MacRemoteServer.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/FakeAccessibilityPermission.h"
+#include "tests/support/FakeAwayTransport.h"
 #include "tests/support/FakeListenerFactory.h"
 #include "tests/support/FakePowerSources.h"
 #include "tests/support/FakeScriptHost.h"
@@ -36,28 +37,6 @@ inline void PrintTo(const RemoteMessage& message, std::ostream* out) {
 }  // namespace tevanto
 
 namespace tevanto::test {
-
-/// An away road that writes down what it is told.
-class RecordingAwayRoad final : public AwayRoad {
- public:
-  int answererStarts = 0;
-  std::vector<Invite> invites;
-  std::vector<std::optional<std::string>> paired;
-  std::shared_ptr<SerialQueue> queue;
-
-  void startAnswerer() override {
-    EXPECT_TRUE(queue->isCurrent());
-    ++answererStarts;
-  }
-  void publishInvite(const Invite& invite) override {
-    EXPECT_TRUE(queue->isCurrent());
-    invites.push_back(invite);
-  }
-  void phonePaired(const std::optional<std::string>& phoneDeviceID) override {
-    EXPECT_TRUE(queue->isCurrent());
-    paired.push_back(phoneDeviceID);
-  }
-};
 
 /// A phone's end of a control connection.
 class Phone {
@@ -108,7 +87,6 @@ class RemoteServerTest : public testing::Test {
   static constexpr auto* kToken = "01234567-89AB-CDEF-0123-456789ABCDEF";
 
   void SetUp() override {
-    away_->queue = queue_;
     scripts_.results[std::string(script::kOutputVolume)] = {true, "", 25};
     scripts_.results[std::string(script::kOutputMuted)] = {true, "", false};
     makeServer();
@@ -124,7 +102,7 @@ class RemoteServerTest : public testing::Test {
                                        .defaults = defaults_,
                                        .computerName = std::move(computerName)},
                                       {.input = input_, .shortcuts = shortcuts_, .permission = permission_});
-    server_->setAwayRoad(away_);
+    server_->setAwayRoad({answerers_.factory(), invites_});
   }
 
   void start() {
@@ -165,7 +143,8 @@ class RemoteServerTest : public testing::Test {
   FakeAccessibilityPermission permission_;
   FakeSleepAssertions assertions_;
   FakePowerSources sources_;
-  std::shared_ptr<RecordingAwayRoad> away_ = std::make_shared<RecordingAwayRoad>();
+  FakeAnswerers answerers_;
+  std::shared_ptr<RecordingPairingInvites> invites_ = std::make_shared<RecordingPairingInvites>();
   std::shared_ptr<MacInputController> input_ =
       std::make_shared<MacInputController>(events_, preferences_, workspace_);
   std::shared_ptr<MacShortcutRunner> shortcuts_ =

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "core/SerialQueue.h"
+#include "remote/AwayRoad.h"
+
+namespace tevanto {
+
+/// Keeps an answerer waiting for the phone: makes one, hands it to the screen's service too, and when it has
+/// failed lets go of it and makes another after a while.
+///
+///     none --start--> waiting --ready--> ready <--interrupted, ready--> interrupted
+///      ^                 |                 |                                 |
+///      |                 +---- failed -----+------------- failed ------------+
+///      |                              |
+///      +-- 1.5, 3, 6, 12, 24, 30, 30 … seconds; 1.5 again after a ready --+
+///
+/// Between two answerers there is nothing but a timer. Main queue only.
+class AnswererKeeper final : public std::enable_shared_from_this<AnswererKeeper> {
+ public:
+  static constexpr std::chrono::milliseconds kFirstRestartDelay{1500};
+  static constexpr std::chrono::milliseconds kLongestRestartDelay{30'000};
+
+  /// Who uses the channel. Called on the main queue.
+  struct Callbacks {
+    /// `failed` is the last that is heard of a channel.
+    std::function<void(const std::shared_ptr<MessageChannel>& channel, ChannelState state)> onChannelState;
+    std::function<void(RemoteMessage message)> onMessage;
+  };
+
+  AnswererKeeper(std::shared_ptr<SerialQueue> mainQueue, AnswererFactory makeAnswerer, Callbacks callbacks);
+
+  /// Who carries the screen over the answerers. Not kept alive.
+  void setScreen(std::weak_ptr<ScreenTransportHost> screen) { screen_ = std::move(screen); }
+  /// Makes an answerer that waits in `room`, unless there is one.
+  void start(const std::string& room);
+  /// Ends `channel`, if it is the answerer's, as if it had failed.
+  void drop(const std::shared_ptr<MessageChannel>& channel);
+  /// Ends the answerer and makes no other; nobody is told. May be called twice.
+  void stop();
+
+ private:
+  void listenTo(const std::shared_ptr<MessageChannel>& channel);
+  void channelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state);
+  void failed();
+  void letGo();
+  void restartLater();
+
+  const std::shared_ptr<SerialQueue> mainQueue_;
+  const AnswererFactory makeAnswerer_;
+  const Callbacks callbacks_;
+  std::weak_ptr<ScreenTransportHost> screen_;
+  std::string room_;
+  Answerer webRTCAnswerer_;  // without a channel: none
+  std::chrono::milliseconds webRTCRestartDelay_ = kFirstRestartDelay;
+  Timer restart_;
+};
+
+}  // namespace tevanto
