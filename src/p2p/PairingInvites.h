@@ -2,15 +2,9 @@
 
 #include <string>
 
+#include "p2p/CloudPairingInvite.h"
+
 namespace tevanto {
-
-/// What an invite tells the phone that looks for it by the pairing code.
-struct CloudPairingInvite {
-  std::string deviceID;
-  std::string deviceName;
-
-  bool operator==(const CloudPairingInvite&) const = default;
-};
 
 /// Where invites lie until a phone away from the local network finds them. Calls may come from any thread;
 /// failures are logged, not told. A code that has not exactly six digits is ignored.
