@@ -28,7 +28,6 @@ using Limit =
     asio::basic_waitable_timer<std::chrono::steady_clock, asio::wait_traits<std::chrono::steady_clock>,
                                EventLoopQueue::Strand>;
 
-constexpr std::chrono::seconds kCloseLimit{2};
 /// What a server that does not read may hold back here.
 constexpr std::size_t kMaxUnsentBytes = 8 * 1024 * 1024;
 /// Of a close frame without a code (RFC 6455, section 7.4.1).
@@ -41,8 +40,10 @@ constexpr std::uint16_t kNoCloseCode = 1005;
 ///      any --(fault, close frame, cancel while opening)--> ended
 class Link : public std::enable_shared_from_this<Link> {
  public:
-  Link(const EventLoopQueue::Strand& strand, std::shared_ptr<AsioTlsContext> tls, Handlers handlers)
+  Link(const EventLoopQueue::Strand& strand, std::shared_ptr<AsioTlsContext> tls,
+       const WebSocketLimits& limits, Handlers handlers)
       : strand_(strand),
+        limits_(limits),
         opening_(std::make_shared<AsioOpening>(strand, std::move(tls))),
         limit_(strand),
         handlers_(std::move(handlers)) {}
@@ -52,8 +53,7 @@ class Link : public std::enable_shared_from_this<Link> {
     const auto url = parseUrl(text);
     if (!url || !url->isWebSocket()) return end({.closeCode = {}, .error = "no WebSocket address: " + text});
     url_ = *url;
-    arm(WebSocketConnection::kOpenLimit,
-        [this] { end({.closeCode = {}, .error = url_.authority() + " took too long"}); });
+    arm(limits_.open, [this] { end({.closeCode = {}, .error = url_.authority() + " took too long"}); });
     opening_->open(url_, [self = shared_from_this()](std::unique_ptr<AsioClientStream> stream,
                                                      const std::string& fault) {
       self->connected(std::move(stream), fault);
@@ -82,7 +82,7 @@ class Link : public std::enable_shared_from_this<Link> {
     if (state_ == State::opening || broken_) return finish();
     state_ = State::closing;
     closeCode_ = closeCode;
-    arm(kCloseLimit, [this] { finish(); });
+    arm(limits_.close, [this] { finish(); });
     if (outbox_.empty()) close();
   }
 
@@ -210,7 +210,7 @@ class Link : public std::enable_shared_from_this<Link> {
 
   void writePing() {
     if (std::exchange(pinging_, true)) return;
-    arm(WebSocketConnection::kPongLimit, [this] { pongOverdue(); });
+    if (!std::exchange(awaitsPong_, true)) arm(limits_.pong, [this] { pongOverdue(); });
     const auto number = lastPing_;
     websocket::ping_data payload;
     const auto digits = std::to_string(number);
@@ -226,19 +226,20 @@ class Link : public std::enable_shared_from_this<Link> {
     std::uint64_t number = 0;
     const auto [end, fault] = std::from_chars(payload.data(), payload.data() + payload.size(), number);
     if (fault != std::errc() || end != payload.data() + payload.size() || state_ != State::open) return;
-    const auto before = pings_.size();
+    const bool expected = !pings_.empty() && pings_.front().number <= number;
     while (!pings_.empty() && pings_.front().number <= number) {
       report(std::move(pings_.front().pong), std::nullopt);
       pings_.pop_front();
     }
-    if (pings_.empty() && before > 0) disarm();
+    if (!expected) return;
+    awaitsPong_ = !pings_.empty();
+    if (awaitsPong_) return arm(limits_.pong, [this] { pongOverdue(); });
+    disarm();
   }
 
   void pongOverdue() {
-    const auto seconds = std::chrono::seconds(WebSocketConnection::kPongLimit).count();
-    for (auto& ping : std::exchange(pings_, {})) {
-      report(std::move(ping.pong), "no pong in " + std::to_string(seconds) + " seconds");
-    }
+    awaitsPong_ = false;
+    for (auto& ping : std::exchange(pings_, {})) report(std::move(ping.pong), "no pong in time");
   }
 
   void close() {
@@ -282,6 +283,7 @@ class Link : public std::enable_shared_from_this<Link> {
   }
 
   EventLoopQueue::Strand strand_;
+  const WebSocketLimits limits_;
   std::shared_ptr<AsioOpening> opening_;
   Limit limit_;  // of opening, of the oldest pong's wait, of closing: one at a time
   std::uint64_t limitTurn_ = 0;
@@ -296,7 +298,8 @@ class Link : public std::enable_shared_from_this<Link> {
   std::deque<Ping> pings_;  // that have no pong yet
   std::uint64_t lastPing_ = 0;
   bool pinging_ = false;  // a ping is being written
-  bool broken_ = false;   // nothing more can be sent, because of `fault_`
+  bool awaitsPong_ = false;
+  bool broken_ = false;  // nothing more can be sent, because of `fault_`
   std::string fault_;
   State state_ = State::opening;
   std::uint16_t closeCode_ = 0;
@@ -306,8 +309,8 @@ class Link : public std::enable_shared_from_this<Link> {
 class BeastWebSocketConnection final : public WebSocketConnection {
  public:
   BeastWebSocketConnection(std::shared_ptr<EventLoop::Core> loop, std::shared_ptr<AsioTlsContext> tls,
-                           std::string url)
-      : loop_(std::move(loop)), tls_(std::move(tls)), url_(std::move(url)) {}
+                           const WebSocketLimits& limits, std::string url)
+      : loop_(std::move(loop)), tls_(std::move(tls)), limits_(limits), url_(std::move(url)) {}
 
   ~BeastWebSocketConnection() override {
     if (!link_) return;
@@ -323,7 +326,7 @@ class BeastWebSocketConnection final : public WebSocketConnection {
     queue_ = std::move(queue);
     loop_->ensureThreads();
     const auto& strand = EventLoopQueue::from(*queue_).strand();
-    link_ = std::make_shared<Link>(strand, tls_, std::move(handlers));
+    link_ = std::make_shared<Link>(strand, tls_, limits_, std::move(handlers));
     asio::post(strand, [link = link_, url = url_] { link->begin(url); });
   }
 
@@ -342,6 +345,7 @@ class BeastWebSocketConnection final : public WebSocketConnection {
  private:
   std::shared_ptr<EventLoop::Core> loop_;
   std::shared_ptr<AsioTlsContext> tls_;
+  const WebSocketLimits limits_;
   const std::string url_;
   std::shared_ptr<SerialQueue> queue_;  // once started
   std::shared_ptr<Link> link_;
@@ -349,11 +353,12 @@ class BeastWebSocketConnection final : public WebSocketConnection {
 
 }  // namespace
 
-BeastWebSocketFactory::BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust)
-    : loop_(std::move(loop)), tls_(std::make_shared<AsioTlsContext>(trust)) {}
+BeastWebSocketFactory::BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust,
+                                             WebSocketLimits limits)
+    : loop_(std::move(loop)), tls_(std::make_shared<AsioTlsContext>(trust)), limits_(limits) {}
 
 std::shared_ptr<WebSocketConnection> BeastWebSocketFactory::create(const std::string& url) {
-  return std::make_shared<BeastWebSocketConnection>(loop_->core(), tls_, url);
+  return std::make_shared<BeastWebSocketConnection>(loop_->core(), tls_, limits_, url);
 }
 
 }  // namespace tevanto

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -11,16 +12,27 @@ namespace tevanto {
 
 class AsioTlsContext;
 
+/// How long a WebSocket waits for its server.
+struct WebSocketLimits {
+  /// From the start to the open socket; whoever is in more of a hurry cancels.
+  std::chrono::milliseconds open{60'000};
+  std::chrono::milliseconds pong{20'000};
+  /// For what is unsent, and for the server's own close frame.
+  std::chrono::milliseconds close{2'000};
+};
+
 /// Makes WebSockets over sockets of the event loop. The queue given to a connection's `start` must belong to
 /// the same loop.
 class BeastWebSocketFactory final : public WebSocketFactory {
  public:
-  explicit BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust = {});
+  explicit BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust = {},
+                                 WebSocketLimits limits = {});
   std::shared_ptr<WebSocketConnection> create(const std::string& url) override;
 
  private:
   std::shared_ptr<EventLoop> loop_;
   std::shared_ptr<AsioTlsContext> tls_;
+  const WebSocketLimits limits_;
 };
 
 }  // namespace tevanto

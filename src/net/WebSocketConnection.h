@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -28,8 +27,8 @@ class WebSocketConnection {
     std::function<void(std::string_view message)> onMessage;
     std::function<void(const End& end)> onEnd;
   };
-  /// The error's description, or nothing when the pong came. None in `kPongLimit` is an error too: a line
-  /// that went dead keeps silent.
+  /// The error's description, or nothing when the pong came. None in time is an error too: a line that
+  /// went dead keeps silent.
   using PongHandler = std::function<void(std::optional<std::string> error)>;
   using SentHandler = std::function<void(std::optional<std::string> error)>;
 
@@ -43,9 +42,6 @@ class WebSocketConnection {
   virtual void cancel(std::uint16_t closeCode) = 0;
 
   static constexpr std::uint16_t kGoingAway = 1001;
-  /// From `start` to `onOpen`; whoever is in more of a hurry cancels.
-  static constexpr std::chrono::seconds kOpenLimit{60};
-  static constexpr std::chrono::seconds kPongLimit{20};
   static constexpr std::size_t kMaxMessageBytes = 1024 * 1024;
 };
 

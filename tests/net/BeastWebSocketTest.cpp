@@ -31,7 +31,7 @@ class BeastWebSocketTest : public ::testing::Test {
   }
 
   void connect(const std::string& url, const TlsTrust& trust = {}) {
-    BeastWebSocketFactory factory(loop_, trust);
+    BeastWebSocketFactory factory(loop_, trust, limits_);
     queue_->sync([&] {
       socket_ = factory.create(url);
       socket_->start(queue_, {.onOpen = [this] { opened_ = true; },
@@ -83,6 +83,7 @@ class BeastWebSocketTest : public ::testing::Test {
   std::unique_ptr<TestHttpServer> server_;
   std::shared_ptr<TestWebSocketPeer> peer_;
   std::shared_ptr<WebSocketConnection> socket_;
+  WebSocketLimits limits_;
   bool opened_ = false;
   std::vector<std::string> messages_;
   std::function<void()> onMessage_;
@@ -127,6 +128,28 @@ TEST_F(BeastWebSocketTest, getsAPongForEachPing) {
   ASSERT_TRUE(settles([&] { return pongs_.size() == 4; }));
   EXPECT_EQ(pongs_, std::vector<std::optional<std::string>>(4));
   EXPECT_GE(peer_->pingCount(), 2);
+}
+
+TEST_F(BeastWebSocketTest, tellsOfAPongThatDoesNotCome) {
+  limits_.pong = std::chrono::milliseconds(50);
+  open();
+  peer_->stopReading();
+  peer_->sendText("now");  // behind the order to stop
+  ASSERT_TRUE(settles([&] { return messages_.size() == 1; }));
+  sendText("taken still");  // by the read that was under way
+  ASSERT_TRUE(eventually([&] { return peer_->received().size() == 1; }));
+  run([&] {
+    for (int i = 0; i < 2; ++i) socket_->ping([this](const auto& error) { pongs_.push_back(error); });
+  });
+  ASSERT_TRUE(settles([&] { return pongs_.size() == 2; }));
+  EXPECT_EQ(pongs_, std::vector<std::optional<std::string>>(2, "no pong in time"));
+  run([&] { EXPECT_TRUE(ends_.empty()); });
+}
+
+TEST_F(BeastWebSocketTest, givesUpOnAServerThatDoesNotOpen) {
+  limits_.open = std::chrono::milliseconds(50);
+  TestHttpServer silent([](const TestHttpRequest&) { return TestHttpReply{.silence = true}; });
+  EXPECT_EQ(failureOf("ws://" + silent.authority()), silent.authority() + " took too long");
 }
 
 TEST_F(BeastWebSocketTest, tellsWhatTheServersCloseFrameSays) {
@@ -178,6 +201,7 @@ TEST_F(BeastWebSocketTest, closesWithTheCodeBehindWhatItWasGiven) {
 }
 
 TEST_F(BeastWebSocketTest, isGoneSoonWhenTheServerDoesNotHearOfTheClose) {
+  limits_.close = std::chrono::milliseconds(50);
   open();
   peer_->stopReading();
   peer_->sendText("now");  // behind the order to stop
