@@ -21,6 +21,7 @@ class DataRateAccount {
       : rate_(rate),
         size_(size),
         perFrame_(rate / std::max<std::int64_t>(fps, 1)),
+        pause_(3 * PresentationTime(std::chrono::seconds(1)) / std::max<std::int64_t>(fps, 1)),
         left_(size),
         believed_(size) {}
 
@@ -36,6 +37,8 @@ class DataRateAccount {
     return left(time) - believed_ >= std::max<std::int64_t>(size_ / 4, 1);
   }
 
+  /// So long after the last frame that it is no hiccup of moving pictures: three intervals.
+  bool isAfterPause(PresentationTime time) const { return lastTime_ && time - *lastTime_ >= pause_; }
   /// The encoder counts on a quarter of the bucket or more that is not there: frames come too fast.
   bool encoderIsAhead(PresentationTime time) const {
     return believed_ - left(time) >= std::max<std::int64_t>(size_ / 4, 1);
@@ -53,6 +56,7 @@ class DataRateAccount {
   std::int64_t rate_ = 0;
   std::int64_t size_ = 0;
   std::int64_t perFrame_ = 0;
+  PresentationTime pause_{0};
   std::int64_t left_ = 0;
   std::int64_t believed_ = 0;
   std::optional<PresentationTime> lastTime_;

@@ -7,19 +7,18 @@ namespace tevanto {
 
 PictureRefinement::PictureRefinement(std::shared_ptr<SerialQueue> queue,
                                      std::chrono::nanoseconds frameInterval, Steps steps)
-    : queue_(std::move(queue)),
-      pause_(std::chrono::duration_cast<SerialQueue::Duration>(kPauseIntervals * frameInterval)),
-      steps_(std::move(steps)) {}
+    : queue_(std::move(queue)), frameInterval_(frameInterval), steps_(std::move(steps)) {}
 
 void PictureRefinement::pictureCame(const PixelBuffer* picture) {
   if (std::exchange(latest_, picture) != picture) left_ = kMostRefinements;
-  waitFor(pause_);
+  waitFor((std::exchange(isAgain_, false) ? kNextPauseIntervals : kPauseIntervals) * frameInterval_);
 }
 
-void PictureRefinement::waitFor(SerialQueue::Duration pause) {
-  timer_ = queue_->asyncAfter(pause, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->rested();
-  });
+void PictureRefinement::waitFor(std::chrono::nanoseconds pause) {
+  timer_ =
+      queue_->asyncAfter(std::chrono::duration_cast<SerialQueue::Duration>(pause), [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->rested();
+      });
 }
 
 void PictureRefinement::rested() {
@@ -31,6 +30,7 @@ void PictureRefinement::rested() {
   if (left_ == 0) return;
   if (steps_.isFinest() && !steps_.isAwaitingKeyframe()) return;
   --left_;
+  isAgain_ = true;
   steps_.again();
 }
 

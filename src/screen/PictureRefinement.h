@@ -16,15 +16,18 @@ class PixelBuffer;
 /// encoded again, a few times, from a moment after the last change until the encoder did its best; then
 /// nothing runs any more. Pictures that move come faster than that moment, and never notice.
 ///
-///     picture --pause--> again --pause--> again ... best, or five times: silence
+///     picture --pause--> again --shorter pause--> again ... best, or ten times: silence
 ///
 /// It also brings a phone up to date whose route refused the last picture: by a key frame, as soon as the
 /// route takes one. Lives on the capture queue; belongs to one session.
 class PictureRefinement final : public std::enable_shared_from_this<PictureRefinement> {
  public:
-  static constexpr int kMostRefinements = 5;
+  /// A display full of the smallest text takes seven or eight, most pictures two or three.
+  static constexpr int kMostRefinements = 10;
   /// In frame intervals: longer than between the frames of what moves, ten times a second included.
   static constexpr int kPauseIntervals = 3;
+  /// Between refinements; all of them fit into a second and a half.
+  static constexpr int kNextPauseIntervals = 2;
   static constexpr auto kBlockedPause = std::chrono::seconds(1);
 
   struct Steps {
@@ -42,14 +45,15 @@ class PictureRefinement final : public std::enable_shared_from_this<PictureRefin
   void keyframeWasSent() { isAnew_ = true; }
 
  private:
-  void waitFor(SerialQueue::Duration pause);
+  void waitFor(std::chrono::nanoseconds pause);
   void rested();
 
   const std::shared_ptr<SerialQueue> queue_;
-  const SerialQueue::Duration pause_;
+  const std::chrono::nanoseconds frameInterval_;
   const Steps steps_;
   std::atomic<bool> isAnew_ = false;
   const PixelBuffer* latest_ = nullptr;  // to tell it from the next one only
+  bool isAgain_ = false;                 // a picture is on its way that was asked for here
   int left_ = 0;
   Timer timer_;
 };

@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <algorithm>
+#include <boost/json.hpp>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "screen/ScreenStreamMessage.h"
+#include "tests/e2e/MirroringFixture.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/DrawingXClient.h"
 #include "tests/support/Eventually.h"
@@ -30,13 +32,9 @@ namespace tevanto {
 namespace {
 
 using test::CompanionDesktop;
-using test::CompanionProcess;
 using test::eventually;
 using test::RgbPicture;
 using ::testing::HasSubstr;
-
-const std::string kProgram = TEVANTO_PROGRAM;
-const std::string kPhone = TEVANTO_PHONE;
 
 RgbPicture readPng(const std::filesystem::path& path) {
   png_image image{};
@@ -68,68 +66,6 @@ double likeness(const RgbPicture& one, const RgbPicture& other, const PixelRect&
   return mean == 0 ? 99 : 10 * std::log10(255.0 * 255.0 / mean);
 }
 
-class Mirroring : public ::testing::Test {
- protected:
-  void SetUp() override {
-    desktop.environment.emplace_back("HOME", folder.path().string());
-    companion = std::make_unique<CompanionProcess>(desktop, kProgram);
-    ASSERT_TRUE(eventually([this] { return now().screenPort != 0; }));
-    ASSERT_EQ(phone({"pair", now().pairingCode}).exitStatus, 0);
-  }
-  CompanionStatus now() const { return companion->status().value_or(CompanionStatus()); }
-  std::vector<std::string> onOurPorts(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {"--host", "127.0.0.1:" + std::to_string(now().remotePort)});
-    return arguments;
-  }
-  test::ProgramResult phone(std::vector<std::string> arguments) const {
-    return desktop.run(kPhone, onOurPorts(std::move(arguments)));
-  }
-  std::vector<std::string> mirroring(std::vector<std::string> options) const {
-    options.insert(options.begin(),
-                   {"mirror", "--screen-host", "127.0.0.1:" + std::to_string(now().screenPort)});
-    return options;
-  }
-  test::ProgramResult mirror(std::vector<std::string> options) const {
-    return phone(mirroring(std::move(options)));
-  }
-  std::string file(const std::string& name) const { return (folder / name).string(); }
-  std::string token() const {
-    const auto shown = desktop.run(kProgram, {"defaults", "get", "remotePairingToken"}).output;
-    return shown.substr(0, shown.find('\n'));
-  }
-  test::RawSocket connectToScreen() const {
-    return test::RawSocket::connectTo(static_cast<std::uint16_t>(now().screenPort));
-  }
-  /// Says hello and waits for the first message.
-  bool watch(const test::RawSocket& socket) const {
-    return socket.send(test::frameText(helloMessage({token(), 1280, 720, false}))) &&
-           socket.receive(5).size() == 5;
-  }
-  std::filesystem::path ofProcess(const std::string& entry) const {
-    return "/proc/" + std::to_string(companion->process().pid()) + "/" + entry;
-  }
-  std::size_t countIn(const std::string& entry) const {
-    const auto folderOfIt = std::filesystem::directory_iterator(ofProcess(entry));
-    return static_cast<std::size_t>(std::distance(begin(folderOfIt), end(folderOfIt)));
-  }
-  /// Segments of shared memory that the companion has mapped: System V's, and those that are files.
-  int mappedSegments() const {
-    std::ifstream maps(ofProcess("maps"));
-    int count = 0;
-    for (std::string line; std::getline(maps, line);) {
-      count += line.find("/SYSV") != std::string::npos || line.find("memfd") != std::string::npos ||
-                       line.find("/dev/shm") != std::string::npos
-                   ? 1
-                   : 0;
-    }
-    return count;
-  }
-
-  test::TemporaryFolder folder;
-  CompanionDesktop desktop;
-  std::unique_ptr<CompanionProcess> companion;
-};
-
 /// A terminal that fills the display with text that stands still.
 class PageOfText {
  public:
@@ -138,7 +74,11 @@ class PageOfText {
     const auto text = folder / "page.txt";
     std::ofstream page(text);
     for (int line = 0; line < 44; ++line) {
-      page << line << ":  while (!ready(fox)) jump_over(dog, " << line * line << ");  // the lazy one\n";
+      std::string words = std::to_string(line) + ":  ";
+      while (words.size() < 157)
+        words += "while (!ready(fox)) jump_over(dog, " + std::to_string(line * words.size()) +
+                 ");  // the lazy one  ";
+      page << words.substr(0, 157) << '\n';
     }
     page.close();
     terminal_ = std::make_unique<test::ChildProcess>(
@@ -154,7 +94,7 @@ class PageOfText {
     const bool isThere = eventually([&] {
       before = std::move(now);
       now = screenshot();
-      return now.pixels == before.pixels && countDark(now) > 20000;
+      return now.pixels == before.pixels && countDark(now) > 60000;
     });
     return isThere ? now : RgbPicture();
   }
@@ -213,6 +153,52 @@ TEST_F(Mirroring, showsColorsAndChanges) {
     return picture;
   }();
   EXPECT_GE(likeness(wanted, seen, {0, 0, 1280, 760}), 38);
+}
+
+/// Records a session of two seconds in which the middle of a green display turns red.
+void recordColors(const Mirroring& test, test::DrawingXClient& client, const std::string& file) {
+  client.fill({0, 0, 1280, 800}, 0x206040);
+  auto command = test.onOurPorts(test.mirroring({"--out", file, "--seconds", "2"}));
+  command.insert(command.begin(), kPhone);
+  test::ChildProcess watching(command, {.environment = test.desktop.environment, .mergeErrors = true});
+  ASSERT_TRUE(eventually([&] { return test.now().isStreaming; }));
+  client.fill({320, 200, 640, 400}, 0xC83214);
+  const auto said = watching.readAll();
+  ASSERT_EQ(watching.wait(), 0) << said;
+}
+
+TEST_F(Mirroring, aRecordingIsLegalForOthers) {
+  test::DrawingXClient client(desktop.display().display());
+  recordColors(*this, client, file("seen.mp4"));
+  const auto probed = test::runProgram({"ffprobe", "-v", "warning", "-show_entries",
+                                        "stream=codec_name,profile,width,height,pix_fmt,color_range,color_"
+                                        "space,color_transfer,color_primaries,"
+                                        "has_b_frames",
+                                        "-of", "default=noprint_wrappers=1", file("seen.mp4")},
+                                       {.mergeErrors = true});
+  EXPECT_EQ(probed.output,
+            "codec_name=h264\nprofile=Main\nwidth=1280\nheight=800\nhas_b_frames=0\npix_fmt=yuv420p\n"
+            "color_range=tv\ncolor_space=bt709\ncolor_transfer=bt709\ncolor_primaries=bt709\n");
+}
+
+TEST_F(Mirroring, aBrowserPlaysARecording) {
+  const auto found = test::runProgram({"sh", "-c", "command -v chromium-headless-shell"}, {}).output;
+  if (found.empty()) GTEST_SKIP() << "no browser that runs without a window: chromium-headless-shell";
+  test::DrawingXClient client(desktop.display().display());
+  recordColors(*this, client, file("seen.mp4"));
+  const auto played = test::runProgram(
+      {"python3", PLAY_IN_BROWSER, found.substr(0, found.find('\n')), file("seen.mp4"), "400", "300"},
+      {.mergeErrors = true});
+  ASSERT_EQ(played.exitStatus, 0) << played.output;
+  const auto result = boost::json::parse(played.output).as_object();
+  EXPECT_EQ(result.at("how").as_string(), "ended");
+  EXPECT_EQ(result.at("width").as_int64(), 1280);
+  EXPECT_EQ(result.at("height").as_int64(), 800);
+  EXPECT_GE(result.at("decoded").as_int64(), 2);
+  const auto& pixel = result.at("pixel").as_array();
+  EXPECT_NEAR(pixel.at(0).as_int64(), 0xC8, 6) << played.output;
+  EXPECT_NEAR(pixel.at(1).as_int64(), 0x32, 6) << played.output;
+  EXPECT_NEAR(pixel.at(2).as_int64(), 0x14, 6) << played.output;
 }
 
 TEST_F(Mirroring, theWindowControlsTheComputer) {

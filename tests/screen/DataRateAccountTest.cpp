@@ -61,6 +61,14 @@ TEST(DataRateAccount, anEncoderIsAheadWhenFramesComeTooFast) {
   EXPECT_FALSE(account.encoderIsAhead(76ms));
 }
 
+TEST(DataRateAccount, aPauseIsThreeIntervalsLong) {
+  auto account = makeAccount();
+  EXPECT_FALSE(account.isAfterPause(100s)) << "nothing came before";
+  account.encoded(1s, 20);
+  EXPECT_FALSE(account.isAfterPause(1299ms));
+  EXPECT_TRUE(account.isAfterPause(1300ms));
+}
+
 TEST(DataRateAccount, whatIsOverdrawnIsPaidBack) {
   auto account = makeAccount();
   account.encoded(0s, 100);

@@ -12,6 +12,7 @@ using namespace std::chrono_literals;
 
 constexpr auto kInterval = 100ms;
 constexpr auto kPause = PictureRefinement::kPauseIntervals * kInterval;
+constexpr auto kNextPause = PictureRefinement::kNextPauseIntervals * kInterval;
 
 class PictureRefinementTest : public ::testing::Test {
  protected:
@@ -51,7 +52,9 @@ TEST_F(PictureRefinementTest, encodesAStillPictureAFewTimesMoreAndIsSilentThen) 
   EXPECT_EQ(again_, 0);
   queue_->advance(1ms);
   EXPECT_EQ(again_, 1);
-  queue_->advance(kPause);
+  queue_->advance(kNextPause - 1ms);
+  EXPECT_EQ(again_, 1);
+  queue_->advance(1ms);
   EXPECT_EQ(again_, 2);
   queue_->advance(1h);
   EXPECT_EQ(again_, PictureRefinement::kMostRefinements);

@@ -44,9 +44,11 @@ void DrawingXClient::fill(const PixelRect& area, std::uint32_t color) {
 }
 
 void DrawingXClient::draw(const RgbPicture& picture, int x, int y) {
-  constexpr int kRowsAtATime = 8;  // well within what one request may hold
-  for (int top = 0; top < picture.height; top += kRowsAtATime) {
-    const int rows = std::min(kRowsAtATime, picture.height - top);
+  // All in one request where the server takes it, so that nobody sees half of it.
+  const auto mostBytes = std::size_t{xcb_get_maximum_request_length(connection_->xcb)} * 4 - 64;
+  const int rowsAtATime = static_cast<int>(mostBytes / (static_cast<std::size_t>(picture.width) * 4));
+  for (int top = 0; top < picture.height; top += rowsAtATime) {
+    const int rows = std::min(rowsAtATime, picture.height - top);
     const auto offset = static_cast<std::size_t>(top) * static_cast<std::size_t>(picture.width);
     xcb_put_image(connection_->xcb, XCB_IMAGE_FORMAT_Z_PIXMAP, connection_->root, connection_->context,
                   static_cast<std::uint16_t>(picture.width), static_cast<std::uint16_t>(rows),

@@ -180,7 +180,9 @@ Result<void> LibavcodecEncoderSession::State::open(PixelFormat format, Presentat
 bool LibavcodecEncoderSession::State::isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time,
                                                         bool isKeyFrame) const {
   if (name != kSoftwareEncoder || !account->encoderIsBehind(time)) return false;
-  return isKeyFrame || (picture.change.picture != lastPicture && isLargeChange(picture));
+  if (isKeyFrame) return true;
+  // Pictures that move, be it less often than expected, are better off with what they refer to.
+  return account->isAfterPause(time) && picture.change.picture != lastPicture && isLargeChange(picture);
 }
 
 Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(

@@ -210,6 +210,15 @@ TEST_F(LibavcodecEncoderTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
   EXPECT_EQ(decoder.errors(), 0);
 }
 
+TEST_F(LibavcodecEncoderTest, whatMovesLessOftenThanExpectedNeedsNoKeyFrame) {
+  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
+  auto stream = makeStream(1280, 720);
+  for (int i = 0; i < 40; ++i) {
+    stream.encode(pictures.text(26 * i), i * 90ms);
+    EXPECT_EQ(stream.frames.back().isKeyFrame, i == 0) << i;
+  }
+}
+
 TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
@@ -225,8 +234,8 @@ TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
 
 TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsOfFrames) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
-  auto stream = makeStream(320, 240, 2'000'000, 12);
-  // Faster than 12 a second, so that the frames are what counts.
+  auto stream = makeStream(320, 240, 20'000'000, 12);
+  // Faster than 12 a second, so that the frames are what counts, at a rate that leaves none of them out.
   for (int i = 0; i < 150; ++i) stream.encode(pictures.text(i), i * 20ms, i == 60);
   for (int i = 0; i < 150; ++i) {
     EXPECT_EQ(stream.frames[static_cast<std::size_t>(i)].isKeyFrame, i == 0 || i == 48 || i == 60 || i == 108)

@@ -1,0 +1,205 @@
+// What arrives on the phone's side of the real programs: how clear it is, how old, and at what price.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <mutex>
+#include <vector>
+
+#include "tests/e2e/MirroringFixture.h"
+#include "tests/support/MirrorViewer.h"
+#include "tests/support/MovingPage.h"
+
+namespace tevanto {
+namespace {
+
+using test::DecodedPicture;
+using test::MirrorViewer;
+using test::MovingPage;
+using test::PageOfPictures;
+
+constexpr std::size_t kMegabyte = 1024 * 1024;
+
+/// What was seen, picture by picture.
+struct Sight {
+  int number = 0;
+  int behind = 0;  // pictures that were drawn since
+  double decibel = 0;
+  std::size_t bytes = 0;
+  bool isKeyframe = false;
+};
+
+class Sights {
+ public:
+  void add(const Sight& sight) {
+    const std::lock_guard lock(mutex_);
+    all_.push_back(sight);
+  }
+  std::vector<Sight> all() const {
+    const std::lock_guard lock(mutex_);
+    return all_;
+  }
+  Sight last() const {
+    const std::lock_guard lock(mutex_);
+    return all_.empty() ? Sight() : all_.back();
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<Sight> all_;
+};
+
+class MirroredPictures : public Mirroring {
+ protected:
+  std::uint16_t screenPort() const { return static_cast<std::uint16_t>(now().screenPort); }
+  MirrorViewer::OnPicture noteIn(Sights& sights, const PageOfPictures& page, const std::atomic<int>& latest,
+                                 bool measures) const {
+    return [&, measures](const DecodedPicture& picture, const MirrorViewer::Frame& frame) {
+      const auto number = PageOfPictures::numberIn(picture);
+      if (!number) return;
+      sights.add({*number, latest - *number, measures ? page.likeness(picture, *number) : 0, frame.bytes,
+                  frame.isKeyframe});
+    };
+  }
+};
+
+TEST_F(MirroredPictures, denseTextAtRestGetsClearAndThenNothingIsSent) {
+  const PageOfPictures page(0);
+  test::DrawingXClient client(desktop.display().display());
+  client.movePointer(1279, 799);
+  client.draw(page.picture(1));
+  Sights sights;
+  const std::atomic<int> latest = 1;
+  MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, true));
+  ASSERT_TRUE(eventually([&] { return sights.last().decibel >= 38; }))
+      << sights.last().decibel << " dB after " << sights.all().size();
+  // Refinement ends by itself; then the companion does nothing any more.
+  const auto rests = [&] {
+    return eventually([&, frames = 0]() mutable {
+      const auto before = std::exchange(frames, viewer.pictures());
+      std::this_thread::sleep_for(std::chrono::seconds(1));  // longer than between two refinements
+      return before == viewer.pictures();
+    });
+  };
+  ASSERT_TRUE(rests());
+  const auto frames = viewer.pictures();
+  EXPECT_LE(frames, 11);
+  const auto ticks = processorTicks();
+  std::this_thread::sleep_for(std::chrono::seconds(2));  // a window in which nothing may happen
+  EXPECT_EQ(viewer.pictures(), frames);
+  EXPECT_LE(processorTicks() - ticks, 1);
+  // Key frames of a picture at rest are as good as the first, and get clear again.
+  for (int request = 0; request < 3; ++request) {
+    const auto keyframes = viewer.keyframes();
+    viewer.askForKeyframe();
+    ASSERT_TRUE(eventually([&] { return viewer.keyframes() > keyframes; }));
+    ASSERT_TRUE(rests());
+    EXPECT_GE(sights.last().decibel, 38);
+  }
+  double worst = 99;
+  for (const auto& sight : sights.all()) {
+    std::printf("%s %zu bytes %.1f dB\n", sight.isKeyframe ? "key" : "   ", sight.bytes, sight.decibel);
+    if (sight.isKeyframe) worst = std::min(worst, sight.decibel);
+  }
+  EXPECT_GE(worst, sights.all().front().decibel - 1);
+  EXPECT_EQ(viewer.errors(), 0);
+}
+
+TEST_F(MirroredPictures, scrollingTextStaysLegible) {
+  const PageOfPictures page(52);  // what one step of a wheel scrolls in a browser
+  Sights sights;
+  std::atomic<int> latest = 0;
+  MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, true));
+  MovingPage moving(desktop.display().display(), page, 15);
+  ASSERT_TRUE(eventually([&] { return sights.all().size() >= 90; })) << sights.all().size();
+  double sum = 0, worst = 99;
+  const auto all = sights.all();
+  for (const auto& sight : all) {
+    sum += sight.decibel;
+    worst = std::min(worst, sight.decibel);
+  }
+  const auto mean = sum / static_cast<double>(all.size());
+  std::printf("scrolling: mean %.1f dB, worst %.1f dB\n", mean, worst);
+  EXPECT_GE(mean, 28);
+  EXPECT_EQ(viewer.errors(), 0);
+}
+
+TEST_F(MirroredPictures, aReaderOfOneMegabitGetsFewerFramesAndNoGrowingDelay) {
+  const PageOfPictures page(26);
+  Sights sights;
+  std::atomic<int> latest = 0;
+  MovingPage moving(desktop.display().display(), page, 15);
+  MirrorViewer viewer(
+      screenPort(), token(),
+      [&](const DecodedPicture& picture, const MirrorViewer::Frame& frame) {
+        latest = moving.latest();
+        noteIn(sights, page, latest, false)(picture, frame);
+      },
+      1'000'000 / 8);
+  const auto picturesOf = [&](int count) {
+    return eventually([&] { return moving.latest() >= count; }, std::chrono::minutes(5));
+  };
+  ASSERT_TRUE(picturesOf(600));
+  const auto memory = residentMemory();
+  const auto first = sights.all().size();
+  ASSERT_TRUE(picturesOf(900));
+  const auto second = sights.all().size();
+  ASSERT_TRUE(picturesOf(1200));
+  const auto all = sights.all();
+  const auto mostBehind = [&](std::size_t begin, std::size_t end) {
+    int most = 0;
+    for (auto i = begin; i < end; ++i) most = std::max(most, all[i].behind);
+    return most;
+  };
+  ASSERT_GT(second, first);
+  ASSERT_GT(all.size(), second);
+  const int earlier = mostBehind(first, second);
+  const int later = mostBehind(second, all.size());
+  std::printf("throttled: %zu of %d pictures, behind %d then %d, memory %zu then %zu KiB\n", all.size(),
+              moving.latest(), earlier, later, memory / 1024, residentMemory() / 1024);
+  EXPECT_LT(all.size(), 600u);
+  EXPECT_LE(later, earlier + earlier / 5 + 15) << "pictures behind what is drawn";
+  EXPECT_LE(residentMemory(), memory + 2 * kMegabyte);
+  EXPECT_EQ(viewer.errors(), 0);
+}
+
+TEST_F(MirroredPictures, aReaderThatStopsCostsNothingAndReturnsWithAKeyFrame) {
+  const PageOfPictures page(26);
+  Sights sights;
+  std::atomic<int> latest = 0;
+  MovingPage moving(desktop.display().display(), page, 15);
+  MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, false));
+  const auto drawnSince = [&](int begin, int count) {
+    return eventually([&] { return moving.latest() >= begin + count; }, std::chrono::minutes(1));
+  };
+  ASSERT_TRUE(eventually([&] { return sights.all().size() >= 30; }));
+  auto begin = moving.latest();
+  auto ticks = processorTicks();
+  ASSERT_TRUE(drawnSince(begin, 60));
+  const auto whileWatched = processorTicks() - ticks;
+
+  viewer.pause();
+  begin = moving.latest();
+  ASSERT_TRUE(drawnSince(begin, 180));  // by then three megabytes are on their way, and no more may be
+  const auto memory = residentMemory();
+  ticks = processorTicks();
+  ASSERT_TRUE(drawnSince(begin, 240));
+  const auto whileStopped = processorTicks() - ticks;
+  std::printf("60 pictures: %ld ticks watched, %ld stopped; memory %zu then %zu KiB\n", whileWatched,
+              whileStopped, memory / 1024, residentMemory() / 1024);
+  EXPECT_LE(whileStopped, whileWatched / 2) << "the screen is looked at, and nothing is encoded";
+  EXPECT_LE(residentMemory(), memory + kMegabyte);
+
+  const auto keyframes = viewer.keyframes();
+  const int returned = moving.latest();
+  viewer.resume();
+  ASSERT_TRUE(eventually([&] { return sights.last().number >= returned; }));
+  EXPECT_GT(viewer.keyframes(), keyframes);
+  EXPECT_EQ(viewer.errors(), 0);
+}
+
+}  // namespace
+}  // namespace tevanto
