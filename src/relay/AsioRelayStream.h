@@ -66,7 +66,9 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
   void acceptUpgrade() override {
     socket_.set_option(websocket::stream_base::decorator(
         [](websocket::response_type& response) { response.set(http::field::server, kServerName); }));
-    socket_.control_callback([this](auto&&...) { this->controlFrameArrived(); });
+    socket_.control_callback([this](websocket::frame_type kind, auto&&...) {
+      kind == websocket::frame_type::close ? this->closeFrameArrived() : this->controlFrameArrived();
+    });
     // The request must stay until it has been answered.
     const std::shared_ptr<Request> request = std::move(request_);
     socket_.async_accept(request->parser.get(),

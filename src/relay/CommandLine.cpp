@@ -105,7 +105,7 @@ class Parser {
     app_.add_option("--message-rate", limits.messagesPerSecond,
                     "Messages a second of one connection, on average")
         ->envname("TEVANTO_RELAY_MESSAGE_RATE")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(0.1, 1e6));
     app_.add_option("--message-burst", limits.messageBurst, "Messages at once of one connection")
         ->envname("TEVANTO_RELAY_MESSAGE_BURST")
         ->check(CLI::Range(1.0, 1e6));

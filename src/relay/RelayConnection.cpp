@@ -100,6 +100,12 @@ void RelayConnection::controlFrameArrived() {
   if (phase_ == Phase::member) context_->hub.controlFrame(*this, context_->now());
 }
 
+void RelayConnection::closeFrameArrived() {
+  if (phase_ != Phase::member) return;
+  context_->hub.leave(*this);
+  enterPhase(Phase::leaving, context_->options.limits.closeTimeout);
+}
+
 void RelayConnection::deliver(RelayMessage message) {
   if (phase_ != Phase::member) return;
   if (!outgoing_.push(std::move(message))) {
@@ -142,6 +148,7 @@ void RelayConnection::goAway() {
       return drop(SocketEnd::orderly);
     case Phase::answering:
     case Phase::closing:
+    case Phase::leaving:
     case Phase::ended:
       return;
   }

@@ -19,8 +19,7 @@ namespace tevanto::relay {
 ///
 ///   request --> answering --> ended
 ///      |                        ^
-///      +--> upgrading --> member --> closing
-///                   \____________________^
+///      +--> upgrading --> member --> closing or leaving
 ///
 /// Every phase but `member` has a deadline; a member's time is that of its next ping. Lives on the relay's
 /// only thread; asynchronous work of the transport keeps it alive.
@@ -60,6 +59,8 @@ class RelayConnection : public RelayMember {
   void upgraded(bool succeeded);
   void messageArrived(RelayMessage message);
   void controlFrameArrived();
+  /// The member leaves; the transport answers its close frame, and reports the end of the stream.
+  void closeFrameArrived();
   void messageWritten(bool succeeded);
   /// The stream ended, in order or not.
   void readFailed();
@@ -67,7 +68,7 @@ class RelayConnection : public RelayMember {
   void finished() { drop(SocketEnd::orderly); }
 
  private:
-  enum class Phase : unsigned char { request, answering, upgrading, member, closing, ended };
+  enum class Phase : unsigned char { request, answering, upgrading, member, closing, leaving, ended };
 
   void due(TimerWheel::TimePoint now) final;
   void enterPhase(Phase phase, std::chrono::milliseconds deadline);

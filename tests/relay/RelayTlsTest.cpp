@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <openssl/ssl.h>
+
+#include "tests/relay/RawWebSocket.h"
+#include "tests/relay/RelayProcess.h"
+#include "tests/relay/TestCertificate.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace tevanto::relay {
+namespace {
+
+using test::RawWebSocket;
+using test::RelayProcess;
+using testing::HasSubstr;
+using testing::StartsWith;
+using tevanto::test::eventually;
+
+/// A TLS client on loopback that takes any certificate and says whose it is.
+class TlsSocket {
+ public:
+  explicit TlsSocket(std::uint16_t port, int newestVersion = 0)
+      : socket_(tevanto::test::RawSocket::connectTo(port)),
+        context_(::SSL_CTX_new(::TLS_client_method()), ::SSL_CTX_free) {
+    const timeval deadline{.tv_sec = 20, .tv_usec = 0};
+    ::setsockopt(socket_.fd(), SOL_SOCKET, SO_RCVTIMEO, &deadline, sizeof deadline);
+    // The test's own library would refuse old versions before the relay can.
+    ::SSL_CTX_set_cipher_list(context_.get(), "DEFAULT@SECLEVEL=0");
+    ::SSL_CTX_set_max_proto_version(context_.get(), newestVersion);
+    if (newestVersion != 0) ::SSL_CTX_set_min_proto_version(context_.get(), newestVersion);
+    ssl_.reset(::SSL_new(context_.get()));
+    ::SSL_set_fd(ssl_.get(), socket_.fd());
+    isOpen_ = ::SSL_connect(ssl_.get()) == 1;
+  }
+
+  bool isOpen() const { return isOpen_; }
+  std::string certificateName() const {
+    const std::unique_ptr<X509, decltype(&::X509_free)> certificate(::SSL_get1_peer_certificate(ssl_.get()),
+                                                                    ::X509_free);
+    if (!certificate) return "";
+    char name[100] = "";
+    ::X509_NAME_get_text_by_NID(::X509_get_subject_name(certificate.get()), NID_commonName, name,
+                                sizeof name);
+    return name;
+  }
+  bool send(std::string_view bytes) {
+    return ::SSL_write(ssl_.get(), bytes.data(), static_cast<int>(bytes.size())) > 0;
+  }
+  std::string receive() {
+    std::string bytes(16384, '\0');
+    const int count = ::SSL_read(ssl_.get(), bytes.data(), static_cast<int>(bytes.size()));
+    bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    return bytes;
+  }
+
+ private:
+  struct FreeSsl {
+    void operator()(SSL* ssl) const { ::SSL_free(ssl); }
+  };
+  tevanto::test::RawSocket socket_;
+  std::unique_ptr<SSL_CTX, decltype(&::SSL_CTX_free)> context_;
+  std::unique_ptr<SSL, FreeSsl> ssl_;
+  bool isOpen_ = false;
+};
+
+class RelayTlsTest : public testing::Test {
+ protected:
+  RelayTlsTest() { test::writeCertificate("first.example.org", certificate, key); }
+
+  std::vector<std::string> options() const { return {"--certificate", certificate, "--private-key", key}; }
+  static RawWebSocket connect(const std::shared_ptr<TlsSocket>& socket, const std::string& target) {
+    return {RawWebSocket::Carrier{[socket](std::string_view bytes) { return socket->send(bytes); },
+                                  [socket] { return socket->receive(); }},
+            target};
+  }
+  static std::string ask(std::uint16_t port, const std::string& target) {
+    TlsSocket socket(port);
+    socket.send("GET " + target + " HTTP/1.1\r\nHost: relay\r\n\r\n");
+    std::string answer;
+    for (auto more = socket.receive(); !more.empty(); more = socket.receive()) answer += more;
+    return answer;
+  }
+
+  tevanto::test::TemporaryFolder folder;
+  std::string certificate = folder / "certificate.pem";
+  std::string key = folder / "key.pem";
+};
+
+TEST_F(RelayTlsTest, carriesARoom) {
+  RelayProcess relay(options());
+  const auto macSocket = std::make_shared<TlsSocket>(relay.port());
+  const auto phoneSocket = std::make_shared<TlsSocket>(relay.port());
+  ASSERT_TRUE(macSocket->isOpen());
+  EXPECT_EQ(macSocket->certificateName(), "first.example.org");
+  auto mac = connect(macSocket, "/connect?room=a&role=mac");
+  auto phone = connect(phoneSocket, "/connect?room=a&role=phone");
+  ASSERT_TRUE(phone.isOpen());
+  ASSERT_TRUE(eventually(
+      [&] { return ask(relay.port(), "/metrics").find("{role=\"phone\"} 1\n") != std::string::npos; }));
+  const std::string large(200'000, 'x');
+  mac.sendText(large);
+  EXPECT_EQ(phone.receiveMessage(), large);
+  phone.sendText("back");
+  EXPECT_EQ(mac.receiveMessage(), "back");
+  relay.process().signal(SIGTERM);
+  const auto close = mac.receiveClose();
+  ASSERT_TRUE(close);
+  EXPECT_EQ(close->closeCode(), 1001);
+  EXPECT_EQ(relay.process().wait(), 0);
+}
+
+TEST_F(RelayTlsTest, answersRequests) {
+  const RelayProcess relay(options());
+  EXPECT_THAT(ask(relay.port(), "/healthz"), StartsWith("HTTP/1.1 200 OK\r\n"));
+}
+
+TEST_F(RelayTlsTest, refusesOldVersionsAndPlainText) {
+  const RelayProcess relay(options());
+  EXPECT_FALSE(TlsSocket(relay.port(), TLS1_1_VERSION).isOpen());
+  EXPECT_TRUE(TlsSocket(relay.port(), TLS1_2_VERSION).isOpen());
+  EXPECT_EQ(relay.ask("/healthz").find("HTTP/"), std::string::npos);
+}
+
+TEST_F(RelayTlsTest, givesAHandshakeNoMoreTimeThanARequest) {
+  auto all = options();
+  all.insert(all.end(), {"--request-timeout", "0.3"});
+  const RelayProcess relay(all);
+  EXPECT_TRUE(tevanto::test::RawSocket::connectTo(relay.port()).waitForEnd());
+}
+
+TEST_F(RelayTlsTest, readsItsCertificateAgainOnSighup) {
+  RelayProcess relay(options());
+  const auto before = std::make_shared<TlsSocket>(relay.port());
+  auto mac = connect(before, "/connect?room=a&role=mac");
+  ASSERT_TRUE(mac.isOpen());
+  test::writeCertificate("second.example.org", certificate, key);
+  relay.process().signal(SIGHUP);
+  EXPECT_TRUE(eventually([&] { return TlsSocket(relay.port()).certificateName() == "second.example.org"; }));
+  // Who was there stays.
+  auto phone = connect(std::make_shared<TlsSocket>(relay.port()), "/connect?room=a&role=phone");
+  mac.sendFrame(RawWebSocket::kPing, "x");
+  const auto pong = mac.receive();
+  ASSERT_TRUE(pong);
+  EXPECT_EQ(pong->opcode, RawWebSocket::kPong);
+  phone.sendText("hello");
+  EXPECT_EQ(mac.receiveMessage(), "hello");
+}
+
+TEST_F(RelayTlsTest, keepsItsCertificateWhenTheNewOneIsBroken) {
+  RelayProcess relay(options(), {.environment = {}, .mergeErrors = true});
+  std::ofstream(certificate) << "nothing";
+  relay.process().signal(SIGHUP);
+  EXPECT_THAT(relay.process().readLine().value_or(""),
+              HasSubstr("Cannot use the certificate " + certificate));
+  EXPECT_EQ(TlsSocket(relay.port()).certificateName(), "first.example.org");
+}
+
+}  // namespace
+}  // namespace tevanto::relay
