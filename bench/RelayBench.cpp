@@ -131,15 +131,16 @@ class Rooms {
         send(members_[static_cast<std::size_t>(room * 2 + turn)].fd, frameOf(due));
         ++sent;
       }
-      receive(0);
+      receive(started + sent * step - Clock::now());
     }
     const auto patience = Clock::now() + std::chrono::seconds(10);
-    while (static_cast<long>(latencies.size()) < sent && Clock::now() < patience) receive(100);
+    while (static_cast<long>(latencies.size()) < sent && Clock::now() < patience)
+      receive(std::chrono::milliseconds(100));
   }
 
   void hold() {
     pollfd waited[]{{epoll_, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-    while (::poll(waited, 2, -1) > 0 && waited[1].revents == 0) receive(0);
+    while (::poll(waited, 2, -1) > 0 && waited[1].revents == 0) receive(Clock::duration::zero());
   }
 
  private:
@@ -153,9 +154,12 @@ class Rooms {
       fail("a member cannot send");
   }
 
-  void receive(int milliseconds) {
+  void receive(Clock::duration wait) {
     std::array<epoll_event, 512> events;
-    const int count = ::epoll_wait(epoll_, events.data(), static_cast<int>(events.size()), milliseconds);
+    const auto nanoseconds = std::max(wait, Clock::duration::zero()).count();
+    const timespec time{.tv_sec = nanoseconds / 1'000'000'000, .tv_nsec = nanoseconds % 1'000'000'000};
+    const int count =
+        ::epoll_pwait2(epoll_, events.data(), static_cast<int>(events.size()), &time, nullptr);
     for (int i = 0; i < count; ++i) receiveFrom(members_[events[static_cast<std::size_t>(i)].data.u64]);
   }
 

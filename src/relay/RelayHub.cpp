@@ -1,5 +1,6 @@
 #include "relay/RelayHub.h"
 
+#include <cmath>
 #include <utility>
 
 namespace tevanto::relay {
@@ -10,8 +11,8 @@ void RelayHub::join(RelayMember& member, const std::string& room, RoomRole role,
   member.bucket_ = TokenBucket(limits_.messagesPerSecond, limits_.messageBurst, now);
   member.unansweredPings_ = 0;
   count(member.seat_, 1);
+  wheel_.schedule(member, now + firstPingDelay());
   ++metrics_.joins;
-  wheel_.schedule(member, now + limits_.pingInterval);
   if (!joined.replaced) return;
   count(joined.replaced->seat_, -1);
   joined.replaced->seat_ = {};
@@ -52,6 +53,15 @@ void RelayHub::pingDue(RelayMember& member, TimePoint now) {
   ++member.unansweredPings_;
   wheel_.schedule(member, now + limits_.pingInterval);
   member.ping();
+}
+
+std::chrono::milliseconds RelayHub::firstPingDelay() const {
+  // Multiples of the golden section fall evenly into an interval, however many there are.
+  constexpr double kGoldenSection = 0.6180339887498949;
+  double whole = 0;
+  const double part = std::modf(static_cast<double>(metrics_.joins) * kGoldenSection, &whole);
+  const std::chrono::duration<double, std::milli> earlier = part * limits_.pingInterval / 2;
+  return limits_.pingInterval - std::chrono::duration_cast<std::chrono::milliseconds>(earlier);
 }
 
 bool RelayHub::admits(RelayMember& from, TimePoint now) {

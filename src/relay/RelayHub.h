@@ -21,7 +21,9 @@ class RelayHub {
   RelayHub(const RelayHub&) = delete;
   RelayHub& operator=(const RelayHub&) = delete;
 
-  /// Puts a member into a room, in the place of an older one of its role, and begins to ping it.
+  /// Puts a member into a room, in the place of an older one of its role, and begins to ping it: after half
+  /// an interval to a whole one the first time, so that those who all come at once, as they do after a
+  /// restart, are not all pinged at once for ever.
   void join(RelayMember& member, const std::string& room, RoomRole role, TimePoint now);
   /// Takes it out; may be called for one that is in no room.
   void leave(RelayMember& member);
@@ -38,6 +40,7 @@ class RelayHub {
   bool admits(RelayMember& from, TimePoint now);
   void end(RelayMember& member, CloseReason reason);
   void count(const RoomTable::Seat& seat, int change);
+  std::chrono::milliseconds firstPingDelay() const;
 
   const RelayLimits& limits_;
   TimerWheel& wheel_;

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
+
 #include "tests/relay/RecordingMember.h"
 
 namespace tevanto::relay {
@@ -131,6 +134,33 @@ TEST_F(RelayHubTest, pingsEvery25Seconds) {
     EXPECT_EQ(mac.pings, i);
   }
   EXPECT_THAT(mac.closed, IsEmpty());
+}
+
+TEST_F(RelayHubTest, spreadsThePingsOfThoseWhoComeAtOnce) {
+  std::vector<std::unique_ptr<test::RecordingMember>> crowd;
+  for (int i = 0; i < 1000; ++i) {
+    crowd.push_back(std::make_unique<test::RecordingMember>());
+    crowd.back()->onDue = [this, member = crowd.back().get()](TimerWheel::TimePoint at) {
+      hub.pingDue(*member, at);
+    };
+    hub.join(*crowd.back(), std::to_string(i), RoomRole::mac, now);
+  }
+  const auto pings = [&] {
+    int sum = 0;
+    for (const auto& member : crowd) sum += member->pings;
+    return sum;
+  };
+  pass(12500ms);
+  int before = pings();
+  EXPECT_LE(before, 1);
+  int most = 0;
+  for (int tick = 0; tick < 125; ++tick) {
+    pass(100ms);
+    most = std::max(most, pings() - before);
+    before = pings();
+  }
+  EXPECT_EQ(before, 1000);  // each has had its first
+  EXPECT_LE(most, 12);      // 8 on average
 }
 
 TEST_F(RelayHubTest, endsASilentMemberAfterTwoPings) {
