@@ -158,8 +158,7 @@ class Rooms {
     std::array<epoll_event, 512> events;
     const auto nanoseconds = std::max(wait, Clock::duration::zero()).count();
     const timespec time{.tv_sec = nanoseconds / 1'000'000'000, .tv_nsec = nanoseconds % 1'000'000'000};
-    const int count =
-        ::epoll_pwait2(epoll_, events.data(), static_cast<int>(events.size()), &time, nullptr);
+    const int count = ::epoll_pwait2(epoll_, events.data(), static_cast<int>(events.size()), &time, nullptr);
     for (int i = 0; i < count; ++i) receiveFrom(members_[events[static_cast<std::size_t>(i)].data.u64]);
   }
 

@@ -1,7 +1,7 @@
 #include "relay/CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -15,23 +15,6 @@ constexpr const char* kClosing =
     "systemd, LimitNOFILE=) and accepts no more connections than that.\n\n"
     "SIGTERM and SIGINT end it, telling every client; SIGHUP reads the certificate files again.\n"
     "Exit status: 0 ended as asked, 1 failed, 2 wrong usage.";
-
-/// Seconds on the command line, milliseconds inside.
-class Seconds {
- public:
-  Seconds(CLI::App& app, const std::string& name, std::chrono::milliseconds& target,
-          const std::string& meaning) {
-    app.add_option_function<double>(
-           name,
-           [&target](double seconds) {
-             target = std::chrono::milliseconds(static_cast<long>(seconds * 1000));
-           },
-           meaning)
-        ->check(CLI::Range(0.01, 86400.0))
-        ->type_name("SECONDS")
-        ->default_str(std::to_string(target.count() / 1000));
-  }
-};
 
 class Parser {
  public:
@@ -109,10 +92,22 @@ class Parser {
     app_.add_option("--message-burst", limits.messageBurst, "Messages at once of one connection")
         ->envname("TEVANTO_RELAY_MESSAGE_BURST")
         ->check(CLI::Range(1.0, 1e6));
-    const Seconds ping(app_, "--ping-interval", limits.pingInterval,
-                       "Time between pings; after two without an answer a client is gone");
-    const Seconds request(app_, "--request-timeout", limits.requestTimeout,
-                          "Time for a client to send its request");
+    seconds("--ping-interval", limits.pingInterval, "TEVANTO_RELAY_PING_INTERVAL",
+            "Time between pings; after two without an answer a client is gone");
+    seconds("--request-timeout", limits.requestTimeout, "TEVANTO_RELAY_REQUEST_TIMEOUT",
+            "Time for a client to send its request");
+  }
+
+  /// Seconds outside, milliseconds inside.
+  void seconds(const std::string& name, std::chrono::milliseconds& target, const std::string& variable,
+               const std::string& meaning) {
+    app_.add_option_function<double>(
+            name, [&target](double value) { target = std::chrono::milliseconds(std::lround(value * 1000)); },
+            meaning)
+        ->envname(variable)
+        ->check(CLI::Range(0.01, 86400.0))
+        ->type_name("SECONDS")
+        ->default_str(std::to_string(target.count() / 1000));
   }
 
   /// Several times, or several with commas between.
