@@ -11,6 +11,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/UserDefaults.h"
 #include "net/AsioTcpListener.h"
+#include "p2p/CloudPairingInvites.h"
 #include "platform/linux/AvahiServiceAdvertiser.h"
 #include "platform/linux/CommandModifier.h"
 #include "platform/linux/ComputerName.h"
@@ -19,6 +20,7 @@
 #include "platform/linux/DesktopPreferences.h"
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/LinuxScriptHost.h"
+#include "platform/linux/LinuxTransports.h"
 #include "platform/linux/LogindSession.h"
 #include "platform/linux/LogindSleepAssertions.h"
 #include "platform/linux/MprisMediaKeys.h"
@@ -53,6 +55,23 @@ std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& option
   return std::make_unique<AvahiServiceAdvertiser>();
 }
 
+/// Invites in the cloud, where one was deployed. Main queue.
+class DeployedInvites final : public PairingInvites {
+ public:
+  explicit DeployedInvites(std::function<std::shared_ptr<PairingInvites>()> find) : find_(std::move(find)) {}
+
+  void publishPairInvite(const std::string& code, const std::string& room,
+                         const CloudPairingInvite& invite) override {
+    if (const auto invites = find_()) invites->publishPairInvite(code, room, invite);
+  }
+  void deletePairInvite(const std::string& code) override {
+    if (const auto invites = find_()) invites->deletePairInvite(code);
+  }
+
+ private:
+  const std::function<std::shared_ptr<PairingInvites>()> find_;
+};
+
 DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& overview) {
   return {[overview](const std::string& location) {
             const auto kind = DesktopOverview::kindAt(location);
@@ -69,9 +88,10 @@ DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& 
 
 struct LinuxServices::Parts {
   Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
-        const std::shared_ptr<LogSink>& sink)
+        const std::shared_ptr<LogSink>& logSink)
       : options(companionOptions),
         defaults(userDefaults),
+        sink(logSink),
         loginItemLog(sink, "login-item"),
         listeners(mainLoop, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
         advertiser(makeAdvertiser(options)),
@@ -91,6 +111,7 @@ struct LinuxServices::Parts {
 
   const CompanionOptions options;
   UserDefaults& defaults;
+  const std::shared_ptr<LogSink> sink;
   const Logger loginItemLog;
 
   const std::shared_ptr<EventLoop> mainLoop = EventLoop::forCallingThread();
@@ -126,6 +147,7 @@ struct LinuxServices::Parts {
   StartupScreenPermission screenPermission;
   LoadedEncoders encoders;
   const std::optional<std::string> name = tevanto::computerName();
+  std::optional<LinuxTransports> road;
 
   /// What key strokes do that are the desktop's rather than an application's. Main queue.
   DesktopKeyStrokes::Actions keyStrokes() {
@@ -143,16 +165,44 @@ struct LinuxServices::Parts {
     const auto input = std::make_shared<MacInputController>(*events, preferences, workspace);
     const auto shortcuts =
         std::make_shared<MacShortcutRunner>(mainQueue, scripts, workspace, *events, permission);
-    return MacRemoteServer::create({.queue = networkQueue,
-                                    .mainQueue = mainQueue,
-                                    .shortcutQueue = shortcutQueue,
-                                    .backgroundQueue = applicationQueue,
-                                    .listeners = listeners,
-                                    .advertiser = *advertiser,
-                                    .defaults = defaults,
-                                    .computerName = name,
-                                    .port = options.remotePort.value_or(MacRemoteServer::kDefaultPort)},
-                                   {.input = input, .shortcuts = shortcuts, .permission = permission});
+    auto server =
+        MacRemoteServer::create({.queue = networkQueue,
+                                 .mainQueue = mainQueue,
+                                 .shortcutQueue = shortcutQueue,
+                                 .backgroundQueue = applicationQueue,
+                                 .listeners = listeners,
+                                 .advertiser = *advertiser,
+                                 .defaults = defaults,
+                                 .computerName = name,
+                                 .port = options.remotePort.value_or(MacRemoteServer::kDefaultPort)},
+                                {.input = input, .shortcuts = shortcuts, .permission = permission});
+    server->setAwayRoad({.makeAnswerer = [this](const std::string& room) { return makeAnswerer(room); },
+                         .invites = std::make_shared<DeployedInvites>([this] {
+                           auto* const way = transports();
+                           return way ? way->invites() : nullptr;
+                         })});
+    return server;
+  }
+
+  /// The road away, when one was deployed. What it stands on takes time to make, so that this comes after the
+  /// start. Main queue.
+  LinuxTransports* transports() {
+    const auto deployed = LinuxTransports::deployment(defaults, sink);
+    if (!road && LinuxTransports::canMeet(deployed)) {
+      road.emplace(LinuxTransports::Environment{.loop = mainLoop,
+                                                .mainQueue = mainQueue,
+                                                .defaults = defaults,
+                                                .log = sink,
+                                                .includeLoopback = options.loopbackOnly});
+    }
+    return road ? &*road : nullptr;
+  }
+
+  Answerer makeAnswerer(const std::string& room) {
+    auto* const way = transports();
+    if (!way) return {};
+    auto made = way->factory().makeAnswerer(room);
+    return {made.transport, made.transport, std::move(made.start)};
   }
 
   std::shared_ptr<ScreenService> makeScreen() {

@@ -44,7 +44,7 @@ class Away {
   Away& operator=(const Away&) = delete;
 
   Result<AwayLink::Environment> environment() {
-    if (!transports_.canMeet()) {
+    if (!tevanto::LinuxTransports::canMeet(transports_.settings())) {
       return Failure{
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};

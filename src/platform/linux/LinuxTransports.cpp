@@ -6,8 +6,9 @@
 #include "net/BeastHttpClient.h"
 #include "net/BeastWebSocketFactory.h"
 #include "p2p/CloudKitSignalingClient.h"
+#include "p2p/CloudKitWebDatabase.h"
+#include "p2p/CloudPairingInvites.h"
 #include "p2p/SignalingClient.h"
-#include "p2p/UnavailableCloudDatabase.h"
 #include "platform/linux/LoadedPeers.h"
 #include "platform/linux/MainBundle.h"
 
@@ -23,15 +24,30 @@ std::shared_ptr<IceServerSource> makeIceServers(const DeploymentSettings& settin
 
 }  // namespace
 
+DeploymentSettings LinuxTransports::deployment(const UserDefaults& defaults,
+                                               const std::shared_ptr<LogSink>& log) {
+  return {mainBundleInfo(Logger(log, "webrtc")), defaults};
+}
+
+bool LinuxTransports::canMeet(const DeploymentSettings& settings) {
+  return !settings.relayURLs().empty() || settings.cloudKit();
+}
+
 LinuxTransports::LinuxTransports(const Environment& environment)
-    : settings_(mainBundleInfo(Logger(environment.log, "webrtc")), environment.defaults),
+    : settings_(deployment(environment.defaults, environment.log)),
       http_(std::make_shared<BeastHttpClient>(environment.loop)),
       webSockets_(std::make_shared<BeastWebSocketFactory>(environment.loop)),
       peers_(std::make_shared<LoadedPeers>(PeerEngineOptions{.includeLoopback = environment.includeLoopback,
                                                              .verbose = environment.verbose,
                                                              .log = Logger(environment.log, "webrtc")})),
       iceServers_(makeIceServers(settings_, environment.defaults, http_, Logger(environment.log, "webrtc"))),
-      database_(std::make_shared<UnavailableCloudDatabase>(environment.mainQueue)) {
+      database_(makeCloudDatabase(settings_,
+                                  {.http = http_,
+                                   .queue = environment.loop->makeQueue("tevanto.cloud"),
+                                   .now = std::chrono::system_clock::now},
+                                  Logger(environment.log, "cksignal"))),
+      invites_(std::make_shared<CloudPairingInvites>(database_, std::chrono::system_clock::now,
+                                                     Logger(environment.log, "cksignal"))) {
   const auto makeQueue = [loop = environment.loop](const std::string& label) {
     return loop->makeQueue(label);
   };
@@ -66,7 +82,5 @@ LinuxTransports::LinuxTransports(const Environment& environment)
 }
 
 LinuxTransports::~LinuxTransports() = default;
-
-bool LinuxTransports::canMeet() const { return !settings_.relayURLs().empty() || settings_.cloudKit(); }
 
 }  // namespace tevanto

@@ -13,6 +13,7 @@
 namespace tevanto {
 
 class CloudDatabase;
+class CloudPairingInvites;
 class HttpClient;
 class LoadedPeers;
 class UserDefaults;
@@ -37,8 +38,11 @@ class LinuxTransports {
   LinuxTransports(const LinuxTransports&) = delete;
   LinuxTransports& operator=(const LinuxTransports&) = delete;
 
+  /// What was deployed, with this program and by its user.
+  static DeploymentSettings deployment(const UserDefaults& defaults, const std::shared_ptr<LogSink>& log);
   /// Whether there is any place where peers could meet: a relay, or records in the cloud.
-  bool canMeet() const;
+  static bool canMeet(const DeploymentSettings& settings);
+
   TransportFactory& factory() const { return *factory_; }
 
   const DeploymentSettings& settings() const { return settings_; }
@@ -47,6 +51,7 @@ class LinuxTransports {
   const std::shared_ptr<LoadedPeers>& peers() const { return peers_; }
   const std::shared_ptr<IceServerSource>& iceServers() const { return iceServers_; }
   const std::shared_ptr<CloudDatabase>& database() const { return database_; }
+  const std::shared_ptr<CloudPairingInvites>& invites() const { return invites_; }
 
  private:
   const DeploymentSettings settings_;
@@ -55,6 +60,7 @@ class LinuxTransports {
   const std::shared_ptr<LoadedPeers> peers_;
   const std::shared_ptr<IceServerSource> iceServers_;
   const std::shared_ptr<CloudDatabase> database_;
+  const std::shared_ptr<CloudPairingInvites> invites_;
   std::shared_ptr<TransportFactory> factory_;
 };
 
