@@ -68,6 +68,18 @@ TEST_F(WebRTCTransportRebuild, whatAnOldPeerStillCompletesIsNotTakenForTheNewOne
   EXPECT_THAT(relay->takeTypes(), ElementsAre("answer"));
 }
 
+TEST_F(WebRTCTransportRebuild, aReplayOfTheNewOfferIsNotAnsweredWithTheOldAnswer) {
+  startConnectedAnswerer();
+  relay->sent.clear();
+  factory->holds = true;
+  signal(offerSignal("O2"));
+  signal(offerSignal("O2"));
+  EXPECT_THAT(relay->takeTypes(), IsEmpty()) << "there is no answer to it yet";
+  peer()->completes();
+  settle();
+  EXPECT_THAT(relay->sent, ElementsAre(answerSignal("answer of peer 2")));
+}
+
 TEST_F(WebRTCTransportRebuild, whatCompletesAfterAnUpgradeOrAStopIsForNobody) {
   factory->holds = true;
   start(TransportRole::offerer);
