@@ -7,7 +7,7 @@
 #include "net/BeastHttpClient.h"
 #include "p2p/CloudKitSignalingClient.h"
 #include "p2p/CloudKitWebDatabase.h"
-#include "p2p/CloudPairingInvite.h"
+#include "p2p/CloudPairingInvites.h"
 #include "tests/support/CloudKitTestService.h"
 
 namespace tevanto {
