@@ -1,5 +1,8 @@
 #include "app/LinuxServices.h"
 
+#include <malloc.h>
+
+#include <chrono>
 #include "app/LoadedEncoders.h"
 #include "app/MacSetupWindowPresenter.h"
 #include "app/StartupPowerSources.h"
@@ -84,6 +87,9 @@ DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& 
           }};
 }
 
+/// Within a second of a session's end nothing of it is held any more; another may follow at once.
+constexpr auto kMemoryKept = std::chrono::milliseconds(500);
+
 }  // namespace
 
 struct LinuxServices::Parts {
@@ -146,6 +152,8 @@ struct LinuxServices::Parts {
   X11ScreenCapturePermission displayPermission;
   StartupScreenPermission screenPermission;
   LoadedEncoders encoders;
+  Timer trimming;
+  Subscription sessionEnds;
   const std::optional<std::string> name = tevanto::computerName();
   std::optional<LinuxTransports> road;
 
@@ -205,6 +213,15 @@ struct LinuxServices::Parts {
     return {made.transport, made.transport, std::move(made.start)};
   }
 
+  // A session's pictures and its encoder leave some twenty megabytes behind that the allocator would keep for
+  // the next one, which may never come.
+  void giveMemoryBackAfterSessionsOf(ScreenStreamServer& server) {
+    sessionEnds = server.isStreaming.observe([this](bool isStreaming) {
+      trimming.cancel();
+      if (!isStreaming) trimming = captureQueue->asyncAfter(kMemoryKept, [] { ::malloc_trim(0); });
+    });
+  }
+
   std::shared_ptr<ScreenService> makeScreen() {
     auto server = ScreenStreamServer::create(
         {.queue = screenQueue,
@@ -216,6 +233,7 @@ struct LinuxServices::Parts {
          .computerName = name,
          .port = options.screenPort.value_or(ScreenStreamServer::kDefaultPort)},
         {.displays = displays, .encoders = encoders, .permission = screenPermission});
+    giveMemoryBackAfterSessionsOf(*server);
     return std::make_shared<StreamScreenService>(std::move(server), shortcutQueue,
                                                  [this] { return encoders.usedEncoder(); });
   }

@@ -108,6 +108,25 @@ TEST_F(MirroredPictures, denseTextAtRestGetsClearAndThenNothingIsSent) {
   EXPECT_EQ(viewer.errors(), 0);
 }
 
+TEST_F(MirroredPictures, aSessionLeavesNothingOfItsMemoryBehind) {
+  const PageOfPictures page(52);
+  std::atomic<int> latest = 0;
+  Sights sights;
+  MovingPage moving(desktop.display().display(), page, 15);
+  std::size_t during = 0;
+  for (int session = 0; session < 3; ++session) {
+    const auto begin = sights.all().size();
+    MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, false));
+    ASSERT_TRUE(eventually([&] { return sights.all().size() >= begin + 15; }));
+    during = residentMemory();
+    EXPECT_GE(mappedSegments(), 1) << "the screen is read through shared memory";
+  }
+  ASSERT_TRUE(eventually([&] { return residentMemory() + 15 * kMegabyte < during; }))
+      << during / 1024 << " KiB in the session, " << residentMemory() / 1024 << " KiB after it";
+  EXPECT_TRUE(eventually([&] { return mappedSegments() == 0; }));
+  std::printf("%zu KiB in the session, %zu KiB after it\n", during / 1024, residentMemory() / 1024);
+}
+
 TEST_F(MirroredPictures, scrollingTextStaysLegible) {
   const PageOfPictures page(52);  // what one step of a wheel scrolls in a browser
   Sights sights;
