@@ -17,6 +17,9 @@ Engine::RTCConfiguration configurationOf(const PeerConfiguration& configuration)
   made.sdp_semantics = webrtc::SdpSemantics::kUnifiedPlan;
   made.continual_gathering_policy = Engine::GATHER_CONTINUALLY;
   made.type = Engine::kAll;
+  // No host candidates of TCP (RFC 6544); TURN over TCP does not need them. The library keeps a descriptor
+  // for each pair of them, and aborts when one is lost shortly before its peer is closed.
+  made.tcp_candidate_policy = Engine::kTcpCandidatePolicyDisabled;
   for (const auto& server : configuration.iceServers) {
     Engine::IceServer entry;
     entry.urls = server.urlStrings;

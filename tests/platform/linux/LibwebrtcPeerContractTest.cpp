@@ -73,6 +73,8 @@ TEST_F(LibwebrtcPeers, openAChannelByOfferAnswerAndTrickledCandidates) {
   EXPECT_EQ(candidate.sdpMid, "0");
   EXPECT_EQ(candidate.sdpMLineIndex, 0);
   EXPECT_EQ(pair.offerer->channelStates("tevanto"), std::vector{DataChannelState::open});
+  for (const auto& each : pair.answerer->candidates())
+    EXPECT_EQ(each.sdp.find(" tcptype "), std::string::npos) << each.sdp;
 }
 
 TEST_F(LibwebrtcPeers, carryAMegabyteExactlyAndInOrder) {
