@@ -44,7 +44,7 @@ class LibwebrtcTurn : public testing::TestWithParam<std::string> {
     return options;
   }
 
-  const TurnServer server_{options()};
+  TurnServer server_{options()};
   LoadedPeers factory_{onLoopback()};
 };
 
@@ -82,6 +82,20 @@ TEST_P(LibwebrtcTurn, getsNoAllocationWithCredentialsThatAreOver) {
   })) << server_.log();
   const auto candidates = side->candidates();
   EXPECT_EQ(std::count_if(candidates.begin(), candidates.end(), isRelayed), 0);
+}
+
+TEST_P(LibwebrtcTurn, showsInTheBufferedAmountThatNothingGetsThrough) {
+  PeerConfiguration configuration;
+  configuration.iceServers.push_back(server_.iceServer(GetParam()));
+  const auto pair = connectedPair(factory_, configuration, isRelayed);
+  ASSERT_TRUE(pair) << server_.log();
+  server_.kill();
+  const auto channel = pair.offerer->channel("tevanto");
+  const std::string packet(4008, 's');
+  for (int sent = 0; sent < 75; ++sent) ASSERT_TRUE(channel->send(std::as_bytes(std::span(packet))));
+  // Answered after everything that was sent before has gone as far as it gets.
+  (void)pair.offerer->statistics();
+  EXPECT_GT(channel->bufferedAmount(), 150'000u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Transports, LibwebrtcTurn, testing::Values("udp", "tcp"),
