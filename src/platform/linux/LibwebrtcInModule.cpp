@@ -52,12 +52,13 @@ template class std::basic_stringbuf<char>;
 template class std::basic_ostringstream<char>;
 
 extern "C" {
-[[gnu::visibility("hidden"), gnu::used]] extern const unsigned char moduleNothrow __asm__("_ZSt7nothrow") = 0;
+[[gnu::visibility("hidden"),
+  gnu::used]] extern const unsigned char kModuleNothrow __asm__("_ZSt7nothrow") = 0;
 alignas(4) [[gnu::visibility("hidden"), gnu::used]] extern const
-    unsigned char moduleAddressAny[16] __asm__("in6addr_any") = {};
+    unsigned char kModuleAddressAny[16] __asm__("in6addr_any") = {};
 alignas(4) [[gnu::visibility("hidden"), gnu::used]] extern const
-    unsigned char moduleAddressLoopback[16] __asm__("in6addr_loopback") = {0, 0, 0, 0, 0, 0, 0, 0,
-                                                                           0, 0, 0, 0, 0, 0, 0, 1};
+    unsigned char kModuleAddressLoopback[16] __asm__("in6addr_loopback") = {0, 0, 0, 0, 0, 0, 0, 0,
+                                                                            0, 0, 0, 0, 0, 0, 0, 1};
 [[gnu::visibility("hidden"), gnu::used]] void* moduleStdout __asm__("stdout") = nullptr;
 [[gnu::visibility("hidden"), gnu::used]] void* moduleStderr __asm__("stderr") = nullptr;
 }

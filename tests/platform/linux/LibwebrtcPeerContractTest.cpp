@@ -16,7 +16,6 @@ namespace {
 
 using test::connectedPair;
 using test::eventually;
-using test::negotiate;
 using test::PeerSide;
 
 PeerEngineOptions onLoopback() {
