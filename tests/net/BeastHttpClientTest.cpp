@@ -102,7 +102,7 @@ TEST_F(BeastHttpClientTest, readsEveryFormOfBody) {
       {"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx", "x"},
       {"HTTP/1.1 204 No Content\r\n\r\n", ""}};
   for (const auto& [raw, body] : cases) {
-    TestHttpServer server([&](const TestHttpRequest&) { return TestHttpReply{.raw = raw}; });
+    TestHttpServer server([answer = raw](const TestHttpRequest&) { return TestHttpReply{.raw = answer}; });
     const auto result = get("http://" + server.authority());
     ASSERT_TRUE(result) << raw << ": " << result.error();
     EXPECT_EQ(result.value().body, body);
