@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/beast/core/role.hpp>
 #include <functional>
@@ -21,6 +22,7 @@ class AsioClientStream {
 
   explicit AsioClientStream(AsioStrandSocket socket) : socket_(std::move(socket)) {}
 
+  // NOLINTBEGIN(readability-identifier-naming): the names are Boost.Asio's
   executor_type get_executor() { return socket_.get_executor(); }
 
   template <class Buffers, class Handler>
@@ -33,6 +35,7 @@ class AsioClientStream {
     return tls_ ? tls_->async_write_some(buffers, std::forward<Handler>(handler))
                 : socket_.async_write_some(buffers, std::forward<Handler>(handler));
   }
+  // NOLINTEND(readability-identifier-naming)
 
   /// Puts TLS on it and checks that the server is `host`, a name or an address. `done` gets the fault, or
   /// nothing; the stream must live until then.
@@ -47,6 +50,7 @@ class AsioClientStream {
   std::optional<boost::asio::ssl::stream<AsioStrandSocket&>> tls_;
 };
 
+// NOLINTBEGIN(readability-identifier-naming)
 // What Boost.Beast's WebSocket asks of a stream, found by its argument.
 void beast_close_socket(AsioClientStream& stream);
 void teardown(boost::beast::role_type role, AsioClientStream& stream, boost::system::error_code& error);
@@ -57,5 +61,6 @@ void async_teardown(boost::beast::role_type, AsioClientStream& stream, Handler&&
     handler(boost::system::error_code());
   });
 }
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace tevanto

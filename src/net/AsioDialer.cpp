@@ -9,7 +9,6 @@
 namespace tevanto {
 
 namespace asio = boost::asio;
-using asio::ip::tcp;
 using boost::system::error_code;
 
 AsioDialer::AsioDialer(EventLoopQueue::Strand strand)

@@ -67,7 +67,7 @@ class BeastWebSocketTest : public ::testing::Test {
     connect(url, trust);
     EXPECT_TRUE(settles([&] { return !ends_.empty(); }));
     EXPECT_FALSE(on<bool>([&] { return opened_; }));
-    const auto why = whyItEnded();
+    auto why = whyItEnded();
     run([&] {
       ends_.clear();
       socket_.reset();
