@@ -17,32 +17,50 @@ TransportFactory::Made TransportFactory::makeAnswerer(const std::string& room) {
 }
 
 TransportFactory::Made TransportFactory::makeOfferer(const std::string& room) {
-  const auto cloud = environment_.makeCloud();
+  auto cloud = environment_.makeCloud();
   auto made = make(TransportRole::offerer, room, WebRTCTransport::Profile::phone, cloud);
-  made.start = [self = shared_from_this(), weak = std::weak_ptr(made.transport),
-                lender = std::weak_ptr(cloud)] {
-    const auto transport = weak.lock();
-    if (!transport) return;
+  made.start = [self = shared_from_this(), offerer = Offerer{made.transport, cloud}] {
     auto known = self->environment_.iceServers->known();
-    const bool isEnough = hasTURNServer(known);
-    transport->start(std::move(known));
-    if (isEnough) return;
-    self->environment_.iceServers->load(self->environment_.mainQueue,
-                                        [weak, lender](std::vector<RemoteIceServerConfig> servers) {
-                                          const auto waiting = weak.lock();
-                                          if (!waiting) return;
-                                          if (hasTURNServer(servers))
-                                            return waiting->upgradeIceServers(std::move(servers));
-                                          const auto records = lender.lock();
-                                          if (!records) return;
-                                          records->loadTURN([weak](std::optional<BrokeredIceServers> lent) {
-                                            const auto borrower = weak.lock();
-                                            if (borrower && lent)
-                                              borrower->upgradeIceServers(std::move(lent->servers));
-                                          });
-                                        });
+    if (hasTURNServer(known)) return offerer.start(std::move(known));
+    self->startWithLateServers(offerer);
   };
   return made;
+}
+
+void TransportFactory::startWithLateServers(const Offerer& offerer) {
+  struct Start {
+    bool done = false;
+    Timer patience;
+  };
+  const auto start = std::make_shared<Start>();
+  start->patience = environment_.mainQueue->asyncAfter(
+      kPatience, [weak = std::weak_ptr(start), offerer, servers = environment_.iceServers] {
+        const auto waiting = weak.lock();
+        if (waiting && !std::exchange(waiting->done, true)) offerer.start(servers->known());
+      });
+  environment_.iceServers->load(
+      environment_.mainQueue, [start, offerer](std::vector<RemoteIceServerConfig> servers) {
+        const bool isLate = std::exchange(start->done, true);
+        const bool isEnough = hasTURNServer(servers);
+        isLate ? offerer.upgrade(std::move(servers)) : offerer.start(std::move(servers));
+        if (!isEnough) offerer.borrowServers();
+      });
+}
+
+void TransportFactory::Offerer::start(std::vector<RemoteIceServerConfig> servers) const {
+  if (const auto alive = transport.lock()) alive->start(std::move(servers));
+}
+
+void TransportFactory::Offerer::upgrade(std::vector<RemoteIceServerConfig> servers) const {
+  if (const auto alive = transport.lock()) alive->upgradeIceServers(std::move(servers));
+}
+
+void TransportFactory::Offerer::borrowServers() const {
+  const auto records = cloud.lock();
+  if (!records) return;
+  records->loadTURN([offerer = *this](std::optional<BrokeredIceServers> lent) {
+    if (lent) offerer.upgrade(std::move(lent->servers));
+  });
 }
 
 TransportFactory::Made TransportFactory::make(TransportRole role, const std::string& room,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -37,11 +38,26 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
 
   /// For the computer: it waits for a phone and takes no servers later, so that it asks for them first.
   Made makeAnswerer(const std::string& room);
-  /// For the phone: it starts at once, and again with TURN servers that come before it is connected: those of
-  /// the credential service, else those that the computer lends through the cloud.
+  /// How long a phone waits for the credential service before it starts without TURN.
+  static constexpr std::chrono::seconds kPatience{1};
+
+  /// For the phone: it asks the credential service for TURN servers, with little patience, since somebody
+  /// waits; it starts again with servers that come later, be it those that the computer lends through the
+  /// cloud. The patience is worth it: an answer to the first offer that arrives after a second one connects
+  /// nobody.
   Made makeOfferer(const std::string& room);
 
  private:
+  struct Offerer {
+    std::weak_ptr<WebRTCTransport> transport;
+    std::weak_ptr<CloudSignaling> cloud;
+
+    void start(std::vector<RemoteIceServerConfig> servers) const;
+    void upgrade(std::vector<RemoteIceServerConfig> servers) const;
+    void borrowServers() const;
+  };
+
+  void startWithLateServers(const Offerer& offerer);
   Made make(TransportRole role, const std::string& room, WebRTCTransport::Profile profile,
             std::shared_ptr<CloudSignaling> cloud);
 

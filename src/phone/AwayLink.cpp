@@ -90,7 +90,8 @@ Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment,
   const auto isEnough = [&] { return Clock::now() >= deadline || (givesUp && givesUp()); };
   while (!isEnough()) {
     const std::shared_ptr<AwayLink> link(new AwayLink(environment, room));
-    if (link->attempt(deadline, givesUp) == State::ready) return link;
+    const auto until = std::min<Clock::time_point>(deadline, Clock::now() + kAttempt);
+    if (link->attempt(until, givesUp) == State::ready) return link;
     for (const auto next = Clock::now() + kPause; Clock::now() < next && !isEnough();)
       std::this_thread::sleep_until(std::min({next, deadline, Clock::now() + kGlance}));
   }

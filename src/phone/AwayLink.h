@@ -22,6 +22,8 @@ struct AwayTransport {
   std::shared_ptr<MessageChannel> messages;
   std::shared_ptr<ScreenTransport> screen;
   std::function<void()> start;
+  /// Whether what is sent goes through a TURN relay, as far as is known.
+  std::function<bool()> isRelayed = [] { return false; };
 };
 
 /// One session with a companion that is not on this network, for a caller that waits. Held by its channels;
@@ -32,6 +34,8 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
  public:
   /// How long after a failure the next attempt begins.
   static constexpr auto kPause = std::chrono::seconds(1);
+  /// How long an attempt may take: two sides that have misunderstood one another would wait for ever.
+  static constexpr auto kAttempt = std::chrono::seconds(15);
 
   struct Environment {
     /// Where the transports call back; not the caller's own thread.
@@ -50,6 +54,7 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   std::unique_ptr<LineChannel> lines();
   std::unique_ptr<ScreenChannel> screen();
   bool isReady() const;
+  bool isRelayed() const { return transport_.isRelayed(); }
 
  private:
   enum class State { connecting, ready, failed };

@@ -21,4 +21,9 @@ Answer<std::unique_ptr<ScreenChannel>> AwayRoad::connectScreen(const Target&, co
   return (*dialed)->screen();
 }
 
+std::string AwayRoad::route() const {
+  const auto current = link_.lock();
+  return current && current->isRelayed() ? "TURN relay" : "direct";
+}
+
 }  // namespace tevanto::phone

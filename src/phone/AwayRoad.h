@@ -25,6 +25,7 @@ class AwayRoad final : public Road {
   }
   Answer<std::unique_ptr<ScreenChannel>> connectScreen(const Target& target, const GivesUp& givesUp) override;
   bool comesBack() const override { return true; }
+  std::string route() const override;
 
  private:
   Answer<std::shared_ptr<AwayLink>> link(const GivesUp& givesUp);

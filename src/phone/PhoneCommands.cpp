@@ -119,10 +119,12 @@ ExitCode PhoneCommands::hello() {
   const auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
   const auto& ready = greeted->ready;
+  const auto route = road_->route();
   output_.reply(ready,
                 printable(ready.hostName.value_or("The companion")) +
                     " is ready.\nIdentifier:   " + printable(ready.deviceID.value_or("unknown")) +
-                    "\nCapabilities: " + joined(ready.capabilities.value_or(std::vector<std::string>())));
+                    "\nCapabilities: " + joined(ready.capabilities.value_or(std::vector<std::string>())) +
+                    (route.empty() ? "" : "\nRoute:        " + route));
   return ExitCode::done;
 }
 

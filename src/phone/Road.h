@@ -31,6 +31,8 @@ class Road {
                                                                const GivesUp& givesUp = {}) = 0;
   /// Whether a lost connection is worth waiting for: the phone stays away while its network comes and goes.
   virtual bool comesBack() const = 0;
+  /// How the packets of the current connection go, for a person; empty where there is but one way.
+  virtual std::string route() const { return {}; }
 };
 
 }  // namespace tevanto::phone

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <iostream>
 #include <memory>
@@ -49,11 +50,15 @@ class Away {
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};
     }
-    return AwayLink::Environment{
-        mainQueue_, [this](const std::string& room) {
-          auto made = transports_.factory().makeOfferer(room);
-          return AwayTransport{made.transport, made.transport, std::move(made.start)};
-        }};
+    return AwayLink::Environment{mainQueue_, [this](const std::string& room) {
+                                   auto made = transports_.factory().makeOfferer(room);
+                                   const auto isRelayed = std::make_shared<std::atomic<bool>>(false);
+                                   made.transport->onRelayRouteChanged = [isRelayed](bool relayed) {
+                                     *isRelayed = relayed;
+                                   };
+                                   return AwayTransport{made.transport, made.transport, std::move(made.start),
+                                                        [isRelayed] { return isRelayed->load(); }};
+                                 }};
   }
 
  private:

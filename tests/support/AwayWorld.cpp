@@ -37,8 +37,9 @@ void AwayWorld::startRelay(const std::string& program) {
 }
 
 void AwayWorld::moveHome(const std::string& address) {
-  home_.run({"ip", "address", "add", address + "/24", "dev", "eth0"});
+  // In this order: an address goes together with those of the same network that came after it.
   home_.run({"ip", "address", "del", std::string(kHomeAddress) + "/24", "dev", "eth0"});
+  home_.run({"ip", "address", "add", address + "/24", "dev", "eth0"});
   home_.run({"ip", "route", "replace", "default", "via", "10.8.1.1"});
 }
 
