@@ -17,6 +17,9 @@ using test::CloudKitTestService;
 /// With a service that does not answer, in virtual time.
 class CloudKitWriteOrder : public testing::Test {
  protected:
+  /// A request holds the database, which holds the queue on which the request's time runs.
+  ~CloudKitWriteOrder() override { queue_->advance(std::chrono::hours(1)); }
+
   void save(const std::string& name, const std::string& session, CloudUrgency urgency) {
     database_->save({.name = name, .session = session}, urgency,
                     [this, session](std::optional<CloudError> error) {
