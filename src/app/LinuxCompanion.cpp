@@ -69,6 +69,12 @@ class LinuxCompanion {
     if (!server) return complain(server.error());
     controlSocket_ = std::move(server).value();
     services_.mainLoop().run();
+    if (services_.hasRoad()) {
+      // Its engine's threads may still be closing peers, and must not meet the libraries' cleanup at the
+      // exit.
+      std::fflush(nullptr);
+      std::_Exit(static_cast<int>(ExitCode::done));
+    }
     return ExitCode::done;
   }
 

@@ -253,6 +253,7 @@ void LinuxServices::endBackgroundWork() {
 std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->mainQueue; }
 std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->networkQueue; }
 std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
+bool LinuxServices::hasRoad() const { return parts_->road.has_value(); }
 void LinuxServices::started() {
   parts_->powerSources.started();
   parts_->screenPermission.started();

@@ -40,6 +40,8 @@ class LinuxServices {
   /// How the runtime makes its services from what is here.
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
   std::optional<std::string> computerName() const;
+  /// Whether the road away was made.
+  bool hasRoad() const;
   /// From here on the services of the system are asked too, which may take their time.
   void started();
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -80,7 +81,12 @@ int main(int argc, char** argv) {
     away = std::make_unique<Away>(defaults, log);
     return away->environment();
   };
-  return tevanto::phone::runPhone({argv + 1, argv + argc},
-                                  {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO,
-                                   loadMirrorMedia, callAway});
+  const int status = tevanto::phone::runPhone(
+      {argv + 1, argv + argc}, {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO,
+                                loadMirrorMedia, callAway});
+  if (!away) return status;
+  // The engine's threads may still be closing peers, and must not meet the libraries' cleanup at the exit.
+  std::cout.flush();
+  std::cerr.flush();
+  std::_Exit(status);
 }
