@@ -83,7 +83,7 @@ std::vector<std::pair<std::string, std::string>> privateOptions(const std::strin
             {"forced-idr", "1"},
             {"crf", kConstantQuality},
             {"x264-params",
-             "scenecut=0:sliced-threads=0:me=umh:merange=48:subme=1:weightp=1:aq-mode=0:no-deblock=1:no-dct-"
+             "scenecut=0:sliced-threads=0:me=umh:merange=32:subme=1:weightp=1:aq-mode=0:no-deblock=1:no-dct-"
              "decimate=1"}};
   }
   if (encoder == "h264_nvenc") {
