@@ -22,13 +22,14 @@ struct DoctorFinding {
   std::string text;
 };
 
-/// Tries one check on a thread of its own and waits no longer than `patience`. A check that is still at it
-/// then counts as failed; its thread is left behind.
-DoctorFinding tryCheck(const DoctorCheck& check, std::chrono::milliseconds patience);
+/// Tries all checks at once, each on a thread of its own, and tells what they found, in their order. A check
+/// that is still at it when `patience` is over counts as failed; its thread is left behind.
+void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds patience,
+               const std::function<void(DoctorFinding)>& found);
 
 /// {"ok":...,"checks":[{"name":...,"ok":...,"text":...}]} on one line.
 std::string doctorJson(const std::vector<DoctorFinding>& findings);
-/// One line.
+/// One line; what servers said in it cannot steer the terminal.
 std::string doctorLine(const DoctorFinding& finding);
 
 bool allOk(const std::vector<DoctorFinding>& findings);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "app/Commands.h"
 #include "app/CompanionLock.h"
 #include "app/Doctor.h"
+#include "app/LinuxAwayDoctorChecks.h"
 #include "app/LinuxCompanion.h"
 #include "app/LinuxDoctorChecks.h"
 #include "app/RuntimeFolder.h"
@@ -22,7 +24,8 @@ namespace {
 
 constexpr auto kDefaultsName = "defaults.json";
 constexpr std::uint16_t kDefaultScreenPort = 51638;
-constexpr auto kCheckPatience = std::chrono::seconds(20);
+/// Beyond the longest of the checks, the TURN servers: credentials, then an allocation.
+constexpr auto kDoctorPatience = std::chrono::seconds(15);
 constexpr auto kHandOverPatience = std::chrono::seconds(5);
 
 JsonUserDefaults openDefaults() {
@@ -55,14 +58,17 @@ ExitCode run(const DefaultsOptions& options) {
 }
 
 ExitCode run(const DoctorOptions& options) {
+  auto defaults = openDefaults();
+  auto checks = linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
+                                  options.screenPort.value_or(kDefaultScreenPort),
+                                  JsonUserDefaults::standardFile(kDefaultsName));
+  for (auto& check : linuxAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
   std::vector<DoctorFinding> findings;
-  for (const auto& check : linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
-                                             options.screenPort.value_or(kDefaultScreenPort),
-                                             JsonUserDefaults::standardFile(kDefaultsName))) {
-    findings.push_back(tryCheck(check, kCheckPatience));
-    if (!options.json) std::printf("%s\n", doctorLine(findings.back()).c_str());
+  tryChecks(checks, kDoctorPatience, [&](DoctorFinding finding) {
+    if (!options.json) std::printf("%s\n", doctorLine(finding).c_str());
     std::fflush(stdout);
-  }
+    findings.push_back(std::move(finding));
+  });
   if (options.json) std::printf("%s\n", doctorJson(findings).c_str());
   std::fflush(stdout);
   // A check that hangs has left its thread behind; nothing may wait for it.

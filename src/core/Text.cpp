@@ -57,6 +57,21 @@ std::string wellFormedUtf8(std::string_view bytes) {
   return utf8;
 }
 
+std::string printable(std::string_view text) {
+  const auto clean = wellFormedUtf8(text);
+  std::string result;
+  for (std::size_t i = 0; i < clean.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(clean[i]);
+    const auto next = i + 1 < clean.size() ? static_cast<unsigned char>(clean[i + 1]) : 0u;
+    if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {  // U+0080 to U+009F: the other control characters
+      ++i;
+    } else if (byte >= 0x20 && byte != 0x7f) {
+      result += clean[i];
+    }
+  }
+  return result;
+}
+
 struct LocalizedOrder::Collation {
   std::unique_ptr<icu::Collator> collator;  // none when ICU has no data
 };

@@ -20,6 +20,9 @@ std::string lowerCased(std::string_view utf8);
 /// The text itself when it is well-formed, else with U+FFFD in place of what is not.
 std::string wellFormedUtf8(std::string_view bytes);
 
+/// Well-formed, and without what could steer a terminal.
+std::string printable(std::string_view text);
+
 /// Compares names as the user's locale sorts them, without regard to case. Build one for a whole sort.
 class LocalizedOrder {
  public:

@@ -1,23 +1,15 @@
 #include "p2p/SignalingClient.h"
 
-#include <optional>
 #include <string_view>
 #include <utility>
 
-#include "net/Url.h"
-
 namespace tevanto {
-namespace {
-
-/// The relay's address of a room, or nothing when the endpoint is none.
-std::optional<Url> addressOf(const std::string& endpoint, const std::string& room, SignalRole role) {
-  auto url = parseUrl(endpoint);
+std::optional<Url> relayRoom(const std::string& relayURL, const std::string& room, SignalRole role) {
+  auto url = parseUrl(relayURL);
   if (!url || !url->isWebSocket()) return std::nullopt;
   url->target = "/connect?room=" + percentEncoded(room) + "&role=" + std::string(toString(role));
   return url;
 }
-
-}  // namespace
 
 std::shared_ptr<SignalingClient> SignalingClient::create(std::vector<std::string> relays,
                                                          std::shared_ptr<WebSocketFactory> sockets,
@@ -78,7 +70,7 @@ void SignalingClient::attempt() {
     return;
   }
   const auto& endpoint = relays_[urlIndex_];
-  const auto url = addressOf(endpoint, room_, role_);
+  const auto url = relayRoom(endpoint, room_, role_);
   host_ = url ? url->host : endpoint;
   log_.info("connecting role=" + std::string(toString(role_)) + " via " + host_);
   // An endpoint that is none fails as any other: the socket says why.

@@ -4,15 +4,20 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "core/Log.h"
 #include "core/SerialQueue.h"
+#include "net/Url.h"
 #include "net/WebSocketConnection.h"
 #include "p2p/RelaySignaling.h"
 
 namespace tevanto {
+
+/// The address of a room at a relay ("wss://host[:port]" or "ws://host[:port]"); nothing when that is none.
+std::optional<Url> relayRoom(const std::string& relayURL, const std::string& room, SignalRole role);
 
 /// The client of a signaling relay: joins a room at the first of its relays that opens, keeps the socket
 /// alive, and hands over what the room says. A socket that once was open is not opened again: the owner

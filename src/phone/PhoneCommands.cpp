@@ -7,6 +7,7 @@
 #include <ostream>
 #include <utility>
 
+#include "core/Text.h"
 #include "phone/AwayRoad.h"
 #include "phone/LocalRoad.h"
 #include "phone/RawRelay.h"

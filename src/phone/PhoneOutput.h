@@ -50,9 +50,6 @@ class PhoneOutput {
   bool isLineOpen_ = false;  // the terminal's cursor stands behind statistics
 };
 
-/// Without what could steer a terminal.
-std::string printable(std::string_view text);
-
 /// Writes each icon into `folder` as <identifier>.png and returns how many there were.
 Result<int> writeIcons(const std::vector<RemoteAppInfo>& apps, const std::filesystem::path& folder);
 

@@ -8,28 +8,59 @@
 namespace tevanto {
 namespace {
 
-TEST(Doctor, reportsWhatAnAttemptFound) {
-  const auto fine = tryCheck({"volume", [] { return Result<std::string>(std::string("at 5 %")); }},
-                             std::chrono::seconds(60));
-  EXPECT_TRUE(fine.ok);
-  EXPECT_EQ(doctorLine(fine), "ok      volume          at 5 %");
-  const auto failed = tryCheck({"pointer", [] { return Result<std::string>(Failure{"Start X."}); }},
-                               std::chrono::seconds(60));
-  EXPECT_FALSE(failed.ok);
-  EXPECT_EQ(doctorLine(failed), "FAILED  pointer         Start X.");
+using Attempt = Result<std::string>;
+
+std::vector<DoctorFinding> findings(const std::vector<DoctorCheck>& checks,
+                                    std::chrono::milliseconds patience) {
+  std::vector<DoctorFinding> all;
+  tryChecks(checks, patience, [&](DoctorFinding finding) { all.push_back(std::move(finding)); });
+  return all;
+}
+
+TEST(Doctor, reportsWhatTheAttemptsFoundInTheirOrder) {
+  const auto found = findings({{"volume", [] { return Attempt(std::string("at 5 %")); }},
+                               {"pointer", [] { return Attempt(Failure{"Start X."}); }}},
+                              std::chrono::seconds(60));
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_TRUE(found[0].ok);
+  EXPECT_EQ(doctorLine(found[0]), "ok      volume          at 5 %");
+  EXPECT_FALSE(found[1].ok);
+  EXPECT_EQ(doctorLine(found[1]), "FAILED  pointer         Start X.");
 }
 
 TEST(Doctor, doesNotWaitForAnAttemptThatHangs) {
   auto never = std::make_shared<std::promise<void>>();
-  const auto finding = tryCheck({"bus",
-                                 [never] {
-                                   never->get_future().wait();
-                                   return Result<std::string>(std::string());
-                                 }},
-                                std::chrono::milliseconds(50));
+  const auto found = findings({{"bus",
+                                [never] {
+                                  never->get_future().wait();
+                                  return Attempt(std::string());
+                                }}},
+                              std::chrono::milliseconds(50));
   never->set_value();
-  EXPECT_FALSE(finding.ok);
-  EXPECT_NE(finding.text.find("No answer within"), std::string::npos);
+  ASSERT_EQ(found.size(), 1U);
+  EXPECT_FALSE(found[0].ok);
+  EXPECT_NE(found[0].text.find("No answer within"), std::string::npos);
+}
+
+TEST(Doctor, triesAllAtOnce) {
+  auto second = std::make_shared<std::promise<void>>();
+  const auto found = findings({{"first",
+                                [second] {
+                                  second->get_future().wait();
+                                  return Attempt(std::string("met the second"));
+                                }},
+                               {"second",
+                                [second] {
+                                  second->set_value();
+                                  return Attempt(std::string());
+                                }}},
+                              std::chrono::seconds(60));
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_TRUE(found[0].ok && found[1].ok);
+}
+
+TEST(Doctor, keepsWhatServersSayFromTheTerminal) {
+  EXPECT_EQ(doctorLine({"relay", false, "it said \x1b[2J"}), "FAILED  relay           it said [2J");
 }
 
 TEST(Doctor, isOnlyContentWhenEverythingIsFine) {

@@ -88,5 +88,11 @@ TEST(LocalizedOrder, ordersIllFormedTextWithoutComplaint) {
   EXPECT_NE(order.compare("a\xFF", "b"), 0);
 }
 
+TEST(Text, keepsControlCharactersFromTheTerminal) {
+  EXPECT_EQ(printable("a\x1b[2Jb\x07\r\n\x7f"), "a[2Jb");
+  EXPECT_EQ(printable("\u009b2Jé\u00a0"), "2Jé\u00a0");
+  EXPECT_EQ(printable("x\xff"), "x\uFFFD");
+}
+
 }  // namespace
 }  // namespace tevanto

@@ -16,12 +16,6 @@ std::string contentOf(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(PhoneOutput, keepsControlCharactersFromTheTerminal) {
-  EXPECT_EQ(printable("a\x1b[2Jb\x07\r\n\x7f"), "a[2Jb");
-  EXPECT_EQ(printable("\u009b2Jé\u00a0"), "2Jé\u00a0");
-  EXPECT_EQ(printable("x\xff"), "x\uFFFD");
-}
-
 TEST(PhoneOutput, alignsApplicationsByCharacters) {
   std::ostringstream out, err;
   RemoteMessage message;
