@@ -104,6 +104,11 @@ bool DataChannelMessaging::sendScreenFrame(std::span<const std::byte> message, b
   return forEachPacket(message, id, [&](std::span<const std::byte> packet) { return channel->send(packet); });
 }
 
+bool DataChannelMessaging::takesKeyFrame(std::size_t bytes) const {
+  const auto channel = screenChannel();
+  return isOpen(channel) && !shouldDrop(channel->bufferedAmount(), bytes, true);
+}
+
 bool DataChannelMessaging::admit(std::uint64_t buffered, std::size_t messageBytes, bool isKeyFrame) const {
   if (!shouldDrop(buffered, messageBytes, isKeyFrame)) return true;
   logLine(std::string("dropping ") + (isKeyFrame ? "key" : "delta") + " screen frame at " +

@@ -69,6 +69,8 @@ class DataChannelMessaging {
   void send(const RemoteMessage& message);
   /// Sends one video frame; false when the drop rule or the channel refused it.
   bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame);
+  /// Whether the drop rule would let a key frame of so many bytes pass now.
+  bool takesKeyFrame(std::size_t bytes) const;
   /// Sends a screen message of at most 60,000 bytes on the control channel; false when it was not sent.
   bool sendScreenPayload(std::span<const std::byte> message);
 

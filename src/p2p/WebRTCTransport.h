@@ -57,6 +57,7 @@ class WebRTCTransport final : public MessageChannel,
   bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame) override {
     return messaging_->sendScreenFrame(message, isKeyFrame);
   }
+  bool takesKeyFrame(std::size_t bytes) const override { return messaging_->takesKeyFrame(bytes); }
 
   bool signalingEverOpened() const { return connector_->signalingEverOpened(); }
   bool cloudSignalingEverOpened() const { return connector_->cloudSignalingEverOpened(); }

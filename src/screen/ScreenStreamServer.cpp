@@ -51,6 +51,10 @@ ScreenRoute routeOver(std::weak_ptr<ScreenTransport> weak) {
     const auto transport = weak.lock();
     return transport && transport->sendScreenFrame(*message, isKeyframe);
   };
+  route.takesKeyframe = [weak](std::size_t bytes) {
+    const auto transport = weak.lock();
+    return transport && transport->takesKeyFrame(bytes);
+  };
   return route;
 }
 
@@ -82,6 +86,7 @@ void ScreenStreamServer::start() {
 
 void ScreenStreamServer::startListener() {
   if (listener_) return;
+  stopped_ = false;
   auto made = environment_.listeners.listen(environment_.port);
   if (!made) return statusText.set("Screen server failed");
   listener_ = std::move(made).value();
@@ -110,11 +115,12 @@ void ScreenStreamServer::stop() {
 }
 
 void ScreenStreamServer::stopEverything() {
+  stopped_ = true;
   if (listener_) listener_->cancel();
   listener_.reset();
   advertisement_.reset();
   helloTimer_.cancel();
-  stopSession();
+  endSessionOf(captureOwner_);
   for (auto* held : {&candidateConnection_, &connection_}) {
     if (const auto ending = std::exchange(*held, nullptr)) ending->cancel();
   }
@@ -183,7 +189,7 @@ void ScreenStreamServer::listenTo(const std::shared_ptr<ScreenTransport>& transp
         [weak, weakTransport, bytes = std::vector<std::byte>(message.begin(), message.end())] {
           const auto server = weak.lock();
           const auto sender = weakTransport.lock();
-          if (server && sender) server->take({nullptr, sender}, bytes);
+          if (server && sender && !server->stopped_) server->take({nullptr, sender}, bytes);
         });
   };
   transport->onScreenChannelState = [weak = weak_from_this(), weakTransport](bool isOpen) {

@@ -105,6 +105,7 @@ class ScreenStreamServer final : public ScreenTransportHost,
   const Environment environment_;
   const Machinery machinery_;
   std::unique_ptr<TcpListener> listener_;
+  bool stopped_ = false;  // a transport may go on talking
   ServiceAdvertiser::Registration advertisement_;
   std::shared_ptr<FramedConnection> connection_;           // has said a valid hello
   std::shared_ptr<FramedConnection> candidateConnection_;  // has not yet

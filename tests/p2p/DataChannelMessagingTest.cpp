@@ -324,6 +324,21 @@ TEST_F(DataChannelMessagingTest, dropsFramesByWhatIsBuffered) {
                              "webrtc: [answerer] dropping delta screen frame at 424289 buffered bytes"}));
 }
 
+TEST_F(DataChannelMessagingTest, tellsWhetherAKeyFrameWouldPass) {
+  EXPECT_TRUE(messaging.takesKeyFrame(3'145'728));
+  EXPECT_FALSE(messaging.takesKeyFrame(3'145'729));
+  screen->buffered = 65'536;
+  EXPECT_TRUE(messaging.takesKeyFrame(1));
+  screen->buffered = 65'537;
+  EXPECT_FALSE(messaging.takesKeyFrame(1));
+  screen->buffered = 0;
+  screen->currentState = DataChannelState::closing;
+  EXPECT_FALSE(messaging.takesKeyFrame(1));
+  messaging.setScreenChannel(nullptr);
+  EXPECT_FALSE(messaging.takesKeyFrame(1));
+  EXPECT_TRUE(logged().empty());
+}
+
 TEST_F(DataChannelMessagingTest, aDroppedFrameTakesNoId) {
   EXPECT_FALSE(messaging.sendScreenFrame(pattern(600'000), false));
   EXPECT_TRUE(messaging.sendScreenFrame(pattern(1), false));

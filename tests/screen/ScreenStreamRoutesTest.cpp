@@ -243,6 +243,155 @@ TEST_F(TransportRoute, theServerDoesNotKeepTheTransport) {
   EXPECT_TRUE(server_->isStreaming.get());
 }
 
+TEST_F(TransportRoute, aRepeatedHelloOnlyForcesAKeyFrame) {
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  picture();
+  ASSERT_FALSE(transport->frames.back().second);
+  say(*transport, hello("TOKEN", true));
+  EXPECT_EQ(capture_.streams.size(), 1u);
+  picture();
+  EXPECT_TRUE(transport->frames.back().second);
+  EXPECT_TRUE(server_->isStreaming.get());
+}
+
+TEST_F(TransportRoute, aTransportThatDoesNotOwnTheSessionCannotTouchIt) {
+  start();
+  const auto transport = attach();
+  const auto peer = mirror();
+  picture();
+  peer->received.clear();
+  say(*transport, bytesOf({0x12}));
+  say(*transport, bytesOf({0x11}));
+  EXPECT_TRUE(server_->isStreaming.get());
+  EXPECT_EQ(peer->received, "");
+  picture();
+  EXPECT_EQ(peer->received, kDeltaFrame) << "nobody asked for a key frame";
+  EXPECT_TRUE(transport->frames.empty());
+}
+
+TEST_F(TransportRoute, whatIsNoMessageOfAPhoneIsIgnored) {
+  start();
+  const auto transport = mirrorOverTransport();
+  say(*transport, {});
+  say(*transport, bytesOf({0x13}));
+  say(*transport, bytesOf({0x01, 0, 0, 0, 0}));
+  say(*transport, bytesOf({0x02, 1}));
+  say(*transport, bytesOf({0x10, '{'}));
+  EXPECT_TRUE(server_->isStreaming.get());
+  EXPECT_EQ(capture_.streams.size(), 1u);
+}
+
+TEST_F(TransportRoute, withoutAPairingNobodyIsAccepted) {
+  start();
+  defaults_.remove(kPairingTokenKey).ok();
+  say(*attach(), hello(""));
+  EXPECT_EQ(server_->statusText.get(), "Rejected an unpaired iPhone");
+  EXPECT_TRUE(capture_.streams.empty());
+}
+
+TEST_F(TransportRoute, aDetachedTransportIsHeardNoMoreAndItsSessionEnds) {
+  start();
+  const auto transport = mirrorOverTransport();
+  const auto other = std::make_shared<test::FakeScreenTransport>();
+  mainQueue_->sync([&] {
+    server_->detach(other);
+    server_->detach(nullptr);
+  });
+  run();
+  EXPECT_TRUE(transport->onScreenData);
+  EXPECT_TRUE(server_->isStreaming.get());
+  mainQueue_->sync([&] { server_->detach(transport); });
+  run();
+  EXPECT_FALSE(transport->onScreenData);
+  EXPECT_FALSE(transport->onScreenChannelState);
+  expectIdle();
+  mainQueue_->sync([&] { server_->detach(transport); });
+  say(*attach(), hello());
+  EXPECT_EQ(server_->statusText.get(), "Sharing screen…");
+}
+
+TEST_F(TransportRoute, detachingLeavesASessionOverTcpAlone) {
+  start();
+  const auto transport = attach();
+  mirror();
+  mainQueue_->sync([&] { server_->detach(transport); });
+  run();
+  EXPECT_TRUE(server_->isStreaming.get());
+}
+
+TEST_F(TransportRoute, whatWasOnItsWayWhenItWasDetachedStartsNoSession) {
+  start();
+  const auto transport = attach();
+  mainQueue_->sync([&] {
+    transport->onScreenData(hello());
+    server_->detach(transport);
+  });
+  run();
+  EXPECT_FALSE(server_->isStreaming.get());
+  EXPECT_EQ(server_->statusText.get(), "");
+  for (const auto& made : capture_.streams) EXPECT_EQ(made->stops, 1);
+}
+
+TEST_F(TransportRoute, nothingOfAReplacedSessionReachesTheTransport) {
+  encoders_.answers = false;
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  const auto late = encoders_.last().frames.back();
+  const auto formerStream = capture_.streams.back();
+  say(*connect(), hello());
+  test::FakeEncoderSession::putOut(late, true);
+  run();
+  EXPECT_TRUE(transport->frames.empty());
+  EXPECT_TRUE(transport->payloads.empty());
+  formerStream->onStarted({});
+  run();
+  EXPECT_EQ(server_->statusText.get(), "Sharing screen…");
+  EXPECT_FALSE(server_->isStreaming.get());
+}
+
+TEST_F(TransportRoute, oneThatTakesNothingCostsNoEncodingUntilItTakesAgain) {
+  start();
+  const auto transport = mirrorOverTransport();
+  picture();
+  transport->accepts = false;
+  for (int i = 0; i < 10; ++i) picture();
+  const auto refused = transport->frames.size();
+  EXPECT_LE(refused, 1u + 1 + 3) << "the refused frame and three attempts with a key frame";
+  transport->accepts = true;
+  picture();
+  EXPECT_EQ(transport->frames.size(), refused + 1);
+  EXPECT_TRUE(transport->frames.back().second);
+}
+
+TEST_F(TransportRoute, aStoppedServerStartsNoSessionForATransportThatTalksOn) {
+  start();
+  const auto transport = mirrorOverTransport();
+  server_->stop();
+  run();
+  expectIdle();
+  say(*transport, hello());
+  EXPECT_EQ(capture_.streams.size(), 1u);
+  server_->start();
+  run();
+  say(*transport, hello());
+  EXPECT_EQ(capture_.streams.size(), 2u);
+}
+
+TEST_F(TransportRoute, anEndedServerIsNotReached) {
+  start();
+  const auto transport = attach();
+  end();
+  mainQueue_->sync([&] {
+    transport->onScreenData(hello());
+    transport->onScreenChannelState(false);
+  });
+  run();
+  EXPECT_TRUE(capture_.streams.empty());
+}
+
 TEST_F(TransportRoute, theNewestOwnerWinsAcrossTheRoutes) {
   start();
   const auto peer = mirror();

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include "core/DeviceIdentity.h"
@@ -40,36 +41,15 @@ class Granted final : public ScreenCapturePermission {
   void request() override {}
 };
 
-/// Reads the stream of one session and checks that a decoder could follow it: parameter sets before every key
-/// frame, and no frame without the one that it refers to.
-class Phone {
+/// Looks at the stream of one session and checks that a decoder could follow it: parameter sets before every
+/// key frame, and no frame without the one that it refers to.
+class FollowingDecoder {
  public:
-  explicit Phone(std::uint16_t port) : socket_(test::RawSocket::connectTo(port)) {
-    const int small = 64 * 1024;
-    ::setsockopt(socket_.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
-  }
-
-  /// A server that has just closed the connection shows when reading.
-  void say(const Bytes& message) { static_cast<void>(socket_.send(frameText(message))); }
-
-  /// Reads one message and checks it; false when the stream ended or a check failed.
-  bool readMessage() {
-    const auto header = socket_.receive(4);
-    if (header.size() < 4) return false;
-    const auto length = readBigEndian<std::uint32_t>(std::as_bytes(std::span(header)));
-    const auto message = bytesOf(socket_.receive(length));
-    if (message.size() != length) return false;
-    const auto body = std::span<const std::byte>(message).subspan(1);
+  /// False when a check failed.
+  bool take(std::span<const std::byte> message) {
+    const auto body = message.subspan(1);
     if (screenMessageType(message) == ScreenMessageType::parameterSets) return takeParameterSets(body);
     return takeFrame(body);
-  }
-
-  /// Reads on until `condition`.
-  bool readUntil(const std::function<bool()>& condition) {
-    while (!condition()) {
-      if (!readMessage()) return false;
-    }
-    return true;
   }
 
   int frames = 0;
@@ -99,9 +79,64 @@ class Phone {
     return !::testing::Test::HasFailure();
   }
 
-  test::RawSocket socket_;
   std::uint32_t announced_ = 0;
   std::uint32_t last_ = 0;
+};
+
+/// A phone on the local network.
+class Phone : public FollowingDecoder {
+ public:
+  explicit Phone(std::uint16_t port) : socket_(test::RawSocket::connectTo(port)) {
+    const int small = 64 * 1024;
+    ::setsockopt(socket_.fd(), SOL_SOCKET, SO_RCVBUF, &small, sizeof small);
+  }
+
+  /// A server that has just closed the connection shows when reading.
+  void say(const Bytes& message) { static_cast<void>(socket_.send(frameText(message))); }
+
+  /// Reads one message and checks it; false when the stream ended or a check failed.
+  bool readMessage() {
+    const auto header = socket_.receive(4);
+    if (header.size() < 4) return false;
+    const auto length = readBigEndian<std::uint32_t>(std::as_bytes(std::span(header)));
+    const auto message = bytesOf(socket_.receive(length));
+    return message.size() == length && take(message);
+  }
+
+  /// Reads on until `condition`.
+  bool readUntil(const std::function<bool()>& condition) {
+    while (!condition()) {
+      if (!readMessage()) return false;
+    }
+    return true;
+  }
+
+ private:
+  test::RawSocket socket_;
+};
+
+/// A transport to a phone away, that refuses every tenth frame.
+class ThreadedTransport final : public ScreenTransport {
+ public:
+  bool sendScreenPayload(std::span<const std::byte> message) override {
+    const std::lock_guard lock(mutex_);
+    return decoder_.take(message);
+  }
+  bool sendScreenFrame(std::span<const std::byte> message, bool) override {
+    const std::lock_guard lock(mutex_);
+    if (++offered_ % 10 == 0) return false;
+    return decoder_.take(message);
+  }
+  bool takesKeyFrame(std::size_t) const override { return true; }
+  int frames() const {
+    const std::lock_guard lock(mutex_);
+    return decoder_.frames;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  FollowingDecoder decoder_;
+  int offered_ = 0;
 };
 
 class ScreenStreamThreads : public ::testing::Test {
@@ -224,6 +259,38 @@ TEST_F(ScreenStreamThreads, phonesThatPushEachOtherOutNeverMixTheirStreams) {
   }
   for (auto& phone : phones) phone.join();
   EXPECT_GT(frames, 0);
+}
+
+TEST_F(ScreenStreamThreads, transportsMayComeAndGoWhileFramesFlow) {
+  for (int round = 0; round < 40 && !HasFailure(); ++round) {
+    const auto transport = std::make_shared<ThreadedTransport>();
+    main_->sync([&] {
+      server_->attach(transport);
+      transport->onScreenData(hello());
+    });
+    EXPECT_TRUE(eventually([&] { return transport->frames() >= 30; }));
+    // In turn: given up, replaced by the next one, closed by its phone.
+    main_->sync([&] {
+      if (round % 3 == 0) server_->detach(transport);
+      if (round % 3 == 2) transport->onScreenChannelState(false);
+    });
+  }
+  main_->sync([&] { server_->attach(nullptr); });
+  EXPECT_TRUE(rests());
+}
+
+TEST_F(ScreenStreamThreads, thePhoneThatIsHereAndThePhoneThatIsAwayTakeTheSessionFromEachOther) {
+  for (int round = 0; round < 30 && !HasFailure(); ++round) {
+    Phone phone(server_->port.get());
+    phone.say(hello());
+    EXPECT_TRUE(phone.readUntil([&] { return phone.frames >= 4; }));
+    const auto transport = std::make_shared<ThreadedTransport>();
+    main_->sync([&] {
+      server_->attach(transport);
+      transport->onScreenData(hello());
+    });
+    EXPECT_TRUE(eventually([&] { return transport->frames() >= 4; }));
+  }
 }
 
 TEST_F(ScreenStreamThreads, startingAndStoppingTheServerUnderLoadIsSafe) {

@@ -20,6 +20,7 @@ class FakeScreenTransport final : public ScreenTransport {
     frames.emplace_back(textOf(message), isKeyFrame);
     return accepts;
   }
+  bool takesKeyFrame(std::size_t) const override { return accepts; }
 
   std::vector<std::string> payloads;
   std::vector<std::pair<std::string, bool>> frames;
