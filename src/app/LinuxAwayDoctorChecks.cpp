@@ -17,7 +17,7 @@ std::vector<DoctorCheck> linuxAwayDoctorChecks(UserDefaults& defaults) {
                                     .defaults = defaults,
                                     .log = LogSink::none(),
                                     .includeLoopback = true});
-  const auto peers = transports.peers();
+  const auto& peers = transports.peers();
   return awayDoctorChecks({.settings = transports.settings(),
                            .loop = loop,
                            .http = transports.http(),
