@@ -134,7 +134,8 @@ def measure_delay(tool, display, companion, scene, changes, pause):
 
 
 def measure_sizes(tool, make_display, seconds=2.0):
-    """Processor seconds per second of scrolling, capture, encoder and X server together, without the drawing."""
+    """Processor seconds per second of scrolling, capture, encoder and X server together, without the drawing; and
+    ffmpeg's."""
     rows = []
     for width, height in SIZES:
         with make_display(width, height) as display, scene_on(display, tool, "scrolling"):
@@ -146,6 +147,7 @@ def measure_sizes(tool, make_display, seconds=2.0):
                     time.sleep(1)
                     used = used_meanwhile([process.pid, display.server.pid], seconds - 0.3)
                 rows[-1]["cost"][str(fps)] = max(0, used - drawing)
+            rows[-1]["ffmpeg"] = max(0, cost_of_ffmpeg(display, seconds, 1.2) - drawing)
     return rows
 
 
@@ -206,10 +208,12 @@ def road_rows(figures, verdict):
 def table(figures, verdict):
     rows = [*cost_rows(figures, verdict), *delay_rows(figures, verdict), *road_rows(figures, verdict)]
     head = ["| Measured | Companion | Rival, same run | Ratio | Goal | |", "|---|---|---|---|---|---|"]
-    sizes = ["", "Processor seconds per second of scrolling text, by display and frame rate (1280 pixels on the long side,",
-             "6 Mbit/s):", "", "| Display | " + " | ".join(f"{fps} fps" for fps in RATES) + " |",
-             "|---" * (1 + len(RATES)) + "|"]
+    sizes = ["", f"Processor seconds per second of scrolling text, by display and frame rate ({LONG_SIDE} pixels on the long",
+             "side, 6 Mbit/s):", "",
+             "| Display | " + " | ".join(f"{fps} fps" for fps in RATES) + f" | ffmpeg, {FPS} fps | Ratio at {FPS} fps |",
+             "|---" * (3 + len(RATES)) + "|"]
     for row in figures["sizes"]:
-        cells = " | ".join(f"{row['cost'][str(fps)]:.3f}" for fps in RATES)
-        sizes.append(f"| {row['width']}×{row['height']} | {cells} |")
+        cells = [f"{row['width']}×{row['height']}", *(f"{row['cost'][str(fps)]:.3f}" for fps in RATES),
+                 f"{row['ffmpeg']:.3f}", f"{row['cost'][str(FPS)] / row['ffmpeg']:.2f}"]
+        sizes.append("| " + " | ".join(cells) + " |")
     return "\n".join([*head, *("| " + " | ".join(row) + " |" for row in rows), *sizes])
