@@ -68,8 +68,8 @@ std::optional<RelayTarget> parseRelayTarget(std::string_view target) {
     auto decodedName = percentDecoded(name);
     auto decodedValue = percentDecoded(value);
     if (!decodedName || !decodedValue) return std::nullopt;
-    if (*decodedName == "room" && !found.room) found.room = std::move(decodedValue);
-    if (*decodedName == "role" && !found.role) found.role = std::move(decodedValue);
+    auto* wanted = *decodedName == "room" ? &found.room : *decodedName == "role" ? &found.role : nullptr;
+    if (wanted && !*wanted) *wanted = std::move(decodedValue);
   }
   return found;
 }
