@@ -1,0 +1,191 @@
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/BarePeers.h"
+#include "core/EventLoop.h"
+#include "p2p/WebRTCTransport.h"
+#include "platform/linux/LoadedPeers.h"
+#include "remote/RemoteMessageCodec.h"
+#include "screen/ScreenStreamMessage.h"
+#include "tests/support/FakeCloudSignaling.h"
+
+// Two whole transports on the loopback interface, in turns with a bare pair of the engine's channels: what
+// the transport adds. Each transport has a loop of its own, as in the programs. Prints one JSON object.
+
+namespace {
+
+using namespace tevanto;
+using namespace tevanto::bench;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kRounds = 5;
+constexpr auto kDuration = std::chrono::seconds(2);
+constexpr std::uint64_t kTrips = 3000;
+constexpr std::size_t kFrame = 100'000;
+constexpr auto kPatience = std::chrono::seconds(30);
+
+/// One member of a room for two that is nothing but memory.
+class MemoryRelay final : public RelaySignaling {
+ public:
+  explicit MemoryRelay(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {}
+  static void join(const std::shared_ptr<MemoryRelay>& one, const std::shared_ptr<MemoryRelay>& other) {
+    one->other_ = other;
+    other->other_ = one;
+  }
+  void connect(const std::string& /*room*/, SignalRole /*role*/) override {
+    isIn_ = true;
+    queue_->async([this] { onOpen(); });
+  }
+  void send(const SignalMessage& message) override {
+    const auto other = other_.lock();
+    if (!other || !other->isIn_) return;
+    other->queue_->async([weak = std::weak_ptr(other), message] {
+      const auto member = weak.lock();
+      if (member && member->isIn_) member->onMessage(message);
+    });
+  }
+  void close() override { isIn_ = false; }
+
+ private:
+  const std::shared_ptr<SerialQueue> queue_;
+  std::weak_ptr<MemoryRelay> other_;
+  std::atomic<bool> isIn_ = false;
+};
+
+/// One end, and what has come to it.
+class End {
+ public:
+  End(const std::shared_ptr<PeerConnectionFactory>& peers, TransportRole role) : role_(role) {
+    transport_ = WebRTCTransport::create({.stateQueue = loop_->makeQueue("transport"),
+                                          .mainQueue = mainQueue_,
+                                          .peers = peers,
+                                          .relay = relay_,
+                                          .cloud = std::make_shared<test::FakeCloudSignaling>(),
+                                          .rememberIceServers = [](const auto&) {}},
+                                         role, "bench", WebRTCTransport::Profile::phone);
+    transport_->onChannelState = [this](ChannelState state) {
+      if (state == ChannelState::ready) count(&isReady_);
+    };
+    transport_->onScreenChannelState = [this](bool isOpen) {
+      if (isOpen) count(&hasScreen_);
+    };
+    transport_->onMessage = [this](const RemoteMessage& message) {
+      if (role_ == TransportRole::answerer) transport_->send(message);
+      count(&messages_);
+    };
+    transport_->onScreenData = [this](std::span<const std::byte> message) { screenBytes_ += message.size(); };
+  }
+  ~End() {
+    transport_->stop();
+    loop_->stop();
+  }
+  End(const End&) = delete;
+  End& operator=(const End&) = delete;
+
+  static void connect(End& offerer, End& answerer) {
+    MemoryRelay::join(offerer.relay_, answerer.relay_);
+    answerer.start();
+    offerer.start();
+    for (auto* end : {&offerer, &answerer}) {
+      end->await(&end->isReady_, 1);
+      end->await(&end->hasScreen_, 1);
+    }
+  }
+  WebRTCTransport& transport() { return *transport_; }
+  void awaitMessages(std::uint64_t wanted) { await(&messages_, wanted); }
+  std::uint64_t screenBytes() const { return screenBytes_; }
+
+ private:
+  void start() {
+    mainQueue_->async([this] { transport_->start({}); });
+  }
+  void count(std::uint64_t* what) {
+    const std::lock_guard lock(mutex_);
+    ++*what;
+    changed_.notify_all();
+  }
+  void await(const std::uint64_t* what, std::uint64_t wanted) {
+    std::unique_lock lock(mutex_);
+    if (changed_.wait_for(lock, kPatience, [&] { return *what >= wanted; })) return;
+    std::fputs("the transports do not connect, or have lost a message\n", stderr);
+    std::_Exit(1);
+  }
+
+  const TransportRole role_;
+  const std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
+  const std::shared_ptr<SerialQueue> mainQueue_ = loop_->makeQueue("main");
+  const std::shared_ptr<MemoryRelay> relay_ = std::make_shared<MemoryRelay>(loop_->makeQueue("relay"));
+  std::shared_ptr<WebRTCTransport> transport_;
+  std::mutex mutex_;  // guards what is counted
+  std::condition_variable changed_;
+  std::uint64_t isReady_ = 0, hasScreen_ = 0, messages_ = 0;
+  std::atomic<std::uint64_t> screenBytes_ = 0;
+};
+
+/// Frames of the screen, as fast as the drop rule admits them.
+Throughput transportThroughput(const std::shared_ptr<PeerConnectionFactory>& peers) {
+  End phone(peers, TransportRole::offerer), computer(peers, TransportRole::answerer);
+  End::connect(phone, computer);
+  const auto frame = videoFrameMessage(std::vector<std::byte>(kFrame), false);
+  const auto start = Clock::now();
+  const auto processor = processorSeconds();
+  while (Clock::now() - start < kDuration) {
+    if (!computer.transport().sendScreenFrame(frame, false))
+      std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  const auto bytes = phone.screenBytes();
+  const auto seconds = milliseconds(Clock::now() - start) / 1000;
+  return {static_cast<double>(bytes) / seconds, (processorSeconds() - processor) / seconds};
+}
+
+/// A message of 118 bytes there and back on the control channel, through both ends' codecs and main queues.
+double transportRoundTrip(const std::shared_ptr<PeerConnectionFactory>& peers) {
+  const auto command = decodeRemoteMessage(
+      R"({"type":"command","token":"0A4E7C52-3A51-4D8C-9C1F-5B7C0E6C6F11","command":{"type":"insertText","text":"eleven more"}})");
+  End phone(peers, TransportRole::offerer), computer(peers, TransportRole::answerer);
+  End::connect(phone, computer);
+  std::vector<double> times;
+  for (std::uint64_t number = 1; number <= kTrips; ++number) {
+    const auto start = Clock::now();
+    phone.transport().send(*command);
+    phone.awaitMessages(number);
+    times.push_back(milliseconds(Clock::now() - start) * 1000);
+  }
+  return percentile(times, 0.5);
+}
+
+}  // namespace
+
+int main() {
+  PeerEngineOptions options;
+  options.includeLoopback = true;
+  const auto peers = std::make_shared<LoadedPeers>(options);
+  std::vector<double> bareRate, rate, bareTrip, trip, bareLoad, load;
+  for (int round = 0; round < kRounds; ++round) {
+    const auto bare = bareThroughput(*peers, kDuration);
+    const auto ours = transportThroughput(peers);
+    bareRate.push_back(bare.bytesPerSecond / 1e6);
+    rate.push_back(ours.bytesPerSecond / 1e6);
+    bareLoad.push_back(bare.processorPerSecond);
+    load.push_back(ours.processorPerSecond);
+    bareTrip.push_back(percentile(bareRoundTrips(*peers, kTrips).microseconds, 0.5));
+    trip.push_back(transportRoundTrip(peers));
+  }
+  std::printf(
+      "{\"bareMBPerSecond\": %.2f, \"transportMBPerSecond\": %.2f, \"bareProcessors\": %.2f, "
+      "\"transportProcessors\": %.2f, \"bareRoundTripUs\": %.1f, \"transportRoundTripUs\": %.1f}\n",
+      percentile(bareRate, 0.5), percentile(rate, 0.5), percentile(bareLoad, 0.5), percentile(load, 0.5),
+      percentile(bareTrip, 0.5), percentile(trip, 0.5));
+  std::fflush(stdout);
+  // The engine's threads may still be closing.
+  std::_Exit(0);
+}
