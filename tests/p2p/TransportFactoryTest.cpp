@@ -36,6 +36,12 @@ class TransportFactoryTest : public testing::Test {
         .rememberIceServers = [](const auto&) {}});
   }
 
+  /// Work that waits in a queue holds what holds the queue: none may be left.
+  void TearDown() override {
+    main_->advance(10s);
+    settle();
+  }
+
   std::shared_ptr<SerialQueue> queue(const std::string& label) {
     labels_.push_back(label);
     return state_;

@@ -51,6 +51,12 @@ inline RouteReport routeVia(const std::string& localType, const std::string& rem
 /// A transport among fakes, in virtual time. What its owner hears is noted in `heard`.
 class WebRTCTransportTest : public ::testing::Test {
  protected:
+  /// Work that waits in a queue holds what holds the queue: none may be left.
+  void TearDown() override {
+    transport.reset();
+    settle();
+  }
+
   using Profile = WebRTCTransport::Profile;
 
   std::shared_ptr<WebRTCTransport> make(TransportRole role, Profile profile = Profile::plain) {
