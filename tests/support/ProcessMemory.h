@@ -40,6 +40,13 @@ inline constexpr std::size_t kResidentFactor = 5;
 inline constexpr std::size_t kResidentFactor = 1;
 #endif
 
+/// What AddressSanitizer keeps of the memory that was freed, to see who still uses it.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr std::size_t kQuarantineBytes = 256 * 1024 * 1024;
+#else
+inline constexpr std::size_t kQuarantineBytes = 0;
+#endif
+
 /// Bytes that are allocated on the heap; 0 where a sanitizer keeps its own heap.
 inline std::size_t heapBytes() {
   const auto info = ::mallinfo2();
