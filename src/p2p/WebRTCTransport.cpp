@@ -21,7 +21,7 @@ std::weak_ptr<Base> weakBase(const std::shared_ptr<Derived>& derived, Base& base
 
 std::shared_ptr<WebRTCTransport> WebRTCTransport::create(const Environment& environment, TransportRole role,
                                                          const std::string& room, Profile profile) {
-  const std::shared_ptr<WebRTCTransport> transport(new WebRTCTransport());
+  std::shared_ptr<WebRTCTransport> transport(new WebRTCTransport());
   transport->stateQueue_ = environment.stateQueue;
   transport->messaging_ = std::make_shared<DataChannelMessaging>(
       DataChannelMessaging::Environment{environment.mainQueue, std::string(toString(role)), environment.log},
