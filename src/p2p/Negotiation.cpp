@@ -47,7 +47,7 @@ void Negotiation::applyBundled(const SignalMessage& message) {
 }
 
 std::optional<SignalMessage> Negotiation::snapshot() const {
-  if (!localDescription()) return std::nullopt;
+  if (!host_.hasSession() || !localDescription()) return std::nullopt;
   auto message = signalOf(*localDescription());
   auto& bundled = message.candidates.emplace();
   for (const auto& candidate : host_.session().localCandidates()) {

@@ -18,7 +18,8 @@ class Negotiation {
   class Host {
    public:
     virtual ~Host() = default;
-    /// The current one; always there while a signal is handled.
+    /// Whether there is one; always while a signal is handled.
+    virtual bool hasSession() const = 0;
     virtual PeerSession& session() = 0;
     /// A new peer takes the place of the current one. False when the engine refuses.
     virtual bool rebuildSession() = 0;
@@ -42,9 +43,11 @@ class Negotiation {
   virtual void answered(const SignalMessage& answer, bool viaCloud) = 0;
   void candidateCame(const SignalMessage& message);
 
+  Host& host() const { return host_; }
   /// Whether the cloud's record is to hold our description now.
   virtual bool wantsSnapshot() const = 0;
-  /// Our description with all our candidates; nothing while there is no description.
+  /// Our description with all our candidates; nothing while there is no description or no
+  /// session.
   std::optional<SignalMessage> snapshot() const;
 
  protected:

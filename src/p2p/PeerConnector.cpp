@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "p2p/AnswerNegotiation.h"
-#include "p2p/CandidateSummary.h"
 #include "p2p/DataChannelMessaging.h"
 #include "p2p/IceConnectionStateName.h"
 #include "p2p/OfferNegotiation.h"
@@ -16,7 +15,6 @@ using namespace std::chrono_literals;
 
 constexpr auto kCloudStartDelay = 500ms;  // of an offerer: the relay alone may be fast enough
 constexpr auto kCloudStopDelay = 2s;      // of an offerer, once it is connected
-constexpr auto kSnapshotDelay = 500ms;    // in which a burst of candidates collapses into one record
 constexpr auto kDisconnectGrace = 8s;
 constexpr auto kRouteRecheckDelay = 1s;  // ICE may still move on to a better pair
 
@@ -40,6 +38,7 @@ PeerConnector::PeerConnector(Environment environment, TransportRole role, const 
   } else {
     negotiation_ = std::make_unique<AnswerNegotiation>(static_cast<Negotiation::Host&>(*this));
   }
+  snapshot_.emplace(environment_.stateQueue, *negotiation_, roads_);
 }
 
 PeerConnector::~PeerConnector() = default;
@@ -139,7 +138,8 @@ void PeerConnector::stop() {
   if (hadScreen) reportScreenChannel(false);
   if (started_) roads_.close();
   closeSession();
-  for (auto* timer : {&cloudStart_, &cloudStop_, &snapshot_, &grace_, &routeRecheck_}) timer->cancel();
+  for (auto* timer : {&cloudStart_, &cloudStop_, &grace_, &routeRecheck_}) timer->cancel();
+  snapshot_->cancel();
   if (hadControl) fail();  // it has just been closed
 }
 
@@ -216,23 +216,6 @@ void PeerConnector::otherSideLeft() {
 void PeerConnector::localCandidateWasGathered(const IceCandidate& candidate) {
   send(signalOf(candidate));
   scheduleSnapshot("ice candidate");
-}
-
-void PeerConnector::scheduleSnapshot(std::string_view reason) {
-  if (!roads_.isCloudStarted() || !negotiation_->wantsSnapshot()) return;
-  if (std::exchange(snapshotScheduled_, true)) return;
-  snapshot_ = after(kSnapshotDelay, [reason = std::string(reason)](PeerConnector& self) {
-    self.snapshotScheduled_ = false;
-    self.writeSnapshot(reason);
-  });
-}
-
-void PeerConnector::writeSnapshot(const std::string& reason) {
-  const auto snapshot = session_ ? negotiation_->snapshot() : std::nullopt;
-  if (!snapshot) return;
-  say(reason + " — writing cloud " + snapshot->type + " + " + std::to_string(snapshot->candidates->size()) +
-      " candidates (" + candidateSummary(*snapshot->candidates) + ")");
-  roads_.write(*snapshot);
 }
 
 // ---- Channels

@@ -11,6 +11,7 @@
 
 #include "core/Log.h"
 #include "core/SerialQueue.h"
+#include "p2p/CloudSnapshot.h"
 #include "p2p/Negotiation.h"
 #include "p2p/PeerSession.h"
 #include "p2p/RouteWatch.h"
@@ -84,10 +85,11 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void channelWasRejected(const std::string& label) override;
 
   // Negotiation::Host
+  bool hasSession() const override { return session_ != nullptr; }
   PeerSession& session() override { return *session_; }
   bool rebuildSession() override;
   void send(const SignalMessage& message) override { roads_.send(message); }
-  void scheduleSnapshot(std::string_view reason) override;
+  void scheduleSnapshot(std::string_view reason) override { snapshot_->schedule(reason); }
   void say(const std::string& line) override;
 
   void listenToRoads();
@@ -105,7 +107,6 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   bool begin();
   void closeSession();
   void useIceServers(std::vector<RemoteIceServerConfig> servers);
-  void writeSnapshot(const std::string& reason);
 
   void controlChannelIsOpen();
   void iceIsConnected();
@@ -131,6 +132,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   SignalingRoads roads_;
   std::unique_ptr<Negotiation> negotiation_;
   OfferNegotiation* offer_ = nullptr;  // `negotiation_` of an offerer
+  std::optional<CloudSnapshot> snapshot_;
   std::shared_ptr<PeerSession> session_;
   std::vector<RemoteIceServerConfig> iceServers_;
   TransportReports reports_;
@@ -138,14 +140,12 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   bool started_ = false;
   bool stopped_ = false;
   bool channelEverReady_ = false;  // of the current session
-  bool snapshotScheduled_ = false;
   std::atomic<bool> signalingEverOpened_ = false;
   std::atomic<bool> cloudEverOpened_ = false;
   std::atomic<bool> hasTURNServer_ = false;
 
   Timer cloudStart_;
   Timer cloudStop_;
-  Timer snapshot_;
   Timer grace_;  // set while ICE is disconnected
   Timer routeRecheck_;
 };
