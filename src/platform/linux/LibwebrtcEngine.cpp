@@ -4,6 +4,7 @@
 
 #include <thread>
 
+#include "platform/linux/LibwebrtcSocketServer.h"
 #include "platform/linux/ShallowSctpTransportFactory.h"
 
 namespace tevanto {
@@ -29,7 +30,7 @@ LibwebrtcEngine::~LibwebrtcEngine() {
 }
 
 void LibwebrtcEngine::startThreads() {
-  network_ = rtc::Thread::CreateWithSocketServer();
+  network_ = std::make_unique<rtc::Thread>(std::make_unique<LibwebrtcSocketServer>());
   worker_ = rtc::Thread::Create();
   signaling_ = rtc::Thread::Create();
   network_->SetName("peer-network", nullptr);

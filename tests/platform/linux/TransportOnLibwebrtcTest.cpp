@@ -1,0 +1,153 @@
+// Two transports as the programs have them, on the real engine and the loopback interface; only the relay
+// between them is in memory.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include "core/EventLoop.h"
+#include "platform/linux/LoadedPeers.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/ScreenBytes.h"
+#include "tests/support/TransportPair.h"
+
+namespace tevanto {
+namespace {
+
+using namespace test;
+
+PeerEngineOptions onLoopback() {
+  PeerEngineOptions options;
+  options.includeLoopback = true;
+  return options;
+}
+
+std::ptrdiff_t entries(const char* folder) {
+  const std::filesystem::directory_iterator all(folder);
+  return std::distance(begin(all), end(all));
+}
+
+class TransportOnLibwebrtc : public ::testing::Test {
+ protected:
+  ~TransportOnLibwebrtc() override {
+    for (const auto& loop : {mainLoop, work}) loop->stop();
+  }
+  /// Until what the state queues still do for transports that were let go of is done.
+  bool rests() {
+    return eventually([&] { return ground.peers.use_count() == 1; });
+  }
+  static void exchange(TransportPair& pair) {
+    pair.phone.transport->send(pointerMotion());
+    pair.phone.transport->send(numbered(0));
+    pair.computer.transport->send(numbered(0));
+    ASSERT_TRUE(eventually([&] {
+      return pair.computer.heard->motions == 1 && pair.computer.heard->numbered == 1 &&
+             pair.phone.heard->numbered == 1;
+    }));
+  }
+  void cycle() {
+    TransportPair pair(ground);
+    pair.start();
+    ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+    exchange(pair);
+    pair.stop();
+    ASSERT_TRUE(eventually([&] { return pair.computer.heard->failures + pair.phone.heard->failures == 2; }));
+  }
+
+  std::shared_ptr<EventLoop> mainLoop = EventLoop::background(1);
+  std::shared_ptr<EventLoop> work = EventLoop::background(2);
+  TransportGround ground{.main = mainLoop->makeQueue("main"),
+                         .relay = work->makeQueue("relay"),
+                         .makeStateQueue = [this] { return work->makeQueue("tevanto.webrtc.transport"); },
+                         .peers = std::make_shared<LoadedPeers>(onLoopback())};
+};
+
+TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
+  TransportPair pair(ground);
+  std::atomic<int> routes = 0;
+  pair.phone.transport->onRelayRouteChanged = [&](bool) { ++routes; };
+  pair.start();
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  exchange(pair);
+
+  // In chunks on the way there.
+  auto large = numbered(1);
+  large.deviceName = std::string(200'000, 'x');
+  pair.computer.transport->send(large);
+  pair.computer.transport->send(numbered(2));
+  ASSERT_TRUE(eventually([&] { return pair.phone.heard->numbered == 3; }));
+  EXPECT_TRUE(pair.phone.heard->inOrder);
+
+  const auto frame = pattern(300'000);
+  ASSERT_TRUE(pair.computer.transport->sendScreenPayload(bytesOf("parameter sets")));
+  ASSERT_TRUE(pair.computer.transport->sendScreenFrame(frame, true));
+  EXPECT_TRUE(eventually([&] { return pair.phone.heard->screenBytes == frame.size() + 14; }));
+  EXPECT_EQ(routes, 0);  // direct all the time
+  EXPECT_EQ(pair.phone.heard->others, 0);
+  pair.stop();
+  ground.main->sync([] {});
+}
+
+TEST_F(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
+  TransportPair pair(ground);
+  pair.start();
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  // It is gone without a word, as a phone that loses its network; its next run makes a new offer.
+  TransportSide again(ground, TransportRole::offerer, pair.room);
+  again.transport->start({});
+  ASSERT_TRUE(eventually([&] { return again.heard->readies == 1 && pair.computer.heard->readies == 2; }));
+  again.transport->send(numbered(0));
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->numbered == 1; }));
+  pair.stop();
+  again.transport->stop();
+}
+
+TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
+  TransportPair pair(ground);
+  pair.start();
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  pair.phone.transport.reset();
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->failures == 1; }));
+  EXPECT_TRUE(eventually([&] { return !pair.computer.heard->screenIsOpen; }));
+  pair.computer.transport->stop();
+}
+
+TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
+  cycle();
+  ASSERT_TRUE(rests());
+  const auto threads = entries("/proc/self/task");
+  const auto descriptors = entries("/proc/self/fd");
+  for (int round = 0; round < 50 && !HasFatalFailure(); ++round) cycle();
+  ASSERT_TRUE(rests());
+  EXPECT_TRUE(eventually([&] {
+    return entries("/proc/self/task") <= threads && entries("/proc/self/fd") <= descriptors;
+  })) << entries("/proc/self/task") - threads
+      << " threads, " << entries("/proc/self/fd") - descriptors << " descriptors";
+}
+
+TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
+  std::vector<std::unique_ptr<TransportPair>> pairs;
+  for (int i = 0; i < 50; ++i) {
+    pairs.push_back(std::make_unique<TransportPair>(ground));
+    pairs.back()->start();
+  }
+  for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }));
+  std::vector<std::thread> stoppers;
+  for (std::size_t first = 0; first < 4; ++first) {
+    stoppers.emplace_back([&, first] {
+      for (std::size_t i = first; i < pairs.size(); i += 4) pairs[i]->stop();
+    });
+  }
+  for (auto& stopper : stoppers) stopper.join();
+  for (const auto& pair : pairs) {
+    EXPECT_TRUE(
+        eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }));
+  }
+  pairs.clear();
+  EXPECT_TRUE(rests());
+}
+
+}  // namespace
+}  // namespace tevanto
