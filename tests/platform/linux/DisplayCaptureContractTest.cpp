@@ -69,6 +69,14 @@ class DisplayCaptureContract : public ::testing::TestWithParam<Implementation> {
     return answer.get_future().get();
   }
 
+  std::size_t count() {
+    const std::lock_guard lock(mutex);
+    return times.size();
+  }
+
+  // Before the loop: a sample under way when the stream is stopped may still arrive.
+  std::mutex mutex;
+  std::vector<PresentationTime> times;
   std::shared_ptr<EventLoop> loop = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue = loop->makeQueue("capture");
   std::unique_ptr<Stage> stage = GetParam().make();
@@ -91,14 +99,8 @@ TEST_P(DisplayCaptureContract, failsToListWhatCannotBeCaptured) {
 TEST_P(DisplayCaptureContract, deliversWhatWasConfiguredOnTheSampleQueueInTheOrderOfTime) {
   const auto format = stage->subject().preferredFormat();
   const CaptureConfiguration configuration{320, 200, std::chrono::milliseconds(1), format, 5, true};
-  std::mutex mutex;
-  std::vector<PresentationTime> times;
-  const auto count = [&] {
-    const std::lock_guard lock(mutex);
-    return times.size();
-  };
   CaptureStream::Handlers handlers;
-  handlers.onSample = [&](const CaptureSample& sample) {
+  handlers.onSample = [this, format](const CaptureSample& sample) {
     EXPECT_TRUE(queue->isCurrent());
     EXPECT_TRUE(sample.isValid);
     EXPECT_EQ(sample.type, SampleType::screen);
