@@ -182,8 +182,7 @@ TEST_F(XTestKeyTest, leavesAModifierToTheUserWhoHoldsItAlready) {
       std::make_shared<XServerLink>(server.display(), queue, Logger()), queue,
       [] { return CommandModifier::control; }, Logger());
   user->postKey({62, KeyDirection::down});  // the right-hand Control key
-  settle();
-  client->all();
+  ASSERT_TRUE(client->waitUntil([](const auto& seen) { return seen.size() == 1; }));
   client->clear();
   stroke(8, eventFlag::kCommand);
   EXPECT_THAT(strokes(), ElementsAre(Pair(Kind::keyPress, 54), Pair(Kind::keyRelease, 54)));
