@@ -34,10 +34,12 @@ tcp::endpoint endpointOf(const tcp& family, ListenScope scope, std::uint16_t por
   return {asio::ip::address_v6::loopback(), port};
 }
 
-void bindAndListen(Acceptor& acceptor, const tcp::endpoint& endpoint, error_code& error) {
+void bindAndListen(Acceptor& acceptor, const tcp::endpoint& endpoint,
+                   const AsioTcpListenerFactory::SocketPreparation& prepare, error_code& error) {
   acceptor.open(endpoint.protocol(), error);
   if (error) return;
   closeOnExec(acceptor.native_handle());
+  if (prepare) prepare(acceptor.native_handle());
   acceptor.set_option(asio::socket_base::reuse_address(true), error);
   if (!error && endpoint.protocol() == tcp::v6()) acceptor.set_option(asio::ip::v6_only(true), error);
   if (!error) acceptor.bind(endpoint, error);
@@ -197,13 +199,14 @@ class AsioTcpListener final : public TcpListener {
 
 /// One acceptor for each protocol that the machine has, all on one port.
 Result<std::vector<Acceptor>> openAcceptors(asio::io_context& context, ListenScope scope,
+                                            const AsioTcpListenerFactory::SocketPreparation& prepare,
                                             std::uint16_t port) {
   std::vector<Acceptor> open;
   error_code last;
   for (const auto& family : {tcp::v4(), tcp::v6()}) {
     Acceptor acceptor(context.get_executor());
     error_code error;
-    bindAndListen(acceptor, endpointOf(family, scope, port), error);
+    bindAndListen(acceptor, endpointOf(family, scope, port), prepare, error);
     if (error) last = error;
     if (error && lacksFamily(error)) continue;
     if (error) break;
@@ -218,14 +221,15 @@ Result<std::vector<Acceptor>> openAcceptors(asio::io_context& context, ListenSco
 
 }  // namespace
 
-AsioTcpListenerFactory::AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope)
-    : loop_(std::move(loop)), scope_(scope) {}
+AsioTcpListenerFactory::AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope,
+                                               SocketPreparation prepare)
+    : loop_(std::move(loop)), scope_(scope), prepare_(std::move(prepare)) {}
 
 Result<std::unique_ptr<TcpListener>> AsioTcpListenerFactory::listen(std::uint16_t port) {
   const auto& core = loop_->core();
-  auto opened = openAcceptors(core->context, scope_, port);
+  auto opened = openAcceptors(core->context, scope_, prepare_, port);
   for (int attempt = 1; port == 0 && !opened && attempt < kFreePortAttempts; ++attempt)
-    opened = openAcceptors(core->context, scope_, port);
+    opened = openAcceptors(core->context, scope_, prepare_, port);
   if (!opened) return Failure{opened.error()};
   return std::unique_ptr<TcpListener>(std::make_unique<AsioTcpListener>(core, std::move(opened).value()));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "core/EventLoop.h"
@@ -11,12 +12,18 @@ namespace tevanto {
 /// The queue given to `start` must belong to the same loop; accepted connections live there too.
 class AsioTcpListenerFactory final : public TcpListenerFactory {
  public:
-  AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope);
+  /// What a system wants done with each socket, by its descriptor, before it is bound. Listening goes on
+  /// whatever comes of it.
+  using SocketPreparation = std::function<void(int descriptor)>;
+
+  AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope,
+                         SocketPreparation prepare = nullptr);
   Result<std::unique_ptr<TcpListener>> listen(std::uint16_t port) override;
 
  private:
   std::shared_ptr<EventLoop> loop_;
   ListenScope scope_;
+  SocketPreparation prepare_;
 };
 
 }  // namespace tevanto

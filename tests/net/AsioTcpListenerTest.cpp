@@ -239,5 +239,27 @@ TEST_F(AsioTcpListenerTest, givesBackTheDescriptorsOfAThousandConnections) {
   EXPECT_EQ(descriptors(), before);
 }
 
+TEST(AsioTcpListenerPreparation, reachesEachSocketBeforeItIsBound) {
+  const auto loop = EventLoop::background(1);
+  std::vector<sa_family_t> families;
+  std::vector<in_port_t> ports;
+  const auto prepare = [&](int descriptor) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    ASSERT_EQ(::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length), 0);
+    families.push_back(address.ss_family);
+    // The port stands at the same place in both families' addresses.
+    ports.push_back(reinterpret_cast<const sockaddr_in*>(&address)->sin_port);
+  };
+  const auto made = AsioTcpListenerFactory(loop, ListenScope::loopback, prepare).listen(0);
+  ASSERT_TRUE(made) << made.error();
+  ASSERT_FALSE(families.empty());
+  EXPECT_EQ(families.front(), AF_INET);
+  if (machineHasIpv6()) {
+    EXPECT_EQ(families.back(), AF_INET6);
+  }
+  EXPECT_EQ(ports, std::vector<in_port_t>(ports.size(), 0));
+}
+
 }  // namespace
 }  // namespace tevanto

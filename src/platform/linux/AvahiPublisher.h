@@ -10,7 +10,7 @@
 #include <string>
 
 #include "net/ServiceAdvertiser.h"
-#include "platform/linux/StatusOutlet.h"
+#include "net/StatusOutlet.h"
 
 namespace tevanto {
 

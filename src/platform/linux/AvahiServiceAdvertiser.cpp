@@ -5,24 +5,12 @@
 #include <optional>
 #include <utility>
 
-#include "core/Text.h"
+#include "net/ServiceRecord.h"
+#include "net/StatusOutlet.h"
 #include "platform/linux/AvahiLoop.h"
 #include "platform/linux/AvahiPublisher.h"
-#include "platform/linux/StatusOutlet.h"
 
 namespace tevanto {
-
-std::string serviceNameFrom(std::string_view name) {
-  constexpr std::size_t kMaxBytes = 63;
-  std::string valid;
-  forEachGraphemeCluster(name, [&](std::u16string_view cluster) {
-    if (cluster != std::u16string_view(u"\0", 1)) valid += toUtf8(cluster);
-  });
-  if (valid.size() <= kMaxBytes) return valid;
-  auto end = kMaxBytes;
-  while (end > 0 && (static_cast<unsigned char>(valid[end]) & 0xC0) == 0x80) --end;
-  return valid.substr(0, end);
-}
 
 /// What the advertiser and its registrations share; it ends with the advertiser.
 struct AvahiServiceAdvertiser::Core {

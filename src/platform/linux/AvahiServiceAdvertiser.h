@@ -2,8 +2,6 @@
 
 #include <chrono>
 #include <memory>
-#include <string>
-#include <string_view>
 
 #include "net/ServiceAdvertiser.h"
 
@@ -29,9 +27,5 @@ class AvahiServiceAdvertiser final : public ServiceAdvertiser {
   struct Core;
   std::shared_ptr<Core> core_;
 };
-
-/// `name` as a DNS-SD service name: valid UTF-8 of at most 63 bytes (RFC 6763, 4.1.1), cut between two code
-/// points.
-std::string serviceNameFrom(std::string_view name);
 
 }  // namespace tevanto

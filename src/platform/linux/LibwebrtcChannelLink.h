@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "p2p/PeerConnection.h"
-#include "platform/linux/CallGate.h"
+#include "core/CallGate.h"
 
 namespace tevanto {
 

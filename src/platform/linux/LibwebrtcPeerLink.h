@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "p2p/PeerConnection.h"
-#include "platform/linux/CallGate.h"
+#include "core/CallGate.h"
 #include "platform/linux/LibwebrtcEngine.h"
 
 namespace tevanto {

@@ -426,25 +426,5 @@ TEST_F(AvahiAdvertising, browsingReturnsBeforeTheLimitWhenThereIsNoMoreToCome) {
   EXPECT_TRUE(found.ok());
 }
 
-TEST(ServiceName, keepsWhatFits) {
-  EXPECT_EQ(serviceNameFrom("Study"), "Study");
-  EXPECT_EQ(serviceNameFrom(std::string(63, 'x')), std::string(63, 'x'));
-  EXPECT_EQ(serviceNameFrom(""), "");
-}
-
-TEST(ServiceName, isCutBetweenCodePoints) {
-  EXPECT_EQ(serviceNameFrom(std::string(64, 'x')), std::string(63, 'x'));
-  for (std::size_t ascii = 58; ascii <= 64; ++ascii) {
-    const auto name = serviceNameFrom(std::string(ascii, 'x') + "🖥");
-    EXPECT_EQ(name, ascii <= 59 ? std::string(ascii, 'x') + "🖥"
-                                : std::string(std::min<std::size_t>(ascii, 63), 'x'));
-  }
-}
-
-TEST(ServiceName, isValidUtf8) {
-  EXPECT_EQ(serviceNameFrom("a\xFFz"), "a\uFFFDz");
-  EXPECT_EQ(serviceNameFrom(std::string_view("a\0z", 3)), "az");
-}
-
 }  // namespace
 }  // namespace tevanto

@@ -1,4 +1,4 @@
-#include "platform/linux/CallGate.h"
+#include "core/CallGate.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/StatusOutlet.h"
+#include "net/StatusOutlet.h"
 
 #include <utility>
 
