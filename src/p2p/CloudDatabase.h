@@ -4,12 +4,15 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "core/Result.h"
 
 namespace tevanto {
+
+inline constexpr std::string_view kCloudRecordType = "TevantoSignal";
 
 /// The numbers are those that the account status has in logs.
 enum class CloudAccountStatus {
@@ -20,7 +23,7 @@ enum class CloudAccountStatus {
   temporarilyUnavailable = 4
 };
 
-/// One record of type "TevantoSignal".
+/// One record of type `kCloudRecordType`.
 struct CloudRecord {
   std::string name = {};
   std::string room = {};

@@ -18,7 +18,6 @@ using std::chrono::system_clock;
 using Code = CloudKitErrorCode;
 
 constexpr std::size_t kMaxDepth = 32;
-constexpr std::string_view kRecordType = "TevantoSignal";
 
 struct NamedCode {
   std::string_view name;
@@ -163,7 +162,7 @@ std::string cloudSaveBody(const CloudRecord& record) {
     fields.emplace("created", json::object{{"value", sinceEpoch.count()}, {"type", "TIMESTAMP"}});
   }
   return modifyBody("forceReplace", {{"recordName", wellFormedUtf8(record.name)},
-                                     {"recordType", kRecordType},
+                                     {"recordType", kCloudRecordType},
                                      {"fields", std::move(fields)}});
 }
 

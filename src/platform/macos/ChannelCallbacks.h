@@ -1,0 +1,59 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "core/CallGate.h"
+#include "core/SerialQueue.h"
+#include "p2p/PeerConnection.h"
+
+namespace tevanto {
+
+/// Brings what an engine tells of a data channel on threads of its own to one queue. What comes before there
+/// is an observer is kept for it, up to 16 MiB; with more the channel is closed.
+class ChannelCallbacks final : public std::enable_shared_from_this<ChannelCallbacks> {
+ public:
+  ChannelCallbacks(std::shared_ptr<SerialQueue> queue, DataChannelState state);
+
+  /// Once, before anything is told.
+  void connect(std::weak_ptr<DataChannel> owner) { owner_ = std::move(owner); }
+
+  // On threads of the engine.
+  void stateChanged(DataChannelState state);
+  void received(std::vector<std::byte> message);
+
+  // On any thread.
+  /// As last told to the observer; closing at least once `closeSoon` was called.
+  DataChannelState state() const;
+  void closeSoon() { closing_ = true; }
+  /// When it returns the former observer is not being called, besides where it made this call, nor will be.
+  void setObserver(std::weak_ptr<DataChannel::Observer> observer);
+
+ private:
+  using Message = std::vector<std::byte>;
+
+  std::shared_ptr<DataChannel::Observer> observer() const;
+  bool hasHadObserver() const;
+  void take(Message message);
+  void keepEarly(Message message);
+  void deliverEarly();
+  void deliver(const Message& message);
+
+  const std::shared_ptr<SerialQueue> queue_;
+  std::weak_ptr<DataChannel> owner_;
+  std::atomic<DataChannelState> state_;
+  std::atomic<bool> closing_ = false;
+  CallGate gate_;
+  mutable std::mutex mutex_;
+  std::weak_ptr<DataChannel::Observer> observer_;
+  bool hasHadObserver_ = false;
+
+  // The queue's.
+  std::vector<Message> early_;
+  std::size_t earlyBytes_ = 0;
+};
+
+}  // namespace tevanto

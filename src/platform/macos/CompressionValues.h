@@ -1,0 +1,32 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <variant>
+
+#include "core/Result.h"
+#include "screen/EncoderSession.h"
+
+namespace tevanto {
+
+/// The value of a compression session's property as a property list has it. Two numbers: the most bytes, and
+/// in how many seconds.
+using CompressionValue = std::variant<bool, std::int64_t, std::array<std::int64_t, 2>, EncoderProfileLevel>;
+
+/// Fails for a value that is not of the property's type.
+Result<CompressionValue> compressionValue(EncoderProperty property, const EncoderPropertyValue& value);
+
+/// The parameter sets of a sample's format: SPS at index 0, PPS at index 1 of its list. Either may be
+/// missing.
+struct ParameterSets {
+  std::optional<std::span<const std::byte>> sps;
+  std::optional<std::span<const std::byte>> pps;
+};
+using ParameterSetAt = std::function<std::optional<std::span<const std::byte>>(std::size_t index)>;
+ParameterSets parameterSetsOf(const ParameterSetAt& at);
+
+}  // namespace tevanto
