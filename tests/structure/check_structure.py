@@ -29,7 +29,7 @@ ROOTS = {"phone/main.cpp": ["platform"], "relay/main.cpp": ["platform"]}
 WRAPPERS = re.compile(r"^(core/EventLoopCore|core/ExactJson|net/Asio\w+|relay/Asio\w+|app/\w+Json|platform/.*)\.h$")
 # What belongs to the language or the system, not to a library.
 C_HEADERS = re.compile(r"^(sys|netinet|arpa|net|linux)/[a-z_]+\.h$|^(unistd|fcntl|poll|signal|errno|termios|pwd|spawn|dlfcn|ifaddrs|netdb|stdint|stddef|stdlib|string|time)\.h$")
-INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]')
 THIS_SYSTEMS = re.compile(r"^\s*#\s*if.*\b(__linux__|__APPLE__|_WIN32)\b")
 
 
@@ -87,7 +87,7 @@ def name_offences(source, text):
 
 def offences(root):
     base = root / "src"
-    sources = {str(path.relative_to(base)) for kind in ("*.h", "*.cpp") for path in base.rglob(kind)}
+    sources = {str(path.relative_to(base)) for kind in ("*.h", "*.cpp", "*.mm") for path in base.rglob(kind)}
     for source in sorted(sources):
         text = (base / source).read_text(encoding="utf-8")
         if source.split("/")[0] not in ALLOWED:

@@ -1,0 +1,15 @@
+#include "platform/macos/CoreGraphicsScreenPermission.h"
+
+#import <CoreGraphics/CoreGraphics.h>
+
+#include "platform/macos/SettingsPage.h"
+
+namespace tevanto {
+
+bool CoreGraphicsScreenPermission::isGranted() { return CGPreflightScreenCaptureAccess(); }
+
+void CoreGraphicsScreenPermission::request() {
+  if (!CGRequestScreenCaptureAccess()) openSettingsPage(kScreenRecordingSettingsUrl);
+}
+
+}  // namespace tevanto
