@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 
 #include "screen/ScreenTransport.h"
@@ -27,6 +29,11 @@ class ScreenService : public ScreenTransportHost {
   virtual void stop() = 0;
   /// As it was last known; never waits for the display or the encoder.
   virtual ScreenServiceState state() const = 0;
+  /// Calls `changed` on the main queue after each change of what a person sees of the state, for as long as
+  /// the subscription is held. Drop it on the main queue.
+  [[nodiscard]] virtual std::shared_ptr<void> observe(std::function<void()> changed) = 0;
+  /// Asks the system, and so the user, for the permission to capture the screen.
+  virtual void requestScreenRecording() = 0;
 };
 
 /// For a build without mirroring.
@@ -41,6 +48,8 @@ class UnavailableScreenService final : public ScreenService {
     now.statusText = "Mirroring is not part of this build";
     return now;
   }
+  std::shared_ptr<void> observe(std::function<void()>) override { return nullptr; }
+  void requestScreenRecording() override {}
 };
 
 }  // namespace tevanto

@@ -1,5 +1,6 @@
 #include "app/StreamScreenService.h"
 
+#include <array>
 #include <utility>
 
 #include "core/SerialQueue.h"
@@ -38,6 +39,20 @@ ScreenServiceState StreamScreenService::state() const {
   now.encoder = usedEncoder_();
   now.port = server_->port.get();
   return now;
+}
+
+std::shared_ptr<void> StreamScreenService::observe(std::function<void()> changed) {
+  const auto tell = [changed = std::move(changed)](const auto&) { changed(); };
+  using Subscriptions = std::array<std::shared_ptr<void>, 3>;
+  return std::make_shared<Subscriptions>(Subscriptions{server_->isStreaming.observe(tell),
+                                                       server_->statusText.observe(tell),
+                                                       server_->isScreenRecordingTrusted.observe(tell)});
+}
+
+void StreamScreenService::requestScreenRecording() {
+  displayQueue_->async([weak = std::weak_ptr(server_)] {
+    if (const auto server = weak.lock()) server->requestScreenRecording();
+  });
 }
 
 void StreamScreenService::refreshTrust() const {

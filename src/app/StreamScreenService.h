@@ -24,6 +24,8 @@ class StreamScreenService final : public ScreenService {
   void detach(const std::shared_ptr<ScreenTransport>& transport) override;
   /// Also has the permission looked at again, for the next time.
   ScreenServiceState state() const override;
+  std::shared_ptr<void> observe(std::function<void()> changed) override;
+  void requestScreenRecording() override;
 
  private:
   void refreshTrust() const;

@@ -86,7 +86,7 @@ std::optional<std::string> DeploymentSettings::text(const Key& key) const {
   return environment_(std::string(key.environment));
 }
 
-std::optional<std::string> DeploymentSettings::someText(const Key& key) const {
+std::optional<std::string> DeploymentSettings::value(const Key& key) const {
   const auto found = text(key);
   auto cleaned = found ? trimmed(*found) : std::string();
   return cleaned.empty() ? std::nullopt : std::optional(std::move(cleaned));
@@ -107,16 +107,16 @@ std::optional<RemoteIceServerConfig> DeploymentSettings::turnOverride() const {
 }
 
 std::optional<DeploymentSettings::CloudKit> DeploymentSettings::cloudKit() const {
-  const auto container = someText(kContainer);
-  const auto keyID = someText(kKeyID);
-  const auto keyFile = someText(kKeyFile);
+  const auto container = value(kContainer);
+  const auto keyID = value(kKeyID);
+  const auto keyFile = value(kKeyFile);
   if (!container || !keyID || !keyFile) return std::nullopt;
   CloudKit configured;
   configured.container = *container;
   configured.keyID = *keyID;
   configured.keyFile = *keyFile;
-  configured.environment = someText(kEnvironment).value_or(configured.environment);
-  configured.serviceURL = someText(kServiceURL).value_or(configured.serviceURL);
+  configured.environment = value(kEnvironment).value_or(configured.environment);
+  configured.serviceURL = value(kServiceURL).value_or(configured.serviceURL);
   return configured;
 }
 

@@ -63,12 +63,12 @@ class DeploymentSettings {
   /// TURN servers that take the place of those of the credential service.
   std::optional<RemoteIceServerConfig> turnOverride() const;
   std::optional<CloudKit> cloudKit() const;
+  /// One value of somebody else's, without blanks around it; nothing when it is empty.
+  std::optional<std::string> value(const Key& key) const;
 
  private:
   std::vector<std::string> list(const Key& key) const;
   std::optional<std::string> text(const Key& key) const;
-  /// Without what is empty.
-  std::optional<std::string> someText(const Key& key) const;
 
   const InfoPlist info_;
   const UserDefaults& defaults_;

@@ -80,6 +80,11 @@ void ScreenStreamServer::refreshScreenRecordingTrust() {
   isScreenRecordingTrusted.set(machinery_.permission.isGranted());
 }
 
+void ScreenStreamServer::requestScreenRecording() {
+  machinery_.permission.request();
+  refreshScreenRecordingTrust();
+}
+
 void ScreenStreamServer::start() {
   environment_.queue->async([self = shared_from_this()] { self->startListener(); });
 }

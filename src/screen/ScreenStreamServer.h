@@ -73,6 +73,9 @@ class ScreenStreamServer final : public ScreenTransportHost,
   void detach(const std::shared_ptr<ScreenTransport>& transport) override;
   /// Asks again whether the screen may be captured. May be called from any thread.
   void refreshScreenRecordingTrust();
+  /// Asks the system, and so the user, for the permission, and publishes what came of it. May be called from
+  /// any thread, and may wait for the display.
+  void requestScreenRecording();
 
  private:
   /// Where a message came from: exactly one of the two is set.

@@ -46,6 +46,8 @@ class RecordingScreen final : public ScreenService {
   void attach(const std::shared_ptr<ScreenTransport>& transport) override { attached = transport; }
   void detach(const std::shared_ptr<ScreenTransport>&) override { attached.reset(); }
   ScreenServiceState state() const override { return {true, "Mirroring to iPhone", true, "libx264", 4711}; }
+  std::shared_ptr<void> observe(std::function<void()>) override { return nullptr; }
+  void requestScreenRecording() override {}
   int stops = 0;
   std::weak_ptr<ScreenTransport> attached;
 

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+class QQuickView;
+
+namespace tevanto {
+
+class CompanionModel;
+
+/// Makes the windows' contents: the panel and the setup view, with the engine that runs them. A view shows
+/// the model's state for as long as it lives, shown or not; who wants to save the memory of a closed panel
+/// drops its view. Everything lives on the thread of the QGuiApplication.
+class CompanionViews {
+ public:
+  /// `model` outlives this.
+  explicit CompanionViews(CompanionModel& model);
+  ~CompanionViews();
+  CompanionViews(const CompanionViews&) = delete;
+  CompanionViews& operator=(const CompanionViews&) = delete;
+
+  /// `MacMenuView` for under the icon: as high as its content, transparent around its rounded frame. The
+  /// window is not shown yet and has no flags; Escape and its own commands emit `dismissed` on its root
+  /// object.
+  std::unique_ptr<QQuickView> makePanel();
+  /// `SetupWindowView`, 360 by 520 points, for a window that the desktop decorates. Not shown yet.
+  std::unique_ptr<QQuickView> makeSetupWindow();
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace tevanto
