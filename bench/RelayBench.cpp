@@ -2,11 +2,12 @@
 // of JSON when all are open, one when they have talked, and keeps them, answering pings, until its input
 // ends.
 //
-//   relay_bench --port P --rooms N [--members 1|2] [--rate MESSAGES] [--seconds S]
+//   relay_bench --port P --rooms N [--members 1|2] [--rate MESSAGES] [--seconds S] [--tls]
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
@@ -47,9 +48,40 @@ struct Options {
   int members = 2;
   double rate = 0;
   double seconds = 0;
+  bool tls = false;
 };
 
-int connectMember(const Options& options, int room, int member) {
+/// One client's end, in TLS where that is wanted. Trusts any certificate: it is on loopback.
+class Client {
+ public:
+  Client(int fd, bool tls) : fd_(fd) {
+    if (!tls) return;
+    static SSL_CTX* const context = ::SSL_CTX_new(::TLS_client_method());
+    ::SSL_CTX_set_mode(context, SSL_MODE_RELEASE_BUFFERS);
+    ssl_ = ::SSL_new(context);
+    ::SSL_set_fd(ssl_, fd);
+    ::SSL_set_connect_state(ssl_);
+  }
+  int fd() const { return fd_; }
+  bool send(std::string_view bytes) const {
+    const auto count = ssl_ ? ::SSL_write(ssl_, bytes.data(), static_cast<int>(bytes.size()))
+                            : ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    return count == static_cast<ssize_t>(bytes.size());
+  }
+  /// What the socket has now, once a first byte has come; nothing at its end.
+  std::string_view receive(std::array<char, 16384>& room) const {
+    const auto count = ssl_ ? ::SSL_read(ssl_, room.data(), static_cast<int>(room.size()))
+                            : ::recv(fd_, room.data(), room.size(), 0);
+    return {room.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+  }
+  bool hasMore() const { return ssl_ && ::SSL_pending(ssl_) > 0; }
+
+ private:
+  int fd_;
+  SSL* ssl_ = nullptr;  // until the program's end, like the descriptor
+};
+
+Client connectMember(const Options& options, int room, int member) {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) fail("no more sockets");
   sockaddr_in address{};
@@ -66,17 +98,18 @@ int connectMember(const Options& options, int room, int member) {
       "GET /connect?room=room-" + std::to_string(room) + "&role=" + (member == 0 ? "mac" : "phone") +
       " HTTP/1.1\r\nHost: relay\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n"
       "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
-  if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) < 0) fail("cannot send a request");
-  return fd;
+  const Client client(fd, options.tls);
+  if (!client.send(request)) fail("cannot send a request");
+  return client;
 }
 
-void awaitUpgrade(int fd) {
+void awaitUpgrade(const Client& client) {
   std::string head;
+  std::array<char, 16384> room;
   while (!head.ends_with("\r\n\r\n")) {
-    char bytes[1024];
-    const auto count = ::recv(fd, bytes, sizeof bytes, 0);
-    if (count <= 0) fail("a request was not answered");
-    head.append(bytes, static_cast<std::size_t>(count));
+    const auto bytes = client.receive(room);
+    if (bytes.empty()) fail("a request was not answered");
+    head += bytes;
   }
   if (!head.starts_with("HTTP/1.1 101 ")) fail("an upgrade was refused: " + head);
 }
@@ -103,11 +136,11 @@ class Rooms {
       const int end = std::min(first + kOpenAtOnce, count);
       for (int i = first; i < end; ++i)
         members_.push_back({connectMember(options, i / options.members, i % options.members), {}});
-      for (int i = first; i < end; ++i) awaitUpgrade(members_[static_cast<std::size_t>(i)].fd);
+      for (int i = first; i < end; ++i) awaitUpgrade(members_[static_cast<std::size_t>(i)].client);
     }
     for (std::size_t i = 0; i < members_.size(); ++i) {
       epoll_event event{.events = EPOLLIN, .data = {.u64 = i}};
-      ::epoll_ctl(epoll_, EPOLL_CTL_ADD, members_[i].fd, &event);
+      ::epoll_ctl(epoll_, EPOLL_CTL_ADD, members_[i].client.fd(), &event);
     }
     openSeconds = std::chrono::duration<double>(Clock::now() - started).count();
   }
@@ -128,7 +161,7 @@ class Rooms {
       for (auto due = started + sent * step; sent < total && due <= now; due = started + sent * step) {
         const auto room = sent % options_.rooms;
         const auto turn = sent / options_.rooms % 2;
-        send(members_[static_cast<std::size_t>(room * 2 + turn)].fd, frameOf(due));
+        send(members_[static_cast<std::size_t>(room * 2 + turn)].client, frameOf(due));
         ++sent;
       }
       receive(started + sent * step - Clock::now());
@@ -145,13 +178,12 @@ class Rooms {
 
  private:
   struct Member {
-    int fd;
+    Client client;
     std::string received;
   };
 
-  static void send(int fd, const std::string& frame) {
-    if (::send(fd, frame.data(), frame.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(frame.size()))
-      fail("a member cannot send");
+  static void send(const Client& client, const std::string& frame) {
+    if (!client.send(frame)) fail("a member cannot send");
   }
 
   void receive(Clock::duration wait) {
@@ -163,10 +195,12 @@ class Rooms {
   }
 
   void receiveFrom(Member& member) {
-    char bytes[16384];
-    const auto count = ::recv(member.fd, bytes, sizeof bytes, MSG_DONTWAIT);
-    if (count <= 0) fail("the relay has closed a connection");
-    member.received.append(bytes, static_cast<std::size_t>(count));
+    std::array<char, 16384> room;
+    do {
+      const auto bytes = member.client.receive(room);
+      if (bytes.empty()) fail("the relay has closed a connection");
+      member.received += bytes;
+    } while (member.client.hasMore());
     while (takeFrame(member)) {
     }
     if (member.received.empty()) member.received = {};
@@ -178,7 +212,7 @@ class Rooms {
     const auto opcode = static_cast<unsigned char>(bytes[0]) & 0x0F;
     if (opcode == 9) {  // a ping, empty
       bytes.erase(0, 2);
-      send(member.fd, std::string("\x8A\x80\0\0\0\0", 6));
+      send(member.client, std::string("\x8A\x80\0\0\0\0", 6));
       return true;
     }
     if (opcode != 1) fail("a frame of another kind came");
@@ -238,6 +272,7 @@ int main(int argc, char** argv) {
   app.add_option("--members", options.members)->check(CLI::Range(1, 2));
   app.add_option("--rate", options.rate);
   app.add_option("--seconds", options.seconds);
+  app.add_flag("--tls", options.tls);
   CLI11_PARSE(app, argc, argv);
   return tevanto::bench::run(options);
 }

@@ -22,8 +22,10 @@ Result<Certificates> loadCertificates(const RelayOptions& options) {
   // An idle connection keeps no buffers for records.
   ::SSL_CTX_set_mode(context->native_handle(), SSL_MODE_RELEASE_BUFFERS);
   ::SSL_CTX_set_min_proto_version(context->native_handle(), TLS1_2_VERSION);
-  // Sessions would be kept for clients that come back once in a while.
+  // Sessions would be kept for clients that come back once in a while, and tickets made for each.
   ::SSL_CTX_set_session_cache_mode(context->native_handle(), SSL_SESS_CACHE_OFF);
+  ::SSL_CTX_set_options(context->native_handle(), SSL_OP_NO_TICKET);
+  ::SSL_CTX_set_num_tickets(context->native_handle(), 0);
   error_code error;
   context->use_certificate_chain_file(options.certificateFile, error);
   if (error) return Failure{"Cannot use the certificate " + options.certificateFile + ": " + error.message()};

@@ -1,21 +1,17 @@
-#include <boost/asio/ssl/stream.hpp>
-#include <boost/beast/websocket/ssl.hpp>
-
 #include "relay/AsioRelayConnection.h"
 #include "relay/AsioRelayStream.h"
+#include "relay/TlsSocket.h"
 
 namespace tevanto::relay {
 namespace {
 
-using TlsStream = boost::asio::ssl::stream<AsioSocket>;
-
-class TlsRelayConnection final : public AsioRelayStream<TlsStream> {
+class TlsRelayConnection final : public AsioRelayStream<TlsSocket> {
  public:
   using AsioRelayStream::AsioRelayStream;
 
  private:
   void readRequest() override {
-    stream().async_handshake(TlsStream::server, [self = self(), this](const Error& error) {
+    stream().async_handshake([self = self(), this](const Error& error) {
       if (error) return readFailed();
       AsioRelayStream::readRequest();
     });

@@ -115,6 +115,44 @@ TEST_F(RelayTlsTest, answersRequests) {
   EXPECT_THAT(ask(relay.port(), "/healthz"), StartsWith("HTTP/1.1 200 OK\r\n"));
 }
 
+TEST_F(RelayTlsTest, keepsWhatASlowReaderHasNotTaken) {
+  RelayProcess relay(options());
+  auto mac = connect(std::make_shared<TlsSocket>(relay.port()), "/connect?room=a&role=mac");
+  const auto phoneSocket = std::make_shared<TlsSocket>(relay.port());
+  auto phone = connect(phoneSocket, "/connect?room=a&role=phone");
+  ASSERT_TRUE(phone.isOpen());
+  ASSERT_TRUE(eventually(
+      [&] { return ask(relay.port(), "/metrics").find("{role=\"phone\"} 1\n") != std::string::npos; }));
+  // More than the sockets take, so that records wait half written; less than what ends a member.
+  constexpr int kMessages = 12;
+  for (int number = 0; number < kMessages; ++number)
+    ASSERT_TRUE(mac.sendText(std::string(60'000, static_cast<char>('a' + number))));
+  for (int number = 0; number < kMessages; ++number) {
+    const auto message = phone.receiveMessage();
+    ASSERT_TRUE(message) << number;
+    EXPECT_EQ(*message, std::string(60'000, static_cast<char>('a' + number)));
+  }
+}
+
+TEST_F(RelayTlsTest, dropsWhoDoesNotReadAtAll) {
+  RelayProcess relay(options());
+  auto mac = connect(std::make_shared<TlsSocket>(relay.port()), "/connect?room=a&role=mac");
+  auto phone = connect(std::make_shared<TlsSocket>(relay.port()), "/connect?room=a&role=phone");
+  ASSERT_TRUE(phone.isOpen());
+  const auto slow = [&] {
+    return ask(relay.port(), "/metrics").find("members_ended_total{reason=\"slow\"} 1\n") !=
+           std::string::npos;
+  };
+  for (int sent = 0; sent < 190 && !slow(); ++sent) ASSERT_TRUE(mac.sendText(std::string(250'000, 'x')));
+  EXPECT_TRUE(eventually(slow));
+  auto next = connect(std::make_shared<TlsSocket>(relay.port()), "/connect?room=a&role=phone");
+  ASSERT_TRUE(next.isOpen());
+  ASSERT_TRUE(eventually(
+      [&] { return ask(relay.port(), "/metrics").find("{role=\"phone\"} 1\n") != std::string::npos; }));
+  next.sendText("hello");
+  EXPECT_EQ(mac.receiveMessage(), "hello");
+}
+
 TEST_F(RelayTlsTest, refusesOldVersionsAndPlainText) {
   const RelayProcess relay(options());
   EXPECT_FALSE(TlsSocket(relay.port(), TLS1_1_VERSION).isOpen());
