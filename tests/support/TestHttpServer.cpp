@@ -67,6 +67,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
     socket_.async_accept(message, [self = this->shared_from_this()](const error_code& error) {
       if (error) return self->end();
       self->open_ = true;
+      if (self->closing_) return self->closeNow();  // asked for while the answer was still being written
       self->read();
       self->write();
     });
@@ -76,8 +77,8 @@ class WebSocketPeer final : public TestWebSocketPeer,
   void sendBinary(std::string bytes) override { queue({std::move(bytes), false}); }
   void close(std::uint16_t code) override {
     post([this, code] {
-      socket_.async_close(websocket::close_reason(code),
-                          [self = this->shared_from_this()](const error_code&) { self->end(); });
+      closing_ = code;
+      if (open_) closeNow();
     });
   }
   void drop() override {
@@ -129,6 +130,11 @@ class WebSocketPeer final : public TestWebSocketPeer,
     });
   }
 
+  void closeNow() {
+    socket_.async_close(websocket::close_reason(*closing_),
+                        [self = this->shared_from_this()](const error_code&) { self->end(); });
+  }
+
   void write() {
     if (outbox_.empty()) return;
     socket_.text(outbox_.front().text);
@@ -168,6 +174,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
   std::deque<Outgoing> outbox_;
   bool open_ = false;
   bool reads_ = true;
+  std::optional<std::uint16_t> closing_;
   mutable std::mutex mutex_;  // guards what follows
   std::vector<std::string> received_;
   int pings_ = 0;

@@ -8,8 +8,8 @@
 
 namespace tevanto::test {
 
-/// An X server of the test's own, without a screen to look at. It listens on a local socket only and takes a
-/// free display number.
+/// An X server of the test's own, without a screen to look at. It listens on a local socket only, under a
+/// display number of its own.
 class XvfbServer {
  public:
   /// `options` go to the server in addition.
@@ -27,7 +27,7 @@ class XvfbServer {
   void setLayout(const std::string& layout);
 
  private:
-  void start();
+  bool start();
 
   std::string geometry_;
   std::vector<std::string> options_;
