@@ -108,6 +108,14 @@ class CheckMacos(unittest.TestCase):
         self.offends("nobody uses Cat", declared=DECLARED + 'SINCE(10.0, "Cat")\n@interface Cat : NSObject\n@end\n')
         self.offends("nobody uses meow", declared=DECLARED + 'void meow(void) SINCE(10.0, "meow");\n')
 
+    def test_methods_that_the_system_calls(self):
+        declared = DECLARED + 'SINCE(10.5, "DogOwner")\n@protocol DogOwner\n- (void)dogDidBark SINCE(10.6, "dogDidBark()");\n@end\n'
+        owner = "@interface Owner : NSObject <DogOwner>\n@end\n@implementation Owner\n%s@end\n"
+        _, found, findings = self.look(SOUND + owner % "- (void)dogDidBark {\n}\n", declared)
+        self.assertEqual(found, [])
+        self.assertEqual(findings.symbols["-[DogOwner dogDidBark]"][1], "10.6")
+        self.offends("nobody uses -[DogOwner dogDidBark]", source=SOUND + owner % "", declared=declared.replace("DogOwner\n-", "DogOwner\n@optional\n-"))
+
     def test_functions_of_the_c_library(self):
         calls = SOUND.replace("return kBark", "return ::accept4(0, nullptr, nullptr, 0) ? nullptr : kBark").replace("<string>", "<sys/socket.h>")
         self.offends("accept4 is not in", source=calls)

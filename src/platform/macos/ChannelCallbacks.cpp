@@ -11,6 +11,8 @@ ChannelCallbacks::ChannelCallbacks(std::shared_ptr<SerialQueue> queue, DataChann
 
 void ChannelCallbacks::stateChanged(DataChannelState state) {
   queue_->async([self = shared_from_this(), state] {
+    // A channel only ever goes on; what was read beside its reports may come late.
+    if (state <= self->state_) return;
     self->state_ = state;
     const CallGate::Call call(self->gate_);
     const auto channel = self->owner_.lock();

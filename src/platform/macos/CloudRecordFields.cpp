@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace tevanto {
 namespace {
@@ -52,6 +53,13 @@ CloudRecord cloudRecordOf(const std::string& name,
 CloudAccountStatus cloudAccountStatusOf(long number) {
   const auto isKnown = number >= 0 && number <= static_cast<long>(CloudAccountStatus::temporarilyUnavailable);
   return isKnown ? static_cast<CloudAccountStatus>(number) : CloudAccountStatus::couldNotDetermine;
+}
+
+CloudError errorOfOne(CloudError error) {
+  if (error.code != kPartialFailure || error.partial.size() != 1) return error;
+  auto only = std::move(error.partial.front().second);
+  if (!only.retryAfter) only.retryAfter = error.retryAfter;
+  return only;
 }
 
 std::optional<CloudError> removalError(CloudError error) {

@@ -28,6 +28,9 @@ CloudRecord cloudRecordOf(const std::string& name,
 /// The number of the framework's account status (CKAccountStatus); one that is not known says nothing.
 CloudAccountStatus cloudAccountStatusOf(long number);
 
+/// The error of the one record that was asked for, out of that of the request.
+CloudError errorOfOne(CloudError error);
+
 /// What of an error is left where a record was to go: that it is not there is none.
 std::optional<CloudError> removalError(CloudError error);
 

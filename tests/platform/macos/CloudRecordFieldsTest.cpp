@@ -82,6 +82,21 @@ CloudError errorOf(int code, std::vector<std::pair<std::string, CloudError>> par
   return {"CKErrorDomain", code, std::nullopt, std::move(partial)};
 }
 
+TEST(CloudErrorOfOne, isThatOfTheOnlyRecord) {
+  EXPECT_EQ(errorOfOne(errorOf(2, {{"n", errorOf(11)}})), errorOf(11));
+  auto limited = errorOf(2, {{"n", errorOf(7)}});
+  limited.retryAfter = 3;
+  EXPECT_EQ(errorOfOne(limited).code, 7);
+  EXPECT_EQ(errorOfOne(limited).retryAfter, 3);
+  limited.partial.front().second.retryAfter = 5;
+  EXPECT_EQ(errorOfOne(limited).retryAfter, 5);
+}
+
+TEST(CloudErrorOfOne, isTheRequestsWhereThereIsNoOther) {
+  for (const auto& error : {errorOf(4), errorOf(2), errorOf(2, {{"n", errorOf(11)}, {"m", errorOf(10)}})})
+    EXPECT_EQ(errorOfOne(error), error) << summary(error);
+}
+
 TEST(CloudRemoval, ofWhatIsNotThereIsNoFailure) {
   EXPECT_EQ(removalError(errorOf(11)), std::nullopt);
   EXPECT_EQ(removalError(errorOf(2, {{"n", errorOf(11)}})), std::nullopt);

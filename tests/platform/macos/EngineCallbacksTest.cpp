@@ -150,6 +150,16 @@ TEST_F(ChannelCallbacksTest, tellEachStateAsItIsReached) {
               ElementsAre(DataChannelState::open, DataChannelState::closing, DataChannelState::closed));
 }
 
+TEST_F(ChannelCallbacksTest, tellNoStateTwiceAndNoneThatIsPast) {
+  observe();
+  for (const auto state : {DataChannelState::open, DataChannelState::open, DataChannelState::closed,
+                           DataChannelState::open, DataChannelState::connecting})
+    callbacks_->stateChanged(state);
+  queue_->runPending();
+  EXPECT_THAT(observer_->states, ElementsAre(DataChannelState::open, DataChannelState::closed));
+  EXPECT_EQ(callbacks_->state(), DataChannelState::closed);
+}
+
 TEST_F(ChannelCallbacksTest, showAChannelThatIsBeingClosedAsClosingAtOnce) {
   observe();
   callbacks_->stateChanged(DataChannelState::open);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+
+#include "core/SerialQueue.h"
+#include "p2p/PeerConnection.h"
+
+namespace tevanto {
+
+/// Peer connections by the WebRTC framework, for data channels only. The engine starts with the first peer
+/// and stays until this and all of its peers are gone.
+///
+/// Observers and completions are called on the queue that is given here, one at a time, never on a thread of
+/// the engine: a callback may call everything here, `close` included, and may let go of its peer.
+class LKRTCPeerConnections final : public PeerConnectionFactory {
+ public:
+  struct Options {
+    /// Also offers the addresses of the loopback interface: for peers on one computer.
+    bool includeLoopback = false;
+  };
+
+  LKRTCPeerConnections(std::shared_ptr<SerialQueue> callbackQueue, Options options);
+  ~LKRTCPeerConnections() override;
+
+  std::shared_ptr<PeerConnection> create(const PeerConfiguration& configuration,
+                                         std::weak_ptr<PeerConnectionObserver> observer) override;
+
+ private:
+  struct Engine;
+  const std::shared_ptr<SerialQueue> callbackQueue_;
+  const std::unique_ptr<Engine> engine_;
+};
+
+}  // namespace tevanto

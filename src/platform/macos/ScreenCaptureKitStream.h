@@ -1,0 +1,30 @@
+#pragma once
+
+#import <ScreenCaptureKit/ScreenCaptureKit.h>
+
+#include <memory>
+
+#include "screen/DisplayCapture.h"
+
+namespace tevanto {
+
+/// One capture of one display by an SCStream. Its samples come on a dispatch queue of its own and go on to
+/// the sample queue; those that say that nothing changed end here.
+class ScreenCaptureKitStream final : public CaptureStream {
+ public:
+  static Result<std::shared_ptr<CaptureStream>> create(SCDisplay* display,
+                                                       const CaptureConfiguration& configuration,
+                                                       std::shared_ptr<SerialQueue> sampleQueue,
+                                                       Handlers handlers);
+  ScreenCaptureKitStream(SCStream* stream, id output);
+  ~ScreenCaptureKitStream() override;
+
+  void start(std::function<void(Result<void>)> done) override;
+  void stop(std::function<void(Result<void>)> done) override;
+
+ private:
+  SCStream* const stream_;
+  const id output_;  // what the stream tells; it does not hold its delegate
+};
+
+}  // namespace tevanto
