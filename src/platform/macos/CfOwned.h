@@ -12,7 +12,7 @@ class CfOwned {
  public:
   CfOwned() = default;
   /// Takes over a count that the caller owns: of what a function named Create or Copy returned.
-  static CfOwned adopting(Ref object) { return CfOwned(object); }
+  explicit CfOwned(Ref object) : object_(object) {}
   /// Adds a count of its own: for what a function named Get returned.
   static CfOwned retaining(Ref object) {
     if (object) CFRetain(static_cast<CFTypeRef>(object));
@@ -32,8 +32,6 @@ class CfOwned {
   explicit operator bool() const { return object_ != nullptr; }
 
  private:
-  explicit CfOwned(Ref object) : object_(object) {}
-
   Ref object_ = nullptr;
 };
 

@@ -7,9 +7,9 @@
 namespace tevanto {
 
 bool isEntitled(NSString* entitlement) {
-  const auto task = CfOwned<SecTaskRef>::adopting(SecTaskCreateFromSelf(kCFAllocatorDefault));
+  const auto task = CfOwned<SecTaskRef>(SecTaskCreateFromSelf(kCFAllocatorDefault));
   if (!task) return false;
-  const auto value = CfOwned<CFTypeRef>::adopting(
+  const auto value = CfOwned<CFTypeRef>(
       SecTaskCopyValueForEntitlement(task.get(), (__bridge CFStringRef)entitlement, nullptr));
   return static_cast<bool>(value);
 }
