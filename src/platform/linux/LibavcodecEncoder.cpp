@@ -5,6 +5,7 @@
 
 #include "platform/linux/LibavLogCapture.h"
 #include "platform/linux/LibavOwned.h"
+#include "platform/linux/LibavcodecOptions.h"
 #include "platform/linux/VaapiFrames.h"
 
 namespace tevanto {
@@ -116,8 +117,8 @@ LibavcodecEncoder::~LibavcodecEncoder() = default;
 
 std::optional<double> LibavcodecEncoder::lastQuantizer() const { return codec_->lastQuantizer; }
 
-Result<std::unique_ptr<LibavcodecEncoder>> LibavcodecEncoder::open(const std::string& name,
-                                                                   const EncoderSettings& settings) {
+Result<std::unique_ptr<PictureEncoder>> LibavcodecEncoder::open(const std::string& name,
+                                                                const EncoderSettings& settings) {
   const LibavLogCapture log;
   const auto* found = avcodec_find_encoder_by_name(name.c_str());
   if (!found) return Failure{"this libavcodec is built without it"};
@@ -133,7 +134,7 @@ Result<std::unique_ptr<LibavcodecEncoder>> LibavcodecEncoder::open(const std::st
   }
   if (const int code = openContext(*codec->context, name); code < 0) return reason(log, code);
   codec->headers = AccessUnit::ofAnnexB(bytesOf(codec->context->extradata, codec->context->extradata_size));
-  return std::unique_ptr<LibavcodecEncoder>(new LibavcodecEncoder(std::move(codec)));
+  return std::unique_ptr<PictureEncoder>(new LibavcodecEncoder(std::move(codec)));
 }
 
 Result<std::optional<AccessUnit>> LibavcodecEncoder::encode(std::shared_ptr<const PixelBuffer> picture,

@@ -4,28 +4,23 @@
 #include <optional>
 #include <string>
 
-#include "core/Result.h"
-#include "platform/linux/LibavcodecOptions.h"
-#include "screen/AccessUnit.h"
+#include "platform/linux/PictureEncoder.h"
 
 namespace tevanto {
 
-/// One opened encoder of libavcodec. Used by one thread at a time.
-class LibavcodecEncoder {
+/// An encoder of libavcodec: those in hardware.
+class LibavcodecEncoder final : public PictureEncoder {
  public:
   /// `name` as libavcodec calls it. The failure is a reason for a person.
-  static Result<std::unique_ptr<LibavcodecEncoder>> open(const std::string& name,
-                                                         const EncoderSettings& settings);
-  ~LibavcodecEncoder();
+  static Result<std::unique_ptr<PictureEncoder>> open(const std::string& name,
+                                                      const EncoderSettings& settings);
+  ~LibavcodecEncoder() override;
   LibavcodecEncoder(const LibavcodecEncoder&) = delete;
   LibavcodecEncoder& operator=(const LibavcodecEncoder&) = delete;
 
-  /// What came out, which is for this picture, as nothing is held back: absent when the encoder put nothing
-  /// out. The picture is read where it lies; the encoder lets go of it by its return. Key frames carry their
-  /// parameter sets.
-  Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture, bool forceKeyFrame);
-  /// The mean quantiser of what came out last; absent for encoders that do not tell.
-  std::optional<double> lastQuantizer() const;
+  Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture,
+                                           bool forceKeyFrame) override;
+  std::optional<double> lastQuantizer() const override;
 
  private:
   struct Codec;

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/linux/LibavLogCapture.h"
-#include "platform/linux/LibavcodecEncoder.h"
 #include "platform/linux/LibavcodecEncoderSession.h"
+#include "platform/linux/PictureEncoder.h"
 
 namespace tevanto {
 namespace {
@@ -27,8 +27,8 @@ LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log)
     : LibavcodecEncoderFactory(std::move(log), encoderCandidates()) {}
 
 LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates)
-    : LibavcodecEncoderFactory({std::move(log), monotonicTime, LibavcodecEncoder::open, nullptr},
-                               std::move(candidates)) {}
+    : LibavcodecEncoderFactory({std::move(log), monotonicTime, openEncoder, nullptr}, std::move(candidates)) {
+}
 
 LibavcodecEncoderFactory::LibavcodecEncoderFactory(LibavcodecEncoderSession::Environment environment,
                                                    std::vector<std::string> candidates)

@@ -3,14 +3,12 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/linux/LibavcodecEncoder.h"
+#include "platform/linux/PictureEncoder.h"
 #include "screen/DataRateAccount.h"
 #include "screen/KeyFrameSchedule.h"
 
 namespace tevanto {
 namespace {
-
-constexpr const char* kSoftwareEncoder = "libx264";
 
 /// The value as what the property takes, if it is that and `accepts` it.
 template <class Value, class Accept>
@@ -65,7 +63,7 @@ struct LibavcodecEncoderSession::State {
   std::mutex mutex;
   bool isBusy = false;  // a frame is under way, on whose thread the encoder is
   bool isInvalidated = false;
-  std::unique_ptr<LibavcodecEncoder> encoder;
+  std::unique_ptr<PictureEncoder> encoder;
 
   // Used by the one caller at a time.
   bool isPrepared = false;
@@ -124,14 +122,14 @@ bool LibavcodecEncoderSession::State::enter() {
 }
 
 void LibavcodecEncoderSession::State::leave() {
-  std::unique_ptr<LibavcodecEncoder> closed;
+  std::unique_ptr<PictureEncoder> closed;
   const std::lock_guard lock(mutex);
   isBusy = false;
   if (isInvalidated) closed.swap(encoder);
 }
 
 void LibavcodecEncoderSession::State::invalidate() {
-  std::unique_ptr<LibavcodecEncoder> closed;
+  std::unique_ptr<PictureEncoder> closed;
   const std::lock_guard lock(mutex);
   isInvalidated = true;
   if (!isBusy) closed.swap(encoder);

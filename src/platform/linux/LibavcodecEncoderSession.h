@@ -10,7 +10,7 @@
 
 namespace tevanto {
 
-class LibavcodecEncoder;
+class PictureEncoder;
 struct EncoderSettings;
 
 /// A compression session by libavcodec. Its encoder is opened with the first picture, whose format it takes;
@@ -20,8 +20,8 @@ class LibavcodecEncoderSession final : public EncoderSession {
   struct Environment {
     Logger log;
     std::function<std::chrono::nanoseconds()> now;  // monotonic; data rate and key frames go by it
-    std::function<Result<std::unique_ptr<LibavcodecEncoder>>(const std::string& name,
-                                                             const EncoderSettings& settings)>
+    std::function<Result<std::unique_ptr<PictureEncoder>>(const std::string& name,
+                                                          const EncoderSettings& settings)>
         open;
     /// An encoder of this name was opened. On the thread that encodes.
     std::function<void(const std::string& name)> onOpened;

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/linux/LibavcodecEncoder.h"
+#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/LibavcodecEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
@@ -63,7 +63,7 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
   const auto& [profile, row] = GetParam();
   const auto& content = contents()[row];
   test::EncoderClock clock;
-  LibavcodecEncoderFactory factory({Logger(), clock.reader(), LibavcodecEncoder::open, nullptr}, {"libx264"});
+  LibavcodecEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
   test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(), &clock);
   stream.prepare(profile.bitRate, profile.fps);
   test::EncoderPictures pictures(PixelFormat::i420, profile.width, profile.height);
@@ -80,7 +80,7 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
 TEST(EncoderDataRateByTheClock, aHundredKeyFramesASecondStayWithinTheLimit) {
   for (const auto& profile : kProfiles) {
     test::EncoderClock clock;
-    LibavcodecEncoderFactory factory({Logger(), clock.reader(), LibavcodecEncoder::open, nullptr},
+    LibavcodecEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr},
                                      {"libx264"});
     test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(),
                                &clock);

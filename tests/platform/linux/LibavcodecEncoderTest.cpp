@@ -4,7 +4,7 @@
 #include <fstream>
 #include <thread>
 
-#include "platform/linux/LibavcodecEncoder.h"
+#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/LibavcodecEncoderFactory.h"
 #include "screen/AccessUnit.h"
 #include "screen/BigEndian.h"
@@ -49,7 +49,7 @@ class LibavcodecEncoderTest : public ::testing::Test {
   }
 
   test::EncoderClock clock_;
-  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), LibavcodecEncoder::open, nullptr},
+  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr},
                                     {"libx264"}};
 };
 
@@ -427,9 +427,9 @@ TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
   // An encoder in hardware that does small pictures only, as some do.
   const auto open = [](const std::string& name, const EncoderSettings& settings) {
     if (name == "h264_small" && settings.width > 640) {
-      return Result<std::unique_ptr<LibavcodecEncoder>>(Failure{"too large"});
+      return Result<std::unique_ptr<PictureEncoder>>(Failure{"too large"});
     }
-    return LibavcodecEncoder::open("libx264", settings);
+    return openEncoder("libx264", settings);
   };
   const auto sink = std::make_shared<test::RecordingLogSink>();
   LibavcodecEncoderFactory factory({Logger(sink, "encoder"), clock.reader(), open, nullptr},
