@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tevanto {
+
+/// Where applications are installed, the most important folder first; the user's own, under `home`, is the
+/// last.
+std::vector<std::string> applicationFoldersOf(const std::string& home);
+/// Whether an entry of such a folder is an application, by its name.
+bool isApplicationName(const std::string& name);
+/// The name without the extension.
+std::string applicationFileName(const std::string& name);
+
+}  // namespace tevanto

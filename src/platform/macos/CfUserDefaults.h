@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "core/UserDefaults.h"
+
+namespace tevanto {
+
+/// The program's own domain in the user's preferences, `defaults read app.tevanto` in a terminal. What
+/// another process sets there is seen at the next look.
+class CfUserDefaults final : public UserDefaults {
+ public:
+  /// The domain of this program; another one is for tests.
+  explicit CfUserDefaults(std::string domain = "app.tevanto");
+
+  std::optional<DefaultsValue> value(std::string_view key) const override;
+  Result<void> set(std::string_view key, DefaultsValue value) override;
+  Result<void> remove(std::string_view key) override;
+  std::map<std::string, DefaultsValue> all() const override;
+  bool stringEquals(std::string_view key, std::optional<std::string_view> candidate) const override;
+
+ private:
+  const std::string domain_;
+};
+
+}  // namespace tevanto

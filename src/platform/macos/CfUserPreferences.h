@@ -1,0 +1,13 @@
+#pragma once
+
+#include "control/UserPreferences.h"
+
+namespace tevanto {
+
+/// The preferences of any application of this user. Any thread.
+class CfUserPreferences final : public UserPreferences {
+ public:
+  std::optional<PreferenceValue> value(std::string_view key, std::string_view domain) override;
+};
+
+}  // namespace tevanto

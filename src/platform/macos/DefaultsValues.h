@@ -1,0 +1,14 @@
+#pragma once
+
+#include <optional>
+
+#include "control/UserPreferences.h"
+#include "core/UserDefaults.h"
+
+namespace tevanto {
+
+/// A stored value in the shapes that this program keeps: nothing for dictionaries, and for arrays of anything
+/// but strings.
+std::optional<DefaultsValue> defaultsValueOf(const PreferenceValue& stored);
+
+}  // namespace tevanto

@@ -1,0 +1,35 @@
+#include "platform/macos/IoKitPowerSources.h"
+
+#import <Foundation/Foundation.h>
+#import <IOKit/ps/IOPSKeys.h>
+#import <IOKit/ps/IOPowerSources.h>
+
+#include "platform/macos/CfOwned.h"
+#include "platform/macos/PowerSourceDescription.h"
+#include "platform/macos/PropertyListValue.h"
+
+namespace tevanto {
+
+static_assert(powerSourceKey::kCurrentCapacity == kIOPSCurrentCapacityKey &&
+              powerSourceKey::kMaxCapacity == kIOPSMaxCapacityKey &&
+              powerSourceKey::kState == kIOPSPowerSourceStateKey &&
+              PowerSources::kBatteryPower == kIOPSBatteryPowerValue);
+
+std::vector<PowerSource> IoKitPowerSources::snapshot() {
+  @autoreleasepool {
+    std::vector<PowerSource> sources;
+    const auto information = CfOwned<CFTypeRef>::adopting(IOPSCopyPowerSourcesInfo());
+    if (!information) return sources;
+    NSArray* listed = CFBridgingRelease(IOPSCopyPowerSourcesList(information.get()));
+    for (id source in listed) {
+      // It belongs to the snapshot.
+      CFDictionaryRef description =
+          IOPSGetPowerSourceDescription(information.get(), (__bridge CFTypeRef)source);
+      if (const auto value = preferenceValueOf((__bridge NSDictionary*)description))
+        sources.push_back(powerSourceOf(*value));
+    }
+    return sources;
+  }
+}
+
+}  // namespace tevanto
