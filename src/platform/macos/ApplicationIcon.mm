@@ -11,12 +11,12 @@ constexpr std::size_t kBitsPerComponent = 8;
 
 /// 8 bits a component, red first, the premultiplied alpha last.
 CfOwned<CGContextRef> bitmapOf(int pixels) {
-  const auto colours = CfOwned<CGColorSpaceRef>::adopting(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
+  const CfOwned<CGColorSpaceRef> colours(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
   const auto side = static_cast<std::size_t>(pixels);
   constexpr std::size_t kRowBytesOfItsChoice = 0;
-  return CfOwned<CGContextRef>::adopting(CGBitmapContextCreate(nullptr, side, side, kBitsPerComponent,
-                                                               kRowBytesOfItsChoice, colours.get(),
-                                                               kCGImageAlphaPremultipliedLast));
+  return CfOwned<CGContextRef>(CGBitmapContextCreate(nullptr, side, side, kBitsPerComponent,
+                                                     kRowBytesOfItsChoice, colours.get(),
+                                                     kCGImageAlphaPremultipliedLast));
 }
 
 CfOwned<CGImageRef> drawn(NSImage* icon, int pixels) {
@@ -28,7 +28,7 @@ CfOwned<CGImageRef> drawn(NSImage* icon, int pixels) {
   if (!image) return {};
   CGContextSetInterpolationQuality(bitmap.get(), kCGInterpolationHigh);
   CGContextDrawImage(bitmap.get(), CGRectMake(0, 0, pixels, pixels), image);
-  return CfOwned<CGImageRef>::adopting(CGBitmapContextCreateImage(bitmap.get()));
+  return CfOwned<CGImageRef>(CGBitmapContextCreateImage(bitmap.get()));
 }
 
 }  // namespace

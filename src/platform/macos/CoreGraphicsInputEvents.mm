@@ -40,8 +40,7 @@ struct CoreGraphicsInputEvents::Sources {
   CGEventSourceRef of(EventSource source) {
     if (source == EventSource::none) return nullptr;
     if (!combined) {
-      combined =
-          CfOwned<CGEventSourceRef>::adopting(CGEventSourceCreate(kCGEventSourceStateCombinedSessionState));
+      combined = CfOwned<CGEventSourceRef>(CGEventSourceCreate(kCGEventSourceStateCombinedSessionState));
     }
     return combined.get();
   }
@@ -53,8 +52,8 @@ CoreGraphicsInputEvents::CoreGraphicsInputEvents() : sources_(std::make_unique<S
 CoreGraphicsInputEvents::~CoreGraphicsInputEvents() = default;
 
 bool CoreGraphicsInputEvents::postKey(const KeyEvent& event) {
-  const auto made = OwnedEvent::adopting(CGEventCreateKeyboardEvent(sources_->of(event.source), event.keyCode,
-                                                                    event.direction == KeyDirection::down));
+  const OwnedEvent made(CGEventCreateKeyboardEvent(sources_->of(event.source), event.keyCode,
+                                                   event.direction == KeyDirection::down));
   if (!made) return false;
   if (event.text.empty()) {
     CGEventSetFlags(made.get(), event.flags);
@@ -66,9 +65,9 @@ bool CoreGraphicsInputEvents::postKey(const KeyEvent& event) {
 }
 
 bool CoreGraphicsInputEvents::postMouse(const MouseEvent& event) {
-  const auto made = OwnedEvent::adopting(
-      CGEventCreateMouseEvent(nullptr, static_cast<CGEventType>(event.type), pointOf(event.location),
-                              static_cast<CGMouseButton>(event.button)));
+  const OwnedEvent made(CGEventCreateMouseEvent(nullptr, static_cast<CGEventType>(event.type),
+                                                pointOf(event.location),
+                                                static_cast<CGMouseButton>(event.button)));
   if (!made) return false;
   if (event.clickState > 0)
     CGEventSetIntegerValueField(made.get(), kCGMouseEventClickState, event.clickState);
@@ -76,8 +75,8 @@ bool CoreGraphicsInputEvents::postMouse(const MouseEvent& event) {
 }
 
 bool CoreGraphicsInputEvents::postScroll(const ScrollEvent& event) {
-  const auto made = OwnedEvent::adopting(CGEventCreateScrollWheelEvent2(nullptr, kCGScrollEventUnitPixel, 2,
-                                                                        event.vertical, event.horizontal, 0));
+  const OwnedEvent made(CGEventCreateScrollWheelEvent2(nullptr, kCGScrollEventUnitPixel, 2, event.vertical,
+                                                       event.horizontal, 0));
   return post(made.get());
 }
 
@@ -102,7 +101,7 @@ void CoreGraphicsInputEvents::warpPointer(PointerLocation location) {
 }
 
 PointerLocation CoreGraphicsInputEvents::pointerLocation() {
-  const auto here = OwnedEvent::adopting(CGEventCreate(nullptr));
+  const OwnedEvent here(CGEventCreate(nullptr));
   if (!here) return {};
   const CGPoint at = CGEventGetLocation(here.get());
   return {at.x, at.y};

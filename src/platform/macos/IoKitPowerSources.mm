@@ -18,7 +18,7 @@ static_assert(powerSourceKey::kCurrentCapacity == kIOPSCurrentCapacityKey &&
 std::vector<PowerSource> IoKitPowerSources::snapshot() {
   @autoreleasepool {
     std::vector<PowerSource> sources;
-    const auto information = CfOwned<CFTypeRef>::adopting(IOPSCopyPowerSourcesInfo());
+    const CfOwned<CFTypeRef> information(IOPSCopyPowerSourcesInfo());
     if (!information) return sources;
     NSArray* listed = CFBridgingRelease(IOPSCopyPowerSourcesList(information.get()));
     for (id source in listed) {
