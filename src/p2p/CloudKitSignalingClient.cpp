@@ -64,6 +64,13 @@ void CloudKitSignalingClient::stop() {
   });
 }
 
+void CloudKitSignalingClient::conclude() {
+  environment_.queue->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self && self->session_) self->environment_.spent->add(*self->session_);
+  });
+}
+
 void CloudKitSignalingClient::accountAnswered(CloudAccountStatus status) {
   if (stage_ != Stage::starting) return;
   if (status != CloudAccountStatus::available) {
@@ -113,7 +120,7 @@ void CloudKitSignalingClient::pollFailed(const CloudError& error) {
 
 void CloudKitSignalingClient::accept(const CloudRecord& record) {
   if (!isYoung(record)) return;
-  if (session_ && *session_ != record.session)
+  if (!follows(record.session))
     return environment_.log.info("ignored stale signaling record for another session");
   session_ = record.session;
   if (record.payload == lastDeliveredPayload_) return;
@@ -124,6 +131,10 @@ void CloudKitSignalingClient::accept(const CloudRecord& record) {
       if (self.onSignal) self.onSignal(message);
     });
   }
+}
+
+bool CloudKitSignalingClient::follows(const std::string& session) const {
+  return session_ ? *session_ == session : !environment_.spent->contains(session);
 }
 
 bool CloudKitSignalingClient::isYoung(const CloudRecord& record) const {

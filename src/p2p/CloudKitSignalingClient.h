@@ -14,6 +14,7 @@
 #include "core/WallClock.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudSignaling.h"
+#include "p2p/SpentSessions.h"
 
 namespace tevanto {
 
@@ -33,6 +34,7 @@ class CloudKitSignalingClient final : public CloudSignaling,
     WallClock now;
     /// Identifies this side's negotiation in the records of an offerer.
     std::string session;
+    std::shared_ptr<SpentSessions> spent = std::make_shared<SpentSessions>();
     Logger log = {};
   };
 
@@ -51,6 +53,7 @@ class CloudKitSignalingClient final : public CloudSignaling,
 
   void start(const std::string& room, SignalRole role) override;
   void stop() override;
+  void conclude() override;
   void write(const std::string& kind, const SignalMessage& message) override;
   void publishTURN(const std::vector<RemoteIceServerConfig>& servers) override;
   void loadTURN(std::function<void(std::optional<BrokeredIceServers>)> done) override;
@@ -65,6 +68,7 @@ class CloudKitSignalingClient final : public CloudSignaling,
   void pollFailed(const CloudError& error);
   void accept(const CloudRecord& record);
   bool isYoung(const CloudRecord& record) const;
+  bool follows(const std::string& session) const;
   void save(const std::string& kind, const std::string& session, std::string payload,
             const std::string& success, const std::string& failure);
   /// Calls `report` on the main queue, unless the client has been stopped by then.

@@ -25,6 +25,9 @@ class CloudSignaling {
   /// Begins to look for the other side's record: the "mac" role for an offer, the "phone" role for an answer.
   virtual void start(const std::string& room, SignalRole role) = 0;
   virtual void stop() = 0;
+  /// The peers have met by the record that was followed: it is not to be followed again, by whoever comes
+  /// after this.
+  virtual void conclude() = 0;
   /// Replaces the record of `kind`, "offer" or "answer".
   virtual void write(const std::string& kind, const SignalMessage& message) = 0;
   virtual void publishTURN(const std::vector<RemoteIceServerConfig>& servers) = 0;

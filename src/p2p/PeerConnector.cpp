@@ -115,7 +115,7 @@ bool PeerConnector::rebuildSession() {
   closeSession();
   channelEverReady_ = false;
   grace_.cancel();  // that was the old peer's outage
-  routeSelected(false);
+  forgetRoute();
   reports_.reset();
   return buildSession();
 }
@@ -132,7 +132,7 @@ void PeerConnector::upgradeIceServers(std::vector<RemoteIceServerConfig> servers
 
 void PeerConnector::stop() {
   if (std::exchange(stopped_, true)) return;
-  routeSelected(false);
+  forgetRoute();
   const bool hadScreen = session_ && session_->hasChannel(DataChannelKind::screen);
   const bool hadControl = session_ && session_->hasChannel(DataChannelKind::control);
   if (hadScreen) reportScreenChannel(false);
@@ -237,7 +237,10 @@ void PeerConnector::channelWasRejected(const std::string& label) {
 void PeerConnector::controlChannelIsOpen() {
   channelEverReady_ = true;
   report(TransportReports::Event::ready);
-  if (role_ != TransportRole::offerer) return;
+  if (role_ == TransportRole::answerer) {
+    if (negotiation_->wantsSnapshot()) roads_.concludeCloud();
+    return;
+  }
   cloudStop_ = after(kCloudStopDelay, [](PeerConnector& self) { self.roads_.stopCloud(); });
 }
 
@@ -281,8 +284,22 @@ void PeerConnector::queryRoute() {
   if (!session_) return;
   routeWatch_.queried(environment_.stateQueue->now());
   session_->statistics([this](const RouteReport& report) {
-    if (const auto isRelayed = routeUsesTURN(report)) routeSelected(*isRelayed);
+    const auto isRelayed = routeUsesTURN(report);
+    if (!isRelayed) return;
+    route_ = *isRelayed ? Route::relayed : Route::direct;
+    routeSelected(*isRelayed);
   });
+}
+
+std::optional<bool> PeerConnector::isRelayed() const {
+  const auto route = route_.load();
+  if (route == Route::unknown) return std::nullopt;
+  return route == Route::relayed;
+}
+
+void PeerConnector::forgetRoute() {
+  route_ = Route::unknown;
+  routeSelected(false);
 }
 
 void PeerConnector::routeSelected(bool isRelayed) {

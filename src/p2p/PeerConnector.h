@@ -72,6 +72,8 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   bool signalingEverOpened() const { return signalingEverOpened_; }
   bool cloudSignalingEverOpened() const { return cloudEverOpened_; }
   bool hasTURNServer() const { return hasTURNServer_; }
+  /// Whether the route that ICE has selected leads through a TURN relay; nothing while that is not known.
+  std::optional<bool> isRelayed() const;
   /// Screen data came: looks at the route unless it did lately.
   void checkRoute();
 
@@ -114,6 +116,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void checkGrace();
   void queryRoute();
   void routeSelected(bool isRelayed);
+  void forgetRoute();
 
   void fail() { report(TransportReports::Event::failed); }
   void report(TransportReports::Event event);
@@ -143,6 +146,8 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   std::atomic<bool> signalingEverOpened_ = false;
   std::atomic<bool> cloudEverOpened_ = false;
   std::atomic<bool> hasTURNServer_ = false;
+  enum class Route { unknown, direct, relayed };
+  std::atomic<Route> route_ = Route::unknown;
 
   Timer cloudStart_;
   Timer cloudStop_;

@@ -25,6 +25,7 @@ class SignalingRoads {
   /// Only the first call starts it.
   void startCloud();
   void stopCloud() { cloud_->stop(); }
+  void concludeCloud() { cloud_->conclude(); }
   void close();
 
   void send(const SignalMessage& message) { relay_->send(message); }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,8 @@ class WebRTCTransport final : public MessageChannel,
   bool signalingEverOpened() const { return connector_->signalingEverOpened(); }
   bool cloudSignalingEverOpened() const { return connector_->cloudSignalingEverOpened(); }
   bool hasTURNServer() const { return connector_->hasTURNServer(); }
+  /// Nothing while the route is not known.
+  std::optional<bool> isRelayed() const { return connector_->isRelayed(); }
 
  private:
   WebRTCTransport() = default;

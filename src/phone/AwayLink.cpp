@@ -90,8 +90,7 @@ Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment,
   const auto isEnough = [&] { return Clock::now() >= deadline || (givesUp && givesUp()); };
   while (!isEnough()) {
     const std::shared_ptr<AwayLink> link(new AwayLink(environment, room));
-    const auto until = std::min<Clock::time_point>(deadline, Clock::now() + kAttempt);
-    if (link->attempt(until, givesUp) == State::ready) return link;
+    if (link->attempt(deadline, givesUp) == State::ready) return link;
     for (const auto next = Clock::now() + kPause; Clock::now() < next && !isEnough();)
       std::this_thread::sleep_until(std::min({next, deadline, Clock::now() + kGlance}));
   }
@@ -102,9 +101,10 @@ Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment,
 }
 
 AwayLink::State AwayLink::attempt(Clock::time_point deadline, const GivesUp& givesUp) {
+  const auto begin = Clock::now();
   startTransport();
   std::unique_lock lock(mutex_);
-  while (state_ == State::connecting && Clock::now() < deadline) {
+  while (state_ == State::connecting && Clock::now() < std::min(deadline, begin + patience())) {
     changed_.wait_until(lock, std::min<Clock::time_point>(deadline, Clock::now() + kGlance),
                         [this] { return state_ != State::connecting; });
     lock.unlock();
@@ -113,6 +113,10 @@ AwayLink::State AwayLink::attempt(Clock::time_point deadline, const GivesUp& giv
     if (isEnough) break;
   }
   return state_;
+}
+
+Clock::duration AwayLink::patience() const {
+  return transport_.goesByRecords() ? environment_.patience.byRecords : environment_.patience.usual;
 }
 
 void AwayLink::startTransport() {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -22,8 +23,10 @@ struct AwayTransport {
   std::shared_ptr<MessageChannel> messages;
   std::shared_ptr<ScreenTransport> screen;
   std::function<void()> start;
-  /// Whether what is sent goes through a TURN relay, as far as is known.
-  std::function<bool()> isRelayed = [] { return false; };
+  /// Whether what is sent goes through a TURN relay; nothing while that is not known.
+  std::function<std::optional<bool>()> isRelayed = [] { return std::optional<bool>(); };
+  /// Whether nothing but records in the cloud leads to the companion.
+  std::function<bool()> goesByRecords = [] { return false; };
 };
 
 /// One session with a companion that is not on this network, for a caller that waits. Held by its channels;
@@ -35,12 +38,19 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   /// How long after a failure the next attempt begins.
   static constexpr auto kPause = std::chrono::seconds(1);
   /// How long an attempt may take: two sides that have misunderstood one another would wait for ever.
-  static constexpr auto kAttempt = std::chrono::seconds(15);
+  struct Patience {
+    std::chrono::milliseconds usual = std::chrono::seconds(15);
+    /// Where records in the cloud alone lead to the companion: it looks every few seconds, and takes an offer
+    /// only once it has given up the session before, a quarter of a minute after that has died. Who gave up
+    /// then, just as the companion turns to the offer, would never meet it.
+    std::chrono::milliseconds byRecords = std::chrono::seconds(45);
+  };
 
   struct Environment {
     /// Where the transports call back; not the caller's own thread.
     std::shared_ptr<SerialQueue> mainQueue;
     std::function<AwayTransport(const std::string& room)> makeTransport;
+    Patience patience = {};
   };
 
   /// Tries until the companion answers, the time is over or the user gives up.
@@ -54,7 +64,7 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   std::unique_ptr<LineChannel> lines();
   std::unique_ptr<ScreenChannel> screen();
   bool isReady() const;
-  bool isRelayed() const { return transport_.isRelayed(); }
+  std::optional<bool> isRelayed() const { return transport_.isRelayed(); }
 
  private:
   enum class State { connecting, ready, failed };
@@ -65,6 +75,7 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
       : environment_(std::move(environment)), room_(room) {}
   /// What became of it by the deadline, or by the time that the user gave up.
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
+  std::chrono::steady_clock::duration patience() const;
   void startTransport();
   void stateDidChange(ChannelState state);
 

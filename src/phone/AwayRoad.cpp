@@ -23,7 +23,9 @@ Answer<std::unique_ptr<ScreenChannel>> AwayRoad::connectScreen(const Target&, co
 
 std::string AwayRoad::route() const {
   const auto current = link_.lock();
-  return current && current->isRelayed() ? "TURN relay" : "direct";
+  const auto isRelayed = current ? current->isRelayed() : std::nullopt;
+  if (!isRelayed) return "unknown";
+  return *isRelayed ? "TURN relay" : "direct";
 }
 
 }  // namespace tevanto::phone

@@ -1,10 +1,10 @@
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "core/EventLoop.h"
@@ -51,15 +51,21 @@ class Away {
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};
     }
-    return AwayLink::Environment{mainQueue_, [this](const std::string& room) {
-                                   auto made = transports_.factory().makeOfferer(room);
-                                   const auto isRelayed = std::make_shared<std::atomic<bool>>(false);
-                                   made.transport->onRelayRouteChanged = [isRelayed](bool relayed) {
-                                     *isRelayed = relayed;
-                                   };
-                                   return AwayTransport{made.transport, made.transport, std::move(made.start),
-                                                        [isRelayed] { return isRelayed->load(); }};
-                                 }};
+    return AwayLink::Environment{
+        mainQueue_, [this](const std::string& room) {
+          auto made = transports_.factory().makeOfferer(room);
+          const std::weak_ptr<tevanto::WebRTCTransport> weak = made.transport;
+          AwayTransport transport{made.transport, made.transport, std::move(made.start)};
+          transport.isRelayed = [weak] {
+            const auto alive = weak.lock();
+            return alive ? alive->isRelayed() : std::nullopt;
+          };
+          transport.goesByRecords = [weak] {
+            const auto alive = weak.lock();
+            return alive && alive->cloudSignalingEverOpened() && !alive->signalingEverOpened();
+          };
+          return transport;
+        }};
   }
 
  private:

@@ -3,18 +3,11 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
-#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
-#include "tests/support/AwayWorld.h"
-#include "tests/support/CloudKitTestService.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/e2e/AwayFixture.h"
 #include "tests/support/TextXClient.h"
 
 // The road away from one end to the other: the real companion at home, the real phone's program in a network
@@ -26,89 +19,9 @@ namespace {
 using namespace std::chrono_literals;
 using test::AwayWorld;
 using test::ChildProcess;
-using test::CompanionDesktop;
-using test::CompanionProcess;
 using test::eventually;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-const std::string kProgram = TEVANTO_PROGRAM;
-const std::string kPhone = TEVANTO_PHONE;
-const std::string kRelay = TEVANTO_RELAY;
-
-class Away : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!AwayWorld::permitted()) GTEST_SKIP() << "networks of its own need root";
-    world = std::make_unique<AwayWorld>();
-  }
-
-  using Environment = std::vector<std::pair<std::string, std::string>>;
-
-  void startServers() {
-    world->startServers(kRelay);
-    deploy({{"TEVANTO_RELAY_URLS", AwayWorld::kRelayURL}});
-  }
-  /// What the companion and the phone are told of the road away.
-  void deploy(const Environment& values) {
-    desktop.environment.insert(desktop.environment.end(), values.begin(), values.end());
-    phoneEnvironment.insert(phoneEnvironment.end(), values.begin(), values.end());
-  }
-
-  /// Starts the companion and pairs the phone with it, over the road away.
-  void startCompanion() {
-    companion = std::make_unique<CompanionProcess>(
-        desktop, kProgram, std::vector<std::string>{"--no-discovery"}, &world->home());
-    room = now().deviceID;
-    const auto paired = phone({"--verbose", "pair", now().pairingCode});
-    if (paired.exitStatus != 0) companion->process().terminate();
-    ASSERT_EQ(paired.exitStatus, 0) << "phone:\n"
-                                    << paired.output << "companion:\n"
-                                    << companion->process().readAll();
-  }
-
-  CompanionStatus now() const { return companion->status().value_or(CompanionStatus()); }
-
-  std::vector<std::string> phoneCommand(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {kPhone, "--away", room, "--timeout", "60"});
-    return world->away().inside(std::move(arguments));
-  }
-  test::ProgramResult phone(std::vector<std::string> arguments) const {
-    return test::runProgram(phoneCommand(std::move(arguments)),
-                            {.environment = phoneEnvironment, .mergeErrors = true});
-  }
-  /// A phone that stays, and sends what is written to it.
-  std::unique_ptr<ChildProcess> livePhone() const {
-    return std::make_unique<ChildProcess>(phoneCommand({"raw", "--token"}),
-                                          ChildProcess::Options{.environment = phoneEnvironment});
-  }
-  static bool moves(ChildProcess& live, int dx) {
-    live.write(R"({"type":"command","command":{"type":"movePointer","dx":)" + std::to_string(dx) +
-               R"(,"dy":0}})" + "\n");
-    for (auto line = live.readLine(60s); line; line = live.readLine(60s)) {
-      if (line->find(R"("type":"ack")") != std::string::npos)
-        return line->find(R"("ok":true)") != std::string::npos;
-    }
-    return false;
-  }
-  /// Whether it says a line with this text, from now on.
-  static bool saysSoon(ChildProcess& program, const std::string& text) {
-    for (auto line = program.readLine(60s); line; line = program.readLine(60s))
-      if (line->find(text) != std::string::npos) return true;
-    return false;
-  }
-  bool pointerIsAt(int x) {
-    return eventually([&] { return desktop.pointer().first == x; });
-  }
-
-  test::TemporaryFolder folder;
-  CompanionDesktop desktop;
-  Environment phoneEnvironment{{"XDG_CONFIG_HOME", (folder.path() / "phone").string()},
-                               {"HOME", folder.path().string()}};
-  std::unique_ptr<AwayWorld> world;
-  std::unique_ptr<CompanionProcess> companion;
-  std::string room;
-};
 
 TEST_F(Away, goesDirectlyWhereThereIsARoute) {
   startServers();
@@ -171,31 +84,6 @@ TEST_F(Away, aConnectedPhoneOutlivesTheRelay) {
   world->killRelay();
   EXPECT_TRUE(moves(*live, 10));
   EXPECT_TRUE(pointerIsAt(x + 20));
-}
-
-TEST_F(Away, meetsThroughRecordsInTheCloudWhenTheRelayIsDown) {
-  test::CloudKitTestService service;
-  std::unique_ptr<test::TestHttpServer> server;
-  world->internet().enter([&] {
-    server = std::make_unique<test::TestHttpServer>(
-        [&](const test::TestHttpRequest& request) { return service.answer(request); }, std::nullopt,
-        AwayWorld::kServerAddress);
-  });
-  std::ofstream(folder.path() / "key.pem") << service.privateKeyPem();
-  deploy({{"TEVANTO_RELAY_URLS", AwayWorld::kRelayURL},
-          {"TEVANTO_CLOUDKIT_CONTAINER", test::CloudKitTestService::kContainer},
-          {"TEVANTO_CLOUDKIT_ENVIRONMENT", "development"},
-          {"TEVANTO_CLOUDKIT_KEY_ID", test::CloudKitTestService::kKeyID},
-          {"TEVANTO_CLOUDKIT_KEY_FILE", (folder.path() / "key.pem").string()},
-          {"TEVANTO_CLOUDKIT_SERVICE_URL", "http://" + server->authority()}});
-  world->setRoute(true);
-  startCompanion();
-  const auto x = desktop.pointer().first;
-  const auto said = phone({"--verbose", "move", "30", "0"});
-  EXPECT_EQ(said.exitStatus, 0) << said.output;
-  EXPECT_TRUE(pointerIsAt(x + 30));
-  EXPECT_THAT(said.output, HasSubstr("signal in: answer (cloud)"));
-  EXPECT_THAT(service.stored("tevanto-" + room + "-offer"), Not(""));
 }
 
 TEST_F(Away, goesOnAfterFiveSecondsWithoutALine) {

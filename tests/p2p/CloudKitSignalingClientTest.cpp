@@ -219,6 +219,48 @@ TEST_F(CloudKitSignalingClientTest, followsTheSessionOfTheFirstOffer) {
   EXPECT_EQ(events_.back(), "offer v=2");
 }
 
+TEST_F(CloudKitSignalingClientTest, doesNotFollowASessionThatAnEarlierClientHasConcluded) {
+  start(SignalRole::mac);
+  place("offer", "s1", "v=0");
+  advance(seconds(3));
+  client_->conclude();
+  place("offer", "s1", "v=1");
+  advance(seconds(3));
+  EXPECT_EQ(events_.back(), "offer v=1") << "who follows it goes on";
+  client_->stop();
+
+  events_.clear();
+  start(SignalRole::mac);
+  advance(seconds(6));
+  EXPECT_EQ(events_, Events{"open"});
+  EXPECT_GT(logged("ignored stale signaling record for another session"), 0U);
+  place("offer", "s2", "v=2");
+  advance(seconds(3));
+  EXPECT_EQ(events_.back(), "offer v=2");
+}
+
+TEST_F(CloudKitSignalingClientTest, followsASessionAgainThatCameToNothing) {
+  start(SignalRole::mac);
+  client_->conclude();  // nothing is followed yet
+  place("offer", "s1", "v=0");
+  advance(seconds(3));
+  client_->stop();
+  events_.clear();
+  start(SignalRole::mac);
+  EXPECT_EQ(events_, (Events{"open", "offer v=0"}));
+}
+
+TEST(SpentSessions, forgetsTheOldestOfTooMany) {
+  SpentSessions spent;
+  for (std::size_t i = 0; i <= SpentSessions::kMost; ++i) {
+    spent.add(std::to_string(i));
+    spent.add(std::to_string(i));
+  }
+  EXPECT_FALSE(spent.contains("0"));
+  EXPECT_TRUE(spent.contains("1"));
+  EXPECT_TRUE(spent.contains(std::to_string(SpentSessions::kMost)));
+}
+
 TEST_F(CloudKitSignalingClientTest, takesOnlyAnswersToItsOwnOffer) {
   start(SignalRole::phone);
   place("answer", "somebody's", "v=0");

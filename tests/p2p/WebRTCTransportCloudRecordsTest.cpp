@@ -49,6 +49,20 @@ TEST_F(WebRTCTransportCloudRecords, anAnswerToACloudOfferGoesToTheCloud) {
                 "relay=0, other=0)"));
 }
 
+TEST_F(WebRTCTransportCloudRecords, aRecordThatHasLedToAConnectionIsConcluded) {
+  start(TransportRole::answerer);
+  cloud->opens();
+  signalViaCloud(offerSignal("O"));
+  EXPECT_EQ(cloud->conclusions, 0);
+  connectFromAfar("tevanto");
+  EXPECT_EQ(cloud->conclusions, 1);
+}
+
+TEST_F(WebRTCTransportCloudRecords, aRecordThatHadNoPartInTheConnectionIsNot) {
+  startConnectedAnswerer();
+  EXPECT_EQ(cloud->conclusions, 0);
+}
+
 TEST_F(WebRTCTransportCloudRecords, aBurstOfCandidatesIsOneRecord) {
   start(TransportRole::answerer);
   cloud->opens();

@@ -149,6 +149,22 @@ TEST_F(WebRTCTransportState, theRouteIsLookedAtWhenConnectedAndASecondLater) {
   EXPECT_THAT(takeHeard(), IsEmpty());
 }
 
+TEST_F(WebRTCTransportState, theRouteIsUnknownUntilAPairIsSelectedAndAfterTheStop) {
+  startConnectedAnswerer();
+  EXPECT_EQ(transport->isRelayed(), std::nullopt);
+  ice(IceConnectionState::connected);
+  EXPECT_EQ(transport->isRelayed(), std::nullopt) << "no pair in the report";
+  peer()->report = routeVia("host", "host");
+  pass(1s);
+  EXPECT_EQ(transport->isRelayed(), false);
+  peer()->report = routeVia("relay", "host");
+  ice(IceConnectionState::completed);
+  EXPECT_EQ(transport->isRelayed(), true);
+  transport->stop();
+  settle();
+  EXPECT_EQ(transport->isRelayed(), std::nullopt);
+}
+
 TEST_F(WebRTCTransportState, screenDataLooksAtTheRouteEveryFiveSecondsAtMost) {
   startConnectedAnswerer();
   const auto screen = connectFromAfar("tevanto-screen");

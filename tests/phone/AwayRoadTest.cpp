@@ -26,16 +26,21 @@ class FakeMessages final : public MessageChannel {
 class AwayRoadTest : public testing::Test {
  protected:
   AwayRoad road(std::chrono::milliseconds timeout = 30s) {
-    return {{queue_, [this](const std::string& room) { return makeTransport(room); }}, "the room", timeout};
+    return {{queue_, [this](const std::string& room) { return makeTransport(room); }, patience_},
+            "the room",
+            timeout};
   }
 
   AwayTransport makeTransport(const std::string& room) {
     EXPECT_EQ(room, "the room");
     messages_.push_back(std::make_shared<FakeMessages>());
     screens_.push_back(std::make_shared<test::FakeScreenTransport>());
-    return {messages_.back(), screens_.back(), [this, number = messages_.size()] {
-              if (onStart) onStart(number);
-            }};
+    AwayTransport made{messages_.back(), screens_.back(), [this, number = messages_.size()] {
+                         if (onStart) onStart(number);
+                       }};
+    made.isRelayed = [this] { return isRelayed_; };
+    made.goesByRecords = [this] { return goesByRecords_; };
+    return made;
   }
 
   /// What the transport made last reports.
@@ -45,6 +50,9 @@ class AwayRoadTest : public testing::Test {
 
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
+  AwayLink::Patience patience_;
+  std::optional<bool> isRelayed_;
+  bool goesByRecords_ = false;
   std::vector<std::shared_ptr<FakeMessages>> messages_;
   std::vector<std::shared_ptr<test::FakeScreenTransport>> screens_;
   std::function<void(std::size_t number)> onStart = [this](std::size_t) {
@@ -129,6 +137,42 @@ TEST_F(AwayRoadTest, endsACallWhenTheUserGivesUp) {
   onStart = nullptr;
   auto away = road(std::chrono::hours(1));
   EXPECT_FALSE(away.connect({{{}, 0}, "the room"}, [] { return true; }));
+}
+
+TEST_F(AwayRoadTest, leavesATransportThatMeetsNobodyForAnother) {
+  patience_.usual = 1ms;
+  onStart = [this](std::size_t number) {
+    if (number > 1) queue_->async([this] { messages_[1]->onChannelState(ChannelState::ready); });
+  };
+  auto away = road();
+  EXPECT_TRUE(away.connect({{{}, 0}, "the room"}, {}));
+  EXPECT_EQ(messages_.size(), 2U);
+}
+
+TEST_F(AwayRoadTest, givesRecordsInTheCloudMoreTime) {
+  patience_.usual = 1ms;
+  goesByRecords_ = true;
+  int glances = 0;
+  onStart = [](std::size_t) {};
+  auto away = road();
+  // The companion comes when the usual time is long over.
+  EXPECT_TRUE(away.connect({{{}, 0}, "the room"}, [&] {
+    if (++glances == 2) queue_->async([this] { messages_[0]->onChannelState(ChannelState::ready); });
+    return false;
+  }));
+  EXPECT_EQ(messages_.size(), 1U);
+}
+
+TEST_F(AwayRoadTest, tellsTheRouteOnceItIsKnown) {
+  auto away = road();
+  EXPECT_EQ(away.route(), "unknown");
+  const auto lines = away.connect({{{}, 0}, "the room"}, {});
+  ASSERT_TRUE(lines);
+  EXPECT_EQ(away.route(), "unknown");
+  isRelayed_ = false;
+  EXPECT_EQ(away.route(), "direct");
+  isRelayed_ = true;
+  EXPECT_EQ(away.route(), "TURN relay");
 }
 
 TEST_F(AwayRoadTest, theLinkEndsWithItsChannels) {

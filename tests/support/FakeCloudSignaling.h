@@ -14,6 +14,7 @@ class FakeCloudSignaling final : public CloudSignaling {
  public:
   void start(const std::string& room, SignalRole role) override { starts.emplace_back(room, role); }
   void stop() override { ++stops; }
+  void conclude() override { ++conclusions; }
   void write(const std::string& kind, const SignalMessage& message) override {
     written.emplace_back(kind, message);
   }
@@ -34,6 +35,7 @@ class FakeCloudSignaling final : public CloudSignaling {
 
   std::vector<std::pair<std::string, SignalRole>> starts;
   int stops = 0;
+  int conclusions = 0;
   std::vector<std::pair<std::string, SignalMessage>> written;
   std::vector<std::vector<RemoteIceServerConfig>> published;
   std::optional<BrokeredIceServers> lent;

@@ -56,6 +56,7 @@ LinuxTransports::LinuxTransports(const Environment& environment)
                                    log);
   };
   const auto makeCloud = [database = database_, mainQueue = environment.mainQueue, makeQueue,
+                          spent = std::make_shared<SpentSessions>(),
                           log = environment.log]() -> std::shared_ptr<CloudSignaling> {
     return std::make_shared<CloudKitSignalingClient>(CloudKitSignalingClient::Environment{
         .database = database,
@@ -63,6 +64,7 @@ LinuxTransports::LinuxTransports(const Environment& environment)
         .mainQueue = mainQueue,
         .now = std::chrono::system_clock::now,
         .session = randomUuid(),
+        .spent = spent,
         .log = Logger(log, std::string(CloudKitSignalingClient::kLogCategory))});
   };
   const auto remember = [&defaults =
