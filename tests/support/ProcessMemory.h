@@ -16,6 +16,11 @@ inline std::ptrdiff_t openDescriptors() {
   return std::distance(begin(all), end(all));
 }
 
+inline std::ptrdiff_t threadCount() {
+  const std::filesystem::directory_iterator all("/proc/self/task");
+  return std::distance(begin(all), end(all));
+}
+
 /// A line of /proc/self/status that holds a size, in bytes.
 inline std::size_t statusBytes(const std::string& name) {
   std::ifstream file("/proc/self/status");

@@ -3,66 +3,19 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
-#include "platform/linux/LoadedPeers.h"
-#include "tests/support/Eventually.h"
+#include "tests/platform/linux/EngineGround.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/ScreenBytes.h"
-#include "tests/support/TransportPair.h"
 
 namespace tevanto {
 namespace {
 
 using namespace test;
 
-PeerEngineOptions onLoopback() {
-  PeerEngineOptions options;
-  options.includeLoopback = true;
-  return options;
-}
-
-std::ptrdiff_t entries(const char* folder) {
-  const std::filesystem::directory_iterator all(folder);
-  return std::distance(begin(all), end(all));
-}
-
-class TransportOnLibwebrtc : public ::testing::Test {
- protected:
-  ~TransportOnLibwebrtc() override {
-    for (const auto& loop : {mainLoop, work}) loop->stop();
-  }
-  /// Until what the state queues still do for transports that were let go of is done.
-  bool rests() {
-    return eventually([&] { return ground.peers.use_count() == 1; });
-  }
-  static void exchange(TransportPair& pair) {
-    pair.phone.transport->send(pointerMotion());
-    pair.phone.transport->send(numbered(0));
-    pair.computer.transport->send(numbered(0));
-    ASSERT_TRUE(eventually([&] {
-      return pair.computer.heard->motions == 1 && pair.computer.heard->numbered == 1 &&
-             pair.phone.heard->numbered == 1;
-    }));
-  }
-  void cycle() {
-    TransportPair pair(ground);
-    pair.start();
-    ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
-    exchange(pair);
-    pair.stop();
-    ASSERT_TRUE(eventually([&] { return pair.computer.heard->failures + pair.phone.heard->failures == 2; }));
-  }
-
-  std::shared_ptr<EventLoop> mainLoop = EventLoop::background(1);
-  std::shared_ptr<EventLoop> work = EventLoop::background(2);
-  TransportGround ground{.main = mainLoop->makeQueue("main"),
-                         .relay = work->makeQueue("relay"),
-                         .makeStateQueue = [this] { return work->makeQueue("tevanto.webrtc.transport"); },
-                         .peers = std::make_shared<LoadedPeers>(onLoopback())};
-};
+class TransportOnLibwebrtc : public EngineGround {};
 
 TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   TransportPair pair(ground);
@@ -117,14 +70,12 @@ TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
 TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
   cycle();
   ASSERT_TRUE(rests());
-  const auto threads = entries("/proc/self/task");
-  const auto descriptors = entries("/proc/self/fd");
+  const auto threads = threadCount();
+  const auto descriptors = openDescriptors();
   for (int round = 0; round < 50 && !HasFatalFailure(); ++round) cycle();
   ASSERT_TRUE(rests());
-  EXPECT_TRUE(eventually([&] {
-    return entries("/proc/self/task") <= threads && entries("/proc/self/fd") <= descriptors;
-  })) << entries("/proc/self/task") - threads
-      << " threads, " << entries("/proc/self/fd") - descriptors << " descriptors";
+  EXPECT_TRUE(eventually([&] { return threadCount() <= threads && openDescriptors() <= descriptors; }))
+      << threadCount() - threads << " threads, " << openDescriptors() - descriptors << " descriptors";
 }
 
 TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {

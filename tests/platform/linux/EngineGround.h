@@ -1,0 +1,64 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "core/EventLoop.h"
+#include "platform/linux/LoadedPeers.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/TransportPair.h"
+
+namespace tevanto::test {
+
+/// Ground for transports on the real engine, on the loopback interface.
+class EngineGround : public ::testing::Test {
+ protected:
+  ~EngineGround() override {
+    for (const auto& loop : {mainLoop, work}) loop->stop();
+  }
+
+  static PeerEngineOptions onLoopback() {
+    PeerEngineOptions options;
+    options.includeLoopback = true;
+    return options;
+  }
+  /// Until what the state queues still do for transports that were let go of is done.
+  bool rests() {
+    return eventually([&] { return ground.peers.use_count() == 1; });
+  }
+  /// A pair that is `fresh` says something in each direction.
+  static void exchange(TransportPair& fresh) {
+    fresh.phone.transport->send(pointerMotion());
+    fresh.phone.transport->send(numbered(0));
+    fresh.computer.transport->send(numbered(0));
+    ASSERT_TRUE(eventually([&] {
+      return fresh.computer.heard->motions == 1 && fresh.computer.heard->numbered == 1 &&
+             fresh.phone.heard->numbered == 1;
+    }));
+  }
+  /// Connects, uses and disconnects so many pairs, all at the same time.
+  void cycle(int pairsAtOnce = 1) {
+    std::vector<std::unique_ptr<TransportPair>> pairs;
+    for (int i = 0; i < pairsAtOnce; ++i) {
+      pairs.push_back(std::make_unique<TransportPair>(ground));
+      pairs.back()->start();
+    }
+    for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }));
+    for (const auto& pair : pairs) ASSERT_NO_FATAL_FAILURE(exchange(*pair));
+    for (const auto& pair : pairs) pair->stop();
+    for (const auto& pair : pairs) {
+      ASSERT_TRUE(
+          eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }));
+    }
+  }
+
+  std::shared_ptr<EventLoop> mainLoop = EventLoop::background(1);
+  std::shared_ptr<EventLoop> work = EventLoop::background(2);
+  TransportGround ground{.main = mainLoop->makeQueue("main"),
+                         .relay = work->makeQueue("relay"),
+                         .makeStateQueue = [this] { return work->makeQueue("tevanto.webrtc.transport"); },
+                         .peers = std::make_shared<LoadedPeers>(onLoopback())};
+};
+
+}  // namespace tevanto::test

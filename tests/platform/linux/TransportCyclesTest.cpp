@@ -1,0 +1,57 @@
+// A thousand sessions in one process, as a companion that is never restarted has them.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <chrono>
+#include <cstddef>
+
+#include "tests/platform/linux/EngineGround.h"
+#include "tests/support/PeerSide.h"
+#include "tests/support/ProcessMemory.h"
+
+namespace tevanto {
+namespace {
+
+using namespace test;
+using namespace std::chrono_literals;
+
+constexpr int kAtOnce = 5;
+constexpr int kSessions = 1000;
+
+class TransportCycles : public EngineGround {
+ protected:
+  void sessions(int count) {
+    for (int done = 0; done < count && !HasFatalFailure(); done += kAtOnce) cycle(kAtOnce);
+    ASSERT_TRUE(rests());
+    // The sockets close on the engine's thread, after the last reference.
+    (void)keeper->statistics();
+  }
+  static std::size_t heapAfterTrim() {
+    ::malloc_trim(0);
+    return heapBytes();
+  }
+
+  // So that the engine's threads are there from the first count to the last.
+  std::shared_ptr<PeerSide> keeper = PeerSide::make(*ground.peers);
+};
+
+TEST_F(TransportCycles, aThousandLeaveNoThreadNoDescriptorAndNoMemory) {
+  ASSERT_NO_FATAL_FAILURE(sessions(300));  // what is made once, and the stocks that grow to the largest need
+  const auto threads = threadCount();
+  const auto descriptors = openDescriptors();
+  const auto heap = heapAfterTrim();
+  const auto resident = residentBytes();
+  ASSERT_NO_FATAL_FAILURE(sessions(kSessions));
+  EXPECT_TRUE(eventually([&] { return threadCount() == threads && openDescriptors() <= descriptors; }))
+      << threadCount() - threads << " threads, " << openDescriptors() - descriptors << " descriptors";
+  // Each peer leaves a task behind that the engine looks at a minute later, and the engine's own stocks
+  // differ by a few hundred kilobytes with the machine's load. One transport, or one peer, for each session
+  // that was would be more.
+  EXPECT_TRUE(eventually([&] { return heapAfterTrim() <= heap + kSessions * std::size_t{1024}; }, 300s))
+      << heapAfterTrim() << " bytes after " << heap;
+  EXPECT_LE(residentBytes(), resident + kSessions * std::size_t{8} * 1024);
+}
+
+}  // namespace
+}  // namespace tevanto

@@ -1,0 +1,150 @@
+// The screen's way over a narrow line that loses packets: two transports on real engines in two networks.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "core/EventLoop.h"
+#include "platform/linux/LoadedPeers.h"
+#include "screen/ScreenStreamMessage.h"
+#include "tests/support/AwayWorld.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/PeerSide.h"
+#include "tests/support/TransportPair.h"
+
+namespace tevanto {
+namespace {
+
+using namespace test;
+using namespace std::chrono_literals;
+
+constexpr std::size_t kDeltaBytes = 20'000;
+constexpr std::size_t kKeyBytes = 60'000;
+constexpr auto kPace = 50ms;  // 3.2 Mbit/s and more
+
+/// A video frame by its type, with a number for its content.
+std::vector<std::byte> frame(std::uint32_t number, std::size_t size) {
+  std::vector<std::byte> made(size, std::byte{0x55});
+  made[0] = static_cast<std::byte>(ScreenMessageType::videoFrame);
+  for (std::size_t i = 0; i < 4; ++i) made[1 + i] = static_cast<std::byte>(number >> (24 - 8 * i));
+  return made;
+}
+
+std::uint32_t numberIn(std::span<const std::byte> message) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 0; i < 4; ++i) number = number << 8 | std::to_integer<std::uint32_t>(message[1 + i]);
+  return number;
+}
+
+class TransportOnBadLine : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!AwayWorld::permitted()) GTEST_SKIP() << "networks of its own need root";
+    world = std::make_unique<AwayWorld>();
+    world->setRoute(true);
+    room = std::make_shared<MemoryRelay>(work->makeQueue("relay"));
+    computer = makeSide(world->home(), TransportRole::answerer);
+    phone = makeSide(world->away(), TransportRole::offerer);
+    phone->transport->onScreenData = [this](std::span<const std::byte> message) {
+      const std::lock_guard lock(mutex);
+      seen.push_back(numberIn(message));
+      seenBytes += message.size();
+    };
+    computer->transport->start({});
+    phone->transport->start({});
+    ASSERT_TRUE(eventually([this] {
+      return computer->heard->readies > 0 && computer->heard->screenIsOpen && phone->heard->screenIsOpen;
+    }));
+  }
+  ~TransportOnBadLine() override {
+    for (const auto& side : {computer.get(), phone.get()}) {
+      if (side) side->transport->stop();
+    }
+    mainQueue->sync([] {});
+    for (const auto& loop : {mainLoop, work}) loop->stop();
+  }
+
+  std::unique_ptr<TransportSide> makeSide(const NetworkNamespace& network, TransportRole role) {
+    const auto peers = std::make_shared<LoadedPeers>(PeerEngineOptions());
+    // The engine's threads are in the network in which they begin, with the first peer.
+    network.enter([&] { keepers.push_back(PeerSide::make(*peers)); });
+    return std::make_unique<TransportSide>(
+        TransportGround{.main = mainQueue,
+                        .relay = nullptr,
+                        .makeStateQueue = [this] { return work->makeQueue("tevanto.webrtc.transport"); },
+                        .peers = peers},
+        role, room);
+  }
+
+  /// Sends frames as an encoder makes them; after one that was refused only a key frame goes on. Notes what
+  /// was taken.
+  void send(int count) {
+    for (int i = 0; i < count; ++i, ++next) {
+      const bool isKey = next % 40 == 0 || needsKey;
+      const auto size = isKey ? kKeyBytes : kDeltaBytes;
+      needsKey = !computer->transport->sendScreenFrame(frame(next, size), isKey);
+      if (!needsKey) {
+        taken.push_back(next);
+        takenBytes += size;
+      }
+      mostUnderWay = std::max(mostUnderWay, takenBytes - seenBytes);
+      std::this_thread::sleep_for(kPace);
+    }
+  }
+  bool allTakenIsSeen() {
+    return eventually([this] { return seenBytes == takenBytes; }, 120s);
+  }
+
+  std::unique_ptr<AwayWorld> world;
+  std::shared_ptr<EventLoop> mainLoop = EventLoop::background(1);
+  std::shared_ptr<EventLoop> work = EventLoop::background(2);
+  std::shared_ptr<SerialQueue> mainQueue = mainLoop->makeQueue("main");
+  std::shared_ptr<MemoryRelay> room;
+  std::vector<std::shared_ptr<PeerSide>> keepers;
+  std::unique_ptr<TransportSide> computer;
+  std::unique_ptr<TransportSide> phone;
+
+  std::uint32_t next = 0;
+  bool needsKey = true;
+  std::vector<std::uint32_t> taken;
+  std::size_t takenBytes = 0;
+  std::size_t mostUnderWay = 0;
+  std::mutex mutex;  // guards `seen`
+  std::vector<std::uint32_t> seen;
+  std::atomic<std::size_t> seenBytes = 0;
+};
+
+TEST_F(TransportOnBadLine, leavesFramesOutWhereTheyWouldHaveToWait) {
+  send(20);
+  ASSERT_TRUE(allTakenIsSeen());
+  EXPECT_EQ(taken.size(), 20U) << "a good line takes all";
+
+  world->line().set({.loss = 0.02, .delay = 30ms, .bitsPerSecond = 1'000'000});
+  mostUnderWay = 0;
+  send(300);
+  EXPECT_LT(taken.size(), 20U + 250) << "the line takes a third at most";
+  EXPECT_GT(taken.size(), 20U + 10);
+  // What waits is what the drop rule lets wait, with the frame that came last and what the engine has on the
+  // line: it does not grow with the time that the line has been bad.
+  EXPECT_LT(mostUnderWay, 524'288U + kKeyBytes + 200'000U);
+  ASSERT_TRUE(allTakenIsSeen());
+  {
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(seen, taken) << "in order, each once, none but those that were left out is missing";
+  }
+
+  world->line().set({});
+  const auto before = taken.size();
+  send(20);
+  EXPECT_EQ(taken.size(), before + 20) << "a line that is good again takes all";
+  EXPECT_TRUE(allTakenIsSeen());
+}
+
+}  // namespace
+}  // namespace tevanto
