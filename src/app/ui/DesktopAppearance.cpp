@@ -1,0 +1,104 @@
+#include "app/ui/DesktopAppearance.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QPalette>
+
+#include <utility>
+
+namespace tevanto {
+namespace {
+
+constexpr auto* kService = "org.freedesktop.portal.Desktop";
+constexpr auto* kPath = "/org/freedesktop/portal/desktop";
+constexpr auto* kSettings = "org.freedesktop.portal.Settings";
+constexpr auto* kAppearance = "org.freedesktop.appearance";
+constexpr auto* kGnome = "org.gnome.desktop.interface";
+constexpr auto* kKde = "org.kde.kdeglobals.KDE";
+
+/// How long the first frame may wait for a portal that runs already: without it, a dark desktop would see a
+/// light window flash up.
+constexpr int kPatience = 100;  // milliseconds
+
+constexpr uint kPreferDark = 1;
+constexpr uint kPreferLight = 2;
+
+/// group -> key -> value
+using Settings = QMap<QString, QVariantMap>;
+
+QDBusMessage readAll() {
+  auto call = QDBusMessage::createMethodCall(kService, kPath, kSettings, "ReadAll");
+  call << QStringList{kAppearance, kGnome, kKde};
+  return call;
+}
+
+bool isPaletteDark() {
+  const auto palette = QGuiApplication::palette();
+  return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+}
+
+}  // namespace
+
+DesktopAppearance::DesktopAppearance(QObject* parent) : QObject(parent), isDark_(isPaletteDark()) {
+  readPortal();
+}
+
+QString DesktopAppearance::monospacedFamily() const {
+  return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+}
+
+void DesktopAppearance::setDark(bool dark) {
+  if (std::exchange(isDark_, dark) != dark) Q_EMIT changed();
+}
+
+void DesktopAppearance::setMotionReduced(bool reduced) {
+  if (std::exchange(isMotionReduced_, reduced) != reduced) Q_EMIT changed();
+}
+
+void DesktopAppearance::readPortal() {
+  auto bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected()) return;
+  bus.connect(kService, kPath, kSettings, "SettingChanged", this,
+              SLOT(settingChanged(QString, QString, QDBusVariant)));
+  const auto takeAll = [this](const QDBusMessage& reply) {
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
+    const auto settings = qdbus_cast<Settings>(reply.arguments().constFirst());
+    for (auto group = settings.begin(); group != settings.end(); ++group) {
+      for (auto entry = group->begin(); entry != group->end(); ++entry)
+        take(group.key(), entry.key(), entry.value());
+    }
+    return true;
+  };
+  auto atOnce = readAll();
+  atOnce.setAutoStartService(false);
+  if (takeAll(bus.call(atOnce, QDBus::Block, kPatience))) return;
+  auto* const answer = new QDBusPendingCallWatcher(bus.asyncCall(readAll()), this);
+  connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, takeAll] {
+    takeAll(answer->reply());
+    answer->deleteLater();
+  });
+}
+
+void DesktopAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
+  take(group, key, value.variant());
+}
+
+void DesktopAppearance::take(const QString& group, const QString& key, const QVariant& value) {
+  if (group == kAppearance && key == "color-scheme") {
+    const auto scheme = value.toUInt();
+    setDark(scheme == kPreferDark || (scheme != kPreferLight && isPaletteDark()));
+  } else if (group == kAppearance && key == "reduced-motion") {
+    setMotionReduced(value.toUInt() == 1);
+  } else if (group == kGnome && key == "enable-animations") {
+    setMotionReduced(!value.toBool());
+  } else if (group == kKde && key == "AnimationDurationFactor") {
+    setMotionReduced(value.toString().toDouble() == 0);
+  }
+}
+
+}  // namespace tevanto

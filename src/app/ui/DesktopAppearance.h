@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QDBusVariant>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+namespace tevanto {
+
+/// How the desktop wants to be looked at: dark or light, with motion or without. From the settings portal of
+/// the session bus, and where that knows nothing, from Qt's palette. Follows changes.
+class DesktopAppearance : public QObject {
+  Q_OBJECT
+  QML_ELEMENT
+  QML_SINGLETON
+  Q_PROPERTY(bool isDark READ isDark NOTIFY changed FINAL)
+  Q_PROPERTY(bool isMotionReduced READ isMotionReduced NOTIFY changed FINAL)
+  Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
+
+ public:
+  explicit DesktopAppearance(QObject* parent = nullptr);
+
+  bool isDark() const { return isDark_; }
+  bool isMotionReduced() const { return isMotionReduced_; }
+  QString monospacedFamily() const;
+
+  /// Takes the place of what the desktop says.
+  void setDark(bool dark);
+  void setMotionReduced(bool reduced);
+
+ Q_SIGNALS:
+  void changed();
+
+ private Q_SLOTS:
+  void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+ private:
+  void readPortal();
+  void take(const QString& group, const QString& key, const QVariant& value);
+
+  bool isDark_;
+  bool isMotionReduced_ = false;
+};
+
+}  // namespace tevanto

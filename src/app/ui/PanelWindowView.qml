@@ -1,0 +1,35 @@
+import QtQuick
+import Tevanto
+
+/// The panel as it opens under the icon: framed, as no desktop decorates it.
+FocusScope {
+    id: view
+
+    required property CompanionModel companion
+
+    /// The panel is to be closed.
+    signal dismissed
+
+    implicitWidth: panel.implicitWidth
+    implicitHeight: panel.implicitHeight
+    width: implicitWidth
+    height: implicitHeight
+    focus: true
+    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
+    Keys.onEscapePressed: dismissed()
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 12
+        color: Theme.ground
+        border.width: 1
+        border.color: Theme.line
+    }
+    MacMenuView {
+        id: panel
+
+        anchors.fill: parent
+        companion: view.companion
+    }
+}

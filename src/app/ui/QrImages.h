@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QImage>
+#include <QQuickImageProvider>
+#include <QString>
+
+namespace tevanto {
+
+/// QR codes of correction level M for the UTF-8 bytes of a text: "image://qr/<text>", percent-encoded. Black
+/// on nothing: whoever shows one puts white behind it, of a shape that goes with what is around it.
+class QrImages : public QQuickImageProvider {
+ public:
+  static constexpr const char* kName = "qr";
+  /// Around the code, in modules, as ISO/IEC 18004 wants it.
+  static constexpr int kQuietZone = 4;
+
+  QrImages();
+  /// Scaled to `requestedSize` in each direction, each module's edges on whole pixels.
+  QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override;
+
+  /// One pixel a module, with the quiet zone; null when the text is empty or too long for a code.
+  static QImage encode(const QString& text);
+};
+
+}  // namespace tevanto

@@ -1,0 +1,15 @@
+import QtQuick
+import Tevanto
+
+/// One of the interface's symbols in one colour, sharp at every scale. Whoever shows it says what it means.
+Image {
+    property string name
+    property color tint: Theme.secondary
+    property int extent: 18
+
+    width: extent
+    height: extent
+    sourceSize: Qt.size(extent, extent)
+    source: name === "" ? "" : "image://symbols/" + name + "/" + encodeURIComponent(tint.toString())
+    Accessible.ignored: true
+}

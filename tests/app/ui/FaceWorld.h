@@ -1,0 +1,200 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app/CompanionOperations.h"
+#include "app/MacSetupWindowPresenter.h"
+#include "app/SetupWindow.h"
+#include "app/StreamScreenService.h"
+#include "app/TevantoMacRuntime.h"
+#include "app/ui/CompanionModel.h"
+#include "control/MacInputController.h"
+#include "control/MacLaunchAtLoginController.h"
+#include "control/MacPowerManager.h"
+#include "control/MacShortcutRunner.h"
+#include "core/DeviceIdentity.h"
+#include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamMessage.h"
+#include "screen/ScreenStreamServer.h"
+#include "tests/support/FakeAccessibilityPermission.h"
+#include "tests/support/FakeDisplayCapture.h"
+#include "tests/support/FakeEncoderSession.h"
+#include "tests/support/FakeListenerFactory.h"
+#include "tests/support/FakeLoginItem.h"
+#include "tests/support/FakePowerSources.h"
+#include "tests/support/FakeScriptHost.h"
+#include "tests/support/FakeServiceAdvertiser.h"
+#include "tests/support/FakeSleepAssertions.h"
+#include "tests/support/FakeUserDefaults.h"
+#include "tests/support/FakeUserPreferences.h"
+#include "tests/support/FakeWorkspace.h"
+#include "tests/support/ManualQueue.h"
+#include "tests/support/RecordingInputEvents.h"
+#include "tests/support/ScreenBytes.h"
+
+namespace tevanto::test {
+
+/// A permission to capture the screen that the test grants, and that a request grants where the user agrees.
+class FakeScreenPermission final : public ScreenCapturePermission {
+ public:
+  bool isGranted() override { return granted; }
+  void request() override {
+    ++requests;
+    granted = granted || userAgrees;
+  }
+  bool granted = true;
+  bool userAgrees = false;
+  int requests = 0;
+};
+
+/// The real services, with fakes where they touch the system, and the model over them. Time is virtual; `run`
+/// lets everything happen that is due.
+class FaceWorld {
+ public:
+  static constexpr auto* kToken = "01234567-89AB-CDEF-0123-456789ABCDEF";
+
+  FaceWorld() {
+    (void)defaults.set(kDeviceIDKey, std::string("DEVICE"));
+    encoders.answers = true;
+  }
+  ~FaceWorld() {
+    model_.reset();
+    if (runtime_) runtime_->willTerminate();
+    run();
+    runtime_.reset();
+    run();
+  }
+  FaceWorld(const FaceWorld&) = delete;
+  FaceWorld& operator=(const FaceWorld&) = delete;
+
+  /// The runtime is made and started, and the model over it, when first asked for: fakes that are set up
+  /// before are what the services meet.
+  TevantoMacRuntime& runtime() {
+    if (!runtime_) {
+      runtime_ = std::make_unique<TevantoMacRuntime>(factories());
+      runtime_->start();
+      run();
+    }
+    return *runtime_;
+  }
+  CompanionModel& model() {
+    if (!model_) {
+      auto operations = CompanionOperations::of(runtime());
+      operations.openSetupWindow = [this] { calls.emplace_back("openSetupWindow"); };
+      operations.quit = [this] { calls.emplace_back("quit"); };
+      operations.openUrl = [this](const std::string& url) { calls.push_back("open " + url); };
+      operations.copyText = [this](const std::string& text) { calls.push_back("copy " + text); };
+      auto& services = runtime();
+      model_ = std::make_unique<CompanionModel>(
+          CompanionModel::Services{services.server(), services.screen(), services.power(),
+                                   services.launchAtLogin(), defaults},
+          std::move(operations), links);
+    }
+    return *model_;
+  }
+  void run() { main->runPending(); }
+
+  void storeToken() { (void)defaults.set(kPairingTokenKey, std::string(kToken)); }
+  /// A phone that is connected and known.
+  std::shared_ptr<FakeTcpPeer> connectPhone() {
+    storeToken();
+    runtime();
+    auto phone = listeners.last->connect();
+    run();
+    phone->send(R"({"type":"sessionHello","sessionNonce":"n","token":")" + std::string(kToken) + "\"}\n");
+    run();
+    return phone;
+  }
+  /// Its screen connection, being shown the screen.
+  std::shared_ptr<FakeTcpPeer> mirror() {
+    auto viewer = screenListeners.last->connect();
+    run();
+    viewer->send(frameText(helloMessage({kToken, 1170, 2532, false})));
+    run();
+    displays.streams.back()->onStarted({});
+    run();
+    return viewer;
+  }
+
+  std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+  std::shared_ptr<ManualQueue> main = std::make_shared<ManualQueue>("main", clock);
+  FakeListenerFactory listeners;
+  FakeListenerFactory screenListeners;
+  FakeServiceAdvertiser advertiser;
+  FakeUserDefaults defaults;
+  RecordingInputEvents events;
+  FakeUserPreferences preferences;
+  FakeWorkspace workspace;
+  FakeScriptHost scripts;
+  FakeAccessibilityPermission accessibility;
+  FakeScreenPermission screenRecording;
+  FakeDisplayCapture displays;
+  FakeEncoderSessionFactory encoders;
+  FakeSleepAssertions assertions;
+  FakePowerSources sources;
+  FakeLoginItem loginItem;
+  PublicLinks links;
+  /// What the application and the desktop were asked for.
+  std::vector<std::string> calls;
+
+ private:
+  class NoWindows final : public ApplicationPresence, public SetupWindowHost {
+   public:
+    void setActivationPolicy(ActivationPolicy) override {}
+    void activateIgnoringOtherApps() override {}
+    std::unique_ptr<SetupWindow> makeWindow(const SetupWindowStyle&, std::function<void()>) override {
+      return nullptr;
+    }
+  };
+
+  TevantoMacRuntime::Factories factories() {
+    return {.server = [this] { return makeServer(); },
+            .screen = [this] { return makeScreen(); },
+            .power = [this] { return std::make_shared<MacPowerManager>(main, assertions, sources); },
+            .launchAtLogin =
+                [this] {
+                  return std::make_shared<MacLaunchAtLoginController>(main, loginItem, defaults, Logger());
+                },
+            .setupWindow = [this] { return std::make_shared<MacSetupWindowPresenter>(windows_, windows_); }};
+  }
+  std::shared_ptr<MacRemoteServer> makeServer() {
+    return MacRemoteServer::create(
+        {.queue = queueNamed("tevanto.remote.server"),
+         .mainQueue = main,
+         .shortcutQueue = queueNamed("tevanto.shortcuts"),
+         .backgroundQueue = queueNamed("tevanto.applications"),
+         .listeners = listeners,
+         .advertiser = advertiser,
+         .defaults = defaults,
+         .computerName = "Desk"},
+        {.input = std::make_shared<MacInputController>(events, preferences, workspace),
+         .shortcuts = std::make_shared<MacShortcutRunner>(main, scripts, workspace, events, accessibility),
+         .permission = accessibility});
+  }
+  std::shared_ptr<ScreenService> makeScreen() {
+    auto server = ScreenStreamServer::create({.queue = queueNamed("tevanto.screen.server"),
+                                              .captureQueue = queueNamed("tevanto.screen.capture"),
+                                              .mainQueue = main,
+                                              .listeners = screenListeners,
+                                              .advertiser = advertiser,
+                                              .defaults = defaults,
+                                              .computerName = "Desk"},
+                                             {displays, encoders, screenRecording});
+    return std::make_shared<StreamScreenService>(std::move(server), queueNamed("display"),
+                                                 [] { return std::string(); });
+  }
+  std::shared_ptr<ManualQueue> queueNamed(const std::string& label) {
+    queues_.push_back(std::make_shared<ManualQueue>(label, clock));
+    return queues_.back();
+  }
+
+  NoWindows windows_;
+  std::vector<std::shared_ptr<ManualQueue>> queues_;
+  std::unique_ptr<TevantoMacRuntime> runtime_;
+  std::unique_ptr<CompanionModel> model_;
+};
+
+}  // namespace tevanto::test
