@@ -178,7 +178,7 @@ def start_companion(folder, *options, enter=()):
     os.environ.update(XDG_CONFIG_HOME=str(folder / "config"), XDG_RUNTIME_DIR=str(folder / "runtime"))
     (folder / "runtime").mkdir(mode=0o700, exist_ok=True)
     output = (OUTPUT / "companion.txt").open("a")
-    companion = subprocess.Popen([*enter, PROGRAMS / "tevanto", "--remote-port", "0", "--screen-port", "0", *options],
+    companion = subprocess.Popen([*enter, PROGRAMS / "tevanto", "--headless", "--remote-port", "0", "--screen-port", "0", *options],
                                  stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
 
     def ready():

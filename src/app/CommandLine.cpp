@@ -37,7 +37,7 @@ class Parser {
 
  private:
   void addCompanionOptions() {
-    app_.add_flag("--headless", companion_.headless, "Run without a window (this build has none)");
+    app_.add_flag("--headless", companion_.headless, "Run without a window and without an icon in the tray");
     app_.add_option("--remote-port", companion_.remotePort,
                     "TCP port of the control channel; 0: any free one");
     app_.add_option("--screen-port", companion_.screenPort, "TCP port of mirroring; 0: any free one");

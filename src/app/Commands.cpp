@@ -1,6 +1,7 @@
 #include "app/Commands.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "app/CompanionText.h"
@@ -18,6 +19,16 @@ Result<std::optional<ControlReply>> ask(const ControlRequest& request) {
   const auto folder = runtimeFolder();
   if (!folder) return Failure{folder.error()};
   return askCompanion(controlSocketIn(folder.value()), request);
+}
+
+/// What the desktop gave to the program that it started, so that its window may come forward: on Wayland, on
+/// X11.
+std::string activationToken() {
+  for (const auto* name : {"XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID"}) {
+    const char* token = std::getenv(name);
+    if (token && *token) return token;
+  }
+  return {};
 }
 
 /// Asks, and complains where that does not bring an answer. `code` then tells how to end.
@@ -103,7 +114,8 @@ ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults)
 }
 
 std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder) {
-  const auto answer = askCompanion(controlSocketIn(folder), {ControlRequest::Kind::showSetupWindow});
+  const auto answer = askCompanion(controlSocketIn(folder), {.kind = ControlRequest::Kind::showSetupWindow,
+                                                             .activationToken = activationToken()});
   if (!answer) return complain(answer.error());
   const auto& reply = answer.value();
   if (!reply) return std::nullopt;

@@ -29,6 +29,7 @@ ControlReply CompanionControl::carryOut(const ControlRequest& request) {
       if (!reply.ok) reply.error = environment_.runtime.power().statusText.get();
       break;
     case ControlRequest::Kind::showSetupWindow:
+      environment_.useActivationToken(request.activationToken);
       environment_.application.applicationShouldHandleReopen();
       break;
     case ControlRequest::Kind::reloadDefaults:

@@ -24,6 +24,7 @@ class CompanionControl {
     std::string computerName;
     std::function<std::vector<std::string>()> addresses;  // under which others reach this computer
     std::function<void()> reloadDefaults;
+    std::function<void(const std::string& token)> useActivationToken;  // of the next window
   };
 
   explicit CompanionControl(Environment environment) : environment_(std::move(environment)) {}

@@ -49,12 +49,18 @@ Result<ControlRequest> decodeControlRequest(std::string_view line) {
     if (!on || !on->is_bool()) return Failure{"keepAwake needs the boolean \"on\"."};
     request.on = on->as_bool();
   }
+  if (*kind == Kind::showSetupWindow) {
+    const auto* token = value.as_object().if_contains("activationToken");
+    if (token && !token->is_string()) return Failure{"An activation token is a string."};
+    if (token) request.activationToken = token->as_string().c_str();
+  }
   return request;
 }
 
 std::string encodeControlRequest(const ControlRequest& request) {
   json::object object{{"request", nameOf(request.kind)}};
   if (request.kind == Kind::keepAwake) object["on"] = request.on;
+  if (!request.activationToken.empty()) object["activationToken"] = request.activationToken;
   return json::serialize(object);
 }
 

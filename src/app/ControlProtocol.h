@@ -13,15 +13,18 @@ namespace tevanto {
 ///
 ///     {"request":"status"}
 ///     {"request":"keepAwake","on":true}
-///     {"request":"showSetupWindow"}
+///     {"request":"showSetupWindow","activationToken":"..."}
 ///     {"request":"reloadDefaults"}
+///
+/// The token is the desktop's permission to bring a window forward, where whoever asks was given one.
 ///
 /// Each is answered with one line: {"ok":true,"status":{...}}, or {"ok":false,"error":"...","status":{...}},
 /// without "status" when the request was not understood.
 struct ControlRequest {
   enum class Kind { status, keepAwake, showSetupWindow, reloadDefaults };
   Kind kind = Kind::status;
-  bool on = false;  // keepAwake
+  bool on = false;                   // keepAwake
+  std::string activationToken = {};  // showSetupWindow; empty when there is none
 
   bool operator==(const ControlRequest&) const = default;
 };

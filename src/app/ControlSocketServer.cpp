@@ -37,8 +37,12 @@ void closeOnExec(Socket& socket) {
 class Client final : public std::enable_shared_from_this<Client> {
  public:
   Client(Protocol::socket socket, std::shared_ptr<EventLoopQueue> queue, ControlSocketServer::Limits limits,
-         ControlSocketServer::Handler handler)
-      : socket_(std::move(socket)), queue_(std::move(queue)), limits_(limits), handler_(std::move(handler)) {}
+         ControlSocketServer::Handler handler, std::shared_ptr<SerialQueue> handlerQueue)
+      : socket_(std::move(socket)),
+        queue_(std::move(queue)),
+        limits_(limits),
+        handler_(std::move(handler)),
+        handlerQueue_(std::move(handlerQueue)) {}
 
   void serve() {
     waitForSilence();
@@ -69,10 +73,12 @@ class Client final : public std::enable_shared_from_this<Client> {
     if (end == std::string::npos || end > limits_.maxLineBytes) {
       return refuse("A request has at most " + std::to_string(limits_.maxLineBytes) + " bytes.");
     }
-    const auto line = buffer_.substr(0, end);
+    auto line = buffer_.substr(0, end);
     buffer_.erase(0, end + 1);
     waitForSilence();
-    answer(handler_(line), AfterAnswer::readOn);
+    handlerQueue_->async([self = shared_from_this(), line = std::move(line)] {
+      self->queue_->async([self, text = self->handler_(line)] { self->answer(text, AfterAnswer::readOn); });
+    });
   }
 
   void readMore() {
@@ -99,6 +105,7 @@ class Client final : public std::enable_shared_from_this<Client> {
   const std::shared_ptr<EventLoopQueue> queue_;
   const ControlSocketServer::Limits limits_;
   const ControlSocketServer::Handler handler_;
+  const std::shared_ptr<SerialQueue> handlerQueue_;
   Timer silence_;
   std::array<char, 1024> received_{};
   std::string buffer_;
@@ -108,12 +115,14 @@ class Client final : public std::enable_shared_from_this<Client> {
 }  // namespace
 
 struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listener> {
-  Listener(std::shared_ptr<EventLoopQueue> onQueue, std::filesystem::path at, Limits within, Handler with)
+  Listener(std::shared_ptr<EventLoopQueue> onQueue, std::filesystem::path at, Limits within, Handler with,
+           std::shared_ptr<SerialQueue> withQueue)
       : queue(std::move(onQueue)),
         acceptor(queue->context()),
         path(std::move(at)),
         limits(within),
-        handler(std::move(with)) {}
+        handler(std::move(with)),
+        handlerQueue(std::move(withQueue)) {}
 
   Result<void> open() {
     ::unlink(path.c_str());
@@ -152,7 +161,7 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
     std::erase_if(clients, [](const auto& client) { return client.expired(); });
     const bool full = clients.size() >= limits.maxClients;
     const bool own = isSameUser(socket);
-    const auto client = std::make_shared<Client>(std::move(socket), queue, limits, handler);
+    const auto client = std::make_shared<Client>(std::move(socket), queue, limits, handler, handlerQueue);
     if (!own || full) {
       client->refuse(own ? "Too many programs ask at once; try again in a moment."
                          : "This companion belongs to another user.");
@@ -179,19 +188,20 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
   const std::filesystem::path path;
   const Limits limits;
   const Handler handler;
+  const std::shared_ptr<SerialQueue> handlerQueue;
   Timer pause;
   std::vector<std::weak_ptr<Client>> clients;
 };
 
 Result<std::unique_ptr<ControlSocketServer>> ControlSocketServer::listen(
     const std::shared_ptr<SerialQueue>& queue, const std::filesystem::path& path, Limits limits,
-    Handler handler) {
+    Handler handler, const std::shared_ptr<SerialQueue>& handlerQueue) {
   auto own = EventLoopQueue::from(*queue).shared_from_this();
   if (path.string().size() >= sizeof(sockaddr_un::sun_path)) {
     return Failure{"The path " + path.string() +
                    " is too long for a socket; set XDG_RUNTIME_DIR to a shorter folder."};
   }
-  auto listener = std::make_shared<Listener>(std::move(own), path, limits, std::move(handler));
+  auto listener = std::make_shared<Listener>(std::move(own), path, limits, std::move(handler), handlerQueue);
   if (auto opened = listener->open(); !opened) return Failure{opened.error()};
   queue->async([listener] { listener->acceptNext(); });
   return std::unique_ptr<ControlSocketServer>(new ControlSocketServer(std::move(listener)));

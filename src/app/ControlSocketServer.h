@@ -28,10 +28,11 @@ class ControlSocketServer {
     std::chrono::milliseconds silence = std::chrono::seconds(10);  // then the client is let go
   };
 
-  /// Whoever calls this holds the `CompanionLock` of the folder: what lies at `path` is removed.
-  static Result<std::unique_ptr<ControlSocketServer>> listen(const std::shared_ptr<SerialQueue>& queue,
-                                                             const std::filesystem::path& path, Limits limits,
-                                                             Handler handler);
+  /// Whoever calls this holds the `CompanionLock` of the folder: what lies at `path` is removed. The sockets
+  /// live on `queue`, of an event loop; the handler is called on `handlerQueue`, where it may take its time.
+  static Result<std::unique_ptr<ControlSocketServer>> listen(
+      const std::shared_ptr<SerialQueue>& queue, const std::filesystem::path& path, Limits limits,
+      Handler handler, const std::shared_ptr<SerialQueue>& handlerQueue);
 
   /// Ends every client and removes the socket. On the queue, or after its loop has stopped.
   ~ControlSocketServer();

@@ -4,6 +4,8 @@
 #include <memory>
 #include <string>
 
+#include "app/CompanionOperations.h"
+#include "app/PublicLinks.h"
 #include "app/SetupWindow.h"
 #include "core/SerialQueue.h"
 
@@ -12,12 +14,13 @@ namespace tevanto {
 class TevantoMacRuntime;
 class UserDefaults;
 
-/// What the face shows, and what it may ask the application for. All of it outlives the face's loop.
+/// What the face shows, and what it may ask for; it adds what its toolkit can do itself, opening and copying.
+/// All of it outlives the face's loop.
 struct FaceSubject {
   TevantoMacRuntime& runtime;
   UserDefaults& defaults;
-  std::function<void()> openSetupWindow;
-  std::function<void()> quit;
+  CompanionOperations operations;
+  PublicLinks links;
 };
 
 /// The companion's windows and its icon in the tray, with the loop of the toolkit that they live on. Made on

@@ -10,15 +10,20 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "app/Commands.h"
 #include "app/CompanionControl.h"
+#include "app/CompanionOperations.h"
 #include "app/CompanionTerminal.h"
 #include "app/ControlSocketServer.h"
+#include "app/Face.h"
 #include "app/LinuxServices.h"
+#include "app/LoadedFace.h"
 #include "app/LocalAddresses.h"
 #include "app/MacAppDelegate.h"
+#include "app/PublicLinks.h"
 #include "app/RuntimeFolder.h"
 #include "app/TevantoMacRuntime.h"
 #include "control/MacPowerManager.h"
@@ -26,6 +31,7 @@
 #include "core/DeviceIdentity.h"
 #include "core/JsonUserDefaults.h"
 #include "platform/linux/JournalLogSink.h"
+#include "platform/linux/LinuxTransports.h"
 
 namespace tevanto {
 namespace {
@@ -44,31 +50,36 @@ class LinuxCompanion {
  public:
   LinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults)
       : defaults_(defaults),
-        services_(options, defaults, makeSystemLogSink()),
+        log_(makeSystemLogSink()),
+        face_(options.headless ? nullptr : loadFace(Logger(log_, "face"))),
+        services_(options, defaults, log_, face_ ? face_->mainQueue() : nullptr),
         terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
-        runtime_(services_.factories(terminal_, terminal_)),
-        application_(terminal_, runtime_),
+        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
+        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
         control_(
             {runtime_, application_, defaults, advertisedName(services_.computerName()),
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
-             [this] { defaults_.reload(); }}) {}
+             [this] { defaults_.reload(); },
+             [this](const std::string& token) {
+               if (face_) face_->useActivationToken(token);
+             }}) {}
 
   ~LinuxCompanion() {
     if (ending_.joinable()) ending_.join();
   }
 
   ExitCode run(const std::filesystem::path& runtimeFolder) {
-    terminal_.follow(runtime_);
+    if (!face_) terminal_.follow(runtime_);
     handleSignals();
     // On the main queue, as everything the services are told.
     services_.mainQueue()->async([this] { launch(); });
-    auto server =
-        ControlSocketServer::listen(services_.mainQueue(), controlSocketIn(runtimeFolder), {},
-                                    [this](std::string_view line) { return control_.answer(line); });
+    auto server = ControlSocketServer::listen(
+        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return control_.answer(line); }, services_.mainQueue());
     if (!server) return complain(server.error());
     controlSocket_ = std::move(server).value();
-    services_.mainLoop().run();
+    runLoops();
     if (services_.hasRoad()) {
       // Its engine's threads may still be closing peers, and must not meet the libraries' cleanup at the
       // exit.
@@ -79,6 +90,19 @@ class LinuxCompanion {
   }
 
  private:
+  /// Until `end`.
+  void runLoops() {
+    if (!face_) return services_.networkLoop().run();
+    auto operations = CompanionOperations::of(runtime_);
+    operations.quit = [this] { end(); };
+    face_->present({.runtime = runtime_,
+                    .defaults = defaults_,
+                    .operations = std::move(operations),
+                    .links = PublicLinks::of(LinuxTransports::deployment(defaults_, log_))});
+    face_->run();
+    services_.networkLoop().stop();
+  }
+
   void launch() {
     application_.applicationDidFinishLaunching();
     services_.started();
@@ -88,7 +112,7 @@ class LinuxCompanion {
   }
 
   void handleSignals() {
-    services_.mainLoop().onSignals({SIGINT, SIGTERM, SIGHUP}, [this](int signal) {
+    services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP}, [this](int signal) {
       services_.mainQueue()->async([this, signal] {
         // Somebody's wish to read the settings again, unless it says that the terminal was closed.
         const bool wasClosed = startedInTerminal_ && !hasTerminal();
@@ -106,7 +130,7 @@ class LinuxCompanion {
     if (isEnding_) return;
     isEnding_ = true;
     terminal_.stopFollowing();
-    controlSocket_.reset();
+    services_.networkQueue()->async([socket = std::shared_ptr(std::move(controlSocket_))] {});
     application_.applicationWillTerminate();
     impatience_ = services_.mainQueue()->asyncAfter(kEndingPatience, [] {
       complain("Something in the background does not end; leaving it behind.");
@@ -117,12 +141,18 @@ class LinuxCompanion {
     services_.networkQueue()->async([this] {
       ending_ = std::thread([this] {
         services_.endBackgroundWork();
-        services_.mainLoop().stop();
+        if (face_) {
+          face_->stop();
+        } else {
+          services_.networkLoop().stop();
+        }
       });
     });
   }
 
   JsonUserDefaults& defaults_;
+  const std::shared_ptr<LogSink> log_;
+  const std::unique_ptr<Face> face_;  // null when headless
   LinuxServices services_;
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;

@@ -94,12 +94,14 @@ constexpr auto kMemoryKept = std::chrono::milliseconds(500);
 
 struct LinuxServices::Parts {
   Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
-        const std::shared_ptr<LogSink>& logSink)
+        const std::shared_ptr<LogSink>& logSink, const std::shared_ptr<SerialQueue>& windowsQueue)
       : options(companionOptions),
         defaults(userDefaults),
         sink(logSink),
         loginItemLog(sink, "login-item"),
-        listeners(mainLoop, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
+        networkLoop(windowsQueue ? EventLoop::background(1) : EventLoop::forCallingThread()),
+        mainQueue(windowsQueue ? windowsQueue : networkLoop->makeQueue("main")),
+        listeners(networkLoop, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
         advertiser(makeAdvertiser(options)),
         xServer(std::make_shared<XServerLink>(std::string(), mainQueue, Logger(sink, "input"))),
         permission(xServer),
@@ -120,14 +122,14 @@ struct LinuxServices::Parts {
   const std::shared_ptr<LogSink> sink;
   const Logger loginItemLog;
 
-  const std::shared_ptr<EventLoop> mainLoop = EventLoop::forCallingThread();
+  const std::shared_ptr<EventLoop> networkLoop;
   const std::shared_ptr<EventLoop> backgroundLoop = EventLoop::background(kBackgroundThreads);
   const std::shared_ptr<EventLoop> captureLoop = EventLoop::background(1);
-  const std::shared_ptr<SerialQueue> mainQueue = mainLoop->makeQueue("main");
-  const std::shared_ptr<SerialQueue> networkQueue = mainLoop->makeQueue("tevanto.remote.server");
+  const std::shared_ptr<SerialQueue> mainQueue;
+  const std::shared_ptr<SerialQueue> networkQueue = networkLoop->makeQueue("tevanto.remote.server");
   const std::shared_ptr<SerialQueue> shortcutQueue = backgroundLoop->makeQueue("tevanto.shortcuts");
   const std::shared_ptr<SerialQueue> applicationQueue = backgroundLoop->makeQueue("tevanto.applications");
-  const std::shared_ptr<SerialQueue> screenQueue = mainLoop->makeQueue("tevanto.screen.server");
+  const std::shared_ptr<SerialQueue> screenQueue = networkLoop->makeQueue("tevanto.screen.server");
   const std::shared_ptr<SerialQueue> captureQueue = captureLoop->makeQueue("tevanto.screen.capture");
 
   AsioTcpListenerFactory listeners;
@@ -197,7 +199,7 @@ struct LinuxServices::Parts {
   LinuxTransports* transports() {
     const auto deployed = LinuxTransports::deployment(defaults, sink);
     if (!road && LinuxTransports::canMeet(deployed)) {
-      road.emplace(LinuxTransports::Environment{.loop = mainLoop,
+      road.emplace(LinuxTransports::Environment{.loop = networkLoop,
                                                 .mainQueue = mainQueue,
                                                 .defaults = defaults,
                                                 .log = sink,
@@ -240,12 +242,13 @@ struct LinuxServices::Parts {
 };
 
 LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defaults,
-                             std::shared_ptr<LogSink> log)
-    : parts_(std::make_unique<Parts>(options, defaults, log)) {}
+                             const std::shared_ptr<LogSink>& log,
+                             const std::shared_ptr<SerialQueue>& windowsQueue)
+    : parts_(std::make_unique<Parts>(options, defaults, log, windowsQueue)) {}
 
 LinuxServices::~LinuxServices() = default;
 
-EventLoop& LinuxServices::mainLoop() { return *parts_->mainLoop; }
+EventLoop& LinuxServices::networkLoop() { return *parts_->networkLoop; }
 void LinuxServices::endBackgroundWork() {
   parts_->captureLoop->stop();
   parts_->backgroundLoop->stop();

@@ -37,6 +37,7 @@ CompanionStatus someStatus() {
 TEST(ControlProtocol, everyRequestSurvivesTheRoundTrip) {
   for (const auto& request : {ControlRequest{Kind::status}, ControlRequest{Kind::keepAwake, true},
                               ControlRequest{Kind::keepAwake, false}, ControlRequest{Kind::showSetupWindow},
+                              ControlRequest{Kind::showSetupWindow, false, "desk-1-menu_TIME4711"},
                               ControlRequest{Kind::reloadDefaults}}) {
     const auto decoded = decodeControlRequest(encodeControlRequest(request));
     ASSERT_TRUE(decoded) << decoded.error();
@@ -51,6 +52,7 @@ TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
       {"{\"request\":\"status\"", "A request is one JSON object on one line."},
       {"{\"request\":\"\xff\"}", "A request is one JSON object on one line."},
       {"{}", "A request names itself in the string \"request\"."},
+      {R"({"request":"showSetupWindow","activationToken":7})", "An activation token is a string."},
       {"{\"request\":7}", "A request names itself in the string \"request\"."},
       {"{\"request\":\"quit\"}", "Requests are status, keepAwake, showSetupWindow and reloadDefaults."},
       {"{\"request\":\"keepAwake\"}", "keepAwake needs the boolean \"on\"."},

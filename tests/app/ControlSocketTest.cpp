@@ -61,8 +61,8 @@ class RawClient {
 class ControlSocket : public ::testing::Test {
  protected:
   void listen(ControlSocketServer::Limits limits = {}) {
-    auto server = ControlSocketServer::listen(queue_, path_, limits,
-                                              [this](std::string_view line) { return answer(line); });
+    auto server = ControlSocketServer::listen(
+        queue_, path_, limits, [this](std::string_view line) { return answer(line); }, mainQueue_);
     ASSERT_TRUE(server) << server.error();
     server_ = std::move(server).value();
   }
@@ -73,6 +73,7 @@ class ControlSocket : public ::testing::Test {
 
   std::string answer(std::string_view line) {
     ++answers_;
+    if (line == "where") return mainQueue_->isCurrent() ? "main" : "elsewhere";
     if (line == "big") return std::string(4 * 1024 * 1024, 'x');
     return "<" + std::string(line) + ">";
   }
@@ -80,10 +81,18 @@ class ControlSocket : public ::testing::Test {
   test::TemporaryFolder folder_;
   const std::filesystem::path path_ = folder_ / "control.sock";
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
-  std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
+  std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("control");
+  std::shared_ptr<SerialQueue> mainQueue_ = loop_->makeQueue("main");
   std::unique_ptr<ControlSocketServer> server_;
   std::atomic<int> answers_ = 0;
 };
+
+TEST_F(ControlSocket, asksOnTheHandlersQueue) {
+  listen();
+  RawClient client(path_);
+  ASSERT_TRUE(client.send("where\n"));
+  EXPECT_EQ(client.line(), "main");
+}
 
 TEST_F(ControlSocket, answersLinesInOrder) {
   listen();
@@ -241,8 +250,8 @@ TEST_F(ControlSocket, aProcessOfAnotherUserIsRefused) {
 }
 
 TEST_F(ControlSocket, aPathThatIsTooLongIsRefused) {
-  const auto server =
-      ControlSocketServer::listen(queue_, "/tmp/" + std::string(120, 'x'), {}, [](auto) { return ""; });
+  const auto server = ControlSocketServer::listen(
+      queue_, "/tmp/" + std::string(120, 'x'), {}, [](auto) { return ""; }, queue_);
   ASSERT_FALSE(server);
   EXPECT_NE(server.error().find("too long"), std::string::npos);
 }
@@ -250,7 +259,7 @@ TEST_F(ControlSocket, aPathThatIsTooLongIsRefused) {
 class ControlSocketClient : public ::testing::Test {
  protected:
   void listen(ControlSocketServer::Handler handler) {
-    auto server = ControlSocketServer::listen(queue_, path_, {}, std::move(handler));
+    auto server = ControlSocketServer::listen(queue_, path_, {}, std::move(handler), queue_);
     ASSERT_TRUE(server) << server.error();
     server_ = std::move(server).value();
   }

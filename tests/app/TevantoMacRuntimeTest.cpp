@@ -380,8 +380,9 @@ class Control : public Runtime {
   TevantoMacRuntime runtime{factories()};
   MacAppDelegate application{desktop, runtime};
   int reloads = 0;
-  CompanionControl control{
-      {runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; }, [this] { ++reloads; }}};
+  CompanionControl control{{runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; },
+                            [this] { ++reloads; },
+                            [this](const std::string& token) { desktop.steps.push_back("token " + token); }}};
 };
 
 TEST_F(Control, tellsTheStatusOfTheServices) {
@@ -441,8 +442,8 @@ TEST_F(Control, saysWhyKeepAwakeWasRefused) {
 TEST_F(Control, showsTheSetupWindow) {
   desktop.close();
   desktop.takeSteps();
-  EXPECT_TRUE(ask({ControlRequest::Kind::showSetupWindow}).ok);
-  EXPECT_THAT(desktop.steps, ElementsAre("regular", "regular", "front", "activate"));
+  EXPECT_TRUE(ask({.kind = ControlRequest::Kind::showSetupWindow, .activationToken = "from-menu"}).ok);
+  EXPECT_THAT(desktop.steps, ElementsAre("token from-menu", "regular", "regular", "front", "activate"));
 }
 
 TEST_F(Control, reloadsTheDefaults) {

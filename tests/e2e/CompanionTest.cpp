@@ -100,7 +100,7 @@ TEST_F(Companion, ofManyStartsAtOnceOneRuns) {
   std::vector<std::unique_ptr<test::ChildProcess>> started;
   for (int i = 0; i < 5; ++i) {
     started.push_back(std::make_unique<test::ChildProcess>(
-        std::vector<std::string>{kProgram, "--remote-port", "0", "--loopback-only"},
+        std::vector<std::string>{kProgram, "--headless", "--remote-port", "0", "--loopback-only"},
         test::ChildProcess::Options{.environment = desktop.environment, .mergeErrors = true}));
   }
   const auto running = [&] {
@@ -168,10 +168,11 @@ TEST_F(Companion, readsItsSettingsAgainOnAHangUp) {
 
 TEST_F(Companion, endsWithTheTerminalThatItWasStartedIn) {
   test::PseudoTerminal terminal;
-  test::ChildProcess companion({"sh", "-c",
-                                "exec setsid --ctty " + kProgram + " --remote-port 0 --loopback-only <" +
-                                    terminal.deviceName() + " >" + terminal.deviceName()},
-                               {.environment = desktop.environment});
+  test::ChildProcess companion(
+      {"sh", "-c",
+       "exec setsid --ctty " + kProgram + " --headless --remote-port 0 --loopback-only <" +
+           terminal.deviceName() + " >" + terminal.deviceName()},
+      {.environment = desktop.environment});
   ASSERT_TRUE(terminal.waitFor("PAIRING CODE")) << terminal.screen();
   companion.signal(SIGHUP);
   EXPECT_EQ(tevanto({"status"}).exitStatus, 0) << "the terminal is still there";

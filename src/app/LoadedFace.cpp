@@ -1,0 +1,24 @@
+#include "app/LoadedFace.h"
+
+#include "app/Face.h"
+#include "app/FaceModule.h"
+#include "platform/linux/DisplayReach.h"
+#include "platform/linux/ProgramModule.h"
+
+namespace tevanto {
+
+std::unique_ptr<Face> loadFace(const Logger& log) {
+  // First: Qt ends the process where it finds no display.
+  if (!canReachDisplay()) {
+    log.info("No display can be reached; there is no window");
+    return nullptr;
+  }
+  const auto make = functionOfModule(kFaceModule, kMakeFace);
+  if (!make) {
+    log.info("There is no window: " + make.error());
+    return nullptr;
+  }
+  return std::unique_ptr<Face>(reinterpret_cast<MakeFace>(make.value())());
+}
+
+}  // namespace tevanto

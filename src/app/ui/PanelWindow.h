@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QRect>
+#include <memory>
+
+class QQuickView;
+
+namespace tevanto {
+
+class CompanionModel;
+class CompanionViews;
+
+/// The panel under the tray's icon: opens with a click on it, closes with another one, with Escape, or when
+/// the user turns to something else. Main thread.
+class PanelWindow final : public QObject {
+ public:
+  /// Both outlive it.
+  PanelWindow(CompanionModel& model, CompanionViews& views);
+  ~PanelWindow() override;
+
+  /// Opens the panel at the icon, at the pointer where `icon` is empty, or closes it.
+  void toggle(const QRect& icon);
+  void close();
+
+ private:
+  void make();
+  void openAt(const QRect& anchor);
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+  CompanionModel& model_;
+  CompanionViews& views_;
+  std::unique_ptr<QQuickView> view_;
+  QElapsedTimer closedByItself_;  // since the focus went elsewhere
+  bool wasActive_ = false;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,110 @@
+#include "app/ui/QtFace.h"
+
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QIcon>
+#include <QQuickView>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
+#include <QUrl>
+#include <utility>
+
+#include "app/TevantoMacRuntime.h"
+#include "app/ui/CompanionModel.h"
+#include "app/ui/CompanionViews.h"
+#include "app/ui/PanelWindow.h"
+#include "app/ui/QtMainQueue.h"
+#include "app/ui/QtSetupWindow.h"
+#include "app/ui/TrayIcon.h"
+
+namespace tevanto {
+namespace {
+
+constexpr auto kApplicationIdentifier = "app.tevanto.Tevanto";
+
+/// Small, mostly still windows: drawing them on the processor starts sooner than a graphics driver, and holds
+/// a tenth of its memory.
+void chooseRenderer() {
+  if (qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) return;
+  QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+void addDesktopOperations(CompanionOperations& operations) {
+  operations.openUrl = [](const std::string& url) {
+    QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
+  };
+  operations.copyText = [](const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+  };
+}
+
+}  // namespace
+
+/// Qt keeps references to them.
+struct QtFace::Arguments {
+  char name[8] = "tevanto";
+  char* values[2] = {name, nullptr};
+  int count = 1;
+};
+
+QtFace::QtFace()
+    : arguments_(std::make_unique<Arguments>()),
+      application_(arguments_->count, arguments_->values),
+      queue_(std::make_shared<QtMainQueue>("main")) {
+  QApplication::setApplicationName(QStringLiteral("tevanto"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Tevanto"));
+  QApplication::setApplicationVersion(QStringLiteral(TEVANTO_VERSION));
+  QApplication::setDesktopFileName(kApplicationIdentifier);
+  QApplication::setWindowIcon(QIcon::fromTheme(kApplicationIdentifier));
+  // Closing the window leaves the companion running.
+  QApplication::setQuitOnLastWindowClosed(false);
+  chooseRenderer();
+}
+
+QtFace::~QtFace() { endWindows(); }
+
+std::shared_ptr<SerialQueue> QtFace::mainQueue() { return queue_; }
+
+void QtFace::present(FaceSubject subject) {
+  addDesktopOperations(subject.operations);
+  subject_.emplace(std::move(subject));
+  auto& runtime = subject_->runtime;
+  model_ = std::make_unique<CompanionModel>(
+      CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
+                               subject_->defaults},
+      subject_->operations, subject_->links);
+  views_ = std::make_unique<CompanionViews>(*model_);
+  panel_ = std::make_unique<PanelWindow>(*model_, *views_);
+  tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
+}
+
+std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
+                                                std::function<void()> onClose) {
+  setupView_ = views_->makeSetupWindow();
+  return std::make_unique<QtSetupWindow>(*setupView_, style, std::move(onClose), activation_);
+}
+
+void QtFace::run() {
+  // The session, too, may ask the application to quit; then the companion ends what it began.
+  while (!stopping_) {
+    QApplication::exec();
+    if (!stopping_) subject_->operations.quit();
+  }
+  endWindows();
+  queue_->stop();
+}
+
+void QtFace::stop() {
+  stopping_ = true;
+  queue_->async([] { QApplication::exit(); });
+}
+
+void QtFace::endWindows() {
+  tray_.reset();
+  panel_.reset();
+  setupView_.reset();
+  views_.reset();
+  model_.reset();
+}
+
+}  // namespace tevanto

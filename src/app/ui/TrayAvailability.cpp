@@ -1,0 +1,111 @@
+#include "app/ui/TrayAvailability.h"
+
+#include <xcb/xcb.h>
+
+#include <QAbstractNativeEventFilter>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusInterface>
+#include <QDBusServiceWatcher>
+#include <QGuiApplication>
+#include <QTimer>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace tevanto {
+namespace {
+
+constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
+constexpr auto kWatcherPath = "/StatusNotifierWatcher";
+
+/// A watcher alone shows nothing: there must be a host, which draws the icons.
+bool hasStatusNotifierHost() {
+  const auto bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected() || !bus.interface()->isServiceRegistered(kWatcher)) return false;
+  QDBusInterface watcher(kWatcher, kWatcherPath, kWatcher, bus);
+  return watcher.property("IsStatusNotifierHostRegistered").toBool();
+}
+
+xcb_connection_t* xConnection() {
+  const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
+  const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
+  auto* reply = xcb_intern_atom_reply(connection, cookie, nullptr);
+  const xcb_atom_t found = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+  std::free(reply);
+  return found;
+}
+
+/// The tray of a screen owns this selection (freedesktop.org System Tray Protocol); Qt knows the first
+/// screen's.
+bool hasXembedTray() {
+  auto* connection = xConnection();
+  if (!connection) return false;
+  const auto cookie = xcb_get_selection_owner(connection, atom(connection, "_NET_SYSTEM_TRAY_S0"));
+  auto* reply = xcb_get_selection_owner_reply(connection, cookie, nullptr);
+  const bool found = reply && reply->owner != XCB_WINDOW_NONE;
+  std::free(reply);
+  return found;
+}
+
+}  // namespace
+
+/// Looks again whenever somebody who might be a tray comes up.
+class TrayAvailability::Watch final : public QObject, public QAbstractNativeEventFilter {
+ public:
+  explicit Watch(std::function<void(Kind)> found)
+      : found_(std::move(found)),
+        services_(kWatcher, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration) {
+    connect(&services_, &QDBusServiceWatcher::serviceRegistered, this, [this] { lookSoon(); });
+    // Without moc there is no slot that D-Bus could call by name: a timer's is borrowed.
+    connect(&soon_, &QTimer::timeout, this, [this] { look(); });
+    soon_.setSingleShot(true);
+    QDBusConnection::sessionBus().connect(kWatcher, kWatcherPath, kWatcher, "StatusNotifierHostRegistered",
+                                          &soon_, SLOT(start()));
+    if (auto* connection = xConnection()) {
+      managerAtom_ = atom(connection, "MANAGER");
+      qGuiApp->installNativeEventFilter(this);
+    }
+    lookSoon();
+  }
+  ~Watch() override { qGuiApp->removeNativeEventFilter(this); }
+
+ private:
+  bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override {
+    if (type != "xcb_generic_event_t") return false;
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
+    if (reinterpret_cast<const xcb_client_message_event_t*>(event)->type == managerAtom_) lookSoon();
+    return false;
+  }
+
+  void lookSoon() { soon_.start(); }
+  void look() {
+    const auto kind = current();
+    if (kind == Kind::none || !found_) return;
+    std::exchange(found_, nullptr)(kind);
+  }
+
+  std::function<void(Kind)> found_;
+  QDBusServiceWatcher services_;
+  QTimer soon_;
+  xcb_atom_t managerAtom_ = XCB_ATOM_NONE;
+};
+
+TrayAvailability::TrayAvailability() = default;
+TrayAvailability::~TrayAvailability() = default;
+
+TrayAvailability::Kind TrayAvailability::current() {
+  if (hasStatusNotifierHost()) return Kind::statusNotifier;
+  return hasXembedTray() ? Kind::xembed : Kind::none;
+}
+
+void TrayAvailability::await(std::function<void(Kind)> found) {
+  watch_ = std::make_unique<Watch>(std::move(found));
+}
+
+}  // namespace tevanto

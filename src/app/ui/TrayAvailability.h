@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace tevanto {
+
+/// Whether the desktop has a tray: one that speaks StatusNotifier over D-Bus, or an XEmbed tray on the X
+/// server. Qt decides once, when the first icon is made, which of the two it uses, so that an icon that is
+/// made before the panel of the desktop has come up would never be seen. Main thread.
+class TrayAvailability {
+ public:
+  enum class Kind { none, statusNotifier, xembed };
+
+  TrayAvailability();
+  ~TrayAvailability();
+  TrayAvailability(const TrayAvailability&) = delete;
+  TrayAvailability& operator=(const TrayAvailability&) = delete;
+
+  /// Asks the desktop.
+  static Kind current();
+  /// Calls `found` once, as soon as there is a tray; at once where there is one.
+  void await(std::function<void(Kind)> found);
+
+ private:
+  class Watch;
+  std::unique_ptr<Watch> watch_;
+};
+
+}  // namespace tevanto

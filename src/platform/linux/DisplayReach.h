@@ -1,0 +1,9 @@
+#pragma once
+
+namespace tevanto {
+
+/// Whether a display server of this session takes connections: the X server of DISPLAY, or the Wayland
+/// compositor of WAYLAND_DISPLAY. Asks them; an X server on this computer answers within a millisecond.
+bool canReachDisplay();
+
+}  // namespace tevanto
