@@ -67,8 +67,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
     socket_.async_accept(message, [self = this->shared_from_this()](const error_code& error) {
       if (error) return self->end();
       self->open_ = true;
-      if (self->closing_) return self->closeNow();  // asked for while the answer was still being written
-      self->read();
+      if (!self->closing_) self->read();  // else the closing reads
       self->write();
     });
   }
@@ -78,7 +77,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
   void close(std::uint16_t code) override {
     post([this, code] {
       closing_ = code;
-      if (open_) closeNow();
+      if (open_ && outbox_.empty()) closeNow();
     });
   }
   void drop() override {
@@ -135,8 +134,12 @@ class WebSocketPeer final : public TestWebSocketPeer,
                         [self = this->shared_from_this()](const error_code&) { self->end(); });
   }
 
+  /// What waits to be sent, then what was asked for behind it.
   void write() {
-    if (outbox_.empty()) return;
+    if (outbox_.empty()) {
+      if (closing_) closeNow();
+      return;
+    }
     socket_.text(outbox_.front().text);
     socket_.async_write(asio::buffer(outbox_.front().bytes),
                         [self = this->shared_from_this()](const error_code& error, std::size_t) {
