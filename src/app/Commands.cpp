@@ -8,7 +8,7 @@
 #include "app/ControlSocketClient.h"
 #include "app/DefaultsText.h"
 #include "app/RuntimeFolder.h"
-#include "core/JsonUserDefaults.h"
+#include "core/UserDefaults.h"
 
 namespace tevanto {
 namespace {
@@ -99,7 +99,7 @@ ExitCode runKeepAwake(const KeepAwakeOptions& options) {
   return ExitCode::done;
 }
 
-ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults) {
+ExitCode runDefaults(const DefaultsOptions& options, UserDefaults& defaults) {
   switch (options.action) {
     case DefaultsOptions::Action::list:
       return listDefaults(defaults);

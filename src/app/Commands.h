@@ -8,13 +8,13 @@
 
 namespace tevanto {
 
-class JsonUserDefaults;
+class UserDefaults;
 
 /// The commands that are carried out by asking the running companion, or without one. Each prints its result
 /// or what to do next, and returns how the program ends.
 ExitCode runStatus(const StatusOptions& options);
 ExitCode runKeepAwake(const KeepAwakeOptions& options);
-ExitCode runDefaults(const DefaultsOptions& options, JsonUserDefaults& defaults);
+ExitCode runDefaults(const DefaultsOptions& options, UserDefaults& defaults);
 /// Asks the companion that holds the lock to show itself in the place of a second one. Nothing when none
 /// listens: it may only just be starting or ending.
 std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder);

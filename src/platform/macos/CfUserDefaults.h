@@ -6,12 +6,12 @@
 
 namespace tevanto {
 
-/// The program's own domain in the user's preferences, `defaults read app.tevanto` in a terminal. What
+/// The program's own domain in the user's preferences, `defaults read app.tevanto.Tevanto` in a terminal. What
 /// another process sets there is seen at the next look.
 class CfUserDefaults final : public UserDefaults {
  public:
-  /// The domain of this program; another one is for tests.
-  explicit CfUserDefaults(std::string domain = "app.tevanto");
+  /// The domain of the program is its bundle identifier; another one is for tests.
+  explicit CfUserDefaults(std::string domain = "app.tevanto.Tevanto");
 
   std::optional<DefaultsValue> value(std::string_view key) const override;
   Result<void> set(std::string_view key, DefaultsValue value) override;

@@ -10,6 +10,8 @@ typedef NSString* NSImageHintKey SINCE(10.5, "NSImageHintKey");
 
 SINCE(10.0, "NSImage")
 @interface NSImage : NSObject
++ (instancetype)imageWithSystemSymbolName:(NSString*)name accessibilityDescription:(NSString*)description SINCE(11.0, "imageWithSystemSymbolName:accessibilityDescription:");
+- (void)setTemplate:(BOOL)isTemplate SINCE(10.5, "template");  // a property, whose name is a word of C++
 - (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect context:(NSGraphicsContext*)referenceContext hints:(NSDictionary<NSImageHintKey, id>*)hints SINCE(10.6, "CGImageForProposedRect:context:hints:");
 @end
 
@@ -48,4 +50,51 @@ SINCE(10.0, "NSWorkspace")
 - (NSImage*)iconForFile:(NSString*)fullPath SINCE(10.0, "iconForFile:");
 - (NSURL*)URLForApplicationWithBundleIdentifier:(NSString*)bundleIdentifier SINCE(10.6, "URLForApplicationWithBundleIdentifier:");
 - (void)openApplicationAtURL:(NSURL*)applicationURL configuration:(NSWorkspaceOpenConfiguration*)configuration completionHandler:(void (^)(NSRunningApplication* app, NSError* error))completionHandler SINCE(10.15, "openApplicationAtURL:configuration:completionHandler:");
+@end
+
+typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
+  NSApplicationActivationPolicyRegular SINCE(10.6, "NSApplicationActivationPolicyRegular") = 0,
+  NSApplicationActivationPolicyAccessory SINCE(10.6, "NSApplicationActivationPolicyAccessory") = 1,
+};
+
+SINCE(10.0, "NSApplication")
+@interface NSApplication : NSObject
+@property(class, readonly, strong) NSApplication* sharedApplication SINCE(10.0, "sharedApplication");
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy SINCE(10.6, "setActivationPolicy:");
+- (void)activateIgnoringOtherApps:(BOOL)flag SINCE(10.0, "activateIgnoringOtherApps:");
+@end
+
+SINCE(10.0, "NSScreen")
+@interface NSScreen : NSObject
+@property(class, readonly, copy) NSArray<NSScreen*>* screens SINCE(10.0, "screens");
+@property(readonly) NSRect frame SINCE(10.0, "frame");
+@end
+
+SINCE(10.0, "NSWindow")
+@interface NSWindow : NSObject
+@property(readonly) NSRect frame SINCE(10.0, "frame");
+@end
+
+SINCE(10.10, "NSStatusBarButton")
+@interface NSStatusBarButton : NSObject
+@property(strong) NSImage* image SINCE(10.10, "image");
+@property(weak) id target SINCE(10.10, "target");
+@property SEL action SINCE(10.10, "action");
+@property(readonly, weak) NSWindow* window SINCE(10.10, "window");
+@end
+
+SINCE(10.0, "NSStatusItem")
+@interface NSStatusItem : NSObject
+@property(readonly, strong) NSStatusBarButton* button SINCE(10.10, "button");
+@end
+
+extern "C" {
+extern const CGFloat NSVariableStatusItemLength SINCE(10.0, "NSVariableStatusItemLength");
+}
+
+SINCE(10.0, "NSStatusBar")
+@interface NSStatusBar : NSObject
+@property(class, readonly, strong) NSStatusBar* systemStatusBar SINCE(10.0, "systemStatusBar");
+- (NSStatusItem*)statusItemWithLength:(CGFloat)length SINCE(10.0, "statusItemWithLength:");
+- (void)removeStatusItem:(NSStatusItem*)item SINCE(10.0, "removeStatusItem:");
 @end

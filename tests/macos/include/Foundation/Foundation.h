@@ -69,6 +69,7 @@ SINCE(10.0, "NSNumber")
 
 SINCE(10.0, "NSArray")
 @interface NSArray<ObjectType> : NSObject <NSFastEnumeration>
+@property(readonly) ObjectType firstObject SINCE(10.6, "firstObject");
 + (instancetype)array SINCE(10.0, "array");
 + (instancetype)arrayWithObjects:(const ObjectType[])objects count:(NSUInteger)cnt SINCE(10.0, "arrayWithObjects:count:");
 @end
@@ -158,6 +159,17 @@ SINCE(10.0, "NSAppleEventDescriptor")
 @property(readonly) DescType descriptorType SINCE(10.0, "descriptorType");
 @property(readonly) Boolean booleanValue SINCE(10.0, "booleanValue");
 @property(readonly) SInt32 int32Value SINCE(10.0, "int32Value");
+@end
+
+typedef uint32_t AEEventClass SINCE(10.0, "AEEventClass");
+typedef uint32_t AEEventID SINCE(10.0, "AEEventID");
+enum { kCoreEventClass SINCE(10.0, "kCoreEventClass") = 'aevt', kAEReopenApplication SINCE(10.0, "kAEReopenApplication") = 'rapp' };
+
+SINCE(10.0, "NSAppleEventManager")
+@interface NSAppleEventManager : NSObject
++ (NSAppleEventManager*)sharedAppleEventManager SINCE(10.0, "sharedAppleEventManager");
+- (void)setEventHandler:(id)handler andSelector:(SEL)handleEventSelector forEventClass:(AEEventClass)eventClass andEventID:(AEEventID)eventID SINCE(10.0, "setEventHandler:andSelector:forEventClass:andEventID:");
+- (void)removeEventHandlerForEventClass:(AEEventClass)eventClass andEventID:(AEEventID)eventID SINCE(10.0, "removeEventHandlerForEventClass:andEventID:");
 @end
 
 SINCE(10.2, "NSAppleScript")

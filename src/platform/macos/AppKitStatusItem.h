@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace tevanto {
+
+/// The icon in the menu bar: a template image, which the system draws in the colour that suits the bar. It is
+/// there while this object is. Main queue only.
+class AppKitStatusItem {
+ public:
+  /// Of the icon, in points; the origin is at the top left of the main display.
+  struct Frame {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+  };
+  /// `onClick` gets the frame under which the panel belongs.
+  explicit AppKitStatusItem(std::function<void(Frame)> onClick);
+  ~AppKitStatusItem();
+  AppKitStatusItem(const AppKitStatusItem&) = delete;
+  AppKitStatusItem& operator=(const AppKitStatusItem&) = delete;
+
+  /// The image of a phone, with waves while one is connected.
+  void showConnected(bool isConnected);
+
+ private:
+  struct Item;
+  std::unique_ptr<Item> item_;
+};
+
+}  // namespace tevanto
