@@ -1,0 +1,156 @@
+#include "app/MacCompanion.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "app/Commands.h"
+#include "app/CompanionControl.h"
+#include "app/CompanionTerminal.h"
+#include "app/ControlSocketServer.h"
+#include "app/Face.h"
+#include "app/LocalAddresses.h"
+#include "app/MacAppDelegate.h"
+#include "app/MacServices.h"
+#include "app/RuntimeFolder.h"
+#include "control/MacPowerManager.h"
+#include "core/DeviceIdentity.h"
+#include "core/UserDefaults.h"
+#include "platform/macos/AppKitApplication.h"
+#include "platform/macos/UnifiedLogSink.h"
+
+namespace tevanto {
+namespace {
+
+/// How long work in the background may hold up the end of the process.
+constexpr auto kEndingPatience = std::chrono::seconds(3);
+
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+/// The application of the Mac, as the setup window's presenter wants it.
+class AppKitPresence final : public ApplicationPresence {
+ public:
+  explicit AppKitPresence(std::function<void()> onReopen) : application_(std::move(onReopen)) {}
+
+  void setActivationPolicy(ActivationPolicy policy) override {
+    policy == ActivationPolicy::regular ? application_.becomeRegular() : application_.becomeAccessory();
+  }
+  void activateIgnoringOtherApps() override { application_.activateIgnoringOtherApps(); }
+
+ private:
+  AppKitApplication application_;
+};
+
+class MacCompanion {
+ public:
+  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<Face> face)
+      : defaults_(defaults),
+        face_(std::move(face)),
+        mainLoop_(face_ ? nullptr : EventLoop::forCallingThread()),
+        mainQueue_(face_ ? face_->mainQueue() : mainLoop_->makeQueue("main")),
+        services_(options, defaults, std::make_shared<UnifiedLogSink>(), mainQueue_),
+        terminal_({mainQueue_, [this] { return control_.status(); }, print, phoneProgramForUser(),
+                   TextStyle::forStandardOutput()}),
+        presence_(
+            face_ ? std::make_unique<AppKitPresence>([this] { application_.applicationShouldHandleReopen(); })
+                  : nullptr),
+        runtime_(services_.factories(presence(), windows())),
+        application_(presence(), runtime_),
+        control_(
+            {runtime_, application_, defaults, advertisedName(services_.computerName()),
+             [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
+             [] {}}) {}
+
+  ~MacCompanion() {
+    if (ending_.joinable()) ending_.join();
+  }
+
+  ExitCode run(const std::filesystem::path& runtimeFolder) {
+    if (face_) {
+      face_->present({runtime_, defaults_, [this] { runtime_.openSetupWindow(); }, [this] { end(); }});
+    } else {
+      terminal_.follow(runtime_);
+    }
+    services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
+                                      [this](int) { mainQueue_->async([this] { end(); }); });
+    mainQueue_->async([this] { launch(); });
+    auto server =
+        ControlSocketServer::listen(services_.networkQueue(), controlSocketIn(runtimeFolder), {},
+                                    [this](std::string_view line) { return answerOnMainQueue(line); });
+    if (!server) return complain(server.error());
+    controlSocket_ = std::move(server).value();
+    face_ ? face_->run() : mainLoop_->run();
+    return ExitCode::done;
+  }
+
+ private:
+  ApplicationPresence& presence() {
+    return presence_ ? static_cast<ApplicationPresence&>(*presence_) : terminal_;
+  }
+  SetupWindowHost& windows() { return face_ ? static_cast<SetupWindowHost&>(*face_) : terminal_; }
+
+  void launch() {
+    application_.applicationDidFinishLaunching();
+    runtime_.power().refreshBattery();
+  }
+
+  /// Empty once the main queue has ended.
+  std::string answerOnMainQueue(std::string_view line) {
+    std::string answer;
+    mainQueue_->sync([&] { answer = control_.answer(line); });
+    return answer;
+  }
+
+  /// Lets go of everything that others would notice, then ends the loops.
+  void end() {
+    if (std::exchange(isEnding_, true)) return;
+    terminal_.stopFollowing();
+    application_.applicationWillTerminate();
+    impatience_ = mainQueue_->asyncAfter(kEndingPatience, [] {
+      complain("Something in the background does not end; leaving it behind.");
+      std::_Exit(static_cast<int>(ExitCode::done));
+    });
+    // The server ends on its own queue; behind that, work in the background may still wait for the main
+    // queue, so this loop runs on until the other ones have ended.
+    services_.networkQueue()->async([this] {
+      controlSocket_.reset();
+      ending_ = std::thread([this] {
+        services_.endThreads();
+        face_ ? face_->stop() : mainLoop_->stop();
+      });
+    });
+  }
+
+  UserDefaults& defaults_;
+  const std::unique_ptr<Face> face_;
+  const std::shared_ptr<EventLoop> mainLoop_;  // without a face
+  const std::shared_ptr<SerialQueue> mainQueue_;
+  MacServices services_;
+  CompanionTerminal terminal_;
+  const std::unique_ptr<AppKitPresence> presence_;  // with a face
+  TevantoMacRuntime runtime_;
+  MacAppDelegate application_;
+  CompanionControl control_;
+  std::unique_ptr<ControlSocketServer> controlSocket_;
+  bool isEnding_ = false;
+  Timer impatience_;
+  std::thread ending_;
+};
+
+}  // namespace
+
+ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
+                         const std::filesystem::path& runtimeFolder, std::unique_ptr<Face> face) {
+  return MacCompanion(options, defaults, std::move(face)).run(runtimeFolder);
+}
+
+}  // namespace tevanto
