@@ -12,17 +12,19 @@
 
 #include "app/Commands.h"
 #include "app/CompanionControl.h"
+#include "app/CompanionOperations.h"
 #include "app/CompanionTerminal.h"
 #include "app/ControlSocketServer.h"
 #include "app/Face.h"
 #include "app/LocalAddresses.h"
 #include "app/MacAppDelegate.h"
 #include "app/MacServices.h"
+#include "app/PublicLinks.h"
 #include "app/RuntimeFolder.h"
 #include "control/MacPowerManager.h"
 #include "core/DeviceIdentity.h"
 #include "core/UserDefaults.h"
-#include "platform/macos/AppKitApplication.h"
+#include "platform/macos/MacTransports.h"
 #include "platform/macos/UnifiedLogSink.h"
 
 namespace tevanto {
@@ -36,20 +38,6 @@ void print(const std::string& text) {
   std::fflush(stdout);
 }
 
-/// The application of the Mac, as the setup window's presenter wants it.
-class AppKitPresence final : public ApplicationPresence {
- public:
-  explicit AppKitPresence(std::function<void()> onReopen) : application_(std::move(onReopen)) {}
-
-  void setActivationPolicy(ActivationPolicy policy) override {
-    policy == ActivationPolicy::regular ? application_.becomeRegular() : application_.becomeAccessory();
-  }
-  void activateIgnoringOtherApps() override { application_.activateIgnoringOtherApps(); }
-
- private:
-  AppKitApplication application_;
-};
-
 class MacCompanion {
  public:
   MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<Face> face)
@@ -57,57 +45,50 @@ class MacCompanion {
         face_(std::move(face)),
         mainLoop_(face_ ? nullptr : EventLoop::forCallingThread()),
         mainQueue_(face_ ? face_->mainQueue() : mainLoop_->makeQueue("main")),
-        services_(options, defaults, std::make_shared<UnifiedLogSink>(), mainQueue_),
+        services_(options, defaults, log_, mainQueue_),
         terminal_({mainQueue_, [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
-        presence_(
-            face_ ? std::make_unique<AppKitPresence>([this] { application_.applicationShouldHandleReopen(); })
-                  : nullptr),
-        runtime_(services_.factories(presence(), windows())),
-        application_(presence(), runtime_),
+        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
+        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
         control_(
             {runtime_, application_, defaults, advertisedName(services_.computerName()),
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
-             [] {}}) {}
+             [] {}, [](const std::string&) {}}) {}
 
   ~MacCompanion() {
     if (ending_.joinable()) ending_.join();
   }
 
   ExitCode run(const std::filesystem::path& runtimeFolder) {
-    if (face_) {
-      face_->present({runtime_, defaults_, [this] { runtime_.openSetupWindow(); }, [this] { end(); }});
-    } else {
-      terminal_.follow(runtime_);
-    }
+    if (!face_) terminal_.follow(runtime_);
     services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
                                       [this](int) { mainQueue_->async([this] { end(); }); });
     mainQueue_->async([this] { launch(); });
-    auto server =
-        ControlSocketServer::listen(services_.networkQueue(), controlSocketIn(runtimeFolder), {},
-                                    [this](std::string_view line) { return answerOnMainQueue(line); });
+    auto server = ControlSocketServer::listen(
+        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return control_.answer(line); }, mainQueue_);
     if (!server) return complain(server.error());
     controlSocket_ = std::move(server).value();
-    face_ ? face_->run() : mainLoop_->run();
+    runLoop();
     return ExitCode::done;
   }
 
  private:
-  ApplicationPresence& presence() {
-    return presence_ ? static_cast<ApplicationPresence&>(*presence_) : terminal_;
+  /// Until `end`.
+  void runLoop() {
+    if (!face_) return mainLoop_->run();
+    auto operations = CompanionOperations::of(runtime_);
+    operations.quit = [this] { end(); };
+    face_->present({.runtime = runtime_,
+                    .defaults = defaults_,
+                    .operations = std::move(operations),
+                    .links = PublicLinks::of(MacTransports::deployment(defaults_, log_))});
+    face_->run();
   }
-  SetupWindowHost& windows() { return face_ ? static_cast<SetupWindowHost&>(*face_) : terminal_; }
 
   void launch() {
     application_.applicationDidFinishLaunching();
     runtime_.power().refreshBattery();
-  }
-
-  /// Empty once the main queue has ended.
-  std::string answerOnMainQueue(std::string_view line) {
-    std::string answer;
-    mainQueue_->sync([&] { answer = control_.answer(line); });
-    return answer;
   }
 
   /// Lets go of everything that others would notice, then ends the loops.
@@ -121,8 +102,7 @@ class MacCompanion {
     });
     // The server ends on its own queue; behind that, work in the background may still wait for the main
     // queue, so this loop runs on until the other ones have ended.
-    services_.networkQueue()->async([this] {
-      controlSocket_.reset();
+    services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(controlSocket_))] {
       ending_ = std::thread([this] {
         services_.endThreads();
         face_ ? face_->stop() : mainLoop_->stop();
@@ -131,12 +111,12 @@ class MacCompanion {
   }
 
   UserDefaults& defaults_;
-  const std::unique_ptr<Face> face_;
+  const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
+  const std::unique_ptr<Face> face_;           // null when headless
   const std::shared_ptr<EventLoop> mainLoop_;  // without a face
   const std::shared_ptr<SerialQueue> mainQueue_;
   MacServices services_;
   CompanionTerminal terminal_;
-  const std::unique_ptr<AppKitPresence> presence_;  // with a face
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
   CompanionControl control_;

@@ -16,6 +16,7 @@
 #include "app/MacCompanion.h"
 #include "app/MacDoctorChecks.h"
 #include "app/RuntimeFolder.h"
+#include "app/ui/MacFace.h"
 #include "platform/macos/CfUserDefaults.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
@@ -36,7 +37,7 @@ ExitCode run(const CompanionOptions& options) {
     if (!lock) return complain(lock.error());
     if (lock.value()) {
       CfUserDefaults defaults;
-      return runMacCompanion(options, defaults, folder.value(), nullptr);
+      return runMacCompanion(options, defaults, folder.value(), options.headless ? nullptr : makeMacFace());
     }
     if (const auto code = handOverToRunningCompanion(folder.value())) return *code;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));

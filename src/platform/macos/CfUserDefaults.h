@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The program's own domain in the user's preferences, `defaults read app.tevanto.Tevanto` in a terminal. What
-/// another process sets there is seen at the next look.
+/// The program's own domain in the user's preferences, `defaults read app.tevanto.Tevanto` in a terminal.
+/// What another process sets there is seen at the next look.
 class CfUserDefaults final : public UserDefaults {
  public:
   /// The domain of the program is its bundle identifier; another one is for tests.
