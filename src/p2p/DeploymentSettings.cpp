@@ -120,4 +120,6 @@ std::optional<DeploymentSettings::CloudKit> DeploymentSettings::cloudKit() const
   return configured;
 }
 
+std::optional<std::string> DeploymentSettings::cloudKitContainer() const { return value(kContainer); }
+
 }  // namespace tevanto

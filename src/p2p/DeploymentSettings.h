@@ -63,6 +63,8 @@ class DeploymentSettings {
   /// TURN servers that take the place of those of the credential service.
   std::optional<RemoteIceServerConfig> turnOverride() const;
   std::optional<CloudKit> cloudKit() const;
+  /// The container alone: where the system's own framework speaks for the user, no key is needed.
+  std::optional<std::string> cloudKitContainer() const;
   /// One value of somebody else's, without blanks around it; nothing when it is empty.
   std::optional<std::string> value(const Key& key) const;
 

@@ -199,5 +199,15 @@ TEST(DeploymentSettings, needContainerAndKeyForACloud) {
   }
 }
 
+TEST(DeploymentSettings, nameTheContainerWithoutAKeyToo) {
+  DeploymentSources sources;
+  EXPECT_FALSE(sources.settings().cloudKitContainer());
+  sources.environment = {{"TEVANTO_CLOUDKIT_CONTAINER", " iCloud.example.org\n"}};
+  EXPECT_EQ(sources.settings().cloudKitContainer(), "iCloud.example.org");
+  EXPECT_FALSE(sources.settings().cloudKit());
+  sources.environment = {{"TEVANTO_CLOUDKIT_CONTAINER", " "}};
+  EXPECT_FALSE(sources.settings().cloudKitContainer());
+}
+
 }  // namespace
 }  // namespace tevanto

@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "screen/EncoderSession.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto::test {
@@ -50,6 +52,13 @@ class EncoderClock {
 
 /// A session whose output the test keeps. Each picture comes at its own time by `clock`, if there is one.
 class EncodedStream {
+ private:
+  struct Kept {
+    std::mutex mutex;
+    std::vector<EncodedFrame> frames;
+  };
+  const std::shared_ptr<Kept> kept_ = std::make_shared<Kept>();  // a late output may outlive the stream
+
  public:
   explicit EncodedStream(std::shared_ptr<EncoderSession> session, EncoderClock* clock = nullptr)
       : session_(std::move(session)), clock_(clock) {}
@@ -64,11 +73,19 @@ class EncodedStream {
   void encode(std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool forceKeyFrame = false) {
     if (clock_) clock_->now = time;
     session_->encodeFrame(std::move(picture), time, {forceKeyFrame},
-                          [this, time](EncodeStatus status, const EncodedSample* sample) {
+                          [kept = kept_, time](EncodeStatus status, const EncodedSample* sample) {
                             EncodedFrame frame{time, status, sample != nullptr, false, {}, {}, {}, {}};
                             if (sample) keep(frame, *sample);
-                            frames.push_back(std::move(frame));
+                            const std::lock_guard lock(kept->mutex);
+                            kept->frames.push_back(std::move(frame));
                           });
+  }
+  /// Waits until so many pictures have come out: a session may put them out on a thread of its own.
+  bool hasPutOut(std::size_t count) const {
+    return eventually([&] {
+      const std::lock_guard lock(kept_->mutex);
+      return kept_->frames.size() >= count;
+    });
   }
 
   /// The most bytes within one second that ends with a frame.
@@ -85,7 +102,8 @@ class EncodedStream {
     return largest;
   }
 
-  std::vector<EncodedFrame> frames;
+  /// To be looked at once all that is under way has come out.
+  std::vector<EncodedFrame>& frames = kept_->frames;
   int refusedProperties = 0;
 
  private:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 #include "net/ServiceAdvertiser.h"
@@ -14,5 +15,13 @@ struct BonjourFailure {
 };
 
 BonjourFailure bonjourFailureOf(std::int32_t error);
+
+/// After the first failure, and after one that followed a wait: the system takes what looks for peer-to-peer
+/// links all the time for a waste of power.
+inline constexpr std::chrono::seconds kFirstBonjourRetry{10};
+constexpr std::chrono::seconds nextBonjourRetry(std::chrono::seconds last) {
+  constexpr std::chrono::seconds longest{640};
+  return last >= longest ? longest : last * 2;
+}
 
 }  // namespace tevanto

@@ -3,11 +3,13 @@
 #include <dispatch/dispatch.h>
 #include <dns_sd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
 #include "net/ServiceAdvertiser.h"
 #include "net/StatusOutlet.h"
+#include "platform/macos/BonjourErrors.h"
 
 namespace tevanto {
 
@@ -37,6 +39,7 @@ class BonjourRegistration final : public std::enable_shared_from_this<BonjourReg
   const ServiceDescription service_;
   const std::shared_ptr<StatusOutlet> outlet_;
   DNSServiceRef reference_ = nullptr;
+  std::chrono::seconds nextRetry_ = kFirstBonjourRetry;
   bool hasEnded_ = false;
 };
 

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "net/ServiceRecord.h"
-#include "platform/macos/BonjourErrors.h"
 
 // bonjourFailureOf knows these numbers.
 static_assert(kDNSServiceErr_BadParam == -65540 && kDNSServiceErr_NameConflict == -65548 &&
@@ -16,7 +15,6 @@ static_assert(kDNSServiceErr_BadParam == -65540 && kDNSServiceErr_NameConflict =
 namespace tevanto {
 namespace {
 
-constexpr std::int64_t kRetryNanoseconds = 10'000'000'000;
 constexpr DNSServiceFlags kPeerToPeerToo = kDNSServiceFlagsIncludeP2P | kDNSServiceFlagsIncludeAWDL;
 
 }  // namespace
@@ -55,7 +53,10 @@ void BonjourRegistration::replied(DNSServiceRef, DNSServiceFlags flags, DNSServi
                                   const char* name, const char*, const char*, void* context) {
   auto& self = *static_cast<BonjourRegistration*>(context);
   if (error != kDNSServiceErr_NoError) return self.fail(error);
-  if ((flags & kDNSServiceFlagsAdd) != 0) return self.report(AdvertisingState::advertised, name, "");
+  if ((flags & kDNSServiceFlagsAdd) != 0) {
+    self.nextRetry_ = kFirstBonjourRetry;
+    return self.report(AdvertisingState::advertised, name, "");
+  }
   self.report(AdvertisingState::pending, name, "Bonjour took the service back.");
 }
 
@@ -72,7 +73,9 @@ void BonjourRegistration::fail(DNSServiceErrorType error) {
 
 void BonjourRegistration::tryAgainLater() {
   const auto weak = weak_from_this();
-  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, kRetryNanoseconds), queue_, ^{
+  const std::chrono::nanoseconds wait = nextRetry_;
+  nextRetry_ = nextBonjourRetry(nextRetry_);
+  dispatch_after(dispatch_time(DISPATCH_TIME_NOW, wait.count()), queue_, ^{
     if (const auto self = weak.lock()) self->begin();
   });
 }

@@ -8,7 +8,7 @@ namespace tevanto {
 
 /// Advertises by the system's multicast DNS responder (dns_sd), on peer-to-peer links too. A name that is
 /// taken on the network is replaced by the system ("Name (2)"). After a failure that may pass it is tried
-/// again every ten seconds.
+/// again: after ten seconds first, then less and less often.
 ///
 /// A status is reported when it differs from the last one; the first one differs from `pending`. Dropping a
 /// registration waits for a callback of it that runs on another thread, so do not hold a lock then that the

@@ -9,6 +9,7 @@ typedef struct _DNSServiceRef_t* DNSServiceRef SINCE(10.12, "DNSServiceRef");
 typedef uint32_t DNSServiceFlags SINCE(10.12, "DNSServiceFlags");
 typedef int32_t DNSServiceErrorType SINCE(10.12, "DNSServiceErrorType");
 typedef void (*DNSServiceRegisterReply)(DNSServiceRef sdRef, DNSServiceFlags flags, DNSServiceErrorType errorCode, const char* name, const char* regtype, const char* domain, void* context) SINCE(10.12, "DNSServiceRegisterReply");
+typedef void (*DNSServiceResolveReply)(DNSServiceRef sdRef, DNSServiceFlags flags, uint32_t interfaceIndex, DNSServiceErrorType errorCode, const char* fullname, const char* hosttarget, uint16_t port, uint16_t txtLen, const unsigned char* txtRecord, void* context) SINCE(10.12, "DNSServiceResolveReply");
 
 #define kDNSServiceInterfaceIndexAny 0  // SINCE(10.12, "kDNSServiceInterfaceIndexAny")
 enum {
@@ -29,6 +30,7 @@ enum {
 
 extern "C" {
 DNSServiceErrorType DNSServiceRegister(DNSServiceRef* sdRef, DNSServiceFlags flags, uint32_t interfaceIndex, const char* name, const char* regtype, const char* domain, const char* host, uint16_t port, uint16_t txtLen, const void* txtRecord, DNSServiceRegisterReply callBack, void* context) SINCE(10.12, "DNSServiceRegister");
+DNSServiceErrorType DNSServiceResolve(DNSServiceRef* sdRef, DNSServiceFlags flags, uint32_t interfaceIndex, const char* name, const char* regtype, const char* domain, DNSServiceResolveReply callBack, void* context) SINCE(10.12, "DNSServiceResolve");
 DNSServiceErrorType DNSServiceSetDispatchQueue(DNSServiceRef service, dispatch_queue_t queue) SINCE(10.12, "DNSServiceSetDispatchQueue");
 void DNSServiceRefDeallocate(DNSServiceRef sdRef) SINCE(10.12, "DNSServiceRefDeallocate");
 }

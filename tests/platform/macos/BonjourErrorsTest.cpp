@@ -32,5 +32,13 @@ TEST(BonjourErrors, sayWhereThePermissionIsGiven) {
   }
 }
 
+TEST(BonjourErrors, areFollowedByLongerAndLongerWaits) {
+  auto wait = kFirstBonjourRetry;
+  for (const auto expected : {10, 20, 40, 80, 160, 320, 640, 640, 640}) {
+    EXPECT_EQ(wait.count(), expected);
+    wait = nextBonjourRetry(wait);
+  }
+}
+
 }  // namespace
 }  // namespace tevanto

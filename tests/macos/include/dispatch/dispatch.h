@@ -24,6 +24,7 @@ extern "C" {
 dispatch_queue_t dispatch_queue_create(const char* label, dispatch_queue_attr_t attr) SINCE(10.6, "dispatch_queue_create");
 dispatch_queue_t dispatch_get_global_queue(intptr_t identifier, uintptr_t flags) SINCE(10.6, "dispatch_get_global_queue");
 void dispatch_async(dispatch_queue_t queue, dispatch_block_t block) SINCE(10.6, "dispatch_async");
+void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block) SINCE(10.6, "dispatch_sync");
 void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block) SINCE(10.6, "dispatch_after");
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta) SINCE(10.6, "dispatch_time");
 }

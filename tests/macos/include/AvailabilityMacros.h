@@ -1,0 +1,3 @@
+#pragma once
+
+// Asked for by GoogleTest, which uses nothing of it.

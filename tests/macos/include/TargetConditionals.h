@@ -1,0 +1,3 @@
+#pragma once
+
+// Asked for by GoogleTest: which of Apple's systems this is. What is not defined counts as none.
