@@ -55,6 +55,8 @@ class CaptureEngine final : public std::enable_shared_from_this<CaptureEngine> {
   /// Delivers the latest picture again, one frame interval later on the time line; nothing when there is
   /// none.
   void requestRefresh();
+  /// The same before it returns; on `queue`.
+  void refresh();
 
  private:
   struct Frame {
@@ -70,7 +72,6 @@ class CaptureEngine final : public std::enable_shared_from_this<CaptureEngine> {
   bool keep(const std::shared_ptr<CaptureStream>& stream);
   void captureStarted(const Result<void>& result);
   void take(const CaptureSample& sample);
-  void refresh();
   void deliver(const Frame& frame);
   void reportError(const std::string& message);
   bool isStopped();

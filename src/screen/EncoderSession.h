@@ -71,7 +71,8 @@ enum class EncodeStatus { success, failure };
 class EncoderSession {
  public:
   /// `sample` is null when nothing came out: a picture is left out where the data rate does not allow for it,
-  /// and a key frame that was asked for with it then comes with the next one. Comes on any thread, also
+  /// or key frames are asked for one right behind the other; the key frame that was asked for with it then
+  /// comes with a later one. Comes on any thread, also
   /// within `encodeFrame`; never later than the next frame's.
   using OutputHandler = std::function<void(EncodeStatus status, const EncodedSample* sample)>;
 

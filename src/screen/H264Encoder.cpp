@@ -49,6 +49,7 @@ void H264Encoder::encode(std::shared_ptr<const PixelBuffer> pixelBuffer, Present
   if (!session) return;
   const EncodeFrameProperties properties{forceKeyframe_.readAndClear()};
   lastWasFinest_ = false;
+  lastWasLeftOut_ = true;  // until it comes out
   session->encodeFrame(std::move(pixelBuffer), presentationTime, properties,
                        [weak = weak_from_this()](EncodeStatus status, const EncodedSample* sample) {
                          if (const auto self = weak.lock()) self->take(status, sample);
@@ -100,6 +101,7 @@ void H264Encoder::take(EncodeStatus status, const EncodedSample* sample) {
   const bool keyframe = isKeyframe(*sample);
   if (keyframe) announceParameterSets(*sample);
   if (!sample->data || sample->data->empty()) return;
+  lastWasLeftOut_ = false;
   FrameHandler handler;
   {
     const std::lock_guard lock(callbackLock_);

@@ -39,6 +39,8 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
   void requestKeyframe() { forceKeyframe_.set(); }
   /// Whether the last picture came out as good as the encoder makes any, as far as it tells. From any thread.
   bool lastWasFinest() const { return lastWasFinest_; }
+  /// Whether nothing came out for the last picture. From any thread.
+  bool lastWasLeftOut() const { return lastWasLeftOut_; }
   /// Ends the session. From any thread.
   void invalidate();
 
@@ -54,6 +56,7 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
   const std::int64_t fps_;
   ManagedAtomicFlag forceKeyframe_;
   std::atomic<bool> lastWasFinest_ = false;
+  std::atomic<bool> lastWasLeftOut_ = false;
 
   std::mutex callbackLock_;
   ConfigHandler configHandler_;

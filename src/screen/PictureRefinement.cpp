@@ -11,7 +11,8 @@ PictureRefinement::PictureRefinement(std::shared_ptr<SerialQueue> queue,
 
 void PictureRefinement::pictureCame(const PixelBuffer* picture) {
   if (std::exchange(latest_, picture) != picture) left_ = kMostRefinements;
-  waitFor((std::exchange(isAgain_, false) ? kNextPauseIntervals : kPauseIntervals) * frameInterval_);
+  if (!isAgain_) return waitFor(kPauseIntervals * frameInterval_);
+  waitFor(left_ > 0 ? kNextPauseIntervals * frameInterval_ : kLongPause);
 }
 
 void PictureRefinement::waitFor(std::chrono::nanoseconds pause) {
@@ -22,16 +23,13 @@ void PictureRefinement::waitFor(std::chrono::nanoseconds pause) {
 }
 
 void PictureRefinement::rested() {
-  if (steps_.isBlocked()) {
-    left_ = std::max(left_, 1);  // for when the route takes it
-    return waitFor(kBlockedPause);
-  }
+  if (steps_.isBlocked()) return waitFor(kLongPause);
   if (isAnew_.exchange(false)) left_ = kMostRefinements;
-  if (left_ == 0) return;
-  if (steps_.isFinest() && !steps_.isAwaitingKeyframe()) return;
-  --left_;
+  if (!steps_.isMissing() && (left_ == 0 || steps_.isFinest())) return;
+  left_ = std::max(left_ - 1, 0);
   isAgain_ = true;
   steps_.again();
+  isAgain_ = false;
 }
 
 }  // namespace tevanto

@@ -18,8 +18,9 @@ class PixelBuffer;
 ///
 ///     picture --pause--> again --shorter pause--> again ... best, or ten times: silence
 ///
-/// It also brings a phone up to date whose route refused the last picture: by a key frame, as soon as the
-/// route takes one. Lives on the capture queue; belongs to one session.
+/// It also brings a phone up to date that lacks the last picture, because its route refused it or the encoder
+/// left it out: for as long as it takes, and not while the route has no room. Lives on the capture queue;
+/// belongs to one session.
 class PictureRefinement final : public std::enable_shared_from_this<PictureRefinement> {
  public:
   /// A display full of the smallest text takes seven or eight, most pictures two or three.
@@ -28,13 +29,14 @@ class PictureRefinement final : public std::enable_shared_from_this<PictureRefin
   static constexpr int kPauseIntervals = 3;
   /// Between refinements; all of them fit into a second and a half.
   static constexpr int kNextPauseIntervals = 2;
-  static constexpr auto kBlockedPause = std::chrono::seconds(1);
+  /// While the route has no room, and where all that was not enough for a phone that lacks the picture.
+  static constexpr auto kLongPause = std::chrono::seconds(1);
 
   struct Steps {
-    std::function<void()> again;               // delivers the latest picture once more
-    std::function<bool()> isFinest;            // the last picture came out as good as any
-    std::function<bool()> isAwaitingKeyframe;  // the phone lacks the last picture
-    std::function<bool()> isBlocked;           // and a key frame would not reach it yet
+    std::function<void()> again;      // delivers the latest picture once more, before it returns
+    std::function<bool()> isFinest;   // the last picture came out as good as any
+    std::function<bool()> isMissing;  // the phone lacks the last picture
+    std::function<bool()> isBlocked;  // and a key frame would not reach it yet
   };
 
   PictureRefinement(std::shared_ptr<SerialQueue> queue, std::chrono::nanoseconds frameInterval, Steps steps);
@@ -53,7 +55,7 @@ class PictureRefinement final : public std::enable_shared_from_this<PictureRefin
   const Steps steps_;
   std::atomic<bool> isAnew_ = false;
   const PixelBuffer* latest_ = nullptr;  // to tell it from the next one only
-  bool isAgain_ = false;                 // a picture is on its way that was asked for here
+  bool isAgain_ = false;                 // the picture was asked for here
   int left_ = 0;
   Timer timer_;
 };

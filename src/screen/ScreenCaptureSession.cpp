@@ -30,13 +30,16 @@ void ScreenCaptureSession::start(ScreenRoute route, Handlers handlers) {
 std::shared_ptr<PictureRefinement> ScreenCaptureSession::makeRefinement() const {
   PictureRefinement::Steps steps;
   steps.again = [weak = std::weak_ptr(capture_)] {
-    if (const auto capture = weak.lock()) capture->requestRefresh();
+    if (const auto capture = weak.lock()) capture->refresh();
   };
   steps.isFinest = [weak = std::weak_ptr(encoder_)] {
     const auto encoder = weak.lock();
     return !encoder || encoder->lastWasFinest();
   };
-  steps.isAwaitingKeyframe = [delivery = delivery_] { return delivery->isAwaitingKeyframe(); };
+  steps.isMissing = [delivery = delivery_, weak = std::weak_ptr(encoder_)] {
+    const auto encoder = weak.lock();
+    return delivery->isAwaitingKeyframe() || (encoder && encoder->lastWasLeftOut());
+  };
   steps.isBlocked = [delivery = delivery_] { return delivery->isBlocked(); };
   return std::make_shared<PictureRefinement>(captureQueue_, frameInterval_, std::move(steps));
 }
@@ -58,14 +61,11 @@ void ScreenCaptureSession::wireEncoder(std::function<bool()> isCurrent) {
       });
 }
 
-// While the route is blocked, encoding would be for nothing; the picture is not lost, as the latest one is
-// delivered again when the route is free.
 void ScreenCaptureSession::wireCapture() {
   capture_->setPixelBufferHandler(
-      [weak = std::weak_ptr(encoder_), delivery = delivery_, refinement = std::weak_ptr(refinement_)](
+      [weak = std::weak_ptr(encoder_), refinement = std::weak_ptr(refinement_)](
           const auto& pixelBuffer, PresentationTime time, std::int64_t width, std::int64_t height) {
-        const auto encoder = weak.lock();
-        if (encoder && !delivery->isBlocked()) encoder->encode(pixelBuffer, time, width, height);
+        if (const auto encoder = weak.lock()) encoder->encode(pixelBuffer, time, width, height);
         if (const auto alive = refinement.lock()) alive->pictureCame(pixelBuffer.get());
       });
 }

@@ -1,6 +1,5 @@
 #include "screen/ScreenFrameDelivery.h"
 
-#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -23,9 +22,8 @@ void ScreenFrameDelivery::announce(std::span<const std::byte> sps, std::span<con
 ScreenFrameDelivery::Outcome ScreenFrameDelivery::deliver(std::span<const std::byte> data, bool isKeyframe) {
   const auto send = [&] {
     const auto message = shared(videoFrameMessage(data, isKeyframe));
-    const bool accepted = route_.sendFrame(message, isKeyframe);
-    if (isKeyframe) note(accepted, message->size());
-    return accepted;
+    if (isKeyframe) lastKeyframeBytes_ = message->size();
+    return route_.sendFrame(message, isKeyframe);
   };
   if (gate_.offer(isKeyframe, send) == ScreenFrameSendGate::Outcome::keyframeNeeded) {
     return Outcome::keyframeNeeded;
@@ -33,14 +31,8 @@ ScreenFrameDelivery::Outcome ScreenFrameDelivery::deliver(std::span<const std::b
   return isKeyframe ? Outcome::sentKeyframe : Outcome::sent;
 }
 
-void ScreenFrameDelivery::note(bool keyframeWasAccepted, std::size_t bytes) {
-  lastKeyframeBytes_ = bytes;
-  refusedKeyframes_ = keyframeWasAccepted ? 0 : std::min(refusedKeyframes_ + 1, kRefusalsUntilBlocked);
-}
-
 bool ScreenFrameDelivery::isBlocked() const {
-  if (refusedKeyframes_ < kRefusalsUntilBlocked || !isAwaitingKeyframe()) return false;
-  return route_.takesKeyframe && !route_.takesKeyframe(lastKeyframeBytes_);
+  return isAwaitingKeyframe() && route_.takesKeyframe && !route_.takesKeyframe(lastKeyframeBytes_);
 }
 
 }  // namespace tevanto

@@ -14,8 +14,6 @@ namespace tevanto {
 /// not take them. Any thread may ask; frames come one at a time.
 class ScreenFrameDelivery {
  public:
-  static constexpr int kRefusalsUntilBlocked = 3;
-
   enum class Outcome { sent, sentKeyframe, keyframeNeeded };
 
   explicit ScreenFrameDelivery(ScreenRoute route) : route_(std::move(route)) {}
@@ -25,16 +23,13 @@ class ScreenFrameDelivery {
 
   /// The phone waits for a key frame: what it shows is not what the computer shows.
   bool isAwaitingKeyframe() const { return gate_.isAwaitingKeyframe(); }
-  /// It waits, the route refused a few key frames in a row, and would not take one like the last of them now:
-  /// encoding another would be for nothing.
+  /// It waits, and the route would not take a key frame like the last one now: to deliver a picture again
+  /// would be for nothing.
   bool isBlocked() const;
 
  private:
-  void note(bool keyframeWasAccepted, std::size_t bytes);
-
   const ScreenRoute route_;
   ScreenFrameSendGate gate_;
-  std::atomic<int> refusedKeyframes_ = 0;  // in a row
   std::atomic<std::size_t> lastKeyframeBytes_ = 0;
 };
 

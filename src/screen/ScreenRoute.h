@@ -12,7 +12,9 @@ namespace tevanto {
 struct ScreenRoute {
   std::function<bool(SharedBytes message)> sendParameterSets;
   std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;
-  /// Whether it would take a key frame's message of so many bytes now; any thread. Unset: not known.
+  /// Whether it has the room for a key frame's message of so many bytes now; any thread. One that is empty
+  /// says yes, as it will not have more, even where the message alone is beyond what it takes. Unset: not
+  /// known.
   std::function<bool(std::size_t bytes)> takesKeyframe;
 };
 

@@ -1,5 +1,6 @@
 #include "screen/ScreenStreamServer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -36,7 +37,8 @@ ScreenRoute routeOver(std::weak_ptr<FramedConnection> weak) {
   };
   route.takesKeyframe = [weak](std::size_t bytes) {
     const auto connection = weak.lock();
-    return connection && connection->wouldSend(bytes, kKeyframeBudget);
+    constexpr auto kMost = static_cast<std::size_t>(kKeyframeBudget) - FrameExtractor::kHeaderBytes;
+    return connection && connection->wouldSend(std::min(bytes, kMost), kKeyframeBudget);
   };
   return route;
 }
@@ -53,7 +55,7 @@ ScreenRoute routeOver(std::weak_ptr<ScreenTransport> weak) {
   };
   route.takesKeyframe = [weak](std::size_t bytes) {
     const auto transport = weak.lock();
-    return transport && transport->takesKeyFrame(bytes);
+    return transport && transport->takesKeyFrame(std::min<std::size_t>(bytes, kKeyframeBudget));
   };
   return route;
 }

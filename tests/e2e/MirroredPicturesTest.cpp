@@ -127,23 +127,44 @@ TEST_F(MirroredPictures, aSessionLeavesNothingOfItsMemoryBehind) {
   std::printf("%zu KiB in the session, %zu KiB after it\n", during / 1024, residentMemory() / 1024);
 }
 
-TEST_F(MirroredPictures, scrollingTextStaysLegible) {
-  const PageOfPictures page(52);  // what one step of a wheel scrolls in a browser
-  Sights sights;
-  std::atomic<int> latest = 0;
-  MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, true));
-  MovingPage moving(desktop.display().display(), page, 15);
-  ASSERT_TRUE(eventually([&] { return sights.all().size() >= 90; })) << sights.all().size();
-  double sum = 0, worst = 99;
-  const auto all = sights.all();
-  for (const auto& sight : all) {
-    sum += sight.decibel;
-    worst = std::min(worst, sight.decibel);
+/// Those that show the page on its way: each shows the picture that was drawn right after the one before, as
+/// far back as `kWay`, with no key frame among them. On a busy machine pictures are passed over, and the page
+/// jumps.
+std::vector<Sight> steady(const std::vector<Sight>& all) {
+  constexpr std::size_t kWay = 15;  // a second, in which the first key frame is paid off
+  std::vector<Sight> found;
+  for (std::size_t i = kWay; i < all.size(); ++i) {
+    bool isSteady = !all[i].isKeyframe;
+    for (auto j = i - kWay; j < i; ++j) {
+      isSteady = isSteady && all[j + 1].number == all[j].number + 1 && !all[j].isKeyframe;
+    }
+    if (isSteady) found.push_back(all[i]);
   }
-  const auto mean = sum / static_cast<double>(all.size());
-  std::printf("scrolling: mean %.1f dB, worst %.1f dB\n", mean, worst);
-  EXPECT_GE(mean, 28);
-  EXPECT_EQ(viewer.errors(), 0);
+  return found;
+}
+
+TEST_F(MirroredPictures, scrollingTextStaysLegible) {
+  // What one step of a wheel scrolls in a browser, half of that, and a line or so.
+  for (const int step : {52, 26, 13}) {
+    const PageOfPictures page(step);
+    Sights sights;
+    std::atomic<int> latest = 0;
+    MirrorViewer viewer(screenPort(), token(), noteIn(sights, page, latest, true));
+    MovingPage moving(desktop.display().display(), page, 15);
+    ASSERT_TRUE(eventually([&] { return sights.all().size() >= 90 && steady(sights.all()).size() >= 30; },
+                           std::chrono::minutes(2)))
+        << steady(sights.all()).size() << " of " << sights.all().size();
+    double sum = 0, worst = 99;
+    const auto all = sights.all();
+    for (const auto& sight : all) sum += sight.decibel;
+    for (const auto& sight : steady(all)) worst = std::min(worst, sight.decibel);
+    const auto mean = sum / static_cast<double>(all.size());
+    std::printf("scrolling by %d rows: mean %.1f dB of %zu, worst %.1f dB of %zu on their way\n", step, mean,
+                all.size(), worst, steady(all).size());
+    EXPECT_GE(mean, 28) << step;
+    EXPECT_GE(worst, 28) << step;
+    EXPECT_EQ(viewer.errors(), 0);
+  }
 }
 
 TEST_F(MirroredPictures, aReaderOfOneMegabitGetsFewerFramesAndNoGrowingDelay) {
@@ -180,7 +201,10 @@ TEST_F(MirroredPictures, aReaderOfOneMegabitGetsFewerFramesAndNoGrowingDelay) {
   std::printf("throttled: %zu of %d pictures, behind %d then %d, memory %zu then %zu KiB\n", all.size(),
               moving.latest(), earlier, later, memory / 1024, residentMemory() / 1024);
   EXPECT_LT(all.size(), 600u);
+  // Half a megabyte and a few key frames wait for the reader at the most, where three could: what they hold
+  // is ten seconds old, besides what the machine itself adds.
   EXPECT_LE(later, earlier + earlier / 5 + 15) << "pictures behind what is drawn";
+  EXPECT_LE(later, 225) << "pictures behind what is drawn";
   EXPECT_LE(residentMemory(), memory + 2 * kMegabyte);
   EXPECT_EQ(viewer.errors(), 0);
 }
@@ -209,7 +233,7 @@ TEST_F(MirroredPictures, aReaderThatStopsCostsNothingAndReturnsWithAKeyFrame) {
   const auto whileStopped = processorTicks() - ticks;
   std::printf("60 pictures: %ld ticks watched, %ld stopped; memory %zu then %zu KiB\n", whileWatched,
               whileStopped, memory / 1024, residentMemory() / 1024);
-  EXPECT_LE(whileStopped, whileWatched / 2) << "the screen is looked at, and nothing is encoded";
+  EXPECT_LE(whileStopped, whileWatched / 2) << "the screen is looked at, and a key frame now and then";
   EXPECT_LE(residentMemory(), memory + kMegabyte);
 
   const auto keyframes = viewer.keyframes();

@@ -24,7 +24,7 @@ class PictureRefinementTest : public ::testing::Test {
       refinement_->pictureCame(latest_);
     };
     steps.isFinest = [this] { return isFinest_; };
-    steps.isAwaitingKeyframe = [this] { return isAwaiting_; };
+    steps.isMissing = [this] { return isMissing_; };
     steps.isBlocked = [this] { return isBlocked_; };
     refinement_ = std::make_shared<PictureRefinement>(queue_, kInterval, std::move(steps));
   }
@@ -41,7 +41,7 @@ class PictureRefinementTest : public ::testing::Test {
   std::function<void()> onAgain_;
   const PixelBuffer* latest_ = nullptr;
   bool isFinest_ = false;
-  bool isAwaiting_ = false;
+  bool isMissing_ = false;
   bool isBlocked_ = false;
   int again_ = 0;
 };
@@ -111,25 +111,50 @@ TEST_F(PictureRefinementTest, anotherDeliveryOfTheSamePictureDoesNot) {
 
 TEST_F(PictureRefinementTest, goesOnForAPhoneThatLacksTheLastPicture) {
   isFinest_ = true;
-  isAwaiting_ = true;
-  onAgain_ = [this] { isAwaiting_ = again_ < 2; };
+  isMissing_ = true;
+  onAgain_ = [this] { isMissing_ = again_ < 2; };
   come(one_);
   queue_->advance(1h);
   EXPECT_EQ(again_, 2);
 }
 
+TEST_F(PictureRefinementTest, goesOnUntilAPhoneThatLacksTheLastPictureHasIt) {
+  isMissing_ = true;
+  isFinest_ = true;
+  come(one_);
+  queue_->advance(60s);
+  EXPECT_GT(again_, 50);
+  EXPECT_LT(again_, 65 + PictureRefinement::kMostRefinements) << "once a second, after the first few";
+  onAgain_ = [this] { isMissing_ = false; };
+  const int before = again_;
+  queue_->advance(1h);
+  EXPECT_EQ(again_, before + 1);
+  EXPECT_EQ(queue_->pendingCount(), 0u);
+}
+
+TEST_F(PictureRefinementTest, aKeyFrameThatIsRefusedWhenAllWasRefinedComesAgain) {
+  come(one_);
+  queue_->advance(1h);
+  ASSERT_EQ(again_, PictureRefinement::kMostRefinements);
+  isMissing_ = true;  // one that the phone asked for
+  come(one_);
+  onAgain_ = [this] { isMissing_ = again_ < PictureRefinement::kMostRefinements + 2; };
+  queue_->advance(1h);
+  EXPECT_EQ(again_, PictureRefinement::kMostRefinements + 2);
+}
+
 TEST_F(PictureRefinementTest, encodesNothingForABlockedRouteAndOnceItIsFree) {
   come(one_);
   queue_->advance(1h);
-  isAwaiting_ = true;
+  isMissing_ = true;
   isBlocked_ = true;
   come(one_);
   queue_->advance(60s);
   EXPECT_EQ(again_, PictureRefinement::kMostRefinements);
   isBlocked_ = false;
-  onAgain_ = [this] { isAwaiting_ = false; };
+  onAgain_ = [this] { isMissing_ = false; };
   isFinest_ = true;
-  queue_->advance(PictureRefinement::kBlockedPause);
+  queue_->advance(PictureRefinement::kLongPause);
   EXPECT_EQ(again_, PictureRefinement::kMostRefinements + 1);
   queue_->advance(1h);
   EXPECT_EQ(again_, PictureRefinement::kMostRefinements + 1);

@@ -70,16 +70,19 @@ TEST_F(Backpressure, aFrameLargerThanItsBudgetIsRefused) {
   EXPECT_EQ(peer->received.size(), 0u);
 }
 
-TEST_F(Backpressure, aPhoneThatReadsNothingCostsNoEncodingUntilItReadsAgain) {
+TEST_F(Backpressure, everyPictureIsEncodedForAPhoneThatReadsNothingAndNoneASecondTimeUntilItReads) {
   const auto peer = stalled();
   putOut(3'145'728 - 4, true);
   for (int i = 0; i < 3; ++i) putOut(1000, true);
-  picture();  // the one that notices
+  const auto before = encoders_.last().frames.size();
+  for (int i = 0; i < 50; ++i) putOut(1000, true);
   const auto encoded = encoders_.last().frames.size();
-  for (int i = 0; i < 50; ++i) picture(1s);
-  EXPECT_EQ(encoders_.last().frames.size(), encoded);
+  ASSERT_EQ(encoded, before + 50);
+  for (auto i = before; i < encoded; ++i) {
+    EXPECT_TRUE(encoders_.last().frames[i].properties.forceKeyFrame) << i;
+  }
   queue_->advance(10s);
-  EXPECT_EQ(encoders_.last().frames.size(), encoded);
+  EXPECT_EQ(encoders_.last().frames.size(), encoded) << "the screen stands still, and there is no room";
   peer->openWindow(std::string::npos);
   queue_->advance(2s);
   ASSERT_GT(encoders_.last().frames.size(), encoded) << "the screen stands still, and the phone lacks it";
@@ -352,14 +355,26 @@ TEST_F(TransportRoute, nothingOfAReplacedSessionReachesTheTransport) {
   EXPECT_FALSE(server_->isStreaming.get());
 }
 
-TEST_F(TransportRoute, oneThatTakesNothingCostsNoEncodingUntilItTakesAgain) {
+TEST_F(Backpressure, aRouteThatHasDrainedIsFreeEvenForAKeyFrameBeyondItsBudget) {
+  const auto peer = stalled();
+  putOut(3'145'728, true);  // with its header more than may ever be on its way
+  const auto encoded = encoders_.last().frames.size();
+  peer->openWindow(std::string::npos);
+  queue_->advance(2s);
+  ASSERT_GT(encoders_.last().frames.size(), encoded) << "another one may be smaller";
+  EXPECT_TRUE(encoders_.last().frames[encoded].properties.forceKeyFrame);
+  EXPECT_TRUE(peer->received.empty());
+}
+
+TEST_F(TransportRoute, oneThatTakesNothingIsOfferedAKeyFrameOfEachPicture) {
   start();
   const auto transport = mirrorOverTransport();
   picture();
   transport->accepts = false;
   for (int i = 0; i < 10; ++i) picture();
   const auto refused = transport->frames.size();
-  EXPECT_LE(refused, 1u + 1 + 3) << "the refused frame and three attempts with a key frame";
+  EXPECT_EQ(refused, 1u + 10);
+  for (std::size_t i = 2; i < refused; ++i) EXPECT_TRUE(transport->frames[i].second) << i;
   transport->accepts = true;
   picture();
   EXPECT_EQ(transport->frames.size(), refused + 1);

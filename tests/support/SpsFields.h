@@ -15,6 +15,7 @@ class SpsFields {
   int profile = 0;
   int constraints = 0;  // constraint_set0_flag is the highest of the 8 bits
   int level = 0;
+  int frameNumberBits = 0;
   int pocType = 0;
   int references = 0;
   int width = 0;
@@ -32,11 +33,18 @@ class SpsFields {
     fields.constraints = bits.take(8);
     fields.level = bits.take(8);
     bits.exponential();  // seq_parameter_set_id
-    bits.exponential();  // log2_max_frame_num_minus4
+    fields.frameNumberBits = bits.exponential() + 4;
     fields.parseOrderCount(bits);
     fields.parseSize(bits);
     if (bits.take(1)) fields.parseUsability(bits);
     return fields;
+  }
+  /// idr_pic_id of a key frame's slice (7.3.3), a stream of frames.
+  int idrPictureIdIn(std::span<const std::byte> slice) const {
+    Bits bits(slice.subspan(1));
+    for (int field = 0; field < 3; ++field) bits.exponential();
+    bits.take(frameNumberBits);
+    return bits.exponential();
   }
 
  private:

@@ -5,6 +5,8 @@
 
 #include "platform/linux/PictureEncoder.h"
 #include "screen/DataRateAccount.h"
+#include "screen/IdrPictureId.h"
+#include "screen/KeyFrameRequests.h"
 #include "screen/KeyFrameSchedule.h"
 
 namespace tevanto {
@@ -72,14 +74,17 @@ struct LibavcodecEncoderSession::State {
   EncoderSettings settings;
   std::int64_t maxKeyFrameSeconds = 0;
   KeyFrameSchedule keyFrames;
+  KeyFrameRequests requests;
   std::optional<DataRateAccount> account;
   std::uint64_t lastPicture = 0;
   std::optional<double> lastQuantizer;
   bool owesKeyFrame = false;  // asked for with a picture that was left out
+  std::uint16_t idrPictures = 0;
 
  private:
   Result<void> open(PixelFormat format, PresentationTime time);
   Result<void> openNamed();
+  bool isLeftOut(PresentationTime time) const;
   bool isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time, bool isKeyFrame) const;
   Result<std::optional<AccessUnit>> encodeOpened(std::shared_ptr<const PixelBuffer> picture,
                                                  PresentationTime time, bool isKeyFrame);
@@ -175,6 +180,12 @@ Result<void> LibavcodecEncoderSession::State::open(PixelFormat format, Presentat
   return opened;
 }
 
+// What follows a key frame that does not come would be of no use.
+bool LibavcodecEncoderSession::State::isLeftOut(PresentationTime time) const {
+  if (account->encoderIsAhead(time)) return true;
+  return owesKeyFrame && !keyFrames.isDue(time) && !requests.mayBeMet(time);
+}
+
 bool LibavcodecEncoderSession::State::isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time,
                                                         bool isKeyFrame) const {
   if (name != kSoftwareEncoder || !account->encoderIsBehind(time)) return false;
@@ -189,7 +200,7 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
   if (auto failure = refusal(*picture)) return *failure;
   const auto time = surroundings.now();
   owesKeyFrame = owesKeyFrame || forceKeyFrame;
-  if (encoder && account->encoderIsAhead(time)) return std::optional<AccessUnit>();
+  if (encoder && isLeftOut(time)) return std::optional<AccessUnit>();
   const bool isKeyFrame = std::exchange(owesKeyFrame, false) || keyFrames.isDue(time);
   if (encoder && isBetterBegunAnew(*picture, time, isKeyFrame)) encoder.reset();
   if (!encoder) {
@@ -210,6 +221,8 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
   } else if (encoded.value()) {
     lastQuantizer = encoder->lastQuantizer();
     keyFrames.encoded(time, encoded.value()->isIdr);
+    requests.encoded(time, encoded.value()->isIdr);
+    if (encoded.value()->isIdr) setIdrPictureId(*encoded.value(), idrPictures++);
     account->encoded(time, encoded.value()->data.size());
   }
   return encoded;

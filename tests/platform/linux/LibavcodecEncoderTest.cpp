@@ -4,8 +4,8 @@
 #include <fstream>
 #include <thread>
 
-#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/PictureEncoder.h"
 #include "screen/AccessUnit.h"
 #include "screen/BigEndian.h"
 #include "screen/H264Encoder.h"
@@ -49,8 +49,7 @@ class LibavcodecEncoderTest : public ::testing::Test {
   }
 
   test::EncoderClock clock_;
-  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr},
-                                    {"libx264"}};
+  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
 };
 
 TEST_F(LibavcodecEncoderTest, theStreamSaysMainProfileAndItsColours) {
@@ -138,7 +137,7 @@ TEST_F(LibavcodecEncoderTest, eachKeyFrameOfAPictureAtRestIsAsClearAsTheFirst) {
   double first = 0;
   for (int i = 0; i < 6; ++i) {
     // By the pictures' own time one frame interval goes by, by the clock much more.
-    clock_.now = i * 1s;
+    clock_.now = i * 5s;
     const auto before = stream.frames.size();
     stream.session().encodeFrame(page, i * 66ms, {true}, [&](EncodeStatus, const EncodedSample* sample) {
       ASSERT_TRUE(sample && sample->sps && sample->pps && sample->data);
@@ -175,16 +174,42 @@ TEST_F(LibavcodecEncoderTest, aKeyFrameThatTheDataRateDoesNotAllowForComesLater)
   auto stream = makeStream(1280, 720);
   const auto page = pictures.text(0);
   int leftOut = 0;
-  for (int i = 0; i < 10 && leftOut == 0; ++i) {
-    stream.encode(page, 1ms * i, true);
+  // Too few frames in between for the data, and enough for the request.
+  for (int i = 0; i < 30 && leftOut == 0; ++i) {
+    const bool isForced = i % 3 == 0;
+    stream.encode(page, 1ms * i, isForced);
     EXPECT_EQ(stream.frames.back().status, EncodeStatus::success);
-    leftOut += stream.frames.back().hasSample ? 0 : 1;
+    leftOut += isForced && !stream.frames.back().hasSample ? 1 : 0;
   }
   ASSERT_EQ(leftOut, 1);
   stream.encode(page, 2s);
   EXPECT_TRUE(stream.frames.back().isKeyFrame) << "it is owed";
   stream.encode(page, 3s);
   EXPECT_FALSE(stream.frames.back().isKeyFrame);
+}
+
+TEST_F(LibavcodecEncoderTest, keyFramesThatAreAskedForOneBehindTheOtherComeLater) {
+  test::EncoderPictures pictures(PixelFormat::i420, 640, 480);
+  auto stream = makeStream(640, 480);
+  std::vector<int> keyFrames;  // by the frame
+  int others = 0;
+  for (int i = 0; i < 12 * 15; ++i) {
+    stream.encode(pictures.text(i * 7), i * 66'667us, true);
+    if (stream.frames.back().isKeyFrame) {
+      keyFrames.push_back(i);
+    } else {
+      others += stream.frames.back().hasSample ? 1 : 0;
+    }
+  }
+  EXPECT_EQ(keyFrames, (std::vector<int>{0, 15, 45, 105, 165})) << "1, 2, 4 and 4 seconds later";
+  EXPECT_EQ(others, 0) << "what follows a key frame that is awaited is of no use";
+  for (int i = 0; i < 3; ++i) {
+    stream.encode(pictures.text(i), 16s + i * 66ms);
+    EXPECT_TRUE(stream.frames.back().hasSample);
+    EXPECT_EQ(stream.frames.back().isKeyFrame, i == 0) << "it is owed";
+  }
+  stream.encode(pictures.text(9), 16500ms, true);
+  EXPECT_TRUE(stream.frames.back().isKeyFrame) << "ordinary frames have gone in between";
 }
 
 TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
