@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "p2p/WebRTCTransport.h"
@@ -81,6 +82,15 @@ struct TransportPair {
   TransportSide computer;
   TransportSide phone;
 };
+
+inline std::ostream& operator<<(std::ostream& out, const TransportPair& pair) {
+  for (const auto& side : {&pair.computer, &pair.phone}) {
+    out << (side == &pair.computer ? "computer: " : ", phone: ") << side->heard->readies << " ready, "
+        << side->heard->others << " other reports, " << side->heard->failures << " failures, screen "
+        << (side->heard->screenIsOpen ? "open" : "closed");
+  }
+  return out;
+}
 
 inline RemoteMessage numbered(int number) { return {.type = "ack", .message = std::to_string(number)}; }
 inline RemoteMessage pointerMotion() {

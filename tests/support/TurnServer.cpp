@@ -58,15 +58,23 @@ TurnServer::TurnServer(Options options) : options_(std::move(options)) {
 TurnServer::~TurnServer() = default;
 
 std::vector<std::string> TurnServer::command(std::uint16_t port) const {
-  std::vector<std::string> made = {"turnserver", "-n", "--no-cli", "--no-tls", "--no-dtls", "--fingerprint",
-                                   "--listening-ip=" + options_.address, "--relay-ip=" + options_.address,
-                                   "--listening-port=" + std::to_string(port), "--use-auth-secret",
-                                   "--static-auth-secret=" + options_.secret, "--realm=tevanto.test",
-                                   "--allow-loopback-peers", "--relay-threads=1",
-                                   // More than a line per allocation: the tests look for some of them.
-                                   "--verbose", "--simple-log", "--log-file=" + (folder_ / "log").string(),
-                                   "--pidfile=" + (folder_ / "pid").string(),
-                                   "--userdb=" + (folder_ / "users").string()};
+  std::vector<std::string> made = {
+      "turnserver", "-n", "--no-cli", "--no-dtls", "--fingerprint", "--listening-ip=" + options_.address,
+      "--relay-ip=" + options_.address, "--use-auth-secret", "--static-auth-secret=" + options_.secret,
+      "--realm=tevanto.test", "--allow-loopback-peers", "--relay-threads=1",
+      // More than a line per allocation: the tests look for some of them.
+      "--verbose", "--simple-log", "--log-file=" + (folder_ / "log").string(),
+      "--pidfile=" + (folder_ / "pid").string(), "--userdb=" + (folder_ / "users").string()};
+  const auto number = std::to_string(port);
+  if (options_.identity) {
+    std::ofstream(folder_ / "certificate.pem") << options_.identity->certificatePem;
+    std::ofstream(folder_ / "key.pem") << options_.identity->keyPem;
+    made.insert(made.end(), {"--tls-listening-port=" + number, "--no-udp", "--no-tcp",
+                             "--cert=" + (folder_ / "certificate.pem").string(),
+                             "--pkey=" + (folder_ / "key.pem").string()});
+    return options_.network ? options_.network->inside(std::move(made)) : made;
+  }
+  made.insert(made.end(), {"--listening-port=" + number, "--no-tls"});
   if (!options_.udp) made.emplace_back("--no-udp");
   if (!options_.tcp) made.emplace_back("--no-tcp");
   return options_.network ? options_.network->inside(std::move(made)) : made;
@@ -89,6 +97,7 @@ void TurnServer::kill() { server_->kill(); }
 void TurnServer::start() { startOn(port_); }
 
 std::string TurnServer::url(const std::string& transport) const {
+  if (options_.identity) return "turns:localhost:" + std::to_string(port_) + "?transport=" + transport;
   return "turn:" + options_.address + ":" + std::to_string(port_) + "?transport=" + transport;
 }
 

@@ -2,12 +2,14 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "p2p/RemoteIceServerConfig.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestAuthority.h"
 
 namespace tevanto::test {
 
@@ -28,6 +30,8 @@ class TurnServer {
     const NetworkNamespace* network = nullptr;
     bool udp = true;
     bool tcp = true;
+    /// With it, and nothing but TLS then.
+    std::optional<TestIdentity> identity = {};
   };
 
   /// Starts it and waits until it listens; throws with its log when it does not come up.
@@ -40,7 +44,7 @@ class TurnServer {
   const std::string& address() const { return options_.address; }
   std::uint16_t port() const { return port_; }
   const std::string& secret() const { return options_.secret; }
-  /// "turn:address:port?transport=udp" or "tcp".
+  /// "turn:address:port?transport=udp" or "tcp"; "turns:" with this machine's name where it has an identity.
   std::string url(const std::string& transport) const;
   /// With credentials that are valid for the given time from now, or since that time no more.
   RemoteIceServerConfig iceServer(const std::string& transport, int validSeconds = 3600) const;

@@ -1,11 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/PeerSide.h"
+#include "tests/support/RecordingLogSink.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestAuthority.h"
 #include "tests/support/TurnServer.h"
 
 // Peers of the real engine through a real TURN server on the loopback interface.
@@ -16,6 +23,8 @@ namespace {
 using test::connectedPair;
 using test::eventually;
 using test::PeerSide;
+using test::TestAuthority;
+using test::TestIdentity;
 using test::TurnServer;
 
 PeerEngineOptions onLoopback() {
@@ -100,6 +109,73 @@ TEST_P(LibwebrtcTurn, showsInTheBufferedAmountThatNothingGetsThrough) {
 
 INSTANTIATE_TEST_SUITE_P(Transports, LibwebrtcTurn, testing::Values("udp", "tcp"),
                          [](const auto& each) { return each.param; });
+
+/// A server that speaks TLS alone; the system's authorities are those of the test.
+class LibwebrtcTurnTls : public testing::Test {
+ protected:
+  void trust(const TestAuthority& authority) {
+    std::ofstream(folder_ / "authorities.pem") << authority.certificatePem();
+    ::setenv("SSL_CERT_FILE", (folder_ / "authorities.pem").c_str(), 1);
+  }
+  ~LibwebrtcTurnTls() override { ::unsetenv("SSL_CERT_FILE"); }
+
+  static TurnServer::Options as(TestIdentity identity) {
+    TurnServer::Options options;
+    options.identity = std::move(identity);
+    return options;
+  }
+  /// Lets a peer gather through the server, until the engine gives `reason` for giving up.
+  void expectRefusal(const TurnServer& server, const std::string& reason) {
+    auto options = onLoopback();
+    options.verbose = true;
+    options.log = Logger(log_, "webrtc");
+    LoadedPeers factory(options);
+    PeerConfiguration configuration;
+    configuration.iceServers.push_back(server.iceServer("tcp"));
+    const auto side = PeerSide::make(factory, configuration);
+    ASSERT_TRUE(side->openChannel("tevanto"));
+    const auto offer = side->createOffer();
+    ASSERT_TRUE(offer && side->setLocal(offer.value()));
+    EXPECT_TRUE(eventually([&] { return wasLogged(reason); }));
+    side->peer().close();
+    EXPECT_EQ(server.log().find("ALLOCATE processed, success"), std::string::npos);
+  }
+  bool wasLogged(const std::string& text) const {
+    const auto lines = log_->lines();
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const auto& line) { return line.text.find(text) != std::string::npos; });
+  }
+
+  TestAuthority authority_;
+  test::TemporaryFolder folder_;
+  std::shared_ptr<test::RecordingLogSink> log_ = std::make_shared<test::RecordingLogSink>();
+};
+
+TEST_F(LibwebrtcTurnTls, relaysAChannelOfAServerThatTheSystemTrusts) {
+  trust(authority_);
+  const TurnServer server(as(authority_.issue({"DNS:localhost"})));
+  LoadedPeers factory(onLoopback());
+  PeerConfiguration configuration;
+  configuration.iceServers.push_back(server.iceServer("tcp"));
+  ASSERT_TRUE(configuration.iceServers[0].urlStrings[0].starts_with("turns:"));
+  const auto pair = connectedPair(factory, configuration, isRelayed);
+  ASSERT_TRUE(pair) << server.log();
+  ASSERT_TRUE(pair.offerer->channel("tevanto")->send(std::as_bytes(std::span("{}", 2))));
+  ASSERT_TRUE(eventually([&] { return pair.answerer->receivedCount("tevanto") == 1; }));
+  EXPECT_NE(server.log().find("ALLOCATE processed, success"), std::string::npos);
+}
+
+TEST_F(LibwebrtcTurnTls, getsNoAllocationFromAServerThatNobodyKnows) {
+  trust(TestAuthority());
+  const TurnServer server(as(authority_.issue({"DNS:localhost"})));
+  expectRefusal(server, "unknown CA");
+}
+
+TEST_F(LibwebrtcTurnTls, getsNoAllocationFromAServerOfAnotherName) {
+  trust(authority_);
+  const TurnServer server(as(authority_.issue({"DNS:another.test"})));
+  expectRefusal(server, "TLS post connection check failed");
+}
 
 }  // namespace
 }  // namespace tevanto

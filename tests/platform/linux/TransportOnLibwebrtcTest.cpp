@@ -84,7 +84,7 @@ TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
     pairs.push_back(std::make_unique<TransportPair>(ground));
     pairs.back()->start();
   }
-  for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }));
+  for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); })) << *pair;
   std::vector<std::thread> stoppers;
   for (std::size_t first = 0; first < 4; ++first) {
     stoppers.emplace_back([&, first] {
