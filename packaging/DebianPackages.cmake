@@ -56,7 +56,7 @@ tevanto_package(desktop tevanto "reach this computer from a phone"
 .
 This package has the companion for the desktop, with its icon, its panel and
 its setup window.")
-set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "qt6-wayland")
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "default-dbus-session-bus | dbus-session-bus, qt6-wayland")
 
 tevanto_package(phone tevanto-phone "phone's side of Tevanto for the terminal"
 "${purpose}
@@ -76,8 +76,9 @@ install(FILES ${debian}/relay.env DESTINATION /etc/tevanto
   PERMISSIONS OWNER_READ OWNER_WRITE COMPONENT relay)
 
 if(TARGET face)
-  set(TEVANTO_FACE_PACKAGES "hicolor-icon-theme, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, \
-qml6-module-qtquick, qml6-module-qtquick-layouts, qml6-module-qtquick-templates, qml6-module-qtquick-window")
+  # What QML loads by name; nothing links to it. "import QtQuick" stands for all three.
+  set(TEVANTO_FACE_PACKAGES
+    "hicolor-icon-theme, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qml6-module-qtquick")
 else()
   set(CPACK_DEBIAN_DESKTOP_PACKAGE_SHLIBDEPS OFF)
   set(TEVANTO_FACE_PACKAGES "hicolor-icon-theme")

@@ -1,6 +1,7 @@
 #include "platform/linux/ProgramModule.h"
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -18,10 +19,23 @@ Failure missing(const std::string& module) {
   return {"A part of this program cannot be loaded: " + module + " (" + (reason ? reason : "unknown") + ")."};
 }
 
+/// An upgrade or a removal took this program's file away while it runs. What lies in its folders now belongs
+/// to another version, and the two need not understand each other.
+bool wasReplaced() {
+  struct stat program {};
+  return ::stat("/proc/self/exe", &program) == 0 && program.st_nlink == 0;
+}
+
 }  // namespace
 
 Result<void*> functionOfModule(const std::string& module, const std::string& function) {
-  void* handle = ::dlopen(pathOfModule(module).c_str(), RTLD_NOW | RTLD_LOCAL);
+  const auto path = pathOfModule(module);
+  void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+  if (!handle && wasReplaced()) {
+    return Failure{"A part of this program cannot be loaded any more: " + module +
+                   " (Tevanto was upgraded or removed while it ran; start it again)."};
+  }
+  if (!handle) handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) return missing(module);
   void* found = ::dlsym(handle, function.c_str());
   if (!found) return missing(module);

@@ -9,7 +9,8 @@ namespace tevanto {
 /// A part of the program that is loaded when it is first used and stays until the end: it brings libraries
 /// along that most runs do not need. Lies in lib/tevanto beside the bin folder of the program.
 ///
-/// The function of this name in it, or why there is none.
+/// The function of this name in it, or why there is none. A program whose own file was replaced loads nothing
+/// more: the modules beside it are of another version.
 Result<void*> functionOfModule(const std::string& module, const std::string& function);
 
 }  // namespace tevanto
