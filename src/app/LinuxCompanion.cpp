@@ -25,6 +25,7 @@
 #include "app/MacAppDelegate.h"
 #include "app/PublicLinks.h"
 #include "app/RuntimeFolder.h"
+#include "app/ScreenService.h"
 #include "app/TevantoMacRuntime.h"
 #include "control/MacPowerManager.h"
 #include "core/Descriptor.h"
@@ -106,6 +107,8 @@ class LinuxCompanion {
   void launch() {
     application_.applicationDidFinishLaunching();
     services_.started();
+    // Nobody has looked at the permission yet, and a window shows it.
+    if (face_) runtime_.screen().state();
     // Behind the listener's own first steps on this loop.
     services_.networkQueue()->async(
         [this] { services_.mainQueue()->async([this] { runtime_.power().refreshBattery(); }); });

@@ -29,6 +29,7 @@ class CompanionDesktop {
   std::vector<std::pair<std::string, std::string>> environment;
 
   XvfbServer& display() { return display_; }
+  const XvfbServer& display() const { return display_; }
   PrivateBus& bus() { return bus_; }
   std::filesystem::path configFolder() const { return home_ / "config"; }
   std::filesystem::path controlSocket() const { return home_ / "runtime" / "tevanto" / "control.sock"; }

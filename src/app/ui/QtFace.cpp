@@ -51,7 +51,7 @@ QtFace::QtFace()
     : arguments_(std::make_unique<Arguments>()),
       application_(arguments_->count, arguments_->values),
       queue_(std::make_shared<QtMainQueue>("main")) {
-  QApplication::setApplicationName(QStringLiteral("tevanto"));
+  QApplication::setApplicationName(QStringLiteral("Tevanto"));
   QApplication::setApplicationDisplayName(QStringLiteral("Tevanto"));
   QApplication::setApplicationVersion(QStringLiteral(TEVANTO_VERSION));
   QApplication::setDesktopFileName(kApplicationIdentifier);
@@ -81,6 +81,10 @@ void QtFace::present(FaceSubject subject) {
 std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
                                                 std::function<void()> onClose) {
   setupView_ = views_->makeSetupWindow();
+  // Whoever comes back from the settings wants to see what changed there.
+  QObject::connect(setupView_.get(), &QWindow::activeChanged, model_.get(), [this] {
+    if (setupView_->isActive()) model_->refresh();
+  });
   return std::make_unique<QtSetupWindow>(*setupView_, style, std::move(onClose), activation_);
 }
 
