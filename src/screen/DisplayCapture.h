@@ -80,9 +80,9 @@ class DisplayCapture {
   virtual void listDisplays(std::function<void(Result<std::vector<ShareableDisplay>>)> done) = 0;
   /// The format in which pictures cost least on this system.
   virtual PixelFormat preferredFormat() const = 0;
-  /// A stream that is not started yet. A display that changes its size while captured goes on, scaled into
-  /// the configured size; when it goes away the main display takes its place; when none is left the stream is
-  /// stopped.
+  /// A stream that is not started yet, of a display that was listed. A display that changes its size while
+  /// captured goes on, scaled into the configured size; when it goes away the main display takes its place
+  /// where the system can do that; otherwise, and when none is left, the stream is stopped.
   virtual Result<std::shared_ptr<CaptureStream>> makeStream(DisplayID display,
                                                             const CaptureConfiguration& configuration,
                                                             std::shared_ptr<SerialQueue> sampleQueue,

@@ -105,49 +105,57 @@ CloudKitDatabase::CloudKitDatabase(const std::string& container) : core_(std::ma
 CloudKitDatabase::~CloudKitDatabase() = default;
 
 void CloudKitDatabase::accountStatus(std::function<void(CloudAccountStatus)> done) {
-  [core_->container accountStatusWithCompletionHandler:^(CKAccountStatus status, NSError* error) {
-    done(error ? CloudAccountStatus::couldNotDetermine : cloudAccountStatusOf(status));
-  }];
+  @autoreleasepool {
+    [core_->container accountStatusWithCompletionHandler:^(CKAccountStatus status, NSError* error) {
+      done(error ? CloudAccountStatus::couldNotDetermine : cloudAccountStatusOf(status));
+    }];
+  }
 }
 
 void CloudKitDatabase::fetch(const std::string& recordName,
                              std::function<void(CloudOutcome<CloudRecord>)> done) {
-  CKRecordID* const identifier = recordIDOf(recordName);
-  const auto name = recordName;
-  CKFetchRecordsOperation* const operation =
-      [[CKFetchRecordsOperation alloc] initWithRecordIDs:@[ identifier ]];
-  setUrgency(operation, CloudUrgency::userInitiated);
-  operation.fetchRecordsCompletionBlock = ^(NSDictionary<CKRecordID*, CKRecord*>* records, NSError* error) {
-    if (CKRecord* const record = records[identifier]) return done({recordOf(name, record), {}});
-    if (!error) return done({std::nullopt, kNoSuchRecord});
-    done({std::nullopt, errorOfOne(cloudErrorOf(error))});
-  };
-  [core_->database addOperation:operation];
+  @autoreleasepool {
+    CKRecordID* const identifier = recordIDOf(recordName);
+    const auto name = recordName;
+    CKFetchRecordsOperation* const operation =
+        [[CKFetchRecordsOperation alloc] initWithRecordIDs:@[ identifier ]];
+    setUrgency(operation, CloudUrgency::userInitiated);
+    operation.fetchRecordsCompletionBlock = ^(NSDictionary<CKRecordID*, CKRecord*>* records, NSError* error) {
+      if (CKRecord* const record = records[identifier]) return done({recordOf(name, record), {}});
+      if (!error) return done({std::nullopt, kNoSuchRecord});
+      done({std::nullopt, errorOfOne(cloudErrorOf(error))});
+    };
+    [core_->database addOperation:operation];
+  }
 }
 
 void CloudKitDatabase::save(const CloudRecord& record, CloudUrgency urgency,
                             std::function<void(std::optional<CloudError>)> done) {
-  CKModifyRecordsOperation* const operation =
-      [[CKModifyRecordsOperation alloc] initWithRecordsToSave:@[ systemRecord(record) ]
-                                            recordIDsToDelete:nil];
-  operation.savePolicy = CKRecordSaveAllKeys;
-  setUrgency(operation, urgency);
-  operation.modifyRecordsCompletionBlock = ^(NSArray<CKRecord*>*, NSArray<CKRecordID*>*, NSError* error) {
-    done(error ? std::optional(cloudErrorOf(error)) : std::nullopt);
-  };
-  core_->write(operation, record.name);
+  @autoreleasepool {
+    CKModifyRecordsOperation* const operation =
+        [[CKModifyRecordsOperation alloc] initWithRecordsToSave:@[ systemRecord(record) ]
+                                              recordIDsToDelete:nil];
+    operation.savePolicy = CKRecordSaveAllKeys;
+    setUrgency(operation, urgency);
+    operation.modifyRecordsCompletionBlock = ^(NSArray<CKRecord*>*, NSArray<CKRecordID*>*, NSError* error) {
+      done(error ? std::optional(cloudErrorOf(error)) : std::nullopt);
+    };
+    core_->write(operation, record.name);
+  }
 }
 
 void CloudKitDatabase::remove(const std::string& recordName, CloudUrgency urgency,
                               std::function<void(std::optional<CloudError>)> done) {
-  CKModifyRecordsOperation* const operation =
-      [[CKModifyRecordsOperation alloc] initWithRecordsToSave:nil
-                                            recordIDsToDelete:@[ recordIDOf(recordName) ]];
-  setUrgency(operation, urgency);
-  operation.modifyRecordsCompletionBlock = ^(NSArray<CKRecord*>*, NSArray<CKRecordID*>*, NSError* error) {
-    done(error ? removalError(cloudErrorOf(error)) : std::nullopt);
-  };
-  core_->write(operation, recordName);
+  @autoreleasepool {
+    CKModifyRecordsOperation* const operation =
+        [[CKModifyRecordsOperation alloc] initWithRecordsToSave:nil
+                                              recordIDsToDelete:@[ recordIDOf(recordName) ]];
+    setUrgency(operation, urgency);
+    operation.modifyRecordsCompletionBlock = ^(NSArray<CKRecord*>*, NSArray<CKRecordID*>*, NSError* error) {
+      done(error ? removalError(cloudErrorOf(error)) : std::nullopt);
+    };
+    core_->write(operation, recordName);
+  }
 }
 
 }  // namespace tevanto

@@ -60,7 +60,7 @@ LKRTCChannel::LKRTCChannel(LKRTCDataChannel* channel, id delegate,
 
 LKRTCChannel::~LKRTCChannel() {
   callbacks_->setObserver({});
-  [channel_ close];
+  close();
 }
 
 std::uint64_t LKRTCChannel::bufferedAmount() const { return channel_.bufferedAmount; }
@@ -79,7 +79,9 @@ void LKRTCChannel::setObserver(std::weak_ptr<Observer> observer) {
 
 void LKRTCChannel::close() {
   callbacks_->closeSoon();
-  [channel_ close];
+  @autoreleasepool {
+    [channel_ close];
+  }
 }
 
 }  // namespace tevanto

@@ -80,55 +80,71 @@ LKRTCPeer::LKRTCPeer(LKRTCPeerConnection* connection, id delegate, std::shared_p
 LKRTCPeer::~LKRTCPeer() { close(); }
 
 void LKRTCPeer::createOffer(DescriptionHandler done) {
-  [connection_ offerForConstraints:noConstraints()
-                 completionHandler:completion(callbacks_, std::move(done), SdpType::offer)];
+  @autoreleasepool {
+    [connection_ offerForConstraints:noConstraints()
+                   completionHandler:completion(callbacks_, std::move(done), SdpType::offer)];
+  }
 }
 
 void LKRTCPeer::createAnswer(DescriptionHandler done) {
-  [connection_ answerForConstraints:noConstraints()
-                  completionHandler:completion(callbacks_, std::move(done), SdpType::answer)];
+  @autoreleasepool {
+    [connection_ answerForConstraints:noConstraints()
+                    completionHandler:completion(callbacks_, std::move(done), SdpType::answer)];
+  }
 }
 
 void LKRTCPeer::setLocalDescription(const SessionDescription& description, DoneHandler done) {
-  [connection_ setLocalDescription:engineDescription(description)
-                 completionHandler:completion(callbacks_, std::move(done))];
+  @autoreleasepool {
+    [connection_ setLocalDescription:engineDescription(description)
+                   completionHandler:completion(callbacks_, std::move(done))];
+  }
 }
 
 void LKRTCPeer::setRemoteDescription(const SessionDescription& description, DoneHandler done) {
-  [connection_ setRemoteDescription:engineDescription(description)
-                  completionHandler:completion(callbacks_, std::move(done))];
+  @autoreleasepool {
+    [connection_ setRemoteDescription:engineDescription(description)
+                    completionHandler:completion(callbacks_, std::move(done))];
+  }
 }
 
 void LKRTCPeer::addCandidate(const IceCandidate& candidate) {
-  LKRTCIceCandidate* const made = [[LKRTCIceCandidate alloc] initWithSdp:foundationText(candidate.sdp)
-                                                           sdpMLineIndex:candidate.sdpMLineIndex
-                                                                  sdpMid:foundationText(candidate.sdpMid)];
-  [connection_ addIceCandidate:made
-             completionHandler:^(NSError*){
-             }];
+  @autoreleasepool {
+    LKRTCIceCandidate* const made = [[LKRTCIceCandidate alloc] initWithSdp:foundationText(candidate.sdp)
+                                                             sdpMLineIndex:candidate.sdpMLineIndex
+                                                                    sdpMid:foundationText(candidate.sdpMid)];
+    [connection_ addIceCandidate:made
+               completionHandler:^(NSError*){
+               }];
+  }
 }
 
 std::shared_ptr<DataChannel> LKRTCPeer::createDataChannel(const std::string& label,
                                                           const DataChannelOptions& options) {
-  LKRTCDataChannelConfiguration* const configuration = [[LKRTCDataChannelConfiguration alloc] init];
-  configuration.isOrdered = options.ordered;
-  if (options.maxRetransmits) configuration.maxRetransmits = *options.maxRetransmits;
-  LKRTCDataChannel* const channel = [connection_ dataChannelForLabel:foundationText(label)
-                                                       configuration:configuration];
-  if (!channel) return nullptr;
-  return LKRTCChannel::adopt(channel, callbacks_->queue());
+  @autoreleasepool {
+    LKRTCDataChannelConfiguration* const configuration = [[LKRTCDataChannelConfiguration alloc] init];
+    configuration.isOrdered = options.ordered;
+    if (options.maxRetransmits) configuration.maxRetransmits = *options.maxRetransmits;
+    LKRTCDataChannel* const channel = [connection_ dataChannelForLabel:foundationText(label)
+                                                         configuration:configuration];
+    if (!channel) return nullptr;
+    return LKRTCChannel::adopt(channel, callbacks_->queue());
+  }
 }
 
 void LKRTCPeer::statistics(StatisticsHandler done) {
-  const auto callbacks = callbacks_;
-  [connection_ statisticsWithCompletionHandler:^(LKRTCStatisticsReport* report) {
-    callbacks->report([done, made = routeReportOf(report)] { done(made); });
-  }];
+  @autoreleasepool {
+    const auto callbacks = callbacks_;
+    [connection_ statisticsWithCompletionHandler:^(LKRTCStatisticsReport* report) {
+      callbacks->report([done, made = routeReportOf(report)] { done(made); });
+    }];
+  }
 }
 
 void LKRTCPeer::close() {
-  callbacks_->shut();
-  [connection_ close];
+  @autoreleasepool {
+    callbacks_->shut();
+    [connection_ close];
+  }
 }
 
 }  // namespace tevanto

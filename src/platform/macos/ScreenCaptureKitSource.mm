@@ -47,15 +47,18 @@ ScreenCaptureKitSource::ScreenCaptureKitSource() : listed_(std::make_shared<List
 ScreenCaptureKitSource::~ScreenCaptureKitSource() = default;
 
 void ScreenCaptureKitSource::listDisplays(std::function<void(Result<std::vector<ShareableDisplay>>)> done) {
-  const auto listed = listed_;
-  [SCShareableContent
-      getShareableContentExcludingDesktopWindows:NO
-                             onScreenWindowsOnly:NO
-                               completionHandler:^(SCShareableContent* content, NSError* error) {
-                                 if (!content) return done(failureOf("The displays cannot be listed", error));
-                                 listed->keep(content.displays);
-                                 done(shareable(content.displays));
-                               }];
+  @autoreleasepool {
+    const auto listed = listed_;
+    [SCShareableContent
+        getShareableContentExcludingDesktopWindows:NO
+                               onScreenWindowsOnly:NO
+                                 completionHandler:^(SCShareableContent* content, NSError* error) {
+                                   if (!content)
+                                     return done(failureOf("The displays cannot be listed", error));
+                                   listed->keep(content.displays);
+                                   done(shareable(content.displays));
+                                 }];
+  }
 }
 
 Result<std::shared_ptr<CaptureStream>> ScreenCaptureKitSource::makeStream(

@@ -109,19 +109,21 @@ namespace tevanto {
 Result<std::shared_ptr<CaptureStream>> ScreenCaptureKitStream::create(
     SCDisplay* display, const CaptureConfiguration& configuration, std::shared_ptr<SerialQueue> sampleQueue,
     Handlers handlers) {
-  const auto road = std::make_shared<SampleRoad>(std::move(sampleQueue), std::move(handlers));
-  TevantoStreamOutput* const output = [[TevantoStreamOutput alloc] initWithRoad:road];
-  SCContentFilter* const filter = [[SCContentFilter alloc] initWithDisplay:display excludingWindows:@[]];
-  SCStream* const stream = [[SCStream alloc] initWithFilter:filter
-                                              configuration:streamConfigurationOf(configuration)
-                                                   delegate:output];
-  NSError* error = nil;
-  if (![stream addStreamOutput:output
-                          type:SCStreamOutputTypeScreen
-            sampleHandlerQueue:dispatch_queue_create("tevanto.screen.capture", DISPATCH_QUEUE_SERIAL)
-                         error:&error])
-    return failureOf("The display cannot be captured", error);
-  return std::shared_ptr<CaptureStream>(std::make_shared<ScreenCaptureKitStream>(stream, output));
+  @autoreleasepool {
+    const auto road = std::make_shared<SampleRoad>(std::move(sampleQueue), std::move(handlers));
+    TevantoStreamOutput* const output = [[TevantoStreamOutput alloc] initWithRoad:road];
+    SCContentFilter* const filter = [[SCContentFilter alloc] initWithDisplay:display excludingWindows:@[]];
+    SCStream* const stream = [[SCStream alloc] initWithFilter:filter
+                                                configuration:streamConfigurationOf(configuration)
+                                                     delegate:output];
+    NSError* error = nil;
+    if (![stream addStreamOutput:output
+                            type:SCStreamOutputTypeScreen
+              sampleHandlerQueue:dispatch_queue_create("tevanto.screen.capture", DISPATCH_QUEUE_SERIAL)
+                           error:&error])
+      return failureOf("The display cannot be captured", error);
+    return std::shared_ptr<CaptureStream>(std::make_shared<ScreenCaptureKitStream>(stream, output));
+  }
 }
 
 ScreenCaptureKitStream::ScreenCaptureKitStream(SCStream* stream, id output)
@@ -132,20 +134,24 @@ ScreenCaptureKitStream::~ScreenCaptureKitStream() {
 }
 
 void ScreenCaptureKitStream::start(std::function<void(Result<void>)> done) {
-  [stream_ startCaptureWithCompletionHandler:^(NSError* error) {
-    done(resultOf("The capture does not start", error));
-  }];
+  @autoreleasepool {
+    [stream_ startCaptureWithCompletionHandler:^(NSError* error) {
+      done(resultOf("The capture does not start", error));
+    }];
+  }
 }
 
 void ScreenCaptureKitStream::stop(std::function<void(Result<void>)> done) {
-  // The stream and what it tells stay until the system is done with both.
-  SCStream* const stream = stream_;
-  const id output = output_;
-  [stream stopCaptureWithCompletionHandler:^(NSError* error) {
-    done(resultOf("The capture does not stop", error));
-    static_cast<void>(stream);
-    static_cast<void>(output);
-  }];
+  @autoreleasepool {
+    // The stream and what it tells stay until the system is done with both.
+    SCStream* const stream = stream_;
+    const id output = output_;
+    [stream stopCaptureWithCompletionHandler:^(NSError* error) {
+      done(resultOf("The capture does not stop", error));
+      static_cast<void>(stream);
+      static_cast<void>(output);
+    }];
+  }
 }
 
 }  // namespace tevanto

@@ -98,10 +98,12 @@ Result<void> VideoToolboxSession::setProperty(EncoderProperty property, const En
   if (!translated) return Failure{translated.error()};
   const auto session = this->session();
   if (!session) return Failure{"the session has ended"};
-  const id object = std::visit(PropertyList(), translated.value());
-  const OSStatus status = VTSessionSetProperty(session.get(), keyOf(property), (__bridge CFTypeRef)object);
-  if (status != noErr) return Failure{"VideoToolbox refuses the property (" + std::to_string(status) + ")"};
-  return {};
+  @autoreleasepool {
+    const id object = std::visit(PropertyList(), translated.value());
+    const OSStatus status = VTSessionSetProperty(session.get(), keyOf(property), (__bridge CFTypeRef)object);
+    if (status == noErr) return {};
+    return Failure{"VideoToolbox refuses the property (" + std::to_string(status) + ")"};
+  }
 }
 
 void VideoToolboxSession::prepareToEncodeFrames() {
@@ -117,18 +119,20 @@ void VideoToolboxSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture
   if (!image) return output(EncodeStatus::failure, nullptr);
   const auto owesKeyFrame = owesKeyFrame_;
   const bool isForced = owesKeyFrame->exchange(false) || properties.forceKeyFrame;
-  NSDictionary* const options = isForced
-                                    ? @{(__bridge NSString*)kVTEncodeFrameOptionKey_ForceKeyFrame : @YES}
-                                    : nil;
-  VTCompressionSessionEncodeFrameWithOutputHandler(
-      session.get(), image, coreMediaTime(mediaTimeOf(presentationTime)), kCMTimeInvalid,
-      (__bridge CFDictionaryRef)options, nullptr,
-      ^(OSStatus status, VTEncodeInfoFlags, CMSampleBufferRef buffer) {
-        if (isForced && (status != noErr || !buffer)) *owesKeyFrame = true;
-        if (status != noErr) return output(EncodeStatus::failure, nullptr);
-        if (!buffer) return output(EncodeStatus::success, nullptr);
-        putOut(buffer, output);
-      });
+  @autoreleasepool {
+    NSDictionary* const options = isForced
+                                      ? @{(__bridge NSString*)kVTEncodeFrameOptionKey_ForceKeyFrame : @YES}
+                                      : nil;
+    VTCompressionSessionEncodeFrameWithOutputHandler(
+        session.get(), image, coreMediaTime(mediaTimeOf(presentationTime)), kCMTimeInvalid,
+        (__bridge CFDictionaryRef)options, nullptr,
+        ^(OSStatus status, VTEncodeInfoFlags, CMSampleBufferRef buffer) {
+          if (isForced && (status != noErr || !buffer)) *owesKeyFrame = true;
+          if (status != noErr) return output(EncodeStatus::failure, nullptr);
+          if (!buffer) return output(EncodeStatus::success, nullptr);
+          putOut(buffer, output);
+        });
+  }
 }
 
 void VideoToolboxSession::invalidate() {
