@@ -38,6 +38,8 @@ class Parser {
  private:
   void addCompanionOptions() {
     app_.add_flag("--headless", companion_.headless, "Run without a window and without an icon in the tray");
+    // What a companion starts itself anew with, not for users.
+    app_.add_flag("--lost-display", companion_.lostDisplay)->group("");
     app_.add_option("--remote-port", companion_.remotePort,
                     "TCP port of the control channel; 0: any free one");
     app_.add_option("--screen-port", companion_.screenPort, "TCP port of mirroring; 0: any free one");

@@ -13,6 +13,7 @@ enum class ExitCode { done = 0, failed = 1, usage = 2, notRunning = 3 };
 /// Starts the companion.
 struct CompanionOptions {
   bool headless = false;
+  bool lostDisplay = false;                 // headless because the display of its windows is gone
   std::optional<std::uint16_t> remotePort;  // 0: any free one; absent: the usual one
   std::optional<std::uint16_t> screenPort;
   bool loopbackOnly = false;

@@ -125,6 +125,11 @@ std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& 
   return ExitCode::done;
 }
 
+bool askToGiveWay(const std::filesystem::path& folder) {
+  const auto answer = askCompanion(controlSocketIn(folder), {ControlRequest::Kind::giveWay});
+  return answer && answer.value() && answer.value()->ok;
+}
+
 ExitCode complain(const std::string& sentence, ExitCode code) {
   std::fprintf(stderr, "tevanto: %s\n", sentence.c_str());
   return code;

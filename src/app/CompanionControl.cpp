@@ -35,6 +35,10 @@ ControlReply CompanionControl::carryOut(const ControlRequest& request) {
     case ControlRequest::Kind::reloadDefaults:
       environment_.reloadDefaults();
       break;
+    case ControlRequest::Kind::giveWay:
+      reply.ok = environment_.giveWay();
+      if (!reply.ok) reply.error = "This companion has not lost its display.";
+      break;
   }
   reply.status = status();
   return reply;

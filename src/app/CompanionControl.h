@@ -25,6 +25,7 @@ class CompanionControl {
     std::function<std::vector<std::string>()> addresses;  // under which others reach this computer
     std::function<void()> reloadDefaults;
     std::function<void(const std::string& token)> useActivationToken;  // of the next window
+    std::function<bool()> giveWay;  // whether it ends, for a companion that has a display
   };
 
   explicit CompanionControl(Environment environment) : environment_(std::move(environment)) {}

@@ -15,13 +15,15 @@ namespace tevanto {
 ///     {"request":"keepAwake","on":true}
 ///     {"request":"showSetupWindow","activationToken":"..."}
 ///     {"request":"reloadDefaults"}
+///     {"request":"giveWay"}
 ///
-/// The token is the desktop's permission to bring a window forward, where whoever asks was given one.
+/// The token is the desktop's permission to bring a window forward, where whoever asks was given one. A
+/// companion gives way, and ends, when it has lost its display and whoever asks has one.
 ///
 /// Each is answered with one line: {"ok":true,"status":{...}}, or {"ok":false,"error":"...","status":{...}},
 /// without "status" when the request was not understood.
 struct ControlRequest {
-  enum class Kind { status, keepAwake, showSetupWindow, reloadDefaults };
+  enum class Kind { status, keepAwake, showSetupWindow, reloadDefaults, giveWay };
   Kind kind = Kind::status;
   bool on = false;                   // keepAwake
   std::string activationToken = {};  // showSetupWindow; empty when there is none

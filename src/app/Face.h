@@ -21,6 +21,8 @@ struct FaceSubject {
   UserDefaults& defaults;
   CompanionOperations operations;
   PublicLinks links;
+  /// The display server is gone, and the toolkit ends the process when this returns. On the main thread.
+  std::function<void()> displayLost;
 };
 
 /// The companion's windows and its icon in the tray, with the loop of the toolkit that they live on. Made on

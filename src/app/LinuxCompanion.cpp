@@ -33,10 +33,14 @@
 #include "core/JsonUserDefaults.h"
 #include "platform/linux/JournalLogSink.h"
 #include "platform/linux/LinuxTransports.h"
+#include "platform/linux/StartAnew.h"
+#include "remote/MacRemoteServer.h"
 
 namespace tevanto {
 namespace {
 
+/// How long an answer may take through the control socket.
+constexpr auto kAnswering = std::chrono::milliseconds(100);
 /// How long work in the background may hold up the end of the process.
 constexpr auto kEndingPatience = std::chrono::seconds(3);
 
@@ -50,7 +54,8 @@ bool hasTerminal() { return Descriptor(::open("/dev/tty", O_RDONLY | O_NOCTTY | 
 class LinuxCompanion {
  public:
   LinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults)
-      : defaults_(defaults),
+      : options_(options),
+        defaults_(defaults),
         log_(makeSystemLogSink()),
         face_(options.headless ? nullptr : loadFace(Logger(log_, "face"))),
         services_(options, defaults, log_, face_ ? face_->mainQueue() : nullptr),
@@ -64,6 +69,12 @@ class LinuxCompanion {
              [this] { defaults_.reload(); },
              [this](const std::string& token) {
                if (face_) face_->useActivationToken(token);
+             },
+             [this] {
+               // Behind the answer.
+               if (options_.lostDisplay && !giving_)
+                 giving_ = services_.mainQueue()->asyncAfter(kAnswering, [this] { end(); });
+               return options_.lostDisplay;
              }}) {}
 
   ~LinuxCompanion() {
@@ -99,9 +110,25 @@ class LinuxCompanion {
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
-                    .links = PublicLinks::of(LinuxTransports::deployment(defaults_, log_))});
+                    .links = PublicLinks::of(LinuxTransports::deployment(defaults_, log_)),
+                    .displayLost = [this] { goOnHeadless(); }});
     face_->run();
     services_.networkLoop().stop();
+  }
+
+  /// The same program in the same process once more, without windows, on the same ports: phones find it
+  /// again, and it waits for a display to come back as it would have without windows.
+  void goOnHeadless() {
+    std::vector<std::string> arguments{"tevanto",
+                                       "--headless",
+                                       "--lost-display",
+                                       "--remote-port",
+                                       std::to_string(runtime_.server().port.get()),
+                                       "--screen-port",
+                                       std::to_string(runtime_.screen().state().port)};
+    if (options_.loopbackOnly) arguments.emplace_back("--loopback-only");
+    if (options_.noDiscovery) arguments.emplace_back("--no-discovery");
+    startAnew(arguments);
   }
 
   void launch() {
@@ -153,6 +180,7 @@ class LinuxCompanion {
     });
   }
 
+  const CompanionOptions options_;
   JsonUserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_;
   const std::unique_ptr<Face> face_;  // null when headless
@@ -164,6 +192,7 @@ class LinuxCompanion {
   std::unique_ptr<ControlSocketServer> controlSocket_;
   const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
+  Timer giving_;
   Timer impatience_;
   std::thread ending_;
 };

@@ -53,7 +53,7 @@ class MacCompanion {
         control_(
             {runtime_, application_, defaults, advertisedName(services_.computerName()),
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
-             [] {}, [](const std::string&) {}}) {}
+             [] {}, [](const std::string&) {}, [] { return false; }}) {}
 
   ~MacCompanion() {
     if (ending_.joinable()) ending_.join();

@@ -17,6 +17,7 @@
 #include "app/RuntimeFolder.h"
 #include "core/JsonUserDefaults.h"
 #include "core/Log.h"
+#include "platform/linux/DisplayReach.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {
@@ -36,12 +37,17 @@ ExitCode run(const CompanionOptions& options) {
   const auto folder = runtimeFolder();
   if (!folder) return complain(folder.error());
   const auto deadline = std::chrono::steady_clock::now() + kHandOverPatience;
+  const bool wantsWindow = !options.headless && canReachDisplay();
   do {
     const auto lock = CompanionLock::tryAcquire(folder.value());
     if (!lock) return complain(lock.error());
     if (lock.value()) {
       auto defaults = openDefaults();
       return runLinuxCompanion(options, defaults, folder.value());
+    }
+    if (wantsWindow && askToGiveWay(folder.value())) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      continue;
     }
     if (const auto code = handOverToRunningCompanion(folder.value())) return *code;
     std::this_thread::sleep_for(std::chrono::milliseconds(50));

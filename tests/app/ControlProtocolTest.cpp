@@ -38,7 +38,7 @@ TEST(ControlProtocol, everyRequestSurvivesTheRoundTrip) {
   for (const auto& request : {ControlRequest{Kind::status}, ControlRequest{Kind::keepAwake, true},
                               ControlRequest{Kind::keepAwake, false}, ControlRequest{Kind::showSetupWindow},
                               ControlRequest{Kind::showSetupWindow, false, "desk-1-menu_TIME4711"},
-                              ControlRequest{Kind::reloadDefaults}}) {
+                              ControlRequest{Kind::reloadDefaults}, ControlRequest{Kind::giveWay}}) {
     const auto decoded = decodeControlRequest(encodeControlRequest(request));
     ASSERT_TRUE(decoded) << decoded.error();
     EXPECT_EQ(decoded.value(), request);
@@ -54,7 +54,8 @@ TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
       {"{}", "A request names itself in the string \"request\"."},
       {R"({"request":"showSetupWindow","activationToken":7})", "An activation token is a string."},
       {"{\"request\":7}", "A request names itself in the string \"request\"."},
-      {"{\"request\":\"quit\"}", "Requests are status, keepAwake, showSetupWindow and reloadDefaults."},
+      {"{\"request\":\"quit\"}",
+       "Requests are status, keepAwake, showSetupWindow, reloadDefaults and giveWay."},
       {"{\"request\":\"keepAwake\"}", "keepAwake needs the boolean \"on\"."},
       {"{\"request\":\"keepAwake\",\"on\":1}", "keepAwake needs the boolean \"on\"."}};
   for (const auto& [line, error] : cases) {

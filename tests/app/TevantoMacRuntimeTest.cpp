@@ -380,9 +380,11 @@ class Control : public Runtime {
   TevantoMacRuntime runtime{factories()};
   MacAppDelegate application{desktop, runtime};
   int reloads = 0;
+  bool lostDisplay = false;
   CompanionControl control{{runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; },
                             [this] { ++reloads; },
-                            [this](const std::string& token) { desktop.steps.push_back("token " + token); }}};
+                            [this](const std::string& token) { desktop.steps.push_back("token " + token); },
+                            [this] { return lostDisplay; }}};
 };
 
 TEST_F(Control, tellsTheStatusOfTheServices) {
@@ -449,6 +451,12 @@ TEST_F(Control, showsTheSetupWindow) {
 TEST_F(Control, reloadsTheDefaults) {
   EXPECT_TRUE(ask({ControlRequest::Kind::reloadDefaults}).ok);
   EXPECT_EQ(reloads, 1);
+}
+
+TEST_F(Control, givesWayOnlyWithoutADisplay) {
+  EXPECT_FALSE(ask({ControlRequest::Kind::giveWay}).ok);
+  lostDisplay = true;
+  EXPECT_TRUE(ask({ControlRequest::Kind::giveWay}).ok);
 }
 
 TEST_F(Control, answersNonsenseWithWhatIsWrong) {

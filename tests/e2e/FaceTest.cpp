@@ -318,5 +318,23 @@ TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
   EXPECT_TRUE(eventually([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
+TEST_F(Face, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
+  startOnThePanel();
+  ASSERT_TRUE(desktop->shows("Quit"));
+  const auto before = now();
+  desktop->display().kill();
+  EXPECT_TRUE(eventually([&] {
+    return now().remotePort == before.remotePort && !now().isAccessibilityTrusted;
+  })) << "it starts anew, on the same port";
+  EXPECT_EQ(now().processID, companion->pid()) << "the same process";
+
+  desktop->display().restart();
+  const auto old = std::move(companion);
+  startCompanion();
+  EXPECT_TRUE(eventually([&] { return now().processID == companion->pid(); }));
+  EXPECT_EQ(old->wait(), 0);
+  EXPECT_TRUE(desktop->shows("Quit"));
+}
+
 }  // namespace
 }  // namespace tevanto

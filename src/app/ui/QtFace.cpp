@@ -7,6 +7,7 @@
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QUrl>
+#include <cstdlib>
 #include <utility>
 
 #include "app/TevantoMacRuntime.h"
@@ -37,6 +38,10 @@ void addDesktopOperations(CompanionOperations& operations) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
   };
 }
+
+/// The face whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
+/// connection broken, so that what runs at the exit is all that hears of it.
+QtFace* runningFace = nullptr;
 
 }  // namespace
 
@@ -88,12 +93,20 @@ std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
   return std::make_unique<QtSetupWindow>(*setupView_, style, std::move(onClose), activation_);
 }
 
+void QtFace::exitedFromWithin() {
+  // Elsewhere exit() was somebody else's, and the main thread still stands in the loop.
+  if (runningFace && runningFace->queue_->isCurrent()) runningFace->subject_->displayLost();
+}
+
 void QtFace::run() {
+  runningFace = this;
+  std::atexit(&QtFace::exitedFromWithin);
   // The session, too, may ask the application to quit; then the companion ends what it began.
   while (!stopping_) {
     QApplication::exec();
     if (!stopping_) subject_->operations.quit();
   }
+  runningFace = nullptr;
   endWindows();
   queue_->stop();
 }

@@ -42,6 +42,7 @@ class QtFace final : public Face {
  private:
   struct Arguments;
 
+  static void exitedFromWithin();
   void endWindows();
 
   const std::unique_ptr<Arguments> arguments_;
