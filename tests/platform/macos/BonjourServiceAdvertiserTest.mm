@@ -67,7 +67,7 @@ ServiceDescription serviceNamed(const std::string& name) {
   return {name, kType, 51637, {{"id", "D1"}, {"kind", "mac"}}};
 }
 
-TEST(BonjourAdvertising, isFoundWithItsPortAndTextRecord) {
+TEST(BonjourAdvertisingContract, isFoundWithItsPortAndTextRecord) {
   const auto name = "Tevanto " + randomUuid();
   StatusRecord status;
   BonjourServiceAdvertiser advertiser;
@@ -90,7 +90,7 @@ TEST(BonjourAdvertising, isFoundWithItsPortAndTextRecord) {
   EXPECT_EQ(resolved.text, "\x05id=D1\x08kind=mac");
 }
 
-TEST(BonjourAdvertising, takesAnotherNameWhenItsOwnIsTaken) {
+TEST(BonjourAdvertisingContract, takesAnotherNameWhenItsOwnIsTaken) {
   const auto name = "Tevanto " + randomUuid();
   StatusRecord first;
   StatusRecord second;
@@ -104,7 +104,7 @@ TEST(BonjourAdvertising, takesAnotherNameWhenItsOwnIsTaken) {
   EXPECT_NE(second.last().name, first.last().name);
 }
 
-TEST(BonjourAdvertising, saysWhatIsWrongWithAService) {
+TEST(BonjourAdvertisingContract, saysWhatIsWrongWithAService) {
   StatusRecord status;
   BonjourServiceAdvertiser advertiser;
   const auto registration = advertiser.advertise({"Study", "no type", 1, {}}, status.handler());
@@ -112,7 +112,7 @@ TEST(BonjourAdvertising, saysWhatIsWrongWithAService) {
   EXPECT_EQ(status.last().state, AdvertisingState::pending);
 }
 
-TEST(BonjourAdvertising, isSilentOnceTheRegistrationIsDropped) {
+TEST(BonjourAdvertisingContract, isSilentOnceTheRegistrationIsDropped) {
   BonjourServiceAdvertiser advertiser;
   for (int round = 0; round < 100; ++round) {
     const auto alive = std::make_shared<std::atomic<bool>>(true);
@@ -123,7 +123,7 @@ TEST(BonjourAdvertising, isSilentOnceTheRegistrationIsDropped) {
   }
 }
 
-TEST(AnyInterfaceSockets, takeConnectionsFromPeerToPeerLinks) {
+TEST(AnyInterfaceSocketsContract, takeConnectionsFromPeerToPeerLinks) {
   const int descriptor = ::socket(AF_INET6, SOCK_STREAM, 0);
   ASSERT_GE(descriptor, 0);
   receiveOnAnyInterface(descriptor);

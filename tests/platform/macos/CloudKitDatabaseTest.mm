@@ -25,7 +25,7 @@ struct Answer {
   T get() const { return promise->get_future().get(); }
 };
 
-class CloudKitFramework : public testing::Test {
+class CloudKitDatabaseContract : public testing::Test {
  protected:
   void SetUp() override {
     const char* const container = std::getenv("TEVANTO_TEST_CLOUDKIT_CONTAINER");
@@ -54,19 +54,19 @@ class CloudKitFramework : public testing::Test {
   std::unique_ptr<CloudKitDatabase> database_;
 };
 
-TEST_F(CloudKitFramework, tellsOfTheAccount) {
+TEST_F(CloudKitDatabaseContract, tellsOfTheAccount) {
   const Answer<CloudAccountStatus> answer;
   database_->accountStatus(answer.handler());
   EXPECT_EQ(answer.get(), CloudAccountStatus::available);
 }
 
-TEST_F(CloudKitFramework, saysThatARecordIsNotThere) {
+TEST_F(CloudKitDatabaseContract, saysThatARecordIsNotThere) {
   const auto outcome = fetch(name_);
   ASSERT_FALSE(outcome.value);
   EXPECT_EQ(outcome.error.code, CloudError::kUnknownItem) << summary(outcome.error);
 }
 
-TEST_F(CloudKitFramework, keepsTheLastOfTwoWritesUntilItIsRemoved) {
+TEST_F(CloudKitDatabaseContract, keepsTheLastOfTwoWritesUntilItIsRemoved) {
   CloudRecord record{.name = name_, .room = "r", .kind = "offer", .session = "S", .payload = "first"};
   record.created = std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now());
   const Answer<std::optional<CloudError>> first;

@@ -30,14 +30,14 @@ INSTANTIATE_TEST_SUITE_P(Displays, DisplayCaptureContract,
 
 }  // namespace
 
-TEST(ScreenCaptureKit, makesNoStreamOfADisplayThatWasNotListed) {
+TEST(ScreenCaptureKitContract, makesNoStreamOfADisplayThatWasNotListed) {
   ScreenCaptureKitSource capture;
   const auto loop = EventLoop::background(1);
   EXPECT_FALSE(
       capture.makeStream(1, {64, 64, {}, PixelFormat::native, 5, true}, loop->makeQueue("capture"), {}));
 }
 
-TEST(ScreenCaptureKit, deliversNoOtherBuffersThanItsOwn) {
+TEST(ScreenCaptureKitContract, deliversNoOtherBuffersThanItsOwn) {
   ScreenCaptureKitSource capture;
   const auto loop = EventLoop::background(1);
   EXPECT_EQ(capture.preferredFormat(), PixelFormat::native);

@@ -21,7 +21,7 @@ std::shared_ptr<EncoderSession> makeSession() {
   return made ? made.value() : nullptr;
 }
 
-TEST(VideoToolbox, putsOutNalUnitsBehindFourBytesOfLength) {
+TEST(VideoToolboxContract, putsOutNalUnitsBehindFourBytesOfLength) {
   CoreVideoPictures pictures(320, 240);
   EncodedStream stream(makeSession());
   stream.prepare();
@@ -37,7 +37,7 @@ TEST(VideoToolbox, putsOutNalUnitsBehindFourBytesOfLength) {
   EXPECT_EQ(at, data.size());
 }
 
-TEST(VideoToolbox, encodesMainProfile) {
+TEST(VideoToolboxContract, encodesMainProfile) {
   CoreVideoPictures pictures(320, 240);
   EncodedStream stream(makeSession());
   stream.prepare();
@@ -48,7 +48,7 @@ TEST(VideoToolbox, encodesMainProfile) {
   EXPECT_EQ(std::to_integer<int>(stream.frames.front().sps->at(1)), kMainProfile);
 }
 
-TEST(VideoToolbox, refusesPicturesThatAreNotTheSystemsOwn) {
+TEST(VideoToolboxContract, refusesPicturesThatAreNotTheSystemsOwn) {
   EncoderPictures pictures(PixelFormat::i420, 320, 240);
   EncodedStream stream(makeSession());
   stream.prepare();
@@ -57,7 +57,7 @@ TEST(VideoToolbox, refusesPicturesThatAreNotTheSystemsOwn) {
   EXPECT_EQ(stream.frames.front().status, EncodeStatus::failure);
 }
 
-TEST(VideoToolbox, takesPicturesWithoutCopyingThem) {
+TEST(VideoToolboxContract, takesPicturesWithoutCopyingThem) {
   CoreVideoPictures pictures(320, 240);
   const auto picture = pictures.text(0);
   EXPECT_EQ(picture->format(), PixelFormat::native);
@@ -65,7 +65,7 @@ TEST(VideoToolbox, takesPicturesWithoutCopyingThem) {
   EXPECT_NE(picture->nativeHandle(), nullptr);
 }
 
-TEST(VideoToolbox, refusesAPropertyOfAnotherType) {
+TEST(VideoToolboxContract, refusesAPropertyOfAnotherType) {
   const auto session = makeSession();
   ASSERT_TRUE(session);
   EXPECT_FALSE(session->setProperty(EncoderProperty::realTime, std::int64_t{1}));
