@@ -31,6 +31,7 @@ endif()
 
 if(TEVANTO_FACE)
   find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Qml Quick Svg Widgets)
+  pkg_check_modules(FONTCONFIG REQUIRED IMPORTED_TARGET fontconfig)
   pkg_check_modules(QRENCODE REQUIRED IMPORTED_TARGET libqrencode)
   if(TEVANTO_TESTS)
     find_package(Qt6 6.4 REQUIRED COMPONENTS QuickTest Test)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace tevanto {
 
 class Face;
@@ -9,5 +11,8 @@ class Face;
 inline constexpr auto* kFaceModule = "face";
 inline constexpr auto* kMakeFace = "tevantoMakeFace";
 using MakeFace = Face* (*)();
+/// What fonts it finds, for a person; empty when there are none.
+inline constexpr auto* kDescribeFonts = "tevantoDescribeFonts";
+using DescribeFonts = std::string* (*)();
 
 }  // namespace tevanto

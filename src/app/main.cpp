@@ -14,6 +14,7 @@
 #include "app/LinuxAwayDoctorChecks.h"
 #include "app/LinuxCompanion.h"
 #include "app/LinuxDoctorChecks.h"
+#include "app/LinuxFaceChecks.h"
 #include "app/RuntimeFolder.h"
 #include "core/JsonUserDefaults.h"
 #include "core/Log.h"
@@ -68,6 +69,7 @@ ExitCode run(const DoctorOptions& options) {
   auto checks = linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
                                   options.screenPort.value_or(kDefaultScreenPort),
                                   JsonUserDefaults::standardFile(kDefaultsName));
+  for (auto& check : linuxFaceChecks()) checks.push_back(std::move(check));
   for (auto& check : linuxAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
   std::vector<DoctorFinding> findings;
   tryChecks(checks, kDoctorPatience, [&](DoctorFinding finding) {

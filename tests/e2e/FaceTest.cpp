@@ -318,6 +318,22 @@ TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
   EXPECT_TRUE(eventually([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
+TEST_F(Face, theDoctorTellsWhatTheDesktopHas) {
+  desktop = std::make_unique<FaceDesktop>();
+  auto told = tevanto({"doctor", "--remote-port", "0", "--screen-port", "0"}).output;
+  for (const auto* found : {"no tray was found", " fonts; texts in ", "no settings portal answers",
+                            "windows are drawn at 100 %; the desktop sets no Xft.dpi"}) {
+    EXPECT_THAT(told, HasSubstr(found));
+  }
+  desktop->startTray(FaceDesktop::Tray::xembed);
+  desktop->run("sh", {"-c", "printf 'Xft.dpi:\\t144\\n' | xrdb -nocpp -merge"});
+  EXPECT_TRUE(eventually([&] {
+    told = tevanto({"doctor", "--remote-port", "0", "--screen-port", "0"}).output;
+    return told.find("an XEmbed tray was found") != std::string::npos;
+  }));
+  EXPECT_THAT(told, HasSubstr("windows are drawn at 150 %, by the resource Xft.dpi"));
+}
+
 TEST_F(Face, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
   startOnThePanel();
   ASSERT_TRUE(desktop->shows("Quit"));

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <optional>
+
+namespace tevanto {
+
+/// What the X server of DISPLAY tells about its desktop.
+struct XDesktop {
+  bool hasXembedTray = false;           // freedesktop.org System Tray Protocol
+  std::optional<double> dotsPerInch{};  // the resource Xft.dpi, which toolkits scale by; 96 is 100 %
+
+  /// Nothing when no X server answers.
+  static std::optional<XDesktop> current();
+};
+
+}  // namespace tevanto
