@@ -19,8 +19,8 @@ struct ScriptResult {
 class ScriptHost {
  public:
   virtual ~ScriptHost() = default;
-  /// A text that is no script of this host fails with "bad script"; a script that fails without saying why,
-  /// with "script error".
+  /// A text that is no script of this host fails with "bad script", or with what the host says of it; a
+  /// script that fails without saying why, with "script error".
   virtual ScriptResult run(std::string_view source) = 0;
 };
 

@@ -15,10 +15,10 @@
 #include "platform/linux/SysfsPowerSources.h"
 #include "platform/linux/UPowerSources.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
+#include "tests/platform/contracts/SystemContracts.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakePowerSources.h"
-#include "tests/support/FakeScriptHost.h"
 #include "tests/support/FakeSleepAssertions.h"
 #include "tests/support/PulseServer.h"
 #include "tests/support/TemporaryFolder.h"
@@ -26,46 +26,7 @@
 namespace tevanto {
 namespace {
 
-/// An implementation with the servers that it needs around it.
-template <class Interface>
-struct Stage {
-  virtual ~Stage() = default;
-  virtual Interface& subject() = 0;
-};
-
-template <class Interface>
-struct Implementation {
-  const char* name;
-  std::function<std::unique_ptr<Stage<Interface>>()> make;
-};
-
-template <class Interface>
-void PrintTo(const Implementation<Interface>& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
-
-template <class Interface>
-class ContractTest : public testing::TestWithParam<Implementation<Interface>> {
- protected:
-  Interface& subject() { return stage_->subject(); }
-
- private:
-  std::unique_ptr<Stage<Interface>> stage_ = this->GetParam().make();
-};
-
-template <class Interface, class Fake>
-Implementation<Interface> fake() {
-  struct FakeStage final : Stage<Interface> {
-    Interface& subject() override { return double_; }
-    Fake double_;
-  };
-  return {"fake", [] { return std::make_unique<FakeStage>(); }};
-}
-
-template <class Interface>
-std::string nameOf(const testing::TestParamInfo<Implementation<Interface>>& info) {
-  return info.param.name;
-}
+using namespace test;  // the contracts
 
 // Sleep assertions
 
@@ -77,25 +38,6 @@ struct LogindStage final : Stage<SleepAssertions> {
   LogindSleepAssertions assertions{Logger(), BusAddress::system(bus.address()),
                                    BusAddress::session(bus.address())};
 };
-
-class SleepAssertionsContract : public ContractTest<SleepAssertions> {
- protected:
-  SleepAssertions::Created create() {
-    return subject().create(SleepAssertions::kPreventUserIdleSystemSleep, "contract");
-  }
-};
-
-TEST_P(SleepAssertionsContract, eachAssertionIsReleasedOnce) {
-  const auto first = create();
-  const auto second = create();
-  ASSERT_EQ(first.code, 0);
-  ASSERT_EQ(second.code, 0);
-  EXPECT_NE(first.identifier, second.identifier);
-  EXPECT_EQ(subject().release(first.identifier), 0);
-  EXPECT_NE(subject().release(first.identifier), 0) << "again";
-  EXPECT_EQ(subject().release(second.identifier), 0);
-  EXPECT_NE(subject().release(12345), 0) << "never made";
-}
 
 INSTANTIATE_TEST_SUITE_P(, SleepAssertionsContract,
                          testing::Values(fake<SleepAssertions, test::FakeSleepAssertions>(),
@@ -117,20 +59,6 @@ struct AutostartStage final : Stage<LoginItem> {
   XdgAutostartLoginItem item{{folder / "config", {}, folder / "usr/bin/tevanto", {}, {folder / "usr"}, ""}};
 };
 
-class LoginItemContract : public ContractTest<LoginItem> {};
-
-TEST_P(LoginItemContract, isEnabledFromRegistrationToItsEnd) {
-  EXPECT_EQ(subject().status(), LoginItemStatus::notRegistered);
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE(subject().registerItem());
-    EXPECT_EQ(subject().status(), LoginItemStatus::enabled);
-  }
-  for (int i = 0; i < 2; ++i) {
-    ASSERT_TRUE(subject().unregisterItem());
-    EXPECT_EQ(subject().status(), LoginItemStatus::notRegistered);
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(, LoginItemContract,
                          testing::Values(fake<LoginItem, test::FakeLoginItem>(),
                                          Implementation<LoginItem>{
@@ -138,18 +66,6 @@ INSTANTIATE_TEST_SUITE_P(, LoginItemContract,
                          nameOf<LoginItem>);
 
 // Script host
-
-struct ScriptedStage final : Stage<ScriptHost> {
-  ScriptedStage() {
-    host.results["set volume output volume 56"] = {true, {}, {}};
-    host.results["output volume of (get volume settings)"] = {true, {}, 56};
-    host.results["set volume output muted true"] = {true, {}, {}};
-    host.results["output muted of (get volume settings)"] = {true, {}, true};
-  }
-  ScriptHost& subject() override { return host; }
-
-  test::FakeScriptHost host;
-};
 
 struct LinuxStage final : Stage<ScriptHost> {
   ScriptHost& subject() override { return host; }
@@ -160,26 +76,6 @@ struct LinuxStage final : Stage<ScriptHost> {
   LogindSession session{BusAddress::system(bus.address()), BusAddress::session(bus.address()), {"", 1, 1000}};
   LinuxScriptHost host{audio, session};
 };
-
-class ScriptHostContract : public ContractTest<ScriptHost> {};
-
-TEST_P(ScriptHostContract, readsBackWhatItSetWithTheRightTypes) {
-  EXPECT_TRUE(subject().run(std::string(script::kSetOutputVolume) + "56").success);
-  const auto volume = subject().run(script::kOutputVolume);
-  ASSERT_TRUE(volume.success && volume.value);
-  EXPECT_EQ(std::get<std::int32_t>(*volume.value), 56);
-  EXPECT_TRUE(subject().run(std::string(script::kSetOutputMuted) + "true").success);
-  const auto muted = subject().run(script::kOutputMuted);
-  ASSERT_TRUE(muted.success && muted.value);
-  EXPECT_EQ(std::get<bool>(*muted.value), true);
-}
-
-TEST_P(ScriptHostContract, refusesWhatIsNoScript) {
-  const auto result = subject().run("make coffee");
-  EXPECT_FALSE(result.success);
-  EXPECT_EQ(result.errorMessage, "bad script");
-  EXPECT_FALSE(result.value);
-}
 
 INSTANTIATE_TEST_SUITE_P(
     , ScriptHostContract,

@@ -1,0 +1,170 @@
+// The adapters of a Mac against the contracts of every system, and what else their callers rely on. Whoever
+// runs this sees the volume and the pointer change.
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "core/Uuid.h"
+#include "platform/macos/AppKitWorkspace.h"
+#include "platform/macos/AppleScriptHost.h"
+#include "platform/macos/AxAccessibilityPermission.h"
+#include "platform/macos/CfUserDefaults.h"
+#include "platform/macos/CfUserPreferences.h"
+#include "platform/macos/CoreGraphicsInputEvents.h"
+#include "platform/macos/IoKitPowerSources.h"
+#include "platform/macos/IoKitSleepAssertions.h"
+#include "platform/macos/MacComputerName.h"
+#include "platform/macos/SmAppServiceLoginItem.h"
+#include "platform/macos/UnifiedLogSink.h"
+#include "tests/platform/contracts/SystemContracts.h"
+#include "tests/support/ManualQueue.h"
+
+namespace tevanto {
+namespace test {
+namespace {
+
+struct IoKitStage final : Stage<SleepAssertions> {
+  SleepAssertions& subject() override { return assertions; }
+
+  IoKitSleepAssertions assertions;
+};
+
+INSTANTIATE_TEST_SUITE_P(, SleepAssertionsContract,
+                         testing::Values(Implementation<SleepAssertions>{
+                             "iokit", [] { return std::make_unique<IoKitStage>(); }}),
+                         nameOf<SleepAssertions>);
+
+struct AppleScriptStage final : Stage<ScriptHost> {
+  ScriptHost& subject() override { return host; }
+
+  // A test runs on the main thread, as scripts have to.
+  AppleScriptHost host{std::make_shared<ManualQueue>("main")};
+};
+
+INSTANTIATE_TEST_SUITE_P(, ScriptHostContract,
+                         testing::Values(Implementation<ScriptHost>{
+                             "applescript", [] { return std::make_unique<AppleScriptStage>(); }}),
+                         nameOf<ScriptHost>);
+
+// A test program is no application bundle, so that it cannot be registered.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LoginItemContract);
+
+}  // namespace
+}  // namespace test
+
+namespace {
+
+TEST(SmAppServiceLoginItemContract, aProgramThatIsNoBundleIsNotEnabled) {
+  EXPECT_NE(SmAppServiceLoginItem().status(), LoginItemStatus::enabled);
+}
+
+TEST(IoKitPowerSourcesContract, aSourceHasItsLevelWithinItsCapacity) {
+  for (const auto& source : IoKitPowerSources().snapshot()) {
+    ASSERT_TRUE(source.currentCapacity && source.maxCapacity);
+    EXPECT_GE(*source.currentCapacity, 0);
+    EXPECT_LE(*source.currentCapacity, *source.maxCapacity);
+    EXPECT_FALSE(source.state.empty());
+  }
+}
+
+class CfUserDefaultsContract : public testing::Test {
+ protected:
+  ~CfUserDefaultsContract() override {
+    for (const auto& [key, value] : defaults_.all()) (void)defaults_.remove(key);
+  }
+
+  CfUserDefaults defaults_{"app.tevanto.contract-test." + randomUuid()};
+};
+
+TEST_F(CfUserDefaultsContract, valuesComeBackWithTheirTypesUntilTheyAreRemoved) {
+  const std::map<std::string, DefaultsValue> values{{"flag", true},
+                                                    {"count", std::int64_t{7}},
+                                                    {"share", 0.5},
+                                                    {"text", std::string("é\u4e2d")},
+                                                    {"list", std::vector<std::string>{"a", "b"}}};
+  for (const auto& [key, value] : values) ASSERT_TRUE(defaults_.set(key, value));
+  for (const auto& [key, value] : values) EXPECT_EQ(defaults_.value(key), value) << key;
+  EXPECT_EQ(defaults_.all(), values);
+  for (const auto& [key, value] : values) ASSERT_TRUE(defaults_.remove(key));
+  EXPECT_TRUE(defaults_.all().empty());
+  EXPECT_FALSE(defaults_.value("flag"));
+}
+
+TEST_F(CfUserDefaultsContract, comparesATextThatMayBeAbsentWithOneThatMayBe) {
+  EXPECT_TRUE(defaults_.stringEquals("token", std::nullopt));
+  EXPECT_FALSE(defaults_.stringEquals("token", "a"));
+  ASSERT_TRUE(defaults_.set("token", std::string("a")));
+  EXPECT_TRUE(defaults_.stringEquals("token", "a"));
+  EXPECT_FALSE(defaults_.stringEquals("token", "b"));
+  EXPECT_FALSE(defaults_.stringEquals("token", std::nullopt));
+}
+
+TEST(CfUserPreferencesContract, hotKeysAreADictionaryAndUnknownDomainsEmpty) {
+  CfUserPreferences preferences;
+  const auto hotKeys = preferences.value("AppleSymbolicHotKeys", "com.apple.symbolichotkeys");
+  if (hotKeys) {
+    EXPECT_NE(hotKeys->dictionary(), nullptr);
+  }
+  EXPECT_FALSE(preferences.value("AppleSymbolicHotKeys", "app.tevanto.no-such-domain"));
+}
+
+class AppKitWorkspaceContract : public testing::Test {
+ protected:
+  std::optional<ApplicationBundle> textEdit() {
+    for (const auto& bundle : workspace_.applicationsIn("/System/Applications"))
+      if (bundle.identifier == "com.apple.TextEdit") return bundle;
+    return std::nullopt;
+  }
+
+  AppKitWorkspace workspace_;
+};
+
+TEST_F(AppKitWorkspaceContract, findsAnApplicationOfTheSystemByFolderAndIdentifier) {
+  const auto found = textEdit();
+  ASSERT_TRUE(found);
+  EXPECT_EQ(found->fileName, "TextEdit");
+  EXPECT_TRUE(found->created);
+  EXPECT_TRUE(workspace_.exists(found->location));
+  EXPECT_EQ(workspace_.locationOf("com.apple.TextEdit"), found->location);
+  EXPECT_FALSE(workspace_.locationOf("app.tevanto.no-such-application"));
+  EXPECT_FALSE(workspace_.exists("/System/Applications/No Such Application.app"));
+  EXPECT_TRUE(workspace_.applicationsIn("/No Such Folder").empty());
+}
+
+TEST_F(AppKitWorkspaceContract, iconsArePicturesOf64PixelsSquared) {
+  const auto found = textEdit();
+  ASSERT_TRUE(found);
+  const auto png = workspace_.iconPng(*found);
+  ASSERT_TRUE(png && png->size() > 24);
+  constexpr std::array<unsigned char, 8> kSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+  EXPECT_EQ(std::memcmp(png->data(), kSignature.data(), kSignature.size()), 0);
+  EXPECT_EQ(std::to_integer<int>((*png)[19]), Workspace::kIconPixels) << "width";
+  EXPECT_EQ(std::to_integer<int>((*png)[23]), Workspace::kIconPixels) << "height";
+}
+
+TEST(CoreGraphicsInputEventsContract, thePointerIsWhereItWasPut) {
+  if (!AxAccessibilityPermission().isTrusted())
+    GTEST_SKIP() << "the terminal has no accessibility permission";
+  CoreGraphicsInputEvents events;
+  const auto before = events.pointerLocation();
+  events.warpPointer({200, 100});
+  EXPECT_TRUE(events.postMouse({MouseEventType::moved, {200, 100}, 0, 0}));
+  EXPECT_NEAR(events.pointerLocation().x, 200, 1);
+  EXPECT_NEAR(events.pointerLocation().y, 100, 1);
+  events.warpPointer(before);
+}
+
+TEST(MacComputerName, isThereOnEveryMacThatWasSetUp) { EXPECT_TRUE(macComputerName()); }
+
+TEST(UnifiedLogSinkContract, takesLinesOfEveryLevel) {
+  UnifiedLogSink log;
+  for (const auto level : {LogLevel::error, LogLevel::warning, LogLevel::info, LogLevel::debug})
+    log.write(level, "contract", "a line of the contract tests, 100 % public");
+}
+
+}  // namespace
+}  // namespace tevanto
