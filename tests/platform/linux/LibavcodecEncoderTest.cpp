@@ -1,93 +1,17 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <thread>
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
-#include "platform/linux/PictureEncoder.h"
-#include "screen/AccessUnit.h"
-#include "screen/BigEndian.h"
 #include "screen/H264Encoder.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/EncodedStream.h"
+#include "tests/platform/linux/LibavcodecEncoderFixture.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/H264TestDecoder.h"
-#include "tests/support/RecordingLogSink.h"
 #include "tests/support/SpsFields.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace tevanto {
 namespace {
 
 using namespace std::chrono_literals;
-
-constexpr std::byte kConstraintSet1{0x40};  // as Main demands
-
-/// The data's NAL units; fails the test when the lengths do not add up.
-std::vector<test::Bytes> unitsOf(std::span<const std::byte> data) {
-  std::vector<test::Bytes> units;
-  while (!data.empty()) {
-    const auto length = data.size() < 4 ? 0 : readBigEndian<std::uint32_t>(data);
-    if (length == 0 || length > data.size() - 4) {
-      ADD_FAILURE() << "a length of " << length << " with " << data.size() << " bytes left";
-      break;
-    }
-    units.push_back(test::copyOf(data.subspan(4, length)));
-    data = data.subspan(4 + length);
-  }
-  return units;
-}
-
-class LibavcodecEncoderTest : public ::testing::Test {
- protected:
-  test::EncodedStream makeStream(int width, int height, std::int64_t bitRate = 6'000'000,
-                                 std::int64_t fps = 15) {
-    test::EncodedStream stream(factory_.create(width, height, VideoCodec::h264).value(), &clock_);
-    stream.prepare(bitRate, fps);
-    return stream;
-  }
-
-  test::EncoderClock clock_;
-  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
-};
-
-TEST_F(LibavcodecEncoderTest, theStreamSaysMainProfileAndItsColours) {
-  for (const auto& [width, height] : {std::pair{1280, 720}, std::pair{960, 540}, std::pair{1280, 830}}) {
-    auto stream = makeStream(width, height);
-    stream.encode(test::EncoderPictures(PixelFormat::i420, width, height).text(0), 0ms, true);
-    const auto sps = test::SpsFields::parse(*stream.frames.front().sps);
-    EXPECT_EQ(sps.profile, 77);
-    EXPECT_EQ(sps.constraints & 0xC0, std::to_integer<int>(kConstraintSet1)) << "no Baseline";
-    EXPECT_EQ(sps.width, width);
-    EXPECT_EQ(sps.height, height);
-    EXPECT_FALSE(sps.isFullRange);
-    EXPECT_EQ(sps.primaries, 1);
-    EXPECT_EQ(sps.transfer, 1);
-    EXPECT_EQ(sps.matrix, 1);
-    EXPECT_EQ(sps.maxReordered, 0);
-    EXPECT_EQ(sps.pocType, 2) << "output order is decoding order";
-  }
-}
-
-TEST_F(LibavcodecEncoderTest, aFrameIsOneSliceWithSeiAtMostInFront) {
-  test::EncoderPictures pictures(PixelFormat::nv12, 640, 480);
-  auto stream = makeStream(640, 480);
-  for (int i = 0; i < 130; ++i) stream.encode(pictures.text(i * 7), i * 66ms, i == 40);
-  int slices = 0;
-  for (const auto& frame : stream.frames) {
-    for (const auto& unit : unitsOf(frame.data)) {
-      const auto type = nalUnitType(unit);
-      if (type == NalUnitType::sei) continue;
-      EXPECT_EQ(type, frame.isKeyFrame ? NalUnitType::idrSlice : NalUnitType::slice);
-      ++slices;
-    }
-    if (!frame.isKeyFrame) continue;
-    EXPECT_EQ(nalUnitType(*frame.sps), NalUnitType::sps);
-    EXPECT_EQ(nalUnitType(*frame.pps), NalUnitType::pps);
-  }
-  EXPECT_EQ(slices, 130);
-}
 
 TEST_F(LibavcodecEncoderTest, everyPictureComesBackAtOnceAndInOrder) {
   for (const auto format : {PixelFormat::i420, PixelFormat::nv12}) {
@@ -399,110 +323,6 @@ TEST_F(LibavcodecEncoderTest, mayBeDestroyedWithinItsOutput) {
                          bytes = sample->data->size();
                        });
   EXPECT_GT(bytes, 0u);
-}
-
-TEST_F(LibavcodecEncoderTest, ffprobePlaysItAsMainProfileInBt709) {
-  const test::TemporaryFolder folder;
-  const auto path = (folder / "stream.h264").string();
-  test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
-  auto stream = makeStream(1280, 720);
-  std::ofstream file(path, std::ios::binary);
-  const auto write = [&](std::span<const std::byte> unit) {
-    file.write("\0\0\0\1", 4) << test::textOf(unit);
-  };
-  for (int i = 0; i < 20; ++i) {
-    stream.encode(pictures.text(i * 9), i * 66ms);
-    const auto& frame = stream.frames.back();
-    if (frame.isKeyFrame) {
-      write(*frame.sps);
-      write(*frame.pps);
-    }
-    for (const auto& unit : unitsOf(frame.data)) write(unit);
-  }
-  file.close();
-  const auto probed = test::runProgram({"ffprobe", "-v", "warning", "-count_frames", "-show_entries",
-                                        "stream=profile,width,height,pix_fmt,color_range,color_space,color_"
-                                        "transfer,color_primaries,has_b_frames,"
-                                        "nb_read_frames",
-                                        "-of", "default=noprint_wrappers=1", path},
-                                       {.mergeErrors = true});
-  EXPECT_EQ(probed.exitStatus, 0);
-  EXPECT_EQ(probed.output,
-            "profile=Main\nwidth=1280\nheight=720\nhas_b_frames=0\npix_fmt=yuv420p\ncolor_range=tv\n"
-            "color_space=bt709\ncolor_transfer=bt709\ncolor_primaries=bt709\nnb_read_frames=20\n");
-}
-
-TEST(LibavcodecEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
-  const auto sink = std::make_shared<test::RecordingLogSink>();
-  LibavcodecEncoderFactory factory(Logger(sink, "encoder"), {"h264_of_nobody", "libx264", "never_tried"});
-  EXPECT_TRUE(sink->lines().empty()) << "nothing is tried before it is asked for";
-  EXPECT_EQ(factory.encoderName(), "libx264");
-  ASSERT_EQ(factory.refusals().size(), 1u);
-  EXPECT_EQ(factory.refusals()[0].encoder, "h264_of_nobody");
-  EXPECT_EQ(factory.description(), "libx264 (h264_of_nobody: this libavcodec is built without it)");
-  const auto lines = sink->lines().size();
-  static_cast<void>(factory.create(320, 240, VideoCodec::h264));
-  EXPECT_EQ(factory.encoderName(), "libx264");
-  EXPECT_EQ(sink->lines().size(), lines) << "they are tried once";
-  for (const auto& line : sink->lines()) EXPECT_EQ(line.level, LogLevel::debug) << line.text;
-}
-
-TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
-  test::EncoderClock clock;
-  // An encoder in hardware that does small pictures only, as some do.
-  const auto open = [](const std::string& name, const EncoderSettings& settings) {
-    if (name == "h264_small" && settings.width > 640) {
-      return Result<std::unique_ptr<PictureEncoder>>(Failure{"too large"});
-    }
-    return openEncoder("libx264", settings);
-  };
-  const auto sink = std::make_shared<test::RecordingLogSink>();
-  LibavcodecEncoderFactory factory({Logger(sink, "encoder"), clock.reader(), open, nullptr},
-                                   {"h264_small", "libx264"});
-  const auto encodeOne = [&](int width) {
-    test::EncodedStream stream(factory.create(width, 480, VideoCodec::h264).value(), &clock);
-    stream.prepare();
-    stream.encode(test::EncoderPictures(PixelFormat::i420, width, 480).text(0), 0ms, true);
-    EXPECT_TRUE(stream.frames.back().isKeyFrame);
-  };
-  EXPECT_EQ(factory.encoderName(), "h264_small");
-  encodeOne(1280);
-  EXPECT_EQ(factory.encoderName(), "libx264");
-  EXPECT_THAT(sink->lines().back().text, testing::HasSubstr("h264_small cannot encode 1280×480: too large"));
-  encodeOne(640);
-  EXPECT_EQ(factory.encoderName(), "h264_small");
-}
-
-TEST(LibavcodecEncoderFactory, withoutAnEncoderThereAreNoSessions) {
-  LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody"});
-  EXPECT_EQ(factory.encoderName(), "");
-  EXPECT_FALSE(factory.create(320, 240, VideoCodec::h264));
-  EXPECT_EQ(factory.description(), "none (h264_of_nobody: this libavcodec is built without it)");
-}
-
-// Which encoders this machine has in hardware is its own affair; each refusal has a reason all the same.
-TEST(LibavcodecEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
-  testing::internal::CaptureStderr();
-  const LibavcodecEncoderFactory factory{Logger()};
-  const auto name = factory.encoderName();
-  const auto refusals = factory.refusals();
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  const std::vector<std::string> order{"h264_nvenc", "h264_vaapi", "h264_qsv", "libx264"};
-  ASSERT_LT(refusals.size(), order.size());
-  EXPECT_EQ(name, order[refusals.size()]);
-  for (std::size_t i = 0; i < refusals.size(); ++i) {
-    EXPECT_EQ(refusals[i].encoder, order[i]);
-    EXPECT_FALSE(refusals[i].reason.empty());
-  }
-}
-
-TEST(LibavcodecEncoderFactory, aThreadMayAskWhileAnotherTries) {
-  const LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody", "libx264"});
-  std::vector<std::thread> threads;
-  std::atomic<int> same = 0;
-  for (int i = 0; i < 4; ++i) threads.emplace_back([&] { same += factory.encoderName() == "libx264"; });
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(same, 4);
 }
 
 }  // namespace
