@@ -1,7 +1,6 @@
 #include "app/ui/DesktopAppearance.h"
 
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -44,7 +43,11 @@ bool isPaletteDark() {
 
 }  // namespace
 
-DesktopAppearance::DesktopAppearance(QObject* parent) : QObject(parent), isDark_(isPaletteDark()) {
+DesktopAppearance::DesktopAppearance(QObject* parent)
+    : DesktopAppearance(QDBusConnection::sessionBus(), parent) {}
+
+DesktopAppearance::DesktopAppearance(const QDBusConnection& bus, QObject* parent)
+    : QObject(parent), bus_(bus), isDark_(isPaletteDark()) {
   readPortal();
 }
 
@@ -61,10 +64,11 @@ void DesktopAppearance::setMotionReduced(bool reduced) {
 }
 
 void DesktopAppearance::readPortal() {
-  auto bus = QDBusConnection::sessionBus();
-  if (!bus.isConnected()) return;
-  bus.connect(kService, kPath, kSettings, "SettingChanged", this,
-              SLOT(settingChanged(QString, QString, QDBusVariant)));
+  if (!bus_.isConnected()) return;
+  // From whoever: with the service's name Qt would first have to learn who owns it, and misses what is said
+  // until then.
+  bus_.connect(QString(), kPath, kSettings, "SettingChanged", this,
+               SLOT(settingChanged(QString, QString, QDBusVariant)));
   const auto takeAll = [this](const QDBusMessage& reply) {
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
     const auto settings = qdbus_cast<Settings>(reply.arguments().constFirst());
@@ -76,8 +80,8 @@ void DesktopAppearance::readPortal() {
   };
   auto atOnce = readAll();
   atOnce.setAutoStartService(false);
-  if (takeAll(bus.call(atOnce, QDBus::Block, kPatience))) return;
-  auto* const answer = new QDBusPendingCallWatcher(bus.asyncCall(readAll()), this);
+  if (takeAll(bus_.call(atOnce, QDBus::Block, kPatience))) return;
+  auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(readAll()), this);
   connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, takeAll] {
     takeAll(answer->reply());
     answer->deleteLater();
@@ -97,7 +101,9 @@ void DesktopAppearance::take(const QString& group, const QString& key, const QVa
   } else if (group == kGnome && key == "enable-animations") {
     setMotionReduced(!value.toBool());
   } else if (group == kKde && key == "AnimationDurationFactor") {
-    setMotionReduced(value.toString().toDouble() == 0);
+    bool isNumber = false;
+    const double factor = value.toDouble(&isNumber);
+    setMotionReduced(isNumber && factor == 0);
   }
 }
 

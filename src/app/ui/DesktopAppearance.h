@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
+#include <QDBusConnection>
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
@@ -19,7 +20,9 @@ class DesktopAppearance : public QObject {
   Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
 
  public:
+  /// As the session bus says.
   explicit DesktopAppearance(QObject* parent = nullptr);
+  explicit DesktopAppearance(const QDBusConnection& bus, QObject* parent = nullptr);
 
   bool isDark() const { return isDark_; }
   bool isMotionReduced() const { return isMotionReduced_; }
@@ -36,9 +39,11 @@ class DesktopAppearance : public QObject {
   void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
  private:
+  /// Asks for everything and follows what changes.
   void readPortal();
   void take(const QString& group, const QString& key, const QVariant& value);
 
+  QDBusConnection bus_;
   bool isDark_;
   bool isMotionReduced_ = false;
 };

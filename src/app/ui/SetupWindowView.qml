@@ -35,6 +35,7 @@ FocusScope {
         active: view.showsGuide || view.progress < 0.999
         enabled: view.showsGuide
         sourceComponent: ScrollingArea {
+            objectName: "guideArea"
             page: guide
 
             MacFirstRunGuide {
@@ -55,6 +56,7 @@ FocusScope {
         active: !view.showsGuide || view.progress > 0.001
         enabled: !view.showsGuide
         sourceComponent: ScrollingArea {
+            objectName: "panelArea"
             page: panel
 
             MacMenuView {

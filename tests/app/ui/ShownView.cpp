@@ -8,6 +8,7 @@
 #include <functional>
 #include <stdexcept>
 #include <tuple>
+#include <vector>
 
 namespace tevanto::test {
 namespace {
@@ -31,6 +32,10 @@ std::vector<QQuickItem*> inReadingOrder(QQuickItem* root, const std::function<bo
   };
   std::stable_sort(found.begin(), found.end(), [&](auto* a, auto* b) { return place(a) < place(b); });
   return found;
+}
+
+bool isText(const QQuickItem* item) {
+  return item->inherits("QQuickText") && !item->property("text").toString().isEmpty();
 }
 
 bool isControl(const QQuickItem* item) {
@@ -84,11 +89,21 @@ QString ShownView::textOf(const QString& name, QQuickItem* within) const {
 
 QStringList ShownView::texts(QQuickItem* within) const {
   QStringList all;
-  for (const auto* item : inReadingOrder(within ? within : view_->rootObject(), [](QQuickItem* each) {
-         return each->inherits("QQuickText") && !each->property("text").toString().isEmpty();
-       }))
+  for (const auto* item : inReadingOrder(within ? within : view_->rootObject(), isText))
     all << item->property("text").toString();
   return all;
+}
+
+QStringList ShownView::cutTexts() const {
+  QStringList cut;
+  const QRectF window(0, 0, view_->width(), view_->height());
+  for (const auto* item : inReadingOrder(view_->rootObject(), isText)) {
+    const auto place = item->mapRectToScene({0, 0, item->width(), item->height()});
+    if (item->property("truncated").toBool() ||
+        item->property("contentWidth").toDouble() > item->width() + 1 || !window.contains(place))
+      cut << item->property("text").toString();
+  }
+  return cut;
 }
 
 QStringList ShownView::symbols(QQuickItem* within) const {

@@ -6,10 +6,14 @@
 #include <QStringList>
 
 #include <memory>
+#include <ostream>
 
 #include "app/ui/CompanionViews.h"
 #include "app/ui/DesktopAppearance.h"
 #include "tests/app/ui/FaceWorld.h"
+
+/// So that a failing comparison can be read.
+inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
 
 namespace tevanto::test {
 
@@ -31,6 +35,8 @@ class ShownView {
   QString textOf(const QString& name, QQuickItem* within = nullptr) const;
   /// Every text that can be seen, row by row from the top.
   QStringList texts(QQuickItem* within = nullptr) const;
+  /// Those of them that do not show all they hold, or that stand outside of the window.
+  QStringList cutTexts() const;
   /// The names of the symbols that can be seen, in the same order.
   QStringList symbols(QQuickItem* within = nullptr) const;
   /// The button, link or switch that reads `text` to assistive technology.
