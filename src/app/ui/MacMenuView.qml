@@ -11,13 +11,13 @@ Item {
     property int panelWidth: 360
 
     implicitWidth: panelWidth
-    implicitHeight: content.height + 2 * Theme.margin
+    implicitHeight: content.height + 2 * Theme.edge
 
     Column {
         id: content
 
         x: Theme.margin
-        y: Theme.margin
+        y: Theme.edge
         width: panel.width - 2 * Theme.margin
         spacing: Theme.gap
 

@@ -2,7 +2,7 @@ import QtQuick
 import Tevanto
 
 Item {
-    property int room: 10
+    property int room: 9
 
     width: parent ? parent.width : 0
     implicitHeight: 2 * room + 1

@@ -23,7 +23,9 @@ QtObject {
     readonly property color switchOff: isDark ? "#676f7d" : "#868e9c"
 
     readonly property int margin: 16
-    readonly property int gap: 10
+    /// Above and below: everything fits into the window in every state.
+    readonly property int edge: 12
+    readonly property int gap: 8
     readonly property int cardPadding: 12
     readonly property int cardRadius: 10
     readonly property int controlRadius: 7
@@ -33,7 +35,7 @@ QtObject {
     readonly property int bodySize: 13
     readonly property int captionSize: 12
     readonly property int labelSize: 11
-    readonly property int codeSize: 28
+    readonly property int codeSize: 26
     readonly property string monospacedFamily: DesktopAppearance.monospacedFamily
 
     /// Milliseconds that a colour or a switch's knob takes.

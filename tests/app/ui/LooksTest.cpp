@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QQmlComponent>
 #include <QQmlEngine>
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 #include "app/ui/MenuBarLabel.h"
 #include "app/ui/SymbolImages.h"
@@ -34,9 +36,10 @@ double contrast(const QColor& a, const QColor& b) {
 class Looks : public ::testing::TestWithParam<bool> {
  protected:
   QColor themed(ShownView& view, const char* name) {
-    auto* const engine = view.window().engine();
-    const auto* const theme = engine->singletonInstance<QObject*>(qmlTypeId("Tevanto", 1, 0, "Theme"));
-    return theme->property(name).value<QColor>();
+    QQmlComponent asking(view.window().engine());
+    asking.setData("import QtQml; import Tevanto; QtObject { property QtObject theme: Theme }", QUrl());
+    const std::unique_ptr<QObject> answer(asking.create());
+    return answer->property("theme").value<QObject*>()->property(name).value<QColor>();
   }
 };
 
