@@ -16,6 +16,7 @@ Result<std::unique_ptr<StreamRecorder>> ByteStreamRecorder::create(const std::fi
 Result<void> ByteStreamRecorder::write(const ReceivedFrame& frame) {
   file_.write(reinterpret_cast<const char*>(frame.byteStream.data()),
               static_cast<std::streamsize>(frame.byteStream.size()));
+  file_.flush();  // for who plays it while it grows
   if (!file_) return cannotWrite(path_);
   return {};
 }

@@ -66,9 +66,11 @@ RgbPicture PageOfPictures::picture(int number) const {
 }
 
 std::optional<int> PageOfPictures::numberIn(const DecodedPicture& seen) {
-  if (seen.width != kWidth || seen.height != kHeight) return std::nullopt;
+  if (seen.width * kHeight != seen.height * kWidth) return std::nullopt;
   const auto isWhiteAt = [&](int square) {
-    return seen.luma[static_cast<std::size_t>(8 * kWidth + square * kSquare + 8)] > 126;
+    const int x = (square * kSquare + kSquare / 2) * seen.width / kWidth;
+    const int y = kSquare / 2 * seen.height / kHeight;
+    return seen.luma[static_cast<std::size_t>(y * seen.width + x)] > 126;
   };
   if (!isWhiteAt(0) || isWhiteAt(1)) return std::nullopt;
   int number = 0;

@@ -24,7 +24,8 @@ class PageOfPictures {
   explicit PageOfPictures(int step);
 
   RgbPicture picture(int number) const;
-  /// The number that is seen in a decoded picture; absent when the squares are no such row.
+  /// The number that is seen in a decoded picture of the page, of any size; absent when the squares are no
+  /// such row.
   static std::optional<int> numberIn(const DecodedPicture& seen);
   /// How like the drawn picture of its number it is, in decibels of luma.
   double likeness(const DecodedPicture& seen, int number) const;
