@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -84,7 +85,8 @@ TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
     pairs.push_back(std::make_unique<TransportPair>(ground));
     pairs.back()->start();
   }
-  for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); })) << *pair;
+  for (const auto& pair : pairs)
+    ASSERT_TRUE(eventually([&] { return pair->isReady(); }, std::chrono::minutes(2))) << *pair;
   std::vector<std::thread> stoppers;
   for (std::size_t first = 0; first < 4; ++first) {
     stoppers.emplace_back([&, first] {
