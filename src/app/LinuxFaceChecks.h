@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// What the windows and the icon find on this desktop: tray, fonts, portal, scale. Where only a convenience is
-/// missing the check passes and says what takes its place.
+/// What the windows and the icon find on this desktop: tray, fonts, portal, scale. Where only a convenience
+/// is missing the check passes and says what takes its place.
 std::vector<DoctorCheck> linuxFaceChecks();
 
 }  // namespace tevanto
