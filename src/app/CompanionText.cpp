@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "app/ProcessFacts.h"
+
 namespace tevanto {
 namespace {
 
@@ -168,10 +170,10 @@ std::string pairCommand(const CompanionStatus& status, const std::string& phoneP
 }
 
 std::string phoneProgramForUser() {
+  const auto own = ownExecutable();
+  if (!own) return std::string(kPhoneProgram);
   std::error_code error;
-  const auto own = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) return std::string(kPhoneProgram);
-  const auto beside = own.parent_path() / kPhoneProgram;
+  const auto beside = own->parent_path() / kPhoneProgram;
   if (!std::filesystem::exists(beside, error)) return std::string(kPhoneProgram);
   const auto here = std::filesystem::current_path(error);
   const auto relative = error ? std::filesystem::path() : beside.lexically_relative(here);

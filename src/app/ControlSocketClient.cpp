@@ -1,5 +1,6 @@
 #include "app/ControlSocketClient.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -17,6 +18,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Where there is no such flag, the programs ignore SIGPIPE.
+#ifdef MSG_NOSIGNAL
+constexpr int kNoSignal = MSG_NOSIGNAL;
+#else
+constexpr int kNoSignal = 0;
+#endif
+
 bool waitFor(int descriptor, short events, Clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
   pollfd entry{descriptor, events, 0};
@@ -26,7 +34,7 @@ bool waitFor(int descriptor, short events, Clock::time_point deadline) {
 bool sendAll(int descriptor, std::string_view bytes, Clock::time_point deadline) {
   while (!bytes.empty()) {
     if (!waitFor(descriptor, POLLOUT, deadline)) return false;
-    const auto sent = ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    const auto sent = ::send(descriptor, bytes.data(), bytes.size(), kNoSignal | MSG_DONTWAIT);
     if (sent < 0 && errno != EAGAIN && errno != EINTR) return false;
     if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
@@ -52,7 +60,8 @@ Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& pa
                                                  const ControlRequest& request,
                                                  std::chrono::milliseconds patience) {
   const auto deadline = Clock::now() + patience;
-  const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
+  ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (!socket || path.string().size() >= sizeof(address.sun_path)) {

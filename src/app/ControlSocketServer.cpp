@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "app/ControlProtocol.h"
+#include "app/ProcessFacts.h"
 #include "core/EventLoopCore.h"
 
 namespace tevanto {
@@ -19,13 +20,6 @@ namespace {
 
 using Protocol = boost::asio::local::stream_protocol;
 using Error = boost::system::error_code;
-
-bool isSameUser(Protocol::socket& socket) {
-  ucred peer{};
-  socklen_t length = sizeof(peer);
-  return ::getsockopt(socket.native_handle(), SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 &&
-         peer.uid == ::geteuid();
-}
 
 /// Programs that the companion opens must not inherit its sockets.
 template <class Socket>
@@ -160,7 +154,7 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
     closeOnExec(socket);
     std::erase_if(clients, [](const auto& client) { return client.expired(); });
     const bool full = clients.size() >= limits.maxClients;
-    const bool own = isSameUser(socket);
+    const bool own = isOfSameUser(socket.native_handle());
     const auto client = std::make_shared<Client>(std::move(socket), queue, limits, handler, handlerQueue);
     if (!own || full) {
       client->refuse(own ? "Too many programs ask at once; try again in a moment."

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace tevanto {
+
+/// Whether the process at the other end of a connected Unix socket belongs to the user of this one.
+bool isOfSameUser(int socket);
+
+/// The file that this process runs; nothing where the system does not say.
+std::optional<std::filesystem::path> ownExecutable();
+
+}  // namespace tevanto
