@@ -53,18 +53,20 @@ TEST_F(LibwebrtcPeers, countWhatTheNetworkHasNotTaken) {
   const auto pair = connectedPair(factory_);
   ASSERT_TRUE(pair);
   const auto channel = pair.offerer->channel("tevanto");
+  constexpr unsigned kMessages = 300;
   HeldEngine engine(pair.answerer->peer());
   std::uint64_t most = 0;
   const auto message = numberedMessage(0, 4008);
-  for (int sent = 0; sent < 2000; ++sent) {
+  for (unsigned sent = 0; sent < kMessages; ++sent) {
     ASSERT_TRUE(channel->send(bytesOfText(message)));
     most = std::max(most, channel->bufferedAmount());
   }
   EXPECT_GT(most, 65'536u);
-  EXPECT_LE(most, 2000u * 4008u);
+  EXPECT_LE(most, kMessages * 4008u);
   engine.release();
-  EXPECT_TRUE(eventually([&] { return channel->bufferedAmount() == 0; }));
-  EXPECT_TRUE(eventually([&] { return pair.answerer->receivedCount("tevanto") == 2000; }));
+  // What the sockets drop on a busy machine is sent again after seconds, each time twice as many.
+  EXPECT_TRUE(eventually([&] { return channel->bufferedAmount() == 0; }, std::chrono::seconds(100)));
+  EXPECT_TRUE(eventually([&] { return pair.answerer->receivedCount("tevanto") == kMessages; }));
 }
 
 TEST_F(LibwebrtcPeers, refuseToBufferMoreThanTheEngineKeeps) {
@@ -79,7 +81,8 @@ TEST_F(LibwebrtcPeers, refuseToBufferMoreThanTheEngineKeeps) {
   EXPECT_EQ(channel->bufferedAmount(), static_cast<std::uint64_t>(sent) * 60'000);
   engine.release();
   ASSERT_TRUE(
-      eventually([&] { return pair.answerer->receivedCount("tevanto") == static_cast<std::size_t>(sent); }));
+      eventually([&] { return pair.answerer->receivedCount("tevanto") == static_cast<std::size_t>(sent); },
+                 std::chrono::seconds(100)));
   EXPECT_EQ(channel->state(), DataChannelState::open);
 }
 
