@@ -8,8 +8,8 @@
 #include <mutex>
 #include <vector>
 
-#include "p2p/PeerConnection.h"
 #include "core/CallGate.h"
+#include "p2p/PeerConnection.h"
 
 namespace tevanto {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <utility>
 
-#include "p2p/PeerConnection.h"
 #include "core/CallGate.h"
+#include "p2p/PeerConnection.h"
 #include "platform/linux/LibwebrtcEngine.h"
 
 namespace tevanto {
