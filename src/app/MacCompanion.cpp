@@ -82,7 +82,8 @@ class MacCompanion {
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
-                    .links = PublicLinks::of(MacTransports::deployment(defaults_, log_))});
+                    .links = PublicLinks::of(MacTransports::deployment(defaults_, log_)),
+                    .displayLost = {}});  // a Mac's does not go away
     face_->run();
   }
 
