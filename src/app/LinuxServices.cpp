@@ -212,7 +212,7 @@ struct LinuxServices::Parts {
     auto* const way = transports();
     if (!way) return {};
     auto made = way->factory().makeAnswerer(room);
-    return {made.transport, made.transport, std::move(made.start)};
+    return {made.transport, made.transport, std::move(made.start), std::move(made.whenAged)};
   }
 
   // A session's pictures and its encoder leave some twenty megabytes behind that the allocator would keep for

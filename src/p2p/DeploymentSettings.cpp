@@ -106,6 +106,13 @@ std::optional<RemoteIceServerConfig> DeploymentSettings::turnOverride() const {
   return RemoteIceServerConfig{std::move(urls), text(kTurnUsername), text(kTurnCredential)};
 }
 
+std::string DeploymentSettings::turnOrigin() const {
+  std::string origin;
+  for (const auto& key : {kRelayURLs, kTurnURLs})
+    for (const auto& url : list(key)) origin += (origin.empty() ? "" : " ") + url;
+  return origin;
+}
+
 std::optional<DeploymentSettings::CloudKit> DeploymentSettings::cloudKit() const {
   const auto container = value(kContainer);
   const auto keyID = value(kKeyID);

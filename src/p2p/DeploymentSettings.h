@@ -62,6 +62,8 @@ class DeploymentSettings {
   std::vector<RemoteIceServerConfig> stunServers() const;
   /// TURN servers that take the place of those of the credential service.
   std::optional<RemoteIceServerConfig> turnOverride() const;
+  /// Names what TURN servers come from, so that those of another deployment are told apart.
+  std::string turnOrigin() const;
   std::optional<CloudKit> cloudKit() const;
   /// The container alone: where the system's own framework speaks for the user, no key is needed.
   std::optional<std::string> cloudKitContainer() const;

@@ -47,6 +47,14 @@ std::optional<std::vector<RemoteIceServerConfig>> IceServerSource::knownTURN() {
   return copy && isUsable(*copy, now_()) ? std::optional(std::move(copy->servers)) : std::nullopt;
 }
 
+std::optional<std::chrono::seconds> IceServerSource::freshFor() {
+  if (settings_.turnOverride() || settings_.relayURLs().empty()) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  if (!copy_ || !isUsable(*copy_, now_())) return kTurnCredentialsLife;
+  return std::chrono::floor<std::chrono::seconds>(copy_->loadedAt + kTurnCredentialsLife - now_()) +
+         std::chrono::seconds(1);
+}
+
 std::vector<RemoteIceServerConfig> IceServerSource::withSTUN(
     std::vector<RemoteIceServerConfig> servers) const {
   // The cache may hold a whole list, STUN servers included.

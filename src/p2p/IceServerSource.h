@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -30,6 +31,8 @@ class IceServerSource : public std::enable_shared_from_this<IceServerSource> {
   /// The same, after asking the credential service when no TURN server is known. `done` is called once, on
   /// `queue`, never inside this call, after 4 seconds for each relay at the latest.
   void load(const std::shared_ptr<SerialQueue>& queue, Completion done);
+  /// In how long asking again gives fresher servers than are known now; nothing where no service is asked.
+  std::optional<std::chrono::seconds> freshFor();
 
  private:
   std::optional<std::vector<RemoteIceServerConfig>> knownTURN();

@@ -201,7 +201,10 @@ void PeerConnector::signalCame(const SignalMessage& message, bool viaCloud) {
 
 void PeerConnector::dispatchSignal(const SignalMessage& message, bool viaCloud) {
   if (message.type == "hello") return negotiation_->replay("peer joined");
-  if (message.type == "offer") return negotiation_->offered(message, viaCloud);
+  if (message.type == "offer") {
+    hasBeenOffered_ = true;
+    return negotiation_->offered(message, viaCloud);
+  }
   if (message.type == "answer") return negotiation_->answered(message, viaCloud);
   if (message.type == "ice") return negotiation_->candidateCame(message);
   if (message.type == "bye") otherSideLeft();

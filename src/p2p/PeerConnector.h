@@ -74,6 +74,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   bool hasTURNServer() const { return hasTURNServer_; }
   /// Whether the route that ICE has selected leads through a TURN relay; nothing while that is not known.
   std::optional<bool> isRelayed() const;
+  bool hasBeenOffered() const { return hasBeenOffered_; }
   /// Screen data came: looks at the route unless it did lately.
   void checkRoute();
 
@@ -148,6 +149,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   std::atomic<bool> hasTURNServer_ = false;
   enum class Route { unknown, direct, relayed };
   std::atomic<Route> route_ = Route::unknown;
+  std::atomic<bool> hasBeenOffered_ = false;
 
   Timer cloudStart_;
   Timer cloudStop_;

@@ -11,17 +11,22 @@ bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::tim
   return age >= age.zero() && age < kTurnCredentialsLife && hasTURNServer(brokered.servers);
 }
 
-RemoteIceServerPersistentCache::RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now)
-    : defaults_(defaults), now_(std::move(now)) {}
+RemoteIceServerPersistentCache::RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now,
+                                                               std::string origin)
+    : defaults_(defaults), now_(std::move(now)), origin_(std::move(origin)) {}
 
 std::optional<BrokeredIceServers> RemoteIceServerPersistentCache::load() const {
+  if (!origin_.empty() && defaults_.string(kTurnCredentialsOriginKey).value_or(origin_) != origin_)
+    return std::nullopt;
   const auto stored = defaults_.string(kTurnCredentialsKey);
   auto brokered = stored ? decodeBrokeredIceServers(*stored) : std::nullopt;
   return brokered && isUsable(*brokered, now_()) ? brokered : std::nullopt;
 }
 
 Result<void> RemoteIceServerPersistentCache::save(const std::vector<RemoteIceServerConfig>& servers) {
-  return defaults_.set(kTurnCredentialsKey, encodeBrokeredIceServers({servers, now_()}));
+  auto saved = defaults_.set(kTurnCredentialsKey, encodeBrokeredIceServers({servers, now_()}));
+  if (!saved || origin_.empty() || defaults_.string(kTurnCredentialsOriginKey) == origin_) return saved;
+  return defaults_.set(kTurnCredentialsOriginKey, origin_);
 }
 
 }  // namespace tevanto

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +15,8 @@ namespace tevanto {
 class UserDefaults;
 
 inline constexpr std::string_view kTurnCredentialsKey = "tevanto.turn-credentials.v1";
+/// Beside them: the deployment that they belong to.
+inline constexpr std::string_view kTurnCredentialsOriginKey = "tevanto.turn-credentials.origin";
 /// How long short-lived credentials are used.
 inline constexpr std::chrono::seconds kTurnCredentialsLife{2700};
 
@@ -23,9 +26,11 @@ bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::tim
 /// TURN credentials that survive a restart, as one JSON text in the user defaults. Any thread may call.
 class RemoteIceServerPersistentCache {
  public:
-  RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now);
+  /// `origin`: which deployment's servers these are; empty when that does not matter.
+  RemoteIceServerPersistentCache(UserDefaults& defaults, WallClock now, std::string origin = {});
 
-  /// The stored servers as they are, with their date; nothing unless they are usable.
+  /// The stored servers as they are, with their date; nothing unless they are usable, nor when they are known
+  /// to be another deployment's.
   std::optional<BrokeredIceServers> load() const;
   /// Stores the servers with the current date.
   Result<void> save(const std::vector<RemoteIceServerConfig>& servers);
@@ -33,6 +38,7 @@ class RemoteIceServerPersistentCache {
  private:
   UserDefaults& defaults_;
   const WallClock now_;
+  const std::string origin_;
 };
 
 }  // namespace tevanto

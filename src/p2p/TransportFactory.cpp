@@ -6,14 +6,32 @@ namespace tevanto {
 
 TransportFactory::Made TransportFactory::makeAnswerer(const std::string& room) {
   auto made = make(TransportRole::answerer, room, WebRTCTransport::Profile::plain, environment_.makeCloud());
-  made.start = [self = shared_from_this(), weak = std::weak_ptr(made.transport)] {
-    self->environment_.iceServers->load(self->environment_.mainQueue,
-                                        [weak](std::vector<RemoteIceServerConfig> servers) {
-                                          if (const auto transport = weak.lock())
-                                            transport->start(std::move(servers));
-                                        });
+  const auto wait = std::make_shared<Wait>();
+  made.whenAged = [wait](std::function<void()> aged) { wait->aged = std::move(aged); };
+  made.start = [self = shared_from_this(), weak = std::weak_ptr(made.transport), wait] {
+    const auto begin = [self, weak,
+                        weakWait = std::weak_ptr(wait)](std::vector<RemoteIceServerConfig> servers) {
+      const auto transport = weak.lock();
+      if (!transport) return;
+      transport->start(std::move(servers));
+      if (const auto waiting = weakWait.lock()) self->watchAge(waiting, weak);
+    };
+    self->environment_.iceServers->load(self->environment_.mainQueue, begin);
   };
   return made;
+}
+
+void TransportFactory::watchAge(const std::shared_ptr<Wait>& wait,
+                                const std::weak_ptr<WebRTCTransport>& transport) {
+  const auto freshFor = environment_.iceServers->freshFor();
+  if (!freshFor) return;
+  wait->timer = environment_.mainQueue->asyncAfter(*freshFor, [weak = std::weak_ptr(wait), transport] {
+    const auto waited = weak.lock();
+    const auto alive = transport.lock();
+    // Once somebody has called, it connects or fails; a new one comes after either.
+    if (!waited || !alive || alive->hasBeenOffered()) return;
+    if (const auto aged = waited->aged) aged();
+  });
 }
 
 TransportFactory::Made TransportFactory::makeOfferer(const std::string& room) {

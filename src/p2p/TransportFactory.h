@@ -32,11 +32,16 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
   struct Made {
     std::shared_ptr<WebRTCTransport> transport;
     std::function<void()> start;
+    /// Calls `aged`, on the main queue, when an answerer has waited for so long that its servers are no
+    /// longer fresh, and nobody has called meanwhile: another one would be given new ones. Empty for an
+    /// offerer.
+    std::function<void(std::function<void()> aged)> whenAged = {};
   };
 
   explicit TransportFactory(Environment environment) : environment_(std::move(environment)) {}
 
-  /// For the computer: it waits for a phone and takes no servers later, so that it asks for them first.
+  /// For the computer: it waits for a phone, for days maybe, and takes no servers later. So it asks for them
+  /// first, and says when they have aged.
   Made makeAnswerer(const std::string& room);
   /// How long a phone waits for the credential service before it starts without TURN.
   static constexpr std::chrono::seconds kPatience{1};
@@ -57,6 +62,13 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
     void borrowServers() const;
   };
 
+  /// How long an answerer waits.
+  struct Wait {
+    std::function<void()> aged;
+    Timer timer;
+  };
+
+  void watchAge(const std::shared_ptr<Wait>& wait, const std::weak_ptr<WebRTCTransport>& transport);
   void startWithLateServers(const Offerer& offerer);
   Made make(TransportRole role, const std::string& room, WebRTCTransport::Profile profile,
             std::shared_ptr<CloudSignaling> cloud);

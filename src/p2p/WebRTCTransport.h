@@ -65,6 +65,8 @@ class WebRTCTransport final : public MessageChannel,
   bool hasTURNServer() const { return connector_->hasTURNServer(); }
   /// Nothing while the route is not known.
   std::optional<bool> isRelayed() const { return connector_->isRelayed(); }
+  /// Whether an answerer has heard from an offerer.
+  bool hasBeenOffered() const { return connector_->hasBeenOffered(); }
 
  private:
   WebRTCTransport() = default;

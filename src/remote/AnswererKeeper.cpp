@@ -19,6 +19,7 @@ void AnswererKeeper::start(const std::string& room) {
   if (!webRTCAnswerer_.channel) return restartLater();
   if (const auto screen = screen_.lock()) screen->attach(webRTCAnswerer_.screen);
   listenTo(webRTCAnswerer_.channel);
+  replaceWhenAged(webRTCAnswerer_);
   if (const auto begin = webRTCAnswerer_.start) begin();
 }
 
@@ -34,6 +35,17 @@ void AnswererKeeper::listenTo(const std::shared_ptr<MessageChannel>& channel) {
     if (self && self->webRTCAnswerer_.channel == weakChannel.lock())
       self->callbacks_.onMessage(std::move(message));
   };
+}
+
+void AnswererKeeper::replaceWhenAged(const Answerer& answerer) {
+  if (!answerer.whenAged) return;
+  answerer.whenAged([weak = weak_from_this(), weakChannel = std::weak_ptr(answerer.channel)] {
+    const auto self = weak.lock();
+    if (!self || !self->webRTCAnswerer_.channel || self->webRTCAnswerer_.channel != weakChannel.lock())
+      return;
+    self->letGo();
+    self->start(self->room_);
+  });
 }
 
 void AnswererKeeper::channelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state) {

@@ -19,7 +19,8 @@ namespace tevanto {
 ///      |                              |
 ///      +-- 1.5, 3, 6, 12, 24, 30, 30 … seconds; 1.5 again after a ready --+
 ///
-/// Between two answerers there is nothing but a timer. Main queue only.
+/// Between two answerers there is nothing but a timer. One that has waited for too long is replaced at once.
+/// Main queue only.
 class AnswererKeeper final : public std::enable_shared_from_this<AnswererKeeper> {
  public:
   static constexpr std::chrono::milliseconds kFirstRestartDelay{1500};
@@ -45,6 +46,7 @@ class AnswererKeeper final : public std::enable_shared_from_this<AnswererKeeper>
 
  private:
   void listenTo(const std::shared_ptr<MessageChannel>& channel);
+  void replaceWhenAged(const Answerer& answerer);
   void channelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state);
   void failed();
   void letGo();

@@ -18,6 +18,9 @@ struct Answerer {
   std::shared_ptr<ScreenTransport> screen;
   /// Begins to wait. Once, on the main queue, when the callbacks are set.
   std::function<void()> start;
+  /// Calls `replace`, on the main queue, when it has waited for so long that a new one would be reached more
+  /// easily. Empty: it waits for ever.
+  std::function<void(std::function<void()> replace)> whenAged = {};
 };
 
 /// Makes an answerer that waits in `room`; one without a channel when that is not possible now. Main queue.

@@ -107,6 +107,23 @@ TEST_F(IceServerSourceTest, fetchesAnewAfter45Minutes) {
   EXPECT_EQ(http_->requests.size(), 2U);
 }
 
+TEST_F(IceServerSourceTest, tellsWhenAskingAgainGivesFresherServers) {
+  EXPECT_EQ(source().freshFor(), seconds(2700));  // nothing is known yet
+  http_->willAnswer(200, kAnswer);
+  load();
+  now_ += seconds(700);
+  EXPECT_EQ(source().freshFor(), seconds(2001));
+  now_ += seconds(2000);
+  EXPECT_EQ(source().freshFor(), seconds(2700));
+  sources_.environment.erase("TEVANTO_RELAY_URLS");
+  EXPECT_FALSE(source().freshFor());  // nobody to ask
+}
+
+TEST_F(IceServerSourceTest, neverAgesWhatIsConfigured) {
+  sources_.environment["TEVANTO_TURN_URLS"] = "turn:override";
+  EXPECT_FALSE(source().freshFor());
+}
+
 TEST_F(IceServerSourceTest, distrustsItsCopyWhenTheClockWasSetBack) {
   http_->willAnswer(200, kAnswer);
   load();

@@ -47,6 +47,27 @@ TEST_F(RemoteIceServerPersistentCacheTest, givesBackTheWholeListUnchanged) {
   EXPECT_EQ(loaded(), servers);
 }
 
+TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseToAnotherDeployment) {
+  const auto of = [this](const std::string& origin) {
+    return RemoteIceServerPersistentCache(
+        defaults_, [this] { return now_; }, origin);
+  };
+  ASSERT_TRUE(of("wss://first").save({kTurn}).ok());
+  EXPECT_TRUE(of("wss://first").load());
+  EXPECT_FALSE(of("wss://second").load());
+  ASSERT_TRUE(of("wss://second").save({kTurn}).ok());
+  EXPECT_TRUE(of("wss://second").load());
+  EXPECT_FALSE(of("wss://first").load());
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, isUsedWhenNobodyKnowsWhoseItIs) {
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  EXPECT_FALSE(defaults_.string("tevanto.turn-credentials.origin"));
+  EXPECT_TRUE(RemoteIceServerPersistentCache(
+                  defaults_, [this] { return now_; }, "wss://relay")
+                  .load());
+}
+
 TEST_F(RemoteIceServerPersistentCacheTest, forgetsAfter45Minutes) {
   ASSERT_TRUE(cache_.save({kTurn}).ok());
   const auto saved = now_;

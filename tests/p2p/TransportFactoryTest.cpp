@@ -23,7 +23,7 @@ class TransportFactoryTest : public testing::Test {
  protected:
   TransportFactoryTest() {
     sources_.environment = {{"TEVANTO_STUN_HOSTS", "s"}, {"TEVANTO_RELAY_URLS", "wss://relay"}};
-    const auto now = [] { return std::chrono::system_clock::time_point(1'700'000'000s); };
+    const auto now = [this] { return now_; };
     const RemoteIceServerPersistentCache cache(sources_.defaults, now);
     factory_ = std::make_shared<TransportFactory>(TransportFactory::Environment{
         .makeQueue = [this](const std::string& label) { return queue(label); },
@@ -56,6 +56,14 @@ class TransportFactoryTest : public testing::Test {
     return peer ? peer->configuration.iceServers : std::vector<RemoteIceServerConfig>();
   }
 
+  /// As much by the wall clock as by the timers.
+  void pass(std::chrono::seconds time) {
+    now_ += time;
+    main_->advance(time);
+    settle();
+  }
+
+  std::chrono::system_clock::time_point now_{1'700'000'000s};
   std::shared_ptr<test::ManualQueue> main_ = std::make_shared<test::ManualQueue>("main");
   std::shared_ptr<test::ManualQueue> state_ = std::make_shared<test::ManualQueue>("state");
   std::shared_ptr<test::ManualQueue> engine_ = std::make_shared<test::ManualQueue>("engine");
@@ -88,6 +96,71 @@ TEST_F(TransportFactoryTest, anAnswererWaitsWithoutTURNWhenNobodyHandsItOut) {
   main_->advance(4s);
   settle();
   EXPECT_EQ(servers(), std::vector{kStun});
+}
+
+TEST_F(TransportFactoryTest, anAnswererSaysWhenItsServersHaveAged) {
+  http_->willAnswer(200, kCredentials);
+  const auto first = factory_->makeAnswerer("ROOM");
+  int aged = 0;
+  first.whenAged([&] { ++aged; });
+  first.start();
+  settle();
+  pass(2000s);
+  // One that begins with servers of some age says so sooner.
+  const auto second = factory_->makeAnswerer("ROOM");
+  second.whenAged([&] { aged += 100; });
+  second.start();
+  settle();
+  pass(699s);
+  EXPECT_EQ(aged, 0);
+  pass(2s);
+  EXPECT_EQ(aged, 101);
+  EXPECT_EQ(http_->requests.size(), 1U);
+  http_->willAnswer(200, kCredentials);
+  const auto third = factory_->makeAnswerer("ROOM");
+  third.start();
+  settle();
+  EXPECT_EQ(http_->requests.size(), 2U);
+  pass(6000s);
+  EXPECT_EQ(aged, 101);
+}
+
+TEST_F(TransportFactoryTest, anAnswererThatSomebodyHasCalledDoesNotAge) {
+  http_->willAnswer(200, kCredentials);
+  const auto made = factory_->makeAnswerer("ROOM");
+  int aged = 0;
+  made.whenAged([&] { ++aged; });
+  made.start();
+  settle();
+  EXPECT_FALSE(made.transport->hasBeenOffered());
+  relay_->onMessage({.type = "offer", .sdp = "an offer"});
+  settle();
+  EXPECT_TRUE(made.transport->hasBeenOffered());
+  pass(6000s);
+  EXPECT_EQ(aged, 0);
+}
+
+TEST_F(TransportFactoryTest, anAnswererThatIsGoneDoesNotAge) {
+  http_->willAnswer(200, kCredentials);
+  auto made = factory_->makeAnswerer("ROOM");
+  int aged = 0;
+  made.whenAged([&] { ++aged; });
+  made.start();
+  settle();
+  made = {};
+  pass(6000s);
+  EXPECT_EQ(aged, 0);
+}
+
+TEST_F(TransportFactoryTest, anAnswererWithServersOfItsOwnDoesNotAge) {
+  sources_.environment["TEVANTO_TURN_URLS"] = "turn:own";
+  const auto made = factory_->makeAnswerer("ROOM");
+  int aged = 0;
+  made.whenAged([&] { ++aged; });
+  made.start();
+  settle();
+  pass(6000s);
+  EXPECT_EQ(aged, 0);
 }
 
 TEST_F(TransportFactoryTest, anOffererWaitsALittleForTURN) {

@@ -66,6 +66,43 @@ TEST_F(AnswererKeeperTest, passesOnStatesAndMessages) {
   EXPECT_EQ(messages, std::vector<std::string>{"sessionHello"});
 }
 
+TEST_F(AnswererKeeperTest, replacesOneThatHasWaitedForTooLongAtOnce) {
+  keeper->setScreen(screen);
+  start();
+  auto first = answerers.last();
+  const std::weak_ptr<FakeAwayTransport> gone = first;
+  const auto age = first->age;
+  ASSERT_TRUE(age);
+  main->async(age);
+  main->runPending();
+  EXPECT_EQ(first->closes, 1);
+  EXPECT_EQ(answerers.rooms, (std::vector<std::string>{"ROOM", "ROOM"}));
+  const auto second = answerers.last();
+  ASSERT_TRUE(second);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(second->starts, 1);
+  EXPECT_EQ(screen->attached.lock(), second->screen);
+  EXPECT_TRUE(states.empty());
+  first.reset();
+  EXPECT_TRUE(gone.expired());
+  // The first one has no say any more.
+  age();
+  EXPECT_EQ(answerers.rooms.size(), 2U);
+  // It was no failure: the next one comes as soon as ever.
+  failLast();
+  main->advance(1500ms);
+  EXPECT_EQ(answerers.rooms.size(), 3U);
+}
+
+TEST_F(AnswererKeeperTest, replacesNoneOnceItHasStopped) {
+  start();
+  const auto age = answerers.last()->age;
+  keeper->stop();
+  main->runPending();
+  age();
+  EXPECT_EQ(answerers.rooms.size(), 1U);
+}
+
 TEST_F(AnswererKeeperTest, letsGoOfAFailedOneAndKeepsNothingOfIt) {
   keeper->setScreen(screen);
   start();

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "remote/AwayRoad.h"
@@ -19,6 +21,7 @@ class FakeAwayTransport final : public MessageChannel {
   std::shared_ptr<FakeScreenTransport> screen = std::make_shared<FakeScreenTransport>();
   int starts = 0;
   int closes = 0;
+  std::function<void()> age;  // its servers are no longer fresh
 };
 
 /// Makes such transports, and keeps them only as long as the test asks for it.
@@ -30,8 +33,12 @@ class FakeAnswerers {
       if (!available) return Answerer{};
       const auto transport = std::make_shared<FakeAwayTransport>();
       made.push_back(transport);
-      return Answerer{transport, transport->screen, [weak = std::weak_ptr(transport)] {
+      return Answerer{transport, transport->screen,
+                      [weak = std::weak_ptr(transport)] {
                         if (const auto alive = weak.lock()) ++alive->starts;
+                      },
+                      [weak = std::weak_ptr(transport)](std::function<void()> replace) {
+                        if (const auto alive = weak.lock()) alive->age = std::move(replace);
                       }};
     };
   }

@@ -18,7 +18,8 @@ namespace {
 std::shared_ptr<IceServerSource> makeIceServers(const DeploymentSettings& settings, UserDefaults& defaults,
                                                 std::shared_ptr<HttpClient> http, const Logger& log) {
   return std::make_shared<IceServerSource>(
-      settings, RemoteIceServerPersistentCache(defaults, std::chrono::system_clock::now),
+      settings,
+      RemoteIceServerPersistentCache(defaults, std::chrono::system_clock::now, settings.turnOrigin()),
       TurnCredentialService(std::move(http)), std::chrono::system_clock::now, log);
 }
 
@@ -67,10 +68,10 @@ LinuxTransports::LinuxTransports(const Environment& environment)
         .spent = spent,
         .log = Logger(log, std::string(CloudKitSignalingClient::kLogCategory))});
   };
-  const auto remember = [&defaults =
-                             environment.defaults](const std::vector<RemoteIceServerConfig>& servers) {
+  const auto remember = [&defaults = environment.defaults,
+                         origin = settings_.turnOrigin()](const std::vector<RemoteIceServerConfig>& servers) {
     // A cache that cannot be written costs one request at the next start, no more.
-    (void)RemoteIceServerPersistentCache(defaults, std::chrono::system_clock::now).save(servers);
+    (void)RemoteIceServerPersistentCache(defaults, std::chrono::system_clock::now, origin).save(servers);
   };
   factory_ = std::make_shared<TransportFactory>(
       TransportFactory::Environment{.makeQueue = makeQueue,
