@@ -8,6 +8,10 @@
 #include <cstdlib>
 #include <mutex>
 #include <thread>
+#include <utility>
+
+#include "core/EventLoop.h"
+#include "core/SerialQueue.h"
 
 namespace tevanto::bench {
 namespace {
@@ -15,12 +19,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// Takes what comes in, on the engine's thread.
-class Sink final : public DataChannel::Observer {
+class CountingSink : public DataChannel::Observer {
  public:
-  explicit Sink(bool echoes) : echoes_(echoes) {}
+  explicit CountingSink(bool echoes, std::shared_ptr<SerialQueue> program = nullptr)
+      : echoes_(echoes), program_(std::move(program)) {}
   void dataChannelDidChangeState(DataChannel&) override {}
   void dataChannelDidReceive(DataChannel& channel, std::span<const std::byte> message) override {
-    if (echoes_) channel.send(message);
+    if (echoes_) echo(channel, message);
     const std::lock_guard lock(mutex_);
     ++messages_;
     bytes_ += message.size();
@@ -36,7 +41,16 @@ class Sink final : public DataChannel::Observer {
   }
 
  private:
+  void echo(DataChannel& channel, std::span<const std::byte> message) const {
+    if (!program_) {
+      channel.send(message);
+      return;
+    }
+    program_->async([&channel, copy = std::vector(message.begin(), message.end())] { channel.send(copy); });
+  }
+
   const bool echoes_;
+  const std::shared_ptr<SerialQueue> program_;  // null: the engine's thread
   std::mutex mutex_;
   std::condition_variable arrived_;
   std::uint64_t messages_ = 0;
@@ -75,7 +89,7 @@ test::PeerPair pairOf(PeerConnectionFactory& factory) {
 
 Throughput bareThroughput(PeerConnectionFactory& factory, std::chrono::seconds duration) {
   const auto pair = pairOf(factory);
-  const auto sink = std::make_shared<Sink>(false);
+  const auto sink = std::make_shared<CountingSink>(false);
   pair.answerer->channel("tevanto")->setObserver(sink);
   const auto channel = pair.offerer->channel("tevanto");
   const std::vector<std::byte> packet(kPacket);
@@ -95,24 +109,39 @@ Throughput bareThroughput(PeerConnectionFactory& factory, std::chrono::seconds d
   return {static_cast<double>(bytes) / seconds, (processorSeconds() - processor) / seconds};
 }
 
-RoundTrips bareRoundTrips(PeerConnectionFactory& factory, std::uint64_t count) {
-  const auto pair = pairOf(factory);
-  const auto echo = std::make_shared<Sink>(true);
-  const auto back = std::make_shared<Sink>(false);
-  pair.answerer->channel("tevanto")->setObserver(echo);
-  const auto channel = pair.offerer->channel("tevanto");
-  channel->setObserver(back);
+class BareEcho::Sink final : public CountingSink {
+ public:
+  using CountingSink::CountingSink;
+};
+
+BareEcho::BareEcho(PeerConnectionFactory& factory, Echo echo)
+    : pair_(pairOf(factory)),
+      program_(EventLoop::background(1)),
+      echo_(
+          std::make_shared<Sink>(true, echo == Echo::fromProgram ? program_->makeQueue("program") : nullptr)),
+      back_(std::make_shared<Sink>(false)) {
+  pair_.answerer->channel("tevanto")->setObserver(echo_);
+  pair_.offerer->channel("tevanto")->setObserver(back_);
+}
+
+BareEcho::~BareEcho() {
+  pair_.answerer->channel("tevanto")->setObserver({});
+  program_->stop();
+  pair_.close();
+}
+
+RoundTrips BareEcho::trips(std::uint64_t count) {
+  const auto channel = pair_.offerer->channel("tevanto");
   const std::vector<std::byte> command(kCommand);
   RoundTrips trips;
-  for (std::uint64_t number = 1; number <= count; ++number) {
+  for (std::uint64_t number = 0; number < count; ++number) {
     const auto start = Clock::now();
     channel->send(command);
     const auto sent = Clock::now();
-    back->waitFor(number);
+    back_->waitFor(++done_);
     trips.microseconds.push_back(milliseconds(Clock::now() - start) * 1000);
     trips.sendMicroseconds.push_back(milliseconds(sent - start) * 1000);
   }
-  pair.close();
   return trips;
 }
 

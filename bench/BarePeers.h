@@ -3,8 +3,10 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
+#include "core/EventLoop.h"
 #include "p2p/PeerConnection.h"
 #include "tests/support/PeerSide.h"
 
@@ -34,6 +36,26 @@ double processorSeconds();
 /// Ends the program when the two do not connect.
 test::PeerPair pairOf(PeerConnectionFactory& factory);
 Throughput bareThroughput(PeerConnectionFactory& factory, std::chrono::seconds duration);
-RoundTrips bareRoundTrips(PeerConnectionFactory& factory, std::uint64_t count);
+/// Who sends back what came: the engine's thread that brought it, as no program could that has state of its
+/// own; or a thread of the program, which the message is copied to.
+enum class Echo { fromEngine, fromProgram };
+class BareEcho {
+ public:
+  BareEcho(PeerConnectionFactory& factory, Echo echo);
+  ~BareEcho();
+  BareEcho(const BareEcho&) = delete;
+  BareEcho& operator=(const BareEcho&) = delete;
+
+  RoundTrips trips(std::uint64_t count);
+
+ private:
+  class Sink;
+
+  const test::PeerPair pair_;
+  const std::shared_ptr<EventLoop> program_;
+  const std::shared_ptr<Sink> echo_;
+  const std::shared_ptr<Sink> back_;
+  std::uint64_t done_ = 0;
+};
 
 }  // namespace tevanto::bench

@@ -37,7 +37,7 @@ int main() {
   { const auto side = test::PeerSide::make(factory); }
   const auto firstPeer = milliseconds(Clock::now() - start);
   const auto open = openTimes(factory, 30);
-  const auto trips = bareRoundTrips(factory, 5000);
+  const auto trips = BareEcho(factory, Echo::fromEngine).trips(5000);
   const auto moved = bareThroughput(factory, std::chrono::seconds(5));
   std::printf(
       "{\"first_peer_ms\": %.2f, \"open_ms_p50\": %.1f, \"open_ms_p99\": %.1f, \"round_trip_us_p50\": %.1f, "

@@ -128,7 +128,9 @@ void CommandLine::addGlobalOptions() {
   app_.add_flag("--json", json_, "Print one JSON object per reply");
   app_.add_option("--host", host_, "Connect to HOST[:PORT] or [IPv6][:PORT] instead of looking for it")
       ->check(CLI::Validator(endpoint, "ADDRESS"));
-  app_.add_option("--companion", companion_, "The companion of this name or identifier, when several answer");
+  app_.add_option(
+      "--companion", companion_,
+      "The companion of this name or identifier, when several answer, or when --host is new to this phone");
   app_.add_option("--away", away_.companion,
                   "Reach a companion on another network: its identifier, or its name when it is paired")
       ->excludes("--host", "--companion");

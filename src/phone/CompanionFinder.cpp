@@ -59,7 +59,7 @@ Answer<std::vector<FoundService>> CompanionFinder::browse(const std::string& typ
 }
 
 Answer<Target> CompanionFinder::find(For purpose) const {
-  if (choice_.host) return Target{*choice_.host, paired_.companionAt(*choice_.host)};
+  if (choice_.host) return Target{*choice_.host, pairedAt(*choice_.host)};
   auto found = discover();
   if (!found) return found.trouble();
   return pick(*std::move(found), purpose);
@@ -67,8 +67,7 @@ Answer<Target> CompanionFinder::find(For purpose) const {
 
 Answer<Target> CompanionFinder::findScreen(const std::optional<std::string>& deviceID) const {
   if (choice_.host) {
-    return Target{{choice_.host->hosts, kScreenPort},
-                  deviceID ? deviceID : paired_.companionAt(*choice_.host)};
+    return Target{{choice_.host->hosts, kScreenPort}, deviceID ? deviceID : pairedAt(*choice_.host)};
   }
   auto found = browse(kScreenServiceType);
   if (!found) return found.trouble();
@@ -79,6 +78,7 @@ Answer<Target> CompanionFinder::findScreen(const std::optional<std::string>& dev
 }
 
 std::optional<std::string> CompanionFinder::pairedAt(const Endpoint& endpoint) const {
+  if (auto chosen = paired_.known(choice_.companion)) return chosen;
   return paired_.companionAt(choice_.host ? *choice_.host : endpoint);
 }
 

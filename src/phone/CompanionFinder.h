@@ -39,6 +39,8 @@ class CompanionFinder {
   Answer<Target> findScreen(const std::optional<std::string>& deviceID) const;
   /// The companion that the user named by its address, else the one met at `endpoint`.
   std::optional<std::string> pairedAt(const Endpoint& endpoint) const;
+  /// Whether the user gave an address.
+  bool hasAddress() const { return choice_.host.has_value(); }
   enum class For { pairing, command };
   Answer<Target> find(For purpose) const;
 

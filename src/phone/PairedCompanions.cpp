@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <set>
 
 #include "core/DeviceIdentity.h"
 #include "core/UserDefaults.h"
@@ -16,7 +18,9 @@ std::string companionKey(std::string_view deviceID, std::string_view what) {
   return "companion." + std::string(deviceID) + "." + std::string(what);
 }
 
-std::string addressKey(const Endpoint& endpoint) { return "address." + endpoint.text(); }
+std::string addressKey(const std::string& host, std::uint16_t port) {
+  return "address." + Endpoint{{host}, port}.text();
+}
 
 std::string computerName() {
   std::array<char, 256> name{};
@@ -31,8 +35,25 @@ std::optional<std::string> PairedCompanions::token(std::string_view deviceID) co
 }
 
 std::optional<std::string> PairedCompanions::companionAt(const Endpoint& endpoint) const {
-  if (auto known = defaults_.string(addressKey(endpoint))) return known;
-  return last();
+  for (const auto& host : endpoint.hosts)
+    if (auto met = defaults_.string(addressKey(host, endpoint.port))) return met;
+  return companionOn(endpoint);
+}
+
+/// Nothing when several were met there, unless one of them was paired last.
+std::optional<std::string> PairedCompanions::companionOn(const Endpoint& endpoint) const {
+  std::set<std::string> met;
+  for (const auto& [key, value] : defaults_.all()) {
+    const auto* id = std::get_if<std::string>(&value);
+    const auto isThere = [&key = key](const std::string& host) {
+      const auto anyPort = addressKey(host, 0);
+      return key.substr(0, key.rfind(':')) == anyPort.substr(0, anyPort.rfind(':'));
+    };
+    if (id && std::any_of(endpoint.hosts.begin(), endpoint.hosts.end(), isThere)) met.insert(*id);
+  }
+  if (met.size() == 1) return *met.begin();
+  const auto newest = last();
+  return newest && met.contains(*newest) ? newest : std::nullopt;
 }
 
 std::optional<std::string> PairedCompanions::last() const { return defaults_.string(kLastCompanion); }
@@ -48,14 +69,27 @@ std::optional<std::string> PairedCompanions::named(std::string_view name) const 
   return std::nullopt;
 }
 
+std::optional<std::string> PairedCompanions::known(const std::string& nameOrID) const {
+  if (nameOrID.empty()) return std::nullopt;
+  if (auto id = named(nameOrID)) return id;
+  return token(nameOrID) ? std::optional(nameOrID) : std::nullopt;
+}
+
+Result<void> PairedCompanions::meet(std::string_view deviceID, const Endpoint& endpoint) {
+  for (const auto& host : endpoint.hosts) {
+    const auto key = addressKey(host, endpoint.port);
+    if (defaults_.string(key) == deviceID) continue;
+    if (auto stored = defaults_.set(key, std::string(deviceID)); !stored) return stored;
+  }
+  return {};
+}
+
 Result<void> PairedCompanions::remember(std::string_view deviceID, std::string_view name,
                                         std::string_view token, const Endpoint& endpoint) {
   if (auto stored = defaults_.set(companionKey(deviceID, "token"), std::string(token)); !stored)
     return stored;
   if (auto stored = defaults_.set(companionKey(deviceID, "name"), std::string(name)); !stored) return stored;
-  if (!endpoint.hosts.empty()) {
-    if (auto stored = defaults_.set(addressKey(endpoint), std::string(deviceID)); !stored) return stored;
-  }
+  if (auto stored = meet(deviceID, endpoint); !stored) return stored;
   return defaults_.set(kLastCompanion, std::string(deviceID));
 }
 

@@ -265,9 +265,23 @@ Answer<PhoneCommands::Greeted> PhoneCommands::greet(const GivesUp& givesUp) {
   if (!target) return target.trouble();
   auto session = connect(*target, givesUp);
   if (!session) return session.trouble();
-  auto ready = session->hello(paired_.identity(), tokenFor(*target));
-  if (!ready) return ready.trouble();
+  const auto token = tokenFor(*target);
+  auto ready = session->hello(paired_.identity(), token);
+  if (!ready) return token ? ready.trouble() : strangerTrouble(*target, ready.trouble());
+  // Named by the user, met at an address that was not known to be its own: known from now on.
+  if (target->deviceID && ready->deviceID == target->deviceID)
+    (void)paired_.meet(*target->deviceID, target->endpoint);
   return Greeted{std::move(*session), std::move(*ready)};
+}
+
+Trouble PhoneCommands::strangerTrouble(const Target& target, Trouble trouble) const {
+  if (trouble.code != ExitCode::refused || !finder_.hasAddress()) return trouble;
+  const auto address = target.endpoint.text();
+  trouble.message = "Refused: unauthorized. This phone was not paired with the companion at " + address +
+                    ": run `tevanto-phone --host " + address +
+                    " pair CODE`; the code is shown by `tevanto status` there. If it is one that this phone "
+                    "knows by another address, name it too: --companion NAME.";
+  return trouble;
 }
 
 std::optional<std::string> PhoneCommands::tokenFor(const Target& target) const {

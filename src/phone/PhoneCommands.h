@@ -75,6 +75,8 @@ class PhoneCommands {
   /// The road that was chosen; made when it is first asked for.
   Answer<Road*> road();
   std::optional<std::string> tokenFor(const Target& target) const;
+  /// What to do about a refusal by a companion that this phone has no token of.
+  Trouble strangerTrouble(const Target& target, Trouble trouble) const;
 
   PhoneEnvironment environment_;
   PhoneOutput output_;

@@ -249,6 +249,22 @@ TEST_F(CommandLineTest, pairsAndKeepsTheToken) {
   EXPECT_EQ(run({"mute"}), 0) << err();
 }
 
+TEST_F(CommandLineTest, showsNoTokenToAStranger) {
+  (void)defaults_.remove("address." + companion_.host());
+  EXPECT_EQ(run({"hello"}), 4);
+  EXPECT_THAT(err(), HasSubstr("This phone was not paired with the companion at " + companion_.host()));
+  EXPECT_THAT(err(), HasSubstr("`tevanto-phone --host " + companion_.host() + " pair CODE`"));
+  EXPECT_EQ(companion_.received().at(0).type, "sessionHello");
+  EXPECT_FALSE(companion_.received().at(0).token);
+}
+
+TEST_F(CommandLineTest, meetsACompanionThatIsNamedAtANewAddress) {
+  (void)defaults_.remove("address." + companion_.host());
+  EXPECT_EQ(run({"--companion", "DESK-ID", "hello"}), 0) << err();
+  EXPECT_EQ(companion_.received().at(0).token, "T");
+  EXPECT_EQ(defaults_.string("address." + companion_.host()), "DESK-ID");
+}
+
 TEST_F(CommandLineTest, neverPrintsTheToken) {
   companion_.script()->token = "SECRET";
   EXPECT_EQ(run({"--json", "pair", "012345"}), 0);
@@ -274,7 +290,7 @@ TEST_F(CommandLineTest, saysHowToPairWhenItIsNotPaired) {
   for (const auto* name : {"hello", "mute", "state", "apps"}) {
     EXPECT_EQ(run({name}), 4) << name;
     EXPECT_THAT(err(), HasSubstr("unauthorized")) << name;
-    EXPECT_THAT(err(), HasSubstr("tevanto-phone pair CODE")) << name;
+    EXPECT_THAT(err(), HasSubstr(" pair CODE")) << name;
   }
   EXPECT_THAT(companion_.commands(), IsEmpty());
 }
@@ -324,6 +340,7 @@ TEST_F(CommandLineTest, triesEveryAddressOfACompanion) {
 
 TEST_F(CommandLineTest, reachesIpv6InBrackets) {
   test::ScriptedCompanion six(test::ScriptedCompanion::Family::ipv6);
+  (void)defaults_.set("address." + six.host(), std::string("DESK-ID"));
   EXPECT_EQ(runAnywhere({"--host", six.host(), "mute"}), 0) << err();
   EXPECT_THAT(six.commands(), ElementsAre(expected("toggleMute")));
 }

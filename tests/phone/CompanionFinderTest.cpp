@@ -96,14 +96,35 @@ TEST_F(CompanionFinderTest, doesNotLookWhenTheAddressIsGiven) {
   EXPECT_THAT(browser_.types, SizeIs(0));
 }
 
-TEST_F(CompanionFinderTest, knowsWhoIsAtAnAddressElseTakesTheLastPaired) {
-  ASSERT_TRUE(paired_.remember("A", "Desk", "t1", {{"10.0.0.1"}}));
+TEST_F(CompanionFinderTest, knowsWhoIsAtAnAddressAndTakesNobodyForAnother) {
+  ASSERT_TRUE(paired_.remember("A", "Desk", "t1", {{"10.0.0.1", "fe80::1"}}));
   ASSERT_TRUE(paired_.remember("B", "Attic", "t2", {{"10.0.0.2"}}));
+  const auto at = [this](const std::string& host, std::uint16_t port = kCompanionPort,
+                         const std::string& companion = "") {
+    CompanionFinder::Choice choice;
+    choice.host = Endpoint{{host}, port};
+    choice.companion = companion;
+    return find(choice)->deviceID;
+  };
+  EXPECT_EQ(at("10.0.0.1"), "A");
+  EXPECT_EQ(at("fe80::1"), "A");
+  EXPECT_EQ(at("10.0.0.2"), "B");
+  EXPECT_EQ(at("10.0.0.1", 7), "A");  // the same computer
+  EXPECT_EQ(at("127.0.0.1"), std::nullopt);
+  EXPECT_EQ(at("10.0.0.11"), std::nullopt);
+  EXPECT_EQ(at("127.0.0.1", 7, "Desk"), "A");
+  EXPECT_EQ(at("127.0.0.1", 7, "B"), "B");
+  EXPECT_EQ(at("127.0.0.1", 7, "Cellar"), std::nullopt);
+}
+
+TEST_F(CompanionFinderTest, takesTheLastPairedOfSeveralOnOneHost) {
+  ASSERT_TRUE(paired_.remember("A", "Desk", "t1", {{"10.0.0.1"}, 1}));
+  ASSERT_TRUE(paired_.remember("B", "Attic", "t2", {{"10.0.0.1"}, 2}));
   CompanionFinder::Choice choice;
-  choice.host = Endpoint{{"10.0.0.1"}};
-  EXPECT_EQ(find(choice)->deviceID, "A");
-  choice.host = Endpoint{{"127.0.0.1"}};
+  choice.host = Endpoint{{"10.0.0.1"}, 3};
   EXPECT_EQ(find(choice)->deviceID, "B");
+  ASSERT_TRUE(paired_.remember("C", "Cellar", "t3", {{"10.0.0.3"}}));
+  EXPECT_EQ(find(choice)->deviceID, std::nullopt);
 }
 
 TEST_F(CompanionFinderTest, saysWhatToDoWithoutDiscovery) {

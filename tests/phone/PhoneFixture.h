@@ -23,6 +23,7 @@ class PhoneFixture : public testing::Test {
     if (::pipe(input_.data()) != 0) throw std::runtime_error("no pipe");
     (void)defaults_.set("companion.DESK-ID.token", std::string("T"));
     (void)defaults_.set("lastCompanion", std::string("DESK-ID"));
+    (void)defaults_.set("address." + companion_.host(), std::string("DESK-ID"));
   }
   ~PhoneFixture() override {
     ::close(input_[0]);
