@@ -67,8 +67,11 @@ TEST(RelayRefusals, passesMessagesOfUpTo256KiB) {
   EXPECT_EQ(room.phone.receiveMessage(), largest);
   room.mac.sendText(largest + "x");
   expectClose(room.mac, 1009, "");
-  room.phone.sendText("alone");
-  EXPECT_TRUE(eventually([&] { return relay.metric("messages_to_nobody_total") == 1; }));
+  // The close frame may be here a moment before the member has left the room.
+  EXPECT_TRUE(eventually([&] {
+    room.phone.sendText("alone");
+    return relay.metric("messages_to_nobody_total") >= 1;
+  }));
 }
 
 TEST(RelayRefusals, countsFragmentsTogether) {
