@@ -11,7 +11,8 @@
 #include "app/ui/QrImages.h"
 #include "app/ui/SymbolImages.h"
 
-void qml_register_types_Tevanto();  // made by qmltyperegistrar
+// Made, and named, by qmltyperegistrar.
+void qml_register_types_Tevanto();  // NOLINT(readability-identifier-naming)
 
 namespace tevanto {
 namespace {
