@@ -65,9 +65,9 @@ void DesktopAppearance::setMotionReduced(bool reduced) {
 
 void DesktopAppearance::readPortal() {
   if (!bus_.isConnected()) return;
-  // From whoever: with the service's name Qt would first have to learn who owns it, and misses what is said
-  // until then.
-  bus_.connect(QString(), kPath, kSettings, "SettingChanged", this,
+  // Qt looks the slot's types up by their names and refuses the connection where it has not met one yet.
+  qRegisterMetaType<QDBusVariant>();
+  bus_.connect(kService, kPath, kSettings, "SettingChanged", this,
                SLOT(settingChanged(QString, QString, QDBusVariant)));
   const auto takeAll = [this](const QDBusMessage& reply) {
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return false;
