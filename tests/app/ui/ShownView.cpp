@@ -61,6 +61,12 @@ ShownView::ShownView(FaceWorld& world, Kind kind) : world_(world), views_(world.
   settle();
 }
 
+// What Qt keeps for its loop's next turn is freed here: the program may not have one.
+ShownView::~ShownView() {
+  view_.reset();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
 DesktopAppearance& ShownView::appearance() {
   auto* const engine = view_->engine();
   const int type = qmlTypeId("Tevanto", 1, 0, "DesktopAppearance");

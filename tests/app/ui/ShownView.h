@@ -23,6 +23,9 @@ class ShownView {
   enum class Kind { setupWindow, panel };
 
   explicit ShownView(FaceWorld& world, Kind kind);
+  ~ShownView();
+  ShownView(const ShownView&) = delete;
+  ShownView& operator=(const ShownView&) = delete;
 
   QQuickView& window() { return *view_; }
   DesktopAppearance& appearance();
