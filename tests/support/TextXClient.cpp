@@ -1,5 +1,6 @@
 #include "tests/support/TextXClient.h"
 
+#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -10,6 +11,10 @@
 #include <thread>
 
 namespace tevanto::test {
+
+namespace {
+constexpr KeyCode kAnyKeycode = 38;
+}
 
 struct TextXClient::Window {
   Display* display = nullptr;
@@ -42,6 +47,8 @@ struct TextXClient::Window {
                         nullptr);
     if (!context) throw std::runtime_error("Xlib has no input context");
     while (!shown) take();
+    // At its first key, Xlib asks for the keymap and then for news of it, and misses a change in between.
+    XkbKeycodeToKeysym(display, kAnyKeycode, 0, 0);
     XSetInputFocus(display, window, RevertToParent, CurrentTime);
     XSync(display, False);
   }
