@@ -113,8 +113,8 @@ TEST_P(EncoderSessionContract, mayEndWithinItsOutput) {
   session->prepareToEncodeFrames();
   const auto outputs = std::make_shared<std::atomic<int>>(0);
   session->encodeFrame(pictures_->text(0), 0ms, {true},
-                       [outputs, session](EncodeStatus, const EncodedSample* sample) {
-                         session->invalidate();
+                       [outputs, ending = std::weak_ptr(session)](EncodeStatus, const EncodedSample* sample) {
+                         if (const auto alive = ending.lock()) alive->invalidate();
                          EXPECT_TRUE(sample && sample->data && !sample->data->empty());
                          ++*outputs;
                        });
