@@ -249,6 +249,15 @@ TEST_F(DataChannelMessagingTest, reassemblesChunksInIndexOrder) {
             Texts{"webrtc: [answerer] reassembled " + std::to_string(json.size()) + " bytes from 3 chunks"});
 }
 
+TEST_F(DataChannelMessagingTest, readsEveryKindOfFrameOnTheMotionChannelToo) {
+  const auto json = jsonOf(command("movePointer"));
+  receive(*motion, chunkFrame(5, 1, 2, json.substr(10)));
+  receive(*motion, chunkFrame(5, 0, 2, json.substr(0, 10)));
+  EXPECT_EQ(delegate->messages, std::vector{command("movePointer")});
+  receive(*motion, bytesOf({2, 1, 7}));
+  EXPECT_EQ(delegate->screen, std::vector<Bytes>{bytesOf({1, 7})});
+}
+
 TEST_F(DataChannelMessagingTest, dropsInvalidChunksSilently) {
   receive(*control, bytesOf({1, 0, 0, 0, 1, 0, 0, 0, 1}));  // 9 bytes
   receive(*control, chunkFrame(1, 0, 0, "{\"type\":\"ack\"}"));

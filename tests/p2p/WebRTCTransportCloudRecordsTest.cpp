@@ -49,6 +49,52 @@ TEST_F(WebRTCTransportCloudRecords, anAnswerToACloudOfferGoesToTheCloud) {
                 "relay=0, other=0)"));
 }
 
+TEST_F(WebRTCTransportCloudRecords, theAnswerIsWrittenHalfASecondAfterItIsThere) {
+  factory->holds = true;
+  start(TransportRole::answerer);
+  cloud->opens();
+  signalViaCloud(offerSignal("O"));
+  signalViaCloud(offerSignal("O"));
+  peer()->gathers({"own", "0", 0});
+  pass(1s);
+  EXPECT_THAT(cloud->written, IsEmpty());
+  peer()->completes();
+  settle();
+  pass(499ms);
+  EXPECT_THAT(cloud->written, IsEmpty());
+  pass(1ms);
+  ASSERT_EQ(cloud->written.size(), 1U);
+  EXPECT_EQ(cloud->written[0].second, bundling(answerSignal("answer of peer 1"), {"own"}));
+}
+
+TEST_F(WebRTCTransportCloudRecords, aReplayViaTheRelayLeavesTheCloudsRecordAsItIs) {
+  start(TransportRole::answerer);
+  cloud->opens();
+  signalViaCloud(offerSignal("O"));
+  pass(1s);
+  EXPECT_EQ(cloud->written.size(), 1U);
+  signal(offerSignal("O"));
+  pass(1s);
+  EXPECT_EQ(cloud->written.size(), 1U) << "a replay by itself is nothing new";
+  peer()->gathers({"late", "0", 0});
+  pass(500ms);
+  ASSERT_EQ(cloud->written.size(), 2U) << "who looks into the cloud still learns of candidates";
+  EXPECT_EQ(cloud->written[1].second.candidates->size(), 1U);
+}
+
+TEST_F(WebRTCTransportCloudRecords, aNewOfferViaTheRelayIsNotAnsweredInTheCloud) {
+  start(TransportRole::answerer);
+  cloud->opens();
+  signalViaCloud(offerSignal("O"));
+  pass(1s);
+  cloud->written.clear();
+  signal(offerSignal("O2"));
+  peer()->gathers({"own", "0", 0});
+  pass(1s);
+  EXPECT_THAT(relay->sent.back().type, "ice");
+  EXPECT_THAT(cloud->written, IsEmpty());
+}
+
 TEST_F(WebRTCTransportCloudRecords, aRecordThatHasLedToAConnectionIsConcluded) {
   start(TransportRole::answerer);
   cloud->opens();

@@ -142,6 +142,16 @@ TEST_F(WebRTCTransportNegotiation, theRelayMayOpenBeforeThereIsAnOffer) {
   EXPECT_THAT(relay->takeTypes(), ElementsAre("offer"));
 }
 
+TEST_F(WebRTCTransportNegotiation, theAnswererAnnouncesItselfAndHasNothingToReplay) {
+  start(TransportRole::answerer);
+  takeLog();
+  relay->opens();
+  settle();
+  EXPECT_TRUE(transport->signalingEverOpened());
+  EXPECT_THAT(relay->sent, ElementsAre(SignalMessage{.type = "hello"}));
+  EXPECT_THAT(takeLog(), ElementsAre("[answerer] signaling open, announcing"));
+}
+
 TEST_F(WebRTCTransportNegotiation, theAnswererAnswersAnOffer) {
   start(TransportRole::answerer);
   relay->opens();
@@ -169,6 +179,16 @@ TEST_F(WebRTCTransportNegotiation, candidatesBeforeTheOfferAreNotLost) {
   EXPECT_THAT(peer()->calls, ElementsAre("setRemote O", "add early 1", "add early 2", "createAnswer",
                                          "setLocal answer of peer 1", "add late"));
   EXPECT_EQ(peer()->candidates[0], (IceCandidate{"early 1", "0", 0}));
+}
+
+TEST_F(WebRTCTransportNegotiation, candidatesThatDoNotSayWhereTheyBelongAreOfTheFirstLine) {
+  start(TransportRole::answerer);
+  SignalMessage offer = offerSignal("O");
+  offer.candidates.emplace().push_back({.candidate = "bundled", .sdpMid = {}, .sdpMLineIndex = {}});
+  signal(offer);
+  signal({.type = "ice", .candidate = "trickled"});
+  EXPECT_THAT(peer()->candidates,
+              ElementsAre(IceCandidate{"bundled", "", 0}, IceCandidate{"trickled", "", 0}));
 }
 
 TEST_F(WebRTCTransportNegotiation, candidatesWhileTheOfferIsBeingSetWaitForIt) {

@@ -45,6 +45,13 @@ TEST_F(WebRTCTransportRoads, anOffererThatIsAnsweredFastNeedsNoCloud) {
   EXPECT_THAT(cloud->starts, IsEmpty());
 }
 
+TEST_F(WebRTCTransportRoads, anOffererThatIsConnectedNeedsNoCloudEither) {
+  start(TransportRole::offerer);
+  control().becomes(DataChannelState::open);
+  pass(1min);
+  EXPECT_THAT(cloud->starts, IsEmpty());
+}
+
 TEST_F(WebRTCTransportRoads, anOffererLeavesTheCloudTwoSecondsAfterItIsConnected) {
   startConnectedOfferer();
   EXPECT_THAT(heard, ElementsAre("ready"));
@@ -93,6 +100,21 @@ TEST_F(WebRTCTransportRoads, aConnectedPeerOutlivesItsSignaling) {
   EXPECT_THAT(takeLog(), ElementsAre("[answerer] signaling dropped after connect — session unaffected"));
   pass(1min);
   EXPECT_THAT(heard, IsEmpty());
+}
+
+TEST_F(WebRTCTransportRoads, aFreshSessionNeedsItsSignalingAgain) {
+  startConnectedAnswerer();
+  signal(offerSignal("O2"));
+  takeHeard();
+  takeLog();
+  relay->drops();
+  settle();
+  EXPECT_THAT(takeLog(), ElementsAre("[answerer] relay unreachable — riding CloudKit only"));
+  EXPECT_THAT(heard, IsEmpty());
+  signal({.type = "bye"});
+  EXPECT_THAT(takeLog(), ElementsAre("[answerer] signal in: bye", "[answerer] peer left before connect",
+                                     "[answerer] transport failed"));
+  EXPECT_THAT(heard, ElementsAre("failed"));
 }
 
 TEST_F(WebRTCTransportRoads, theCloudCarriesOnWithoutTheRelay) {

@@ -47,6 +47,20 @@ TEST_F(WebRTCTransportState, anOutageIsReportedAndItsEndToo) {
   EXPECT_THAT(takeHeard(), ElementsAre("interrupted", "ready"));
 }
 
+TEST_F(WebRTCTransportState, anOutageEndsWithCompletedToo) {
+  startConnectedAnswerer();
+  ice(IceConnectionState::disconnected);
+  takeHeard();
+  for (const auto between : {IceConnectionState::new_, IceConnectionState::checking,
+                             IceConnectionState::closed, IceConnectionState::count}) {
+    ice(between);
+    EXPECT_THAT(heard, IsEmpty());
+  }
+  ice(IceConnectionState::completed);
+  pass(1min);
+  EXPECT_THAT(heard, ElementsAre("ready"));
+}
+
 TEST_F(WebRTCTransportState, anOutageOfEightSecondsFails) {
   startConnectedAnswerer();
   takeHeard();
