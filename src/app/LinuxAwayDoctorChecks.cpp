@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "app/AwayDoctorChecks.h"
-#include "platform/linux/LinuxTransports.h"
-#include "platform/linux/LoadedPeers.h"
+#include "p2p/DeployedTransports.h"
+#include "platform/linux/LinuxRoad.h"
 
 namespace tevanto {
 
@@ -12,18 +12,16 @@ std::vector<DoctorCheck> linuxAwayDoctorChecks(UserDefaults& defaults) {
   const auto loop = EventLoop::background(2);
   // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
   // computer is one, too.
-  const LinuxTransports transports({.loop = loop,
-                                    .mainQueue = loop->makeQueue("main"),
-                                    .defaults = defaults,
-                                    .log = LogSink::none(),
-                                    .includeLoopback = true});
-  const auto& peers = transports.peers();
+  const auto peers = linuxPeers(LogSink::none(), true);
+  const DeployedTransports transports(
+      {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
+      {.settings = linuxDeployment(defaults, LogSink::none()), .peers = peers});
   return awayDoctorChecks({.settings = transports.settings(),
                            .loop = loop,
                            .http = transports.http(),
                            .webSockets = transports.webSockets(),
                            .loadPeers = [peers] { return peers->load(); },
-                           .peers = peers,
+                           .peers = transports.peers(),
                            .database = transports.database()});
 }
 

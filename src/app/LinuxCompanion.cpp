@@ -32,7 +32,7 @@
 #include "core/DeviceIdentity.h"
 #include "core/JsonUserDefaults.h"
 #include "platform/linux/JournalLogSink.h"
-#include "platform/linux/LinuxTransports.h"
+#include "platform/linux/LinuxRoad.h"
 #include "platform/linux/StartAnew.h"
 #include "remote/MacRemoteServer.h"
 
@@ -110,7 +110,7 @@ class LinuxCompanion {
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
-                    .links = PublicLinks::of(LinuxTransports::deployment(defaults_, log_)),
+                    .links = PublicLinks::of(linuxDeployment(defaults_, log_)),
                     .displayLost = [this] { goOnHeadless(); }});
     face_->run();
     services_.networkLoop().stop();

@@ -20,12 +20,10 @@ class UserDefaults;
 /// The services of the companion on a Linux desktop, and everything below them. Making this starts nothing
 /// and talks to nobody: adapters connect when they are first used, so that nothing delays the start.
 ///
-/// Three loops carry the queues. Headless, the network's loop is run by the main thread and has the main
-/// queue "main" and the network's "tevanto.remote.server" and "tevanto.screen.server": a command goes from
-/// its socket to the pointer without changing threads. With windows the main queue is that of their toolkit's
-/// loop, and the network's loop has a thread of its own, so that neither a view nor a frame waits for the
-/// other. The background loop has what may block, "tevanto.shortcuts" and "tevanto.applications";
-/// "tevanto.screen.capture" has a thread of its own, as it encodes.
+/// Headless, the network's loop is run by the main thread and has the main queue "main" as well: a command
+/// goes from its socket to the pointer without changing threads. With windows the main queue is that of their
+/// toolkit's loop, and the network's loop has a thread of its own, so that neither a view nor a frame waits
+/// for the other.
 class LinuxServices {
  public:
   /// `windowsQueue`: the main queue of a program with windows; null when headless.

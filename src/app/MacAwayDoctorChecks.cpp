@@ -1,19 +1,20 @@
 #include "app/MacAwayDoctorChecks.h"
 
 #include "app/AwayDoctorChecks.h"
-#include "platform/macos/MacTransports.h"
+#include "p2p/DeployedTransports.h"
+#include "platform/macos/CloudKitDatabase.h"
+#include "platform/macos/MacRoad.h"
 
 namespace tevanto {
 
 std::vector<DoctorCheck> macAwayDoctorChecks(UserDefaults& defaults) {
   const auto loop = EventLoop::background(2);
+  const auto settings = macDeployment(defaults, LogSink::none());
   // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
   // computer is one, too.
-  const MacTransports transports({.loop = loop,
-                                  .mainQueue = loop->makeQueue("main"),
-                                  .defaults = defaults,
-                                  .log = LogSink::none(),
-                                  .includeLoopback = true});
+  const DeployedTransports transports(
+      {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
+      {.settings = settings, .peers = macPeers(loop, true), .database = macCloudDatabase(settings)});
   return awayDoctorChecks({.settings = transports.settings(),
                            .loop = loop,
                            .http = transports.http(),

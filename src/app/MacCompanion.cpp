@@ -24,7 +24,7 @@
 #include "control/MacPowerManager.h"
 #include "core/DeviceIdentity.h"
 #include "core/UserDefaults.h"
-#include "platform/macos/MacTransports.h"
+#include "platform/macos/MacRoad.h"
 #include "platform/macos/UnifiedLogSink.h"
 
 namespace tevanto {
@@ -82,7 +82,7 @@ class MacCompanion {
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
-                    .links = PublicLinks::of(MacTransports::deployment(defaults_, log_)),
+                    .links = PublicLinks::of(macDeployment(defaults_, log_)),
                     .displayLost = {}});  // a Mac's does not go away
     face_->run();
   }

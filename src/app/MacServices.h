@@ -19,9 +19,7 @@ class UserDefaults;
 /// The services of the companion on a Mac, and everything below them. Making this starts nothing.
 ///
 /// The main queue is the caller's: the main thread runs it with the loop of AppKit, or alone where there is
-/// no window. The network has a thread of its own, "tevanto.remote.server" and "tevanto.screen.server"; so
-/// has "tevanto.screen.capture", as it encodes; and what may block, "tevanto.shortcuts" and
-/// "tevanto.applications", goes to a few more.
+/// no window. The network has a thread of its own.
 class MacServices {
  public:
   MacServices(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log,

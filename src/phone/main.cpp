@@ -10,10 +10,11 @@
 #include "core/EventLoop.h"
 #include "core/JsonUserDefaults.h"
 #include "core/Log.h"
+#include "p2p/DeployedTransports.h"
 #include "phone/CommandLine.h"
 #include "phone/MirrorMediaModule.h"
 #include "platform/linux/AvahiServiceBrowser.h"
-#include "platform/linux/LinuxTransports.h"
+#include "platform/linux/LinuxRoad.h"
 #include "platform/linux/ProgramModule.h"
 
 namespace {
@@ -36,17 +37,15 @@ Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
 class Away {
  public:
   Away(tevanto::UserDefaults& defaults, const std::shared_ptr<tevanto::LogSink>& log)
-      : transports_({.loop = loop_,
-                     .mainQueue = mainQueue_,
-                     .defaults = defaults,
-                     .log = log,
-                     .includeLoopback = true}) {}
+      : transports_(
+            {.loop = loop_, .mainQueue = mainQueue_, .defaults = defaults, .log = log},
+            {.settings = tevanto::linuxDeployment(defaults, log), .peers = tevanto::linuxPeers(log, true)}) {}
   ~Away() { loop_->stop(); }
   Away(const Away&) = delete;
   Away& operator=(const Away&) = delete;
 
   Result<AwayLink::Environment> environment() {
-    if (!tevanto::LinuxTransports::canMeet(transports_.settings())) {
+    if (!tevanto::DeployedTransports::canMeet(transports_.settings())) {
       return Failure{
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};
@@ -71,7 +70,7 @@ class Away {
  private:
   const std::shared_ptr<tevanto::EventLoop> loop_ = tevanto::EventLoop::background(1);
   const std::shared_ptr<tevanto::SerialQueue> mainQueue_ = loop_->makeQueue("main");
-  tevanto::LinuxTransports transports_;
+  tevanto::DeployedTransports transports_;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <latch>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/linux/LinuxRoad.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"
@@ -228,22 +230,17 @@ TEST_F(LibwebrtcPeerLife, leavesNothingBehindInTwoHundredCycles) {
 }
 
 TEST_F(LibwebrtcPeerLife, isQuietUnlessAskedToSpeak) {
-  auto log = std::make_shared<test::RecordingLogSink>();
-  auto options = onLoopback();
-  options.log = Logger(log, "webrtc");
-  {
-    LoadedPeers quiet(options);
-    testing::internal::CaptureStderr();
-    ASSERT_TRUE(connectedPair(quiet));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_TRUE(log->lines().empty());
-  }
-  options.verbose = true;
-  LoadedPeers verbose(options);
+  const auto log = std::make_shared<test::RecordingLogSink>();
+  const auto quiet = linuxPeers(log, true);
+  ::setenv("TEVANTO_ENGINE_LOG", "1", 1);
+  const auto verbose = linuxPeers(log, true);
+  ::unsetenv("TEVANTO_ENGINE_LOG");
   testing::internal::CaptureStderr();
-  ASSERT_TRUE(connectedPair(verbose));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  ASSERT_TRUE(connectedPair(*quiet));
+  EXPECT_TRUE(log->lines().empty());
+  ASSERT_TRUE(connectedPair(*verbose));
   EXPECT_FALSE(log->lines().empty());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(LoadedPeers, sayThatTheirModuleIsMissing) {

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "core/EventLoop.h"
 #include "core/Log.h"
@@ -18,30 +16,34 @@ class HttpClient;
 class UserDefaults;
 class WebSocketFactory;
 
-/// What the road away stands on in a program of this system, put together from what was deployed. Making it
-/// connects to nobody; the engine of the peers starts with the first of them.
-class MacTransports {
+/// What the road away stands on in a program, put together from what was deployed and from what the system
+/// brings. Making it connects to nobody.
+class DeployedTransports {
  public:
   struct Environment {
     std::shared_ptr<EventLoop> loop;  // of the sockets, and of the queues below the transports
     std::shared_ptr<SerialQueue> mainQueue;
     UserDefaults& defaults;  // outlives it
     std::shared_ptr<LogSink> log;
-    /// Also offer the addresses of the loopback interface: for peers on one computer.
-    bool includeLoopback = false;
   };
-  explicit MacTransports(const Environment& environment);
-  ~MacTransports();
-  MacTransports(const MacTransports&) = delete;
-  MacTransports& operator=(const MacTransports&) = delete;
+  /// What each system has of its own.
+  struct Platform {
+    DeploymentSettings settings;  // what was deployed, with this program and by its user
+    std::shared_ptr<PeerConnectionFactory> peers;
+    /// The cloud's records as the system itself reaches them; null: by the web service, where there is a key.
+    std::shared_ptr<CloudDatabase> database = nullptr;
+  };
 
-  /// What was deployed, with this program and by its user.
-  static DeploymentSettings deployment(const UserDefaults& defaults, const std::shared_ptr<LogSink>& log);
-  /// Whether there is any place where peers could meet: a relay, or records in the cloud.
+  DeployedTransports(const Environment& environment, Platform platform);
+  ~DeployedTransports();
+  DeployedTransports(const DeployedTransports&) = delete;
+  DeployedTransports& operator=(const DeployedTransports&) = delete;
+
+  /// Whether there is any place where peers could meet that needs nothing of the system: a relay, or records
+  /// in the cloud.
   static bool canMeet(const DeploymentSettings& settings);
 
   TransportFactory& factory() const { return *factory_; }
-
   const DeploymentSettings& settings() const { return settings_; }
   const std::shared_ptr<HttpClient>& http() const { return http_; }
   const std::shared_ptr<WebSocketFactory>& webSockets() const { return webSockets_; }

@@ -1,0 +1,20 @@
+#include "platform/linux/LinuxRoad.h"
+
+#include <cstdlib>
+
+#include "platform/linux/MainBundle.h"
+
+namespace tevanto {
+
+DeploymentSettings linuxDeployment(const UserDefaults& defaults, const std::shared_ptr<LogSink>& log) {
+  return {mainBundleInfo(Logger(log, "webrtc")), defaults};
+}
+
+std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback) {
+  return std::make_shared<LoadedPeers>(
+      PeerEngineOptions{.includeLoopback = includeLoopback,
+                        .verbose = std::getenv("TEVANTO_ENGINE_LOG") != nullptr,
+                        .log = Logger(log, "webrtc")});
+}
+
+}  // namespace tevanto
