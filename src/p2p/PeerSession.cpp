@@ -143,7 +143,6 @@ void PeerSession::adopt(const std::shared_ptr<DataChannelLink>& newest) {
   if (current) current->detach();
   current = newest;
   publish(newest->kind(), newest->channel());
-  if (newest->kind() == DataChannelKind::motion) newest->admit();
   channelEnters(*newest, newest->channel()->state());
 }
 
@@ -157,10 +156,17 @@ void PeerSession::channelEnters(DataChannelLink& changed, DataChannelState state
   if (link(kind).get() != &changed || !changed.enters(state)) return;
   if (state == DataChannelState::open) {
     delegate_.channelDidOpen(kind);
-    changed.admit();
+    admit(changed);
   } else if (state == DataChannelState::closed) {
     delegate_.channelDidClose(kind);
   }
+}
+
+void PeerSession::admit(DataChannelLink& opened) {
+  if (opened.kind() != DataChannelKind::motion) opened.admit();
+  if (opened.kind() == DataChannelKind::control) controlHasOpened_ = true;
+  const auto motion = link(DataChannelKind::motion);
+  if (motion && controlHasOpened_) motion->admit();
 }
 
 void PeerSession::publish(DataChannelKind kind, std::shared_ptr<DataChannel> channel) {

@@ -80,6 +80,9 @@ class PeerSession final : public PeerConnectionObserver, public std::enable_shar
   void adopt(const std::shared_ptr<DataChannelLink>& link);
   void reject(const std::shared_ptr<DataChannel>& channel);
   void channelEnters(DataChannelLink& link, DataChannelState state);
+  /// Motion waits for the control channel as well: its answers go there, and nobody knows of the phone
+  /// before.
+  void admit(DataChannelLink& opened);
   void publish(DataChannelKind kind, std::shared_ptr<DataChannel> channel);
   std::shared_ptr<DataChannelLink>& link(DataChannelKind kind) {
     return links_[static_cast<std::size_t>(kind)];
@@ -95,6 +98,7 @@ class PeerSession final : public PeerConnectionObserver, public std::enable_shar
   std::shared_ptr<PeerConnection> peer_;
   bool closed_ = false;
   bool hasRemoteDescription_ = false;
+  bool controlHasOpened_ = false;
   std::vector<IceCandidate> pendingCandidates_;
   std::vector<IceCandidate> localCandidates_;
   std::array<std::shared_ptr<DataChannelLink>, 3> links_;  // by kind

@@ -118,6 +118,26 @@ TEST_F(WebRTCTransportChannels, nobodyHearsAMessageBeforeTheChannelIsReady) {
   EXPECT_EQ(heard.back(), "message late");
 }
 
+TEST_F(WebRTCTransportChannels, whatMovesThePointerWaitsForTheControlChannel) {
+  start(TransportRole::answerer);
+  const auto control = std::make_shared<FakeDataChannel>("tevanto", DataChannelState::connecting);
+  const auto motion = std::make_shared<FakeDataChannel>("tevanto-motion");
+  peer()->opens(control);
+  peer()->opens(motion);
+  motion->receive(bytesOf(R"({"type":"command"})"));
+  settle();
+  motion->receive(bytesOf(R"({"type":"command"})"));
+  settle();
+  EXPECT_THAT(heard, IsEmpty());
+  control->becomes(DataChannelState::open);
+  control->receive(bytesOf(R"({"type":"sessionHello"})"));
+  settle();
+  EXPECT_THAT(heard, ElementsAre("ready", "message sessionHello", "message command", "message command"));
+  motion->receive(bytesOf(R"({"type":"late"})"));
+  settle();
+  EXPECT_EQ(heard.back(), "message late");
+}
+
 TEST_F(WebRTCTransportChannels, messagesGoBothWays) {
   startConnectedAnswerer();
   const auto motion = connectFromAfar("tevanto-motion");

@@ -35,6 +35,7 @@ struct TransportSide {
     };
     transport->onScreenChannelState = [heard = heard](bool isOpen) { heard->screenIsOpen = isOpen; };
     transport->onMessage = [heard = heard](const RemoteMessage& message) {
+      if (heard->readies == 0) heard->inOrder = false;
       // Numbered by its sender, so that a gap or a swap shows.
       if (message.message && *message.message != std::to_string(heard->numbered++)) heard->inOrder = false;
       if (message.command) ++heard->motions;

@@ -58,6 +58,21 @@ TEST_F(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
   again.transport->stop();
 }
 
+TEST_F(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady) {
+  for (int round = 0; round < 10; ++round) {
+    TransportPair pair(ground);
+    // As soon as it can: the other side may not have met the control channel yet.
+    pair.phone.transport->onChannelState = [&pair](ChannelState state) {
+      if (state == ChannelState::ready) pair.phone.transport->send(pointerMotion());
+    };
+    pair.start();
+    ASSERT_TRUE(eventually([&] { return pair.computer.heard->motions == 1; })) << pair;
+    EXPECT_TRUE(pair.computer.heard->inOrder);
+    pair.stop();
+    ground.main->sync([] {});
+  }
+}
+
 TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
   TransportPair pair(ground);
   pair.start();
