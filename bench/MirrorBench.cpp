@@ -26,7 +26,7 @@
 #include "phone/MirrorStream.h"
 #include "phone/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"
-#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/CaptureEngine.h"
 #include "screen/H264Encoder.h"
@@ -78,7 +78,7 @@ void runPipeline(const PipelineOptions& options) {
   const auto loop = EventLoop::background(1);
   const auto queue = loop->makeQueue("tevanto.screen.capture");
   X11DisplayCapture displays(options.display);
-  LibavcodecEncoderFactory encoders{Logger()};
+  ProbingEncoderFactory encoders{Logger()};
   std::mutex mutex;
   std::vector<double> encoding;
   std::size_t bytes = 0;

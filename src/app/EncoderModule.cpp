@@ -1,16 +1,16 @@
 #include "app/EncoderModule.h"
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 
 using tevanto::EncoderSessionFactory;
-using tevanto::LibavcodecEncoderFactory;
+using tevanto::ProbingEncoderFactory;
 
 extern "C" __attribute__((visibility("default"))) EncoderSessionFactory* tevantoMakeEncoders(
     const tevanto::Logger& log) {
-  return new LibavcodecEncoderFactory(log);
+  return new ProbingEncoderFactory(log);
 }
 
 extern "C" __attribute__((visibility("default"))) std::string* tevantoDescribeEncoders(
     EncoderSessionFactory& encoders) {
-  return new std::string(static_cast<LibavcodecEncoderFactory&>(encoders).description());
+  return new std::string(static_cast<ProbingEncoderFactory&>(encoders).description());
 }

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
 
@@ -68,7 +68,7 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
   const auto& [profile, row] = GetParam();
   const auto& content = contents()[row];
   test::EncoderClock clock;
-  LibavcodecEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
+  ProbingEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
   test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(), &clock);
   stream.prepare(profile.bitRate, profile.fps);
   test::EncoderPictures pictures(PixelFormat::i420, profile.width, profile.height);
@@ -86,7 +86,7 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
 TEST(EncoderDataRateByTheClock, aHundredKeyFramesASecondStayWithinTheLimit) {
   for (const auto& profile : kProfiles) {
     test::EncoderClock clock;
-    LibavcodecEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
+    ProbingEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
     test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(),
                                &clock);
     stream.prepare(profile.bitRate, profile.fps);

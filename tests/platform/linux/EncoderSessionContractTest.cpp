@@ -1,6 +1,6 @@
 // Every encoder that this machine has, and the fake.
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "tests/platform/contracts/EncoderSessionContract.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/FakeEncoderSession.h"
@@ -28,11 +28,11 @@ std::unique_ptr<EncoderSessionFactory> makeFake() {
 }
 
 std::unique_ptr<EncoderSessionFactory> makeBest() {
-  return std::make_unique<LibavcodecEncoderFactory>(Logger());
+  return std::make_unique<ProbingEncoderFactory>(Logger());
 }
 
 std::unique_ptr<EncoderSessionFactory> makeLibx264() {
-  return std::make_unique<LibavcodecEncoderFactory>(Logger(), std::vector<std::string>{"libx264"});
+  return std::make_unique<ProbingEncoderFactory>(Logger(), std::vector<std::string>{"libx264"});
 }
 
 INSTANTIATE_TEST_SUITE_P(EncodersOfThisMachine, EncoderSessionContract,

@@ -4,8 +4,8 @@
 
 #include <set>
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "screen/BigEndian.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
@@ -86,7 +86,7 @@ TEST(IdrPictureId, leavesOtherFramesAndOtherStreamsAsTheyAre) {
 // After each pause the encoder is begun anew, and counts from 0 again.
 TEST(IdrPictureId, keyFramesOfOneSessionHaveDifferentOnes) {
   test::EncoderClock clock;
-  LibavcodecEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
+  ProbingEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
   test::EncodedStream stream(factory.create(1280, 720, VideoCodec::h264).value(), &clock);
   stream.prepare();
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);

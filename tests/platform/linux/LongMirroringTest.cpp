@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "core/EventLoop.h"
-#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/ScreenCaptureSession.h"
 #include "tests/support/DrawingXClient.h"
@@ -24,7 +24,7 @@ constexpr StreamProfile kUnhurried{1280, 1000, 6'000'000};
 TEST(LongMirroring, nineThousandPicturesLeaveMemoryFlat) {
   const test::XvfbServer server("640x400x24");
   X11DisplayCapture displays(server.display());
-  LibavcodecEncoderFactory encoders(Logger(), {"libx264"});
+  ProbingEncoderFactory encoders(Logger(), {"libx264"});
   const auto loop = EventLoop::background(1);
   std::atomic<int> frames = 0;
   std::atomic<std::size_t> bytes = 0;

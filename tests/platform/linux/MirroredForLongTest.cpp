@@ -15,8 +15,8 @@
 #include "phone/MirrorStream.h"
 #include "phone/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"
-#include "platform/linux/LibavcodecEncoderFactory.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/ScreenStreamMessage.h"
 #include "screen/ScreenStreamServer.h"
@@ -181,7 +181,7 @@ class MirroredForLong : public ::testing::Test {
   PictureClock clock_;
   X11DisplayCapture realCapture_{display_.display()};
   UnhurriedCapture capture_{realCapture_, clock_};
-  LibavcodecEncoderFactory encoders_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
+  ProbingEncoderFactory encoders_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
   Granted permission_;
   test::FakeUserDefaults defaults_;
   test::FakeServiceAdvertiser advertiser_;

@@ -1,4 +1,4 @@
-#include "platform/linux/LibavcodecEncoderSession.h"
+#include "platform/linux/PictureEncoderSession.h"
 
 #include <mutex>
 #include <utility>
@@ -49,7 +49,7 @@ EncodedSample sampleOf(const AccessUnit& unit, std::optional<double> quantizer) 
 
 }  // namespace
 
-struct LibavcodecEncoderSession::State {
+struct PictureEncoderSession::State {
   State(std::string encoderName, std::int32_t width, std::int32_t height, Environment environment)
       : name(std::move(encoderName)), surroundings(std::move(environment)) {
     settings.width = width;
@@ -91,8 +91,7 @@ struct LibavcodecEncoderSession::State {
   std::optional<Failure> refusal(const PixelBuffer& picture) const;
 };
 
-Result<void> LibavcodecEncoderSession::State::set(EncoderProperty property,
-                                                  const EncoderPropertyValue& value) {
+Result<void> PictureEncoderSession::State::set(EncoderProperty property, const EncoderPropertyValue& value) {
   switch (property) {
     case EncoderProperty::realTime:
       return take<bool>(value, [](bool realTime) { return realTime; });
@@ -119,28 +118,28 @@ Result<void> LibavcodecEncoderSession::State::set(EncoderProperty property,
   return Failure{"no such property"};
 }
 
-bool LibavcodecEncoderSession::State::enter() {
+bool PictureEncoderSession::State::enter() {
   const std::lock_guard lock(mutex);
   if (isInvalidated) return false;
   isBusy = true;
   return true;
 }
 
-void LibavcodecEncoderSession::State::leave() {
+void PictureEncoderSession::State::leave() {
   std::unique_ptr<PictureEncoder> closed;
   const std::lock_guard lock(mutex);
   isBusy = false;
   if (isInvalidated) closed.swap(encoder);
 }
 
-void LibavcodecEncoderSession::State::invalidate() {
+void PictureEncoderSession::State::invalidate() {
   std::unique_ptr<PictureEncoder> closed;
   const std::lock_guard lock(mutex);
   isInvalidated = true;
   if (!isBusy) closed.swap(encoder);
 }
 
-std::optional<Failure> LibavcodecEncoderSession::State::refusal(const PixelBuffer& picture) const {
+std::optional<Failure> PictureEncoderSession::State::refusal(const PixelBuffer& picture) const {
   if (picture.width() != settings.width || picture.height() != settings.height) {
     return Failure{"the picture is not of the session's size"};
   }
@@ -151,7 +150,7 @@ std::optional<Failure> LibavcodecEncoderSession::State::refusal(const PixelBuffe
   return std::nullopt;
 }
 
-Result<void> LibavcodecEncoderSession::State::openNamed() {
+Result<void> PictureEncoderSession::State::openNamed() {
   auto opened = surroundings.open(name, settings);
   if (!opened) {
     surroundings.log.warning(name + " cannot encode " + std::to_string(settings.width) + "×" +
@@ -164,7 +163,7 @@ Result<void> LibavcodecEncoderSession::State::openNamed() {
   return {};
 }
 
-Result<void> LibavcodecEncoderSession::State::open(PixelFormat format, PresentationTime time) {
+Result<void> PictureEncoderSession::State::open(PixelFormat format, PresentationTime time) {
   settings.format = format;
   if (!account) {
     const auto bucket = leakyBucket(settings);
@@ -181,20 +180,20 @@ Result<void> LibavcodecEncoderSession::State::open(PixelFormat format, Presentat
 }
 
 // What follows a key frame that does not come would be of no use.
-bool LibavcodecEncoderSession::State::isLeftOut(PresentationTime time) const {
+bool PictureEncoderSession::State::isLeftOut(PresentationTime time) const {
   if (account->encoderIsAhead(time)) return true;
   return owesKeyFrame && !keyFrames.isDue(time) && !requests.mayBeMet(time);
 }
 
-bool LibavcodecEncoderSession::State::isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time,
-                                                        bool isKeyFrame) const {
+bool PictureEncoderSession::State::isBetterBegunAnew(const PixelBuffer& picture, PresentationTime time,
+                                                     bool isKeyFrame) const {
   if (name != kSoftwareEncoder || !account->encoderIsBehind(time)) return false;
   if (isKeyFrame) return true;
   // Pictures that move, be it less often than expected, are better off with what they refer to.
   return account->isAfterPause(time) && picture.change.picture != lastPicture && isLargeChange(picture);
 }
 
-Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
+Result<std::optional<AccessUnit>> PictureEncoderSession::State::encode(
     std::shared_ptr<const PixelBuffer> picture, bool forceKeyFrame) {
   if (!picture) return Failure{"no picture"};
   if (auto failure = refusal(*picture)) return *failure;
@@ -210,7 +209,7 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encode(
   return encodeOpened(std::move(picture), time, isKeyFrame || keyFrames.isDue(time));
 }
 
-Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
+Result<std::optional<AccessUnit>> PictureEncoderSession::State::encodeOpened(
     std::shared_ptr<const PixelBuffer> picture, PresentationTime time, bool isKeyFrame) {
   auto encoded = encoder->encode(std::move(picture), isKeyFrame);
   if (!encoded) {
@@ -228,25 +227,24 @@ Result<std::optional<AccessUnit>> LibavcodecEncoderSession::State::encodeOpened(
   return encoded;
 }
 
-LibavcodecEncoderSession::LibavcodecEncoderSession(std::string encoder, std::int32_t width,
-                                                   std::int32_t height, Environment environment)
+PictureEncoderSession::PictureEncoderSession(std::string encoder, std::int32_t width, std::int32_t height,
+                                             Environment environment)
     : state_(std::make_shared<State>(std::move(encoder), width, height, std::move(environment))) {}
 
-LibavcodecEncoderSession::~LibavcodecEncoderSession() { state_->invalidate(); }
+PictureEncoderSession::~PictureEncoderSession() { state_->invalidate(); }
 
-Result<void> LibavcodecEncoderSession::setProperty(EncoderProperty property,
-                                                   const EncoderPropertyValue& value) {
+Result<void> PictureEncoderSession::setProperty(EncoderProperty property, const EncoderPropertyValue& value) {
   if (state_->isPrepared) return Failure{"properties are set before the session is prepared"};
   return state_->set(property, value);
 }
 
 // The encoder needs the pictures' format, too, so that it is opened with the first one.
-void LibavcodecEncoderSession::prepareToEncodeFrames() { state_->isPrepared = true; }
+void PictureEncoderSession::prepareToEncodeFrames() { state_->isPrepared = true; }
 
 // Rates are kept by the clock, and nothing is held back: the picture's own time is of no use here.
-void LibavcodecEncoderSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture,
-                                           PresentationTime /*presentationTime*/,
-                                           const EncodeFrameProperties& properties, OutputHandler output) {
+void PictureEncoderSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture,
+                                        PresentationTime /*presentationTime*/,
+                                        const EncodeFrameProperties& properties, OutputHandler output) {
   const auto state = state_;  // the handler may let go of this session
   if (!state->enter()) return;
   state->isPrepared = true;
@@ -262,6 +260,6 @@ void LibavcodecEncoderSession::encodeFrame(std::shared_ptr<const PixelBuffer> pi
   state->leave();
 }
 
-void LibavcodecEncoderSession::invalidate() { state_->invalidate(); }
+void PictureEncoderSession::invalidate() { state_->invalidate(); }
 
 }  // namespace tevanto

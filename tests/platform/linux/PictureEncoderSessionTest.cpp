@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "screen/H264Encoder.h"
-#include "tests/platform/linux/LibavcodecEncoderFixture.h"
+#include "tests/platform/linux/PictureEncoderSessionFixture.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/H264TestDecoder.h"
 #include "tests/support/SpsFields.h"
@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST_F(LibavcodecEncoderTest, everyPictureComesBackAtOnceAndInOrder) {
+TEST_F(PictureEncoderSessionTest, everyPictureComesBackAtOnceAndInOrder) {
   for (const auto format : {PixelFormat::i420, PixelFormat::nv12}) {
     test::EncoderPictures pictures(format, 640, 480);
     auto stream = makeStream(640, 480);
@@ -34,7 +34,7 @@ TEST_F(LibavcodecEncoderTest, everyPictureComesBackAtOnceAndInOrder) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, textAtRestIsClearAndCostsNextToNothing) {
+TEST_F(PictureEncoderSessionTest, textAtRestIsClearAndCostsNextToNothing) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   test::H264TestDecoder decoder;
@@ -53,7 +53,7 @@ TEST_F(LibavcodecEncoderTest, textAtRestIsClearAndCostsNextToNothing) {
   EXPECT_LT(stream.frames.back().data.size(), 200u);
 }
 
-TEST_F(LibavcodecEncoderTest, eachKeyFrameOfAPictureAtRestIsAsClearAsTheFirst) {
+TEST_F(PictureEncoderSessionTest, eachKeyFrameOfAPictureAtRestIsAsClearAsTheFirst) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   test::H264TestDecoder decoder;
@@ -75,7 +75,7 @@ TEST_F(LibavcodecEncoderTest, eachKeyFrameOfAPictureAtRestIsAsClearAsTheFirst) {
   EXPECT_GT(first, 30);
 }
 
-TEST_F(LibavcodecEncoderTest, saysWhenItDidItsBest) {
+TEST_F(PictureEncoderSessionTest, saysWhenItDidItsBest) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   test::H264TestDecoder decoder;
@@ -93,7 +93,7 @@ TEST_F(LibavcodecEncoderTest, saysWhenItDidItsBest) {
   EXPECT_GT(psnr, 44);
 }
 
-TEST_F(LibavcodecEncoderTest, aKeyFrameThatTheDataRateDoesNotAllowForComesLater) {
+TEST_F(PictureEncoderSessionTest, aKeyFrameThatTheDataRateDoesNotAllowForComesLater) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   const auto page = pictures.text(0);
@@ -112,7 +112,7 @@ TEST_F(LibavcodecEncoderTest, aKeyFrameThatTheDataRateDoesNotAllowForComesLater)
   EXPECT_FALSE(stream.frames.back().isKeyFrame);
 }
 
-TEST_F(LibavcodecEncoderTest, keyFramesThatAreAskedForOneBehindTheOtherComeLater) {
+TEST_F(PictureEncoderSessionTest, keyFramesThatAreAskedForOneBehindTheOtherComeLater) {
   test::EncoderPictures pictures(PixelFormat::i420, 640, 480);
   auto stream = makeStream(640, 480);
   std::vector<int> keyFrames;  // by the frame
@@ -136,7 +136,7 @@ TEST_F(LibavcodecEncoderTest, keyFramesThatAreAskedForOneBehindTheOtherComeLater
   EXPECT_TRUE(stream.frames.back().isKeyFrame) << "ordinary frames have gone in between";
 }
 
-TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
+TEST_F(PictureEncoderSessionTest, aSceneThatChangesIsNoKeyFrame) {
   test::EncoderPictures pictures(PixelFormat::i420, 640, 480);
   auto stream = makeStream(640, 480);
   for (int i = 0; i < 30; ++i) {
@@ -145,7 +145,7 @@ TEST_F(LibavcodecEncoderTest, aSceneThatChangesIsNoKeyFrame) {
   for (std::size_t i = 0; i < stream.frames.size(); ++i) EXPECT_EQ(stream.frames[i].isKeyFrame, i == 0) << i;
 }
 
-TEST_F(LibavcodecEncoderTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
+TEST_F(PictureEncoderSessionTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   test::H264TestDecoder decoder;
@@ -159,7 +159,7 @@ TEST_F(LibavcodecEncoderTest, aNewPageAfterAPauseIsAsClearAsTheFirst) {
   EXPECT_EQ(decoder.errors(), 0);
 }
 
-TEST_F(LibavcodecEncoderTest, whatMovesLessOftenThanExpectedNeedsNoKeyFrame) {
+TEST_F(PictureEncoderSessionTest, whatMovesLessOftenThanExpectedNeedsNoKeyFrame) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   for (int i = 0; i < 40; ++i) {
@@ -168,7 +168,7 @@ TEST_F(LibavcodecEncoderTest, whatMovesLessOftenThanExpectedNeedsNoKeyFrame) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
+TEST_F(PictureEncoderSessionTest, smallChangesAfterPausesNeedNoKeyFrame) {
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);
   auto stream = makeStream(1280, 720);
   stream.encode(pictures.text(0), 0ms);
@@ -181,7 +181,7 @@ TEST_F(LibavcodecEncoderTest, smallChangesAfterPausesNeedNoKeyFrame) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsOfFrames) {
+TEST_F(PictureEncoderSessionTest, keyFramesComeEveryFourSecondsOfFrames) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
   auto stream = makeStream(320, 240, 20'000'000, 12);
   // Faster than 12 a second, so that the frames are what counts, at a rate that leaves none of them out.
@@ -192,7 +192,7 @@ TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsOfFrames) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsByTheClock) {
+TEST_F(PictureEncoderSessionTest, keyFramesComeEveryFourSecondsByTheClock) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
   auto stream = makeStream(320, 240);
   const auto picture = pictures.text(0);
@@ -205,7 +205,7 @@ TEST_F(LibavcodecEncoderTest, keyFramesComeEveryFourSecondsByTheClock) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, aSessionStaysWithItsSizeAndFormat) {
+TEST_F(PictureEncoderSessionTest, aSessionStaysWithItsSizeAndFormat) {
   auto stream = makeStream(320, 240);
   stream.encode(test::EncoderPictures(PixelFormat::i420, 160, 120).text(0), 0ms, true);
   stream.encode(PixelBufferPool(PixelFormat::bgra, 320, 240, 1).acquire(), 1ms, true);
@@ -219,7 +219,7 @@ TEST_F(LibavcodecEncoderTest, aSessionStaysWithItsSizeAndFormat) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, refusesSizesThatNoStreamCanHave) {
+TEST_F(PictureEncoderSessionTest, refusesSizesThatNoStreamCanHave) {
   const std::pair<int, int> sizes[] = {{0, 240}, {320, 0}, {-2, 240}, {321, 240}, {320, 241}, {16'386, 240}};
   for (const auto& [width, height] : sizes) {
     const auto made = factory_.create(width, height, VideoCodec::h264);
@@ -229,7 +229,7 @@ TEST_F(LibavcodecEncoderTest, refusesSizesThatNoStreamCanHave) {
   EXPECT_FALSE(factory_.create(320, 240, static_cast<VideoCodec>(0x68766331)));
 }
 
-TEST_F(LibavcodecEncoderTest, encodesTheSmallestAndOddlyShapedPictures) {
+TEST_F(PictureEncoderSessionTest, encodesTheSmallestAndOddlyShapedPictures) {
   for (const auto& [width, height] :
        {std::pair{2, 2}, {16, 16}, {2, 1280}, {1280, 2}, {1278, 800}, {720, 1280}}) {
     auto stream = makeStream(width, height);
@@ -246,7 +246,7 @@ TEST_F(LibavcodecEncoderTest, encodesTheSmallestAndOddlyShapedPictures) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, refusesPropertiesThatItCannotHave) {
+TEST_F(PictureEncoderSessionTest, refusesPropertiesThatItCannotHave) {
   const auto session = factory_.create(320, 240, VideoCodec::h264).value();
   const std::pair<EncoderProperty, EncoderPropertyValue> rows[] = {
       {EncoderProperty::realTime, false},
@@ -266,7 +266,7 @@ TEST_F(LibavcodecEncoderTest, refusesPropertiesThatItCannotHave) {
   EXPECT_FALSE(session->setProperty(EncoderProperty::realTime, true)) << "it is prepared";
 }
 
-TEST_F(LibavcodecEncoderTest, absurdRatesStillEncode) {
+TEST_F(PictureEncoderSessionTest, absurdRatesStillEncode) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
   for (const auto& [bitRate, fps] :
        {std::pair<std::int64_t, std::int64_t>{16, 1}, {24, 1'000'000}, {1LL << 60, 15}}) {
@@ -277,7 +277,7 @@ TEST_F(LibavcodecEncoderTest, absurdRatesStillEncode) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, aChangeOfSizeBeginsAnewWithAKeyFrame) {
+TEST_F(PictureEncoderSessionTest, aChangeOfSizeBeginsAnewWithAKeyFrame) {
   std::vector<std::string> output;
   const auto encoder = std::make_shared<H264Encoder>(factory_, 6'000'000, 15);
   encoder->setConfigHandler(
@@ -290,7 +290,7 @@ TEST_F(LibavcodecEncoderTest, aChangeOfSizeBeginsAnewWithAKeyFrame) {
   EXPECT_EQ(output, (std::vector<std::string>{"640", "key", "delta", "320", "key", "delta", "640", "key"}));
 }
 
-TEST_F(LibavcodecEncoderTest, mayBeInvalidatedWhileItEncodes) {
+TEST_F(PictureEncoderSessionTest, mayBeInvalidatedWhileItEncodes) {
   test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
   const auto picture = pictures.text(0);
   for (int round = 0; round < 20; ++round) {
@@ -312,7 +312,7 @@ TEST_F(LibavcodecEncoderTest, mayBeInvalidatedWhileItEncodes) {
   }
 }
 
-TEST_F(LibavcodecEncoderTest, mayBeDestroyedWithinItsOutput) {
+TEST_F(PictureEncoderSessionTest, mayBeDestroyedWithinItsOutput) {
   auto session = factory_.create(320, 240, VideoCodec::h264).value();
   session->prepareToEncodeFrames();
   auto* const encoder = session.get();

@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
 
 namespace tevanto {
 
 /// Sessions of the encoder in software, by a clock of the test's.
-class LibavcodecEncoderTest : public ::testing::Test {
+class PictureEncoderSessionTest : public ::testing::Test {
  protected:
   test::EncodedStream makeStream(int width, int height, std::int64_t bitRate = 6'000'000,
                                  std::int64_t fps = 15) {
@@ -19,7 +19,7 @@ class LibavcodecEncoderTest : public ::testing::Test {
   }
 
   test::EncoderClock clock_;
-  LibavcodecEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
+  ProbingEncoderFactory factory_{{Logger(), clock_.reader(), openEncoder, nullptr}, {"libx264"}};
 };
 
 }  // namespace tevanto

@@ -7,27 +7,26 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "platform/linux/LibavcodecEncoderSession.h"
+#include "platform/linux/PictureEncoderSession.h"
 #include "screen/EncoderSession.h"
 
 namespace tevanto {
 
-/// Compression sessions by libavcodec, with the first of its encoders that encodes a picture on this
-/// computer: those in hardware first, then libx264. Which one that is, is found out once, when it is first
+/// Compression sessions with the first encoder that encodes a picture on this computer: those of libavcodec
+/// in hardware first, then libx264. Which one that is, is found out once, when it is first
 /// asked for, as it may take a good part of a second.
-class LibavcodecEncoderFactory final : public EncoderSessionFactory {
+class ProbingEncoderFactory final : public EncoderSessionFactory {
  public:
   struct Refusal {
     std::string encoder;
     std::string reason;
   };
 
-  explicit LibavcodecEncoderFactory(Logger log);
-  /// Tries `candidates` instead, libavcodec's names, in their order.
-  LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates);
+  explicit ProbingEncoderFactory(Logger log);
+  /// Tries `candidates` instead, in their order.
+  ProbingEncoderFactory(Logger log, std::vector<std::string> candidates);
   /// With a clock and a way to open encoders of its own; `environment.onOpened` is not used.
-  LibavcodecEncoderFactory(LibavcodecEncoderSession::Environment environment,
-                           std::vector<std::string> candidates);
+  ProbingEncoderFactory(PictureEncoderSession::Environment environment, std::vector<std::string> candidates);
 
   /// Fails for sizes that 4:2:0 cannot have, and when no encoder works.
   Result<std::shared_ptr<EncoderSession>> create(std::int32_t width, std::int32_t height,
@@ -55,9 +54,9 @@ class LibavcodecEncoderFactory final : public EncoderSessionFactory {
   const Choice& choice() const;
   Choice probe() const;
   std::optional<std::string> refusal(const std::string& encoder) const;
-  LibavcodecEncoderSession::Environment environmentOfSession() const;
+  PictureEncoderSession::Environment environmentOfSession() const;
 
-  const LibavcodecEncoderSession::Environment environment_;
+  const PictureEncoderSession::Environment environment_;
   const std::shared_ptr<InUse> inUse_ = std::make_shared<InUse>();
   const std::vector<std::string> candidates_;
   mutable std::once_flag probed_;

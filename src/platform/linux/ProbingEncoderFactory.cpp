@@ -1,11 +1,11 @@
-#include "platform/linux/LibavcodecEncoderFactory.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "platform/linux/LibavLogCapture.h"
-#include "platform/linux/LibavcodecEncoderSession.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/PictureEncoderSession.h"
 
 namespace tevanto {
 namespace {
@@ -23,22 +23,20 @@ bool isPossible(std::int32_t side) { return side > 0 && side <= kLongestSide && 
 
 }  // namespace
 
-LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log)
-    : LibavcodecEncoderFactory(std::move(log), encoderCandidates()) {}
+ProbingEncoderFactory::ProbingEncoderFactory(Logger log)
+    : ProbingEncoderFactory(std::move(log), encoderCandidates()) {}
 
-LibavcodecEncoderFactory::LibavcodecEncoderFactory(Logger log, std::vector<std::string> candidates)
-    : LibavcodecEncoderFactory({std::move(log), monotonicTime, openEncoder, nullptr}, std::move(candidates)) {
-}
+ProbingEncoderFactory::ProbingEncoderFactory(Logger log, std::vector<std::string> candidates)
+    : ProbingEncoderFactory({std::move(log), monotonicTime, openEncoder, nullptr}, std::move(candidates)) {}
 
-LibavcodecEncoderFactory::LibavcodecEncoderFactory(LibavcodecEncoderSession::Environment environment,
-                                                   std::vector<std::string> candidates)
+ProbingEncoderFactory::ProbingEncoderFactory(PictureEncoderSession::Environment environment,
+                                             std::vector<std::string> candidates)
     : environment_(std::move(environment)), candidates_(std::move(candidates)) {
   LibavLogCapture::install();
 }
 
-Result<std::shared_ptr<EncoderSession>> LibavcodecEncoderFactory::create(std::int32_t width,
-                                                                         std::int32_t height,
-                                                                         VideoCodec codec) {
+Result<std::shared_ptr<EncoderSession>> ProbingEncoderFactory::create(std::int32_t width, std::int32_t height,
+                                                                      VideoCodec codec) {
   if (codec != VideoCodec::h264) return Failure{"Only H.264 can be encoded"};
   if (!isPossible(width) || !isPossible(height)) {
     return Failure{"Pictures of " + std::to_string(width) + "×" + std::to_string(height) +
@@ -46,10 +44,10 @@ Result<std::shared_ptr<EncoderSession>> LibavcodecEncoderFactory::create(std::in
   }
   if (choice().encoder.empty()) return Failure{"No H.264 encoder works on this computer"};
   return std::shared_ptr<EncoderSession>(
-      std::make_shared<LibavcodecEncoderSession>(choice().encoder, width, height, environmentOfSession()));
+      std::make_shared<PictureEncoderSession>(choice().encoder, width, height, environmentOfSession()));
 }
 
-LibavcodecEncoderSession::Environment LibavcodecEncoderFactory::environmentOfSession() const {
+PictureEncoderSession::Environment ProbingEncoderFactory::environmentOfSession() const {
   auto environment = environment_;
   environment.onOpened = [inUse = inUse_](const std::string& name) {
     const std::lock_guard lock(inUse->mutex);
@@ -58,7 +56,7 @@ LibavcodecEncoderSession::Environment LibavcodecEncoderFactory::environmentOfSes
   return environment;
 }
 
-std::string LibavcodecEncoderFactory::encoderName() const {
+std::string ProbingEncoderFactory::encoderName() const {
   {
     const std::lock_guard lock(inUse_->mutex);
     if (!inUse_->encoder.empty()) return inUse_->encoder;
@@ -66,11 +64,11 @@ std::string LibavcodecEncoderFactory::encoderName() const {
   return choice().encoder;
 }
 
-std::vector<LibavcodecEncoderFactory::Refusal> LibavcodecEncoderFactory::refusals() const {
+std::vector<ProbingEncoderFactory::Refusal> ProbingEncoderFactory::refusals() const {
   return choice().refusals;
 }
 
-std::string LibavcodecEncoderFactory::description() const {
+std::string ProbingEncoderFactory::description() const {
   const auto& made = choice();
   std::string reasons;
   for (const auto& [encoder, reason] : made.refusals) {
@@ -80,12 +78,12 @@ std::string LibavcodecEncoderFactory::description() const {
   return reasons.empty() ? name : name + " (" + reasons + ")";
 }
 
-const LibavcodecEncoderFactory::Choice& LibavcodecEncoderFactory::choice() const {
+const ProbingEncoderFactory::Choice& ProbingEncoderFactory::choice() const {
   std::call_once(probed_, [this] { choice_ = probe(); });
   return choice_;
 }
 
-LibavcodecEncoderFactory::Choice LibavcodecEncoderFactory::probe() const {
+ProbingEncoderFactory::Choice ProbingEncoderFactory::probe() const {
   Choice made;
   for (const auto& encoder : candidates_) {
     const auto reason = refusal(encoder);
@@ -102,7 +100,7 @@ LibavcodecEncoderFactory::Choice LibavcodecEncoderFactory::probe() const {
 
 // Why the encoder is of no use here; absent when it is. Opening alone proves little: some fail at their
 // first picture, or hold it back.
-std::optional<std::string> LibavcodecEncoderFactory::refusal(const std::string& encoder) const {
+std::optional<std::string> ProbingEncoderFactory::refusal(const std::string& encoder) const {
   EncoderSettings settings;
   settings.width = kProbeWidth;
   settings.height = kProbeHeight;

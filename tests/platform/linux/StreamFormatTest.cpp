@@ -4,7 +4,7 @@
 
 #include "screen/AccessUnit.h"
 #include "screen/BigEndian.h"
-#include "tests/platform/linux/LibavcodecEncoderFixture.h"
+#include "tests/platform/linux/PictureEncoderSessionFixture.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/SpsFields.h"
@@ -32,9 +32,9 @@ std::vector<test::Bytes> unitsOf(std::span<const std::byte> data) {
   return units;
 }
 
-class LibavcodecStreamFormat : public LibavcodecEncoderTest {};
+class StreamFormat : public PictureEncoderSessionTest {};
 
-TEST_F(LibavcodecStreamFormat, theStreamSaysMainProfileAndItsColours) {
+TEST_F(StreamFormat, theStreamSaysMainProfileAndItsColours) {
   for (const auto& [width, height] : {std::pair{1280, 720}, std::pair{960, 540}, std::pair{1280, 830}}) {
     auto stream = makeStream(width, height);
     stream.encode(test::EncoderPictures(PixelFormat::i420, width, height).text(0), 0ms, true);
@@ -52,7 +52,7 @@ TEST_F(LibavcodecStreamFormat, theStreamSaysMainProfileAndItsColours) {
   }
 }
 
-TEST_F(LibavcodecStreamFormat, aFrameIsOneSliceWithSeiAtMostInFront) {
+TEST_F(StreamFormat, aFrameIsOneSliceWithSeiAtMostInFront) {
   test::EncoderPictures pictures(PixelFormat::nv12, 640, 480);
   auto stream = makeStream(640, 480);
   for (int i = 0; i < 130; ++i) stream.encode(pictures.text(i * 7), i * 66ms, i == 40);
@@ -71,7 +71,7 @@ TEST_F(LibavcodecStreamFormat, aFrameIsOneSliceWithSeiAtMostInFront) {
   EXPECT_EQ(slices, 130);
 }
 
-TEST_F(LibavcodecStreamFormat, ffprobePlaysItAsMainProfileInBt709) {
+TEST_F(StreamFormat, ffprobePlaysItAsMainProfileInBt709) {
   const test::TemporaryFolder folder;
   const auto path = (folder / "stream.h264").string();
   test::EncoderPictures pictures(PixelFormat::i420, 1280, 720);

@@ -13,9 +13,10 @@ namespace tevanto {
 class PictureEncoder;
 struct EncoderSettings;
 
-/// A compression session by libavcodec. Its encoder is opened with the first picture, whose format it takes;
-/// output comes within `encodeFrame`.
-class LibavcodecEncoderSession final : public EncoderSession {
+/// A compression session by one opened encoder, in hardware or software, with what both lack: key frames and
+/// data rate by the clock. The encoder is opened with the first picture, whose format it takes; output comes
+/// within `encodeFrame`.
+class PictureEncoderSession final : public EncoderSession {
  public:
   struct Environment {
     Logger log;
@@ -27,12 +28,12 @@ class LibavcodecEncoderSession final : public EncoderSession {
     std::function<void(const std::string& name)> onOpened;
   };
 
-  /// `encoder`: libavcodec's name. Where it fails at the first picture, libx264 takes its place.
-  LibavcodecEncoderSession(std::string encoder, std::int32_t width, std::int32_t height,
-                           Environment environment);
-  ~LibavcodecEncoderSession() override;
-  LibavcodecEncoderSession(const LibavcodecEncoderSession&) = delete;
-  LibavcodecEncoderSession& operator=(const LibavcodecEncoderSession&) = delete;
+  /// `encoder`: one of `encoderCandidates`. Where it fails at the first picture, libx264 takes its place.
+  PictureEncoderSession(std::string encoder, std::int32_t width, std::int32_t height,
+                        Environment environment);
+  ~PictureEncoderSession() override;
+  PictureEncoderSession(const PictureEncoderSession&) = delete;
+  PictureEncoderSession& operator=(const PictureEncoderSession&) = delete;
 
   Result<void> setProperty(EncoderProperty property, const EncoderPropertyValue& value) override;
   void prepareToEncodeFrames() override;

@@ -3,8 +3,8 @@
 
 #include <thread>
 
-#include "platform/linux/LibavcodecEncoderFactory.h"
 #include "platform/linux/PictureEncoder.h"
+#include "platform/linux/ProbingEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/RecordingLogSink.h"
@@ -14,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(LibavcodecEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
+TEST(ProbingEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
   const auto sink = std::make_shared<test::RecordingLogSink>();
-  LibavcodecEncoderFactory factory(Logger(sink, "encoder"), {"h264_of_nobody", "libx264", "never_tried"});
+  ProbingEncoderFactory factory(Logger(sink, "encoder"), {"h264_of_nobody", "libx264", "never_tried"});
   EXPECT_TRUE(sink->lines().empty()) << "nothing is tried before it is asked for";
   EXPECT_EQ(factory.encoderName(), "libx264");
   ASSERT_EQ(factory.refusals().size(), 1u);
@@ -29,7 +29,7 @@ TEST(LibavcodecEncoderFactory, saysWhichEncoderItUsesAndWhyNotTheOthers) {
   for (const auto& line : sink->lines()) EXPECT_EQ(line.level, LogLevel::debug) << line.text;
 }
 
-TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
+TEST(ProbingEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
   test::EncoderClock clock;
   // An encoder in hardware that does small pictures only, as some do.
   const auto open = [](const std::string& name, const EncoderSettings& settings) {
@@ -39,8 +39,8 @@ TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
     return openEncoder("libx264", settings);
   };
   const auto sink = std::make_shared<test::RecordingLogSink>();
-  LibavcodecEncoderFactory factory({Logger(sink, "encoder"), clock.reader(), open, nullptr},
-                                   {"h264_small", "libx264"});
+  ProbingEncoderFactory factory({Logger(sink, "encoder"), clock.reader(), open, nullptr},
+                                {"h264_small", "libx264"});
   const auto encodeOne = [&](int width) {
     test::EncodedStream stream(factory.create(width, 480, VideoCodec::h264).value(), &clock);
     stream.prepare();
@@ -55,17 +55,17 @@ TEST(LibavcodecEncoderFactory, namesTheEncoderThatASessionFellBackTo) {
   EXPECT_EQ(factory.encoderName(), "h264_small");
 }
 
-TEST(LibavcodecEncoderFactory, withoutAnEncoderThereAreNoSessions) {
-  LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody"});
+TEST(ProbingEncoderFactory, withoutAnEncoderThereAreNoSessions) {
+  ProbingEncoderFactory factory(Logger(), {"h264_of_nobody"});
   EXPECT_EQ(factory.encoderName(), "");
   EXPECT_FALSE(factory.create(320, 240, VideoCodec::h264));
   EXPECT_EQ(factory.description(), "none (h264_of_nobody: this libavcodec is built without it)");
 }
 
 // Which encoders this machine has in hardware is its own affair; each refusal has a reason all the same.
-TEST(LibavcodecEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
+TEST(ProbingEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
   testing::internal::CaptureStderr();
-  const LibavcodecEncoderFactory factory{Logger()};
+  const ProbingEncoderFactory factory{Logger()};
   const auto name = factory.encoderName();
   const auto refusals = factory.refusals();
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -78,8 +78,8 @@ TEST(LibavcodecEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
   }
 }
 
-TEST(LibavcodecEncoderFactory, aThreadMayAskWhileAnotherTries) {
-  const LibavcodecEncoderFactory factory(Logger(), {"h264_of_nobody", "libx264"});
+TEST(ProbingEncoderFactory, aThreadMayAskWhileAnotherTries) {
+  const ProbingEncoderFactory factory(Logger(), {"h264_of_nobody", "libx264"});
   std::vector<std::thread> threads;
   std::atomic<int> same = 0;
   for (int i = 0; i < 4; ++i) threads.emplace_back([&] { same += factory.encoderName() == "libx264"; });
