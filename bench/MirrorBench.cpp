@@ -38,6 +38,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
+constexpr std::chrono::microseconds kFrameInterval{66'667};  // at 15 a second
+
 [[noreturn]] void fail(const std::string& what) {
   std::fprintf(stderr, "mirror_bench: %s\n", what.c_str());
   std::exit(1);
@@ -186,6 +188,15 @@ class MarkerWatcher {
        .onDropped = [] {}}};
 };
 
+/// Moments of a frame's interval, each as far from the next as all others: few of them then tell as much of
+/// the 95th percentile as very many at random would.
+std::vector<std::chrono::microseconds> evenlySpread(int count) {
+  std::vector<std::chrono::microseconds> moments;
+  for (int i = 0; i < count; ++i) moments.emplace_back(kFrameInterval * (2 * i + 1) / (2 * count));
+  std::shuffle(moments.begin(), moments.end(), std::minstd_rand(7));
+  return moments;
+}
+
 struct DelayOptions {
   std::string display;
   std::uint16_t port = 0;
@@ -194,8 +205,8 @@ struct DelayOptions {
   int pauseMilliseconds = 300;
 };
 
-/// Changes the marker at moments that fall anywhere between two pictures, and tells how long each change
-/// takes until it is decoded.
+/// Changes the marker at moments that are spread evenly over the time between two pictures, in no order, and
+/// tells how long each change takes until it is decoded.
 void measureDelay(const DelayOptions& options) {
   MarkerXClient marker(options.display);
   marker.show(false);
@@ -203,11 +214,9 @@ void measureDelay(const DelayOptions& options) {
   watcher.waitFor(false);
   watcher.takeUntil(Clock::now() + std::chrono::seconds(2));
   std::vector<double> delays;
-  std::minstd_rand random(7);
   bool white = false;
-  for (int i = 0; i < options.changes; ++i) {
-    const auto pause = options.pauseMilliseconds + static_cast<int>(random() % 67);
-    watcher.takeUntil(Clock::now() + std::chrono::milliseconds(pause));
+  for (const auto offset : evenlySpread(options.changes)) {
+    watcher.takeUntil(Clock::now() + std::chrono::milliseconds(options.pauseMilliseconds) + offset);
     white = !white;
     const auto drawn = Clock::now();
     marker.show(white);

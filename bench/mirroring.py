@@ -168,7 +168,7 @@ def measure(bin_folder, make_display, make_companion, say):
         figures["cost"] = measure_costs(tool, ours, theirs, companion)
         say("delay from drawing to decoded picture")
         figures["delay"] = {"still": measure_delay(tool, ours, companion, "still", 30, 350),
-                            "scrolling": measure_delay(tool, ours, companion, "scrolling", 60, 200)}
+                            "scrolling": measure_delay(tool, ours, companion, "scrolling", 120, 200)}
     say("cost by display size and frame rate")
     figures["sizes"] = measure_sizes(tool, make_display)
     return figures

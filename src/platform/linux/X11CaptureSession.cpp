@@ -86,8 +86,9 @@ void X11CaptureSession::useMonitor(const XMonitor& monitor) {
   monitor_ = monitor;
   image_.reset();
   image_ = std::make_unique<XScreenImage>(screen_, monitor.area);
-  scaler_ = std::make_unique<PictureScaler>(whole.width, whole.height, static_cast<int>(configuration_.width),
-                                            static_cast<int>(configuration_.height));
+  scaler_ =
+      std::make_unique<ParallelScaler>(whole.width, whole.height, static_cast<int>(configuration_.width),
+                                       static_cast<int>(configuration_.height));
   if (history_) {
     history_->restart(whole);
   } else {
@@ -260,6 +261,7 @@ void X11CaptureSession::end(const std::string& reason) {
 void X11CaptureSession::close() {
   timer_.cancel();
   watch_.reset();
+  scaler_.reset();  // and its thread
   image_.reset();
   pool_.reset();
   std::shared_ptr<XScreen> screen;  // closed outside the lock

@@ -11,8 +11,8 @@
 #include "platform/linux/ChangedArea.h"
 #include "platform/linux/DescriptorWatch.h"
 #include "platform/linux/FramePacer.h"
+#include "platform/linux/ParallelScaler.h"
 #include "platform/linux/PictureHistory.h"
-#include "platform/linux/PictureScaler.h"
 #include "platform/linux/XPointerImage.h"
 #include "platform/linux/XScreen.h"
 #include "platform/linux/XScreenImage.h"
@@ -77,7 +77,7 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
 
   std::optional<XMonitor> monitor_;
   std::unique_ptr<XScreenImage> image_;
-  std::unique_ptr<PictureScaler> scaler_;
+  std::unique_ptr<ParallelScaler> scaler_;
   std::unique_ptr<PixelBufferPool> pool_;
   std::optional<PictureHistory> history_;
   ChangedArea unread_;   // rows of which the server has newer pixels
