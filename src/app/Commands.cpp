@@ -1,8 +1,10 @@
 #include "app/Commands.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "app/CompanionText.h"
 #include "app/ControlSocketClient.h"
@@ -12,6 +14,9 @@
 
 namespace tevanto {
 namespace {
+
+/// Beyond the longest of the checks, the TURN servers: credentials, then an allocation.
+constexpr auto kDoctorPatience = std::chrono::seconds(15);
 
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
@@ -111,6 +116,18 @@ ExitCode runDefaults(const DefaultsOptions& options, UserDefaults& defaults) {
       return removeDefault(defaults, options.key);
   }
   return ExitCode::usage;
+}
+
+void runDoctor(const std::vector<DoctorCheck>& checks, bool json) {
+  std::vector<DoctorFinding> findings;
+  tryChecks(checks, kDoctorPatience, [&](DoctorFinding finding) {
+    if (!json) std::printf("%s\n", doctorLine(finding).c_str());
+    std::fflush(stdout);
+    findings.push_back(std::move(finding));
+  });
+  if (json) std::printf("%s\n", doctorJson(findings).c_str());
+  std::fflush(stdout);
+  std::_Exit(static_cast<int>(allOk(findings) ? ExitCode::done : ExitCode::failed));
 }
 
 std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder) {

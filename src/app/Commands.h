@@ -3,8 +3,10 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/CommandLine.h"
+#include "app/Doctor.h"
 
 namespace tevanto {
 
@@ -15,6 +17,9 @@ class UserDefaults;
 ExitCode runStatus(const StatusOptions& options);
 ExitCode runKeepAwake(const KeepAwakeOptions& options);
 ExitCode runDefaults(const DefaultsOptions& options, UserDefaults& defaults);
+/// Tries the checks, prints what they found as they go or as JSON, and ends the program: a check that hangs
+/// leaves its thread behind, for which nothing may wait.
+[[noreturn]] void runDoctor(const std::vector<DoctorCheck>& checks, bool json);
 /// Asks the companion that holds the lock to show itself in the place of a second one. Nothing when none
 /// listens: it may only just be starting or ending.
 std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder);

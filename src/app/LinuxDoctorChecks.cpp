@@ -13,12 +13,10 @@
 #include <optional>
 #include <string>
 
-#include "app/ControlSocketClient.h"
 #include "app/LinuxScreenCheck.h"
-#include "app/RuntimeFolder.h"
+#include "app/PortCheck.h"
 #include "core/EventLoop.h"
 #include "core/Uuid.h"
-#include "net/AsioTcpListener.h"
 #include "platform/linux/AvahiServiceAdvertiser.h"
 #include "platform/linux/AvahiServiceBrowser.h"
 #include "platform/linux/LogindSleepAssertions.h"
@@ -135,26 +133,6 @@ Attempt trySleepInhibitor() {
                    std::string(std::strerror(code)) + "); log out and in again."};
   }
   return std::string("a sleep inhibitor was taken and given back");
-}
-
-/// Whether the companion that runs for this user has this port.
-bool isOurCompanions(std::uint16_t port) {
-  const auto folder = runtimeFolder();
-  if (!folder) return false;
-  const auto answer = askCompanion(controlSocketIn(folder.value()), {});
-  if (!answer || !answer.value() || !answer.value()->status) return false;
-  const auto& status = *answer.value()->status;
-  return status.remotePort == port || status.screenPort == port;
-}
-
-Attempt tryPort(std::uint16_t port, const char* option) {
-  const auto name = "port " + std::to_string(port);
-  if (port != 0 && isOurCompanions(port)) return name + " is our running companion's";
-  const auto loop = EventLoop::forCallingThread();
-  const auto listener = AsioTcpListenerFactory(loop, ListenScope::everywhere).listen(port);
-  if (listener) return name + " is free";
-  return Failure{"TCP " + name + " cannot be used (" + listener.error() +
-                 "); end the program that has it, or choose another one with " + option + "."};
 }
 
 Attempt tryDefaultsFolder(const std::filesystem::path& folder) {

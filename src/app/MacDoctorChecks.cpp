@@ -2,10 +2,7 @@
 
 #include <string>
 
-#include "app/ControlSocketClient.h"
-#include "app/RuntimeFolder.h"
-#include "core/EventLoop.h"
-#include "net/AsioTcpListener.h"
+#include "app/PortCheck.h"
 #include "platform/macos/AxAccessibilityPermission.h"
 #include "platform/macos/CoreGraphicsScreenPermission.h"
 #include "platform/macos/IoKitSleepAssertions.h"
@@ -55,26 +52,6 @@ Attempt tryLoginItem() {
       break;
   }
   return Failure{"The system does not say whether Tevanto starts after login."};
-}
-
-/// Whether the companion that runs for this user has this port.
-bool isOurCompanions(std::uint16_t port) {
-  const auto folder = runtimeFolder();
-  if (!folder) return false;
-  const auto answer = askCompanion(controlSocketIn(folder.value()), {});
-  if (!answer || !answer.value() || !answer.value()->status) return false;
-  const auto& status = *answer.value()->status;
-  return status.remotePort == port || status.screenPort == port;
-}
-
-Attempt tryPort(std::uint16_t port, const char* option) {
-  const auto name = "port " + std::to_string(port);
-  if (port != 0 && isOurCompanions(port)) return name + " is our running companion's";
-  const auto listener =
-      AsioTcpListenerFactory(EventLoop::forCallingThread(), ListenScope::everywhere).listen(port);
-  if (listener) return name + " is free";
-  return Failure{"TCP " + name + " cannot be used (" + listener.error() +
-                 "); end the program that has it, or choose another one with " + option + "."};
 }
 
 }  // namespace

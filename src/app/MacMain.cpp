@@ -1,21 +1,16 @@
-#include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <thread>
+#include <filesystem>
 #include <utility>
 #include <variant>
 #include <vector>
 
 #include "app/CommandLine.h"
 #include "app/Commands.h"
-#include "app/CompanionLock.h"
-#include "app/Doctor.h"
 #include "app/Face.h"
 #include "app/MacAwayDoctorChecks.h"
 #include "app/MacCompanion.h"
 #include "app/MacDoctorChecks.h"
-#include "app/RuntimeFolder.h"
+#include "app/SingleCompanion.h"
 #include "app/ui/MacFace.h"
 #include "platform/macos/CfUserDefaults.h"
 #include "remote/MacRemoteServer.h"
@@ -24,26 +19,11 @@
 namespace tevanto {
 namespace {
 
-/// Beyond the longest of the checks, the TURN servers: credentials, then an allocation.
-constexpr auto kDoctorPatience = std::chrono::seconds(15);
-constexpr auto kHandOverPatience = std::chrono::seconds(5);
-
 ExitCode run(const CompanionOptions& options) {
-  const auto folder = runtimeFolder();
-  if (!folder) return complain(folder.error());
-  const auto deadline = std::chrono::steady_clock::now() + kHandOverPatience;
-  do {
-    const auto lock = CompanionLock::tryAcquire(folder.value());
-    if (!lock) return complain(lock.error());
-    if (lock.value()) {
-      CfUserDefaults defaults;
-      return runMacCompanion(options, defaults, folder.value(), options.headless ? nullptr : makeMacFace());
-    }
-    if (const auto code = handOverToRunningCompanion(folder.value())) return *code;
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  } while (std::chrono::steady_clock::now() < deadline);
-  return complain("A companion runs as process " + std::to_string(CompanionLock::holder(folder.value())) +
-                  " but does not answer; end it and start again.");
+  return runSingleCompanion(false, [&](const std::filesystem::path& folder) {
+    CfUserDefaults defaults;
+    return runMacCompanion(options, defaults, folder, options.headless ? nullptr : makeMacFace());
+  });
 }
 
 ExitCode run(const StatusOptions& options) { return runStatus(options); }
@@ -58,16 +38,7 @@ ExitCode run(const DoctorOptions& options) {
   auto checks = macDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
                                 options.screenPort.value_or(ScreenStreamServer::kDefaultPort));
   for (auto& check : macAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
-  std::vector<DoctorFinding> findings;
-  tryChecks(checks, kDoctorPatience, [&](DoctorFinding finding) {
-    if (!options.json) std::printf("%s\n", doctorLine(finding).c_str());
-    std::fflush(stdout);
-    findings.push_back(std::move(finding));
-  });
-  if (options.json) std::printf("%s\n", doctorJson(findings).c_str());
-  std::fflush(stdout);
-  // A check that hangs has left its thread behind; nothing may wait for it.
-  std::_Exit(static_cast<int>(allOk(findings) ? ExitCode::done : ExitCode::failed));
+  runDoctor(checks, options.json);
 }
 
 ExitCode run(const EndNow& end) { return static_cast<ExitCode>(end.exitStatus); }

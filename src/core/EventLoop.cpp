@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "core/EventLoopCore.h"
+#include "core/SyncTurn.h"
 
 namespace tevanto {
 
@@ -124,26 +125,8 @@ Timer EventLoopQueue::asyncAfter(Duration delay, Task work) {
 
 void EventLoopQueue::sync(Task work) {
   if (isCurrent()) return work();
-  core_->ensureThreads();
-  enum class Turn { waiting, running, done, givenUp };
-  const auto turn = std::make_shared<Turn>(Turn::waiting);  // guarded by the core's mutex
-  boost::asio::post(strand_, [core = core_, turn, &work] {
-    {
-      const std::lock_guard lock(core->mutex);
-      if (*turn == Turn::givenUp) return;
-      *turn = Turn::running;
-    }
-    work();
-    {
-      const std::lock_guard lock(core->mutex);
-      *turn = Turn::done;
-    }
-    core->changed.notify_all();
-  });
-  std::unique_lock lock(core_->mutex);
-  core_->changed.wait(lock,
-                      [&] { return *turn == Turn::done || (*turn == Turn::waiting && core_->stopped); });
-  if (*turn == Turn::waiting) *turn = Turn::givenUp;
+  waitForTurn(
+      core_, [this](Task turn) { async(std::move(turn)); }, work);
 }
 
 bool EventLoopQueue::isCurrent() const { return strand_.running_in_this_thread(); }

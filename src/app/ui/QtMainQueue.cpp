@@ -14,6 +14,8 @@
 #include <thread>
 #include <utility>
 
+#include "core/SyncTurn.h"
+
 namespace tevanto {
 namespace {
 
@@ -154,25 +156,8 @@ Timer QtMainQueue::asyncAfter(Duration delay, Task work) {
 
 void QtMainQueue::sync(Task work) {
   if (isCurrent()) return work();
-  enum class Turn { waiting, running, done, givenUp };
-  const auto turn = std::make_shared<Turn>(Turn::waiting);  // guarded by the core's mutex
-  async([core = core_.get(), turn, &work] {
-    {
-      const std::lock_guard lock(core->mutex);
-      if (*turn == Turn::givenUp) return;
-      *turn = Turn::running;
-    }
-    work();
-    {
-      const std::lock_guard lock(core->mutex);
-      *turn = Turn::done;
-    }
-    core->changed.notify_all();
-  });
-  std::unique_lock lock(core_->mutex);
-  core_->changed.wait(lock,
-                      [&] { return *turn == Turn::done || (*turn == Turn::waiting && core_->stopped); });
-  if (*turn == Turn::waiting) *turn = Turn::givenUp;
+  waitForTurn(
+      core_.get(), [this](Task turn) { async(std::move(turn)); }, work);
 }
 
 bool QtMainQueue::isCurrent() const { return std::this_thread::get_id() == core_->mainThread; }

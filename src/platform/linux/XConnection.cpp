@@ -3,6 +3,7 @@
 #include <poll.h>
 #include <xcb/xtest.h>
 
+#include "platform/linux/XcbServer.h"
 #include "platform/linux/XcbXkb.h"
 
 namespace tevanto {
@@ -14,15 +15,10 @@ constexpr std::uint8_t kSentBit = 0x80;
 }  // namespace
 
 Result<std::shared_ptr<XConnection>> XConnection::connect(const std::string& displayName) {
-  int screenNumber = 0;
-  auto* connection = xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
-  if (xcb_connection_has_error(connection)) {
-    xcb_disconnect(connection);
-    return Failure{"No X server answers on " + (displayName.empty() ? "DISPLAY" : displayName) + "."};
-  }
-  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  while (screenNumber-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
-  std::shared_ptr<XConnection> result(new XConnection(connection, *screens.data));
+  const auto server = XcbServer::connect(displayName);
+  if (!server) return Failure{server.error()};
+  const auto& [connection, root] = server.value();
+  std::shared_ptr<XConnection> result(new XConnection(connection, *root));
   if (auto usable = result->useExtensions(); !usable) return Failure{usable.error()};
   return result;
 }

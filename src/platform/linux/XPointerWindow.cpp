@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 
+#include "platform/linux/XcbServer.h"
+
 namespace tevanto {
 namespace {
 
@@ -62,13 +64,10 @@ struct XPointerWindow::Connection {
 };
 
 Result<std::unique_ptr<XPointerWindow>> XPointerWindow::open(const std::string& displayName) {
-  int screenNumber = 0;
-  auto connection = std::make_unique<Connection>(
-      xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber));
-  if (xcb_connection_has_error(connection->xcb) != 0) return Failure{"no X server takes us in"};
-  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection->xcb));
-  for (; screenNumber > 0 && screens.rem > 1; --screenNumber) xcb_screen_next(&screens);
-  connection->showWindow(*screens.data);
+  const auto server = XcbServer::connect(displayName);
+  if (!server) return Failure{"no X server takes us in"};
+  auto connection = std::make_unique<Connection>(server.value().connection);
+  connection->showWindow(*server.value().screen);
   if (!connection->waitForExpose(Clock::now() + std::chrono::seconds(3))) {
     return Failure{"the X server does not show a window of ours"};
   }

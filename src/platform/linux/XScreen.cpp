@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "platform/linux/XcbServer.h"
+
 namespace tevanto {
 namespace {
 
@@ -29,16 +31,11 @@ bool hasUsablePixels(const xcb_setup_t& setup, const xcb_screen_t& screen) {
 }  // namespace
 
 Result<std::shared_ptr<XScreen>> XScreen::connect(const std::string& displayName) {
-  int screenNumber = 0;
-  auto* connection = xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
-  if (xcb_connection_has_error(connection)) {
-    xcb_disconnect(connection);
-    return Failure{"No X server answers on " + (displayName.empty() ? "DISPLAY" : displayName) + "."};
-  }
-  auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  while (screenNumber-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
-  std::shared_ptr<XScreen> screen(new XScreen(connection, *screens.data));
-  if (!hasUsablePixels(*xcb_get_setup(connection), *screens.data)) {
+  const auto server = XcbServer::connect(displayName);
+  if (!server) return Failure{server.error()};
+  const auto& [connection, root] = server.value();
+  std::shared_ptr<XScreen> screen(new XScreen(connection, *root));
+  if (!hasUsablePixels(*xcb_get_setup(connection), *root)) {
     return Failure{"The screen's pixels are not 32 bits of red, green and blue."};
   }
   if (auto usable = screen->useExtensions(); !usable) return Failure{usable.error()};
