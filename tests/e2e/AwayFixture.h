@@ -59,11 +59,17 @@ class Away : public ::testing::Test {
 
   std::vector<std::string> phoneCommand(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin(), {kPhone, "--away", room, "--timeout", "120"});
-    return world->away().inside(std::move(arguments));
+    return (phoneIsAt ? *phoneIsAt : world->away()).inside(std::move(arguments));
   }
   test::ProgramResult phone(std::vector<std::string> arguments) const {
     return test::runProgram(phoneCommand(std::move(arguments)),
                             {.environment = phoneEnvironment, .mergeErrors = true});
+  }
+  /// Whether a session of the phone's has this route; it may take a second to be known.
+  bool goesBy(const std::string& route) const {
+    return test::eventually(
+        [&] { return phone({"hello"}).output.find("Route:        " + route) != std::string::npos; },
+        std::chrono::minutes(2));
   }
   /// A phone that stays, and sends what is written to it.
   std::unique_ptr<test::ChildProcess> livePhone() const {
@@ -88,7 +94,7 @@ class Away : public ::testing::Test {
     return false;
   }
   bool pointerIsAt(int x) {
-    return test::eventually([&] { return desktop.pointer().first == x; });
+    return test::eventually([&] { return desktop.pointer().first == x; }, std::chrono::minutes(1));
   }
 
   /// Starts records in the cloud, on the internet.
@@ -113,6 +119,7 @@ class Away : public ::testing::Test {
   Environment phoneEnvironment{{"XDG_CONFIG_HOME", (folder.path() / "phone").string()},
                                {"HOME", folder.path().string()}};
   std::unique_ptr<test::AwayWorld> world;
+  const test::NetworkNamespace* phoneIsAt = nullptr;  // elsewhere than away
   std::unique_ptr<test::CompanionProcess> companion;
   std::string room;
 };

@@ -56,8 +56,7 @@ TEST_F(WebRTCTransportCloudRecords, theAnswerIsWrittenHalfASecondAfterItIsThere)
   signalViaCloud(offerSignal("O"));
   signalViaCloud(offerSignal("O"));
   peer()->gathers({"own", "0", 0});
-  pass(1s);
-  EXPECT_THAT(cloud->written, IsEmpty());
+  pass(300ms);
   peer()->completes();
   settle();
   pass(499ms);
@@ -135,6 +134,22 @@ TEST_F(WebRTCTransportCloudRecords, aBurstOfCandidatesIsOneRecord) {
   EXPECT_TRUE(
       wasLogged("[answerer] ice gathering complete — writing cloud answer + 10 candidates (host=10, "
                 "srflx=0, relay=0, other=0)"));
+}
+
+TEST_F(WebRTCTransportCloudRecords, theOfferIsWrittenHalfASecondAfterItIsThere) {
+  factory->holds = true;
+  start(TransportRole::offerer);
+  pass(500ms);
+  cloud->opens();
+  peer()->gathers({"c", "0", 0});
+  pass(300ms);
+  peer()->completes();
+  settle();
+  pass(499ms);
+  EXPECT_THAT(cloud->written, IsEmpty());
+  pass(1ms);
+  ASSERT_EQ(cloud->written.size(), 1U);
+  EXPECT_EQ(cloud->written[0].second, bundling(offerSignal("offer of peer 1"), {"c"}));
 }
 
 TEST_F(WebRTCTransportCloudRecords, anOfferIsWrittenOnceTheCloudIsUp) {

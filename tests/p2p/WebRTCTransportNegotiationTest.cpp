@@ -93,10 +93,22 @@ TEST_F(WebRTCTransportNegotiation, signalsWithoutWhatTheyNeedAreIgnored) {
 TEST_F(WebRTCTransportNegotiation, anAnswererIgnoresAnswersAndEmptyOffers) {
   start(TransportRole::answerer);
   signal(answerSignal("A"));
-  signal({.type = "offer"});
+  takeLog();
+  SignalMessage empty{.type = "offer"};
+  empty.candidates.emplace().push_back({.candidate = "c", .sdpMid = "0", .sdpMLineIndex = 0});
+  signal(empty);
+  EXPECT_THAT(takeLog(), ElementsAre("[answerer] signal in: offer"));
   signal({.type = "hello"});
   EXPECT_THAT(peer()->calls, IsEmpty());
   EXPECT_THAT(relay->sent, IsEmpty());
+}
+
+TEST_F(WebRTCTransportNegotiation, noBundledCandidatesAreNothingToSpeakOf) {
+  start(TransportRole::answerer);
+  takeLog();
+  signal(bundling(offerSignal("O"), {}));
+  EXPECT_THAT(takeLog(), ElementsAre("[answerer] signal in: offer", "[answerer] offer received",
+                                     "[answerer] sending answer"));
 }
 
 TEST_F(WebRTCTransportNegotiation, candidatesTravelOneByOne) {

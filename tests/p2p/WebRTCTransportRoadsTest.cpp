@@ -187,6 +187,19 @@ TEST_F(WebRTCTransportRoads, anOffererBeginsAgainWithLateTURN) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
+TEST_F(WebRTCTransportRoads, theOldOfferIsNotReplayedOnceTURNHasComeLate) {
+  start(TransportRole::offerer);
+  relay->sent.clear();
+  factory->holds = true;
+  transport->upgradeIceServers(withTURN());
+  settle();
+  signal({.type = "hello"});
+  EXPECT_THAT(relay->sent, IsEmpty());
+  peer()->completes();
+  settle();
+  EXPECT_THAT(relay->sent, ElementsAre(offerSignal("offer of peer 2")));
+}
+
 TEST_F(WebRTCTransportRoads, lateTURNIsWrittenToTheCloudAgain) {
   start(TransportRole::offerer);
   pass(500ms);

@@ -43,7 +43,10 @@ TEST_F(WebRTCTransportState, anOutageIsReportedAndItsEndToo) {
   pass(5s);
   ice(IceConnectionState::connected);
   EXPECT_THAT(takeLog(), ElementsAre("[answerer] ice: connected", "[answerer] transport recovered"));
+  ice(IceConnectionState::checking);
+  takeLog();
   pass(1min);
+  EXPECT_THAT(takeLog(), IsEmpty()) << "the grace is over with the outage";
   EXPECT_THAT(takeHeard(), ElementsAre("interrupted", "ready"));
 }
 

@@ -95,13 +95,17 @@ TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
 }
 
 TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
+  constexpr auto kPatience = std::chrono::minutes(2);
   std::vector<std::unique_ptr<TransportPair>> pairs;
-  for (int i = 0; i < 50; ++i) {
-    pairs.push_back(std::make_unique<TransportPair>(ground));
-    pairs.back()->start();
+  for (int batch = 0; batch < 5; ++batch) {
+    // Ten at a time, or on a busy machine the engine gives up some whose checks take too long.
+    for (int i = 0; i < 10; ++i) {
+      pairs.push_back(std::make_unique<TransportPair>(ground));
+      pairs.back()->start();
+    }
+    for (const auto& pair : pairs)
+      ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kPatience)) << *pair;
   }
-  for (const auto& pair : pairs)
-    ASSERT_TRUE(eventually([&] { return pair->isReady(); }, std::chrono::minutes(2))) << *pair;
   std::vector<std::thread> stoppers;
   for (std::size_t first = 0; first < 4; ++first) {
     stoppers.emplace_back([&, first] {
@@ -110,8 +114,8 @@ TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
   }
   for (auto& stopper : stoppers) stopper.join();
   for (const auto& pair : pairs) {
-    EXPECT_TRUE(
-        eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }));
+    EXPECT_TRUE(eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; },
+                           kPatience));
   }
   pairs.clear();
   EXPECT_TRUE(rests());
