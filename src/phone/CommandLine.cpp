@@ -267,7 +267,8 @@ void CommandLine::addMirror() {
   sub.add_option("--seconds", seconds_, "End so long after the first picture; else Ctrl-C ends it")
       ->check(CLI::Range(0.0, 1e6));
   sub.add_flag("--low-bandwidth", lowBandwidth_, "Ask for smaller pictures at a lower rate");
-  sub.add_flag("--stats", stats_, "Show every second how it goes");
+  sub.add_flag("--stats", stats_,
+               "Show every second how it goes; the delay is that from asking for a key frame to its picture");
   sub.add_option("--screen-host", screenHost_, "Where the screen is, when not at --host and the usual port")
       ->check(CLI::Validator(endpoint, "ADDRESS"));
 }

@@ -65,11 +65,7 @@ Answer<bool> Mirror::prepare() {
   }
   stream_ = std::make_unique<MirrorStream>(
       *decoder_, MirrorStream::Outlets{
-                     .askForKeyFrame =
-                         [this] {
-                           statistics_.asked(Clock::now());
-                           (void)screen_->send(screenMessage(ScreenMessageType::keyframeRequest));
-                         },
+                     .askForKeyFrame = [this] { askForKeyFrame(); },
                      .onFrame = [this](const auto& frame, const auto& picture) { take(frame, picture); },
                      .onDropped = [this] { statistics_.dropped(); }});
   return true;
@@ -94,6 +90,7 @@ Answer<bool> Mirror::mirror() {
 }
 
 Answer<bool> Mirror::sayHello() {
+  statistics_.asked(Clock::now());
   if (screen_->send(helloMessage({token_, kViewWidth, kViewHeight, settings_.lowBandwidth}))) return true;
   return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
 }
@@ -218,6 +215,12 @@ void Mirror::showStatistics(Time now) {
   output_.mirror(statistics_.report(now),
                  isTerminal_ ? PhoneOutput::Moment::nowOnTerminal : PhoneOutput::Moment::now);
   while (nextStatistics_ <= now) nextStatistics_ += MirrorStatistics::kWindow;
+  if (statistics_.isDelayOld(now)) askForKeyFrame();
+}
+
+void Mirror::askForKeyFrame() {
+  statistics_.asked(Clock::now());
+  (void)screen_->send(screenMessage(ScreenMessageType::keyframeRequest));
 }
 
 Answer<bool> Mirror::finish() {

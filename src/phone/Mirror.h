@@ -63,6 +63,7 @@ class Mirror {
   void take(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture);
   void record(const ReceivedFrame& frame);
   void showStatistics(Time now);
+  void askForKeyFrame();
   Answer<bool> finish();
   Answer<bool> writeSnapshot();
   bool isOver(Time now) const;

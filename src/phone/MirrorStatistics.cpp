@@ -1,5 +1,6 @@
 #include "phone/MirrorStatistics.h"
 
+#include <algorithm>
 #include <numeric>
 
 namespace tevanto::phone {
@@ -22,8 +23,9 @@ void MirrorStatistics::decoded(bool isKeyframe, Time arrived, Time now) {
   frames_.push_back({now, milliseconds(now - arrived)});
   if (!isKeyframe) return;
   ++totals_.keyframes;
+  lastKeyframe_ = now;
   if (!asked_) return;
-  totals_.answerMilliseconds = milliseconds(now - *asked_);
+  totals_.delayMilliseconds = milliseconds(now - *asked_);
   asked_.reset();
 }
 
@@ -37,6 +39,9 @@ MirrorStatistics::Report MirrorStatistics::report(Time now) {
   auto report = totals_;
   report.elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(now - start_);
   report.framesPerSecond = static_cast<double>(frames_.size());
+  if (asked_ && report.delayMilliseconds) {
+    report.delayMilliseconds = std::max(*report.delayMilliseconds, milliseconds(now - *asked_));
+  }
   for (const auto& piece : pieces_) report.bitsPerSecond += 8.0 * static_cast<double>(piece.bytes);
   if (frames_.empty()) return report;
   const auto sum = std::accumulate(frames_.begin(), frames_.end(), 0.0, [](double total, const auto& frame) {
@@ -44,6 +49,11 @@ MirrorStatistics::Report MirrorStatistics::report(Time now) {
   });
   report.decodeMilliseconds = sum / static_cast<double>(frames_.size());
   return report;
+}
+
+bool MirrorStatistics::isDelayOld(Time now) {
+  forgetBefore(now - kWindow);
+  return !asked_ && !frames_.empty() && lastKeyframe_ && now - *lastKeyframe_ >= kDelayAge;
 }
 
 void MirrorStatistics::forgetBefore(Time oldest) {

@@ -13,6 +13,9 @@ class MirrorStatistics {
  public:
   using Time = std::chrono::steady_clock::time_point;
   static constexpr auto kWindow = std::chrono::seconds(1);
+  /// How old the delay may get while the picture moves. Shorter than the four seconds in which a moving
+  /// picture has a key frame anyway, so that the answer is not taken for one that was on its way.
+  static constexpr auto kDelayAge = std::chrono::seconds(3);
 
   struct Report {
     std::chrono::milliseconds elapsed{0};  // since the hello
@@ -25,8 +28,9 @@ class MirrorStatistics {
     std::optional<double>
         decodeMilliseconds;  // mean, from a frame's arrival to its picture, within the last second
     /// From the last question for a key frame, the hello included, to its picture: the way to the computer,
-    /// encoding, the way back and decoding. Frames carry no time, so the delay of each cannot be known.
-    std::optional<double> answerMilliseconds;
+    /// encoding, the way back and decoding; more while a later question has been open for longer than that.
+    /// Frames carry no time, so the delay of each cannot be known.
+    std::optional<double> delayMilliseconds;
     int width = 0;
     int height = 0;
   };
@@ -39,6 +43,9 @@ class MirrorStatistics {
   void decoded(bool isKeyframe, Time arrived, Time now);
   void shown(int width, int height);
   Report report(Time now);
+  /// The picture moves, and it is some time since the delay was asked for. A picture at rest has none, and is
+  /// left in peace.
+  bool isDelayOld(Time now);
 
  private:
   struct Piece {
@@ -53,6 +60,7 @@ class MirrorStatistics {
 
   const Time start_;
   std::optional<Time> asked_;
+  std::optional<Time> lastKeyframe_;
   Report totals_;
   std::deque<Piece> pieces_;  // of the last second
   std::deque<Frame> frames_;

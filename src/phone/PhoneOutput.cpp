@@ -71,7 +71,7 @@ json::object describe(const MirrorStatistics::Report& report) {
           {"framesPerSecond", report.framesPerSecond},
           {"bitsPerSecond", report.bitsPerSecond},
           {"decodeMilliseconds", orNull(report.decodeMilliseconds)},
-          {"answerMilliseconds", orNull(report.answerMilliseconds)},
+          {"delayMilliseconds", orNull(report.delayMilliseconds)},
           {"width", report.width},
           {"height", report.height}};
 }
@@ -91,7 +91,7 @@ std::string liveLine(const MirrorStatistics::Report& report) {
        << std::setprecision(2) << report.bitsPerSecond / 1e6 << " Mbit/s  " << report.keyframes
        << " key frames  " << report.dropped << " dropped" << std::setprecision(1);
   if (report.decodeMilliseconds) text << "  decoding " << *report.decodeMilliseconds << " ms";
-  if (report.answerMilliseconds) text << "  key frame asked to shown " << *report.answerMilliseconds << " ms";
+  if (report.delayMilliseconds) text << "  delay " << *report.delayMilliseconds << " ms";
   return text.str();
 }
 

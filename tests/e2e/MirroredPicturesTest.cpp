@@ -22,6 +22,10 @@ using test::MovingPage;
 using test::PageOfPictures;
 
 constexpr std::size_t kMegabyte = 1024 * 1024;
+/// By how much memory may differ from one moment to another while a route is full: by all that it may hold,
+/// three megabytes at one moment and next to nothing at the other, and what the heap keeps. A queue without
+/// an end would have grown by some fifty kilobytes with each picture.
+constexpr std::size_t kFullRoute = 6 * kMegabyte;
 
 /// What was seen, picture by picture.
 struct Sight {
@@ -108,8 +112,9 @@ TEST_F(MirroredPictures, denseTextAtRestGetsClearAndThenNothingIsSent) {
   EXPECT_EQ(viewer.errors(), 0);
 }
 
-TEST_F(MirroredPictures, aSessionLeavesNothingOfItsMemoryBehind) {
+TEST_F(MirroredPictures, aSessionLeavesNothingBehindAndTheScreenGoesOnUnseen) {
   const PageOfPictures page(52);
+  const auto sockets = countSockets();
   std::atomic<int> latest = 0;
   Sights sights;
   MovingPage moving(desktop.display().display(), page, 15);
@@ -124,7 +129,16 @@ TEST_F(MirroredPictures, aSessionLeavesNothingOfItsMemoryBehind) {
   ASSERT_TRUE(eventually([&] { return residentMemory() + 15 * kMegabyte < during; }))
       << during / 1024 << " KiB in the session, " << residentMemory() / 1024 << " KiB after it";
   EXPECT_TRUE(eventually([&] { return mappedSegments() == 0; }));
-  std::printf("%zu KiB in the session, %zu KiB after it\n", during / 1024, residentMemory() / 1024);
+  EXPECT_TRUE(eventually([&] { return countSockets() <= sockets; }))
+      << countSockets() << " of " << sockets
+      << " connections: one to the X server holds what is captured there";
+  // The page goes on, and nobody looks at it or encodes it.
+  const auto ticks = processorTicks();
+  const auto drawn = moving.latest();
+  ASSERT_TRUE(eventually([&] { return moving.latest() >= drawn + 60; }, std::chrono::minutes(2)));
+  EXPECT_LE(processorTicks() - ticks, 2);
+  std::printf("%zu KiB in the session, %zu KiB after it, %ld ticks while unseen\n", during / 1024,
+              residentMemory() / 1024, processorTicks() - ticks);
 }
 
 /// Those that show the page on its way: each shows the picture that was drawn right after the one before, as
@@ -205,7 +219,7 @@ TEST_F(MirroredPictures, aReaderOfOneMegabitGetsFewerFramesAndNoGrowingDelay) {
   // is ten seconds old, besides what the machine itself adds.
   EXPECT_LE(later, earlier + earlier / 5 + 15) << "pictures behind what is drawn";
   EXPECT_LE(later, 225) << "pictures behind what is drawn";
-  EXPECT_LE(residentMemory(), memory + 2 * kMegabyte);
+  EXPECT_LE(residentMemory(), memory + kFullRoute);
   EXPECT_EQ(viewer.errors(), 0);
 }
 
@@ -226,7 +240,7 @@ TEST_F(MirroredPictures, aReaderThatStopsCostsNothingAndReturnsWithAKeyFrame) {
 
   viewer.pause();
   begin = moving.latest();
-  ASSERT_TRUE(drawnSince(begin, 180));  // by then three megabytes are on their way, and no more may be
+  ASSERT_TRUE(drawnSince(begin, 180));  // key frames come far apart by now
   const auto memory = residentMemory();
   ticks = processorTicks();
   ASSERT_TRUE(drawnSince(begin, 240));
@@ -234,7 +248,7 @@ TEST_F(MirroredPictures, aReaderThatStopsCostsNothingAndReturnsWithAKeyFrame) {
   std::printf("60 pictures: %ld ticks watched, %ld stopped; memory %zu then %zu KiB\n", whileWatched,
               whileStopped, memory / 1024, residentMemory() / 1024);
   EXPECT_LE(whileStopped, whileWatched / 2) << "the screen is looked at, and a key frame now and then";
-  EXPECT_LE(residentMemory(), memory + kMegabyte);
+  EXPECT_LE(residentMemory(), memory + kFullRoute);
 
   const auto keyframes = viewer.keyframes();
   const int returned = moving.latest();

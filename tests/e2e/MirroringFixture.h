@@ -9,6 +9,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -91,6 +92,15 @@ class Mirroring : public ::testing::Test {
   std::size_t countIn(const std::string& entry) const {
     const auto folderOfIt = std::filesystem::directory_iterator(ofProcess(entry));
     return static_cast<std::size_t>(std::distance(begin(folderOfIt), end(folderOfIt)));
+  }
+  /// Connections and listeners of the companion, those to the X server among them.
+  int countSockets() const {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(ofProcess("fd"))) {
+      std::error_code gone;  // closed meanwhile
+      count += std::filesystem::read_symlink(entry, gone).string().starts_with("socket:") ? 1 : 0;
+    }
+    return count;
   }
   /// Segments of shared memory that the companion has mapped: System V's, and those that are files.
   int mappedSegments() const {

@@ -50,16 +50,42 @@ TEST_F(MirrorStatisticsTest, totalsStay) {
   EXPECT_EQ(report.height, 720);
 }
 
-TEST_F(MirrorStatisticsTest, anAnswerIsTheFirstKeyFrameAfterTheQuestion) {
-  EXPECT_FALSE(statistics_.report(at(10)).answerMilliseconds);
+TEST_F(MirrorStatisticsTest, theDelayIsThatOfTheFirstKeyFrameAfterTheQuestion) {
+  EXPECT_FALSE(statistics_.report(at(10)).delayMilliseconds);
   statistics_.decoded(true, at(20), at(30));
-  EXPECT_DOUBLE_EQ(statistics_.report(at(40)).answerMilliseconds.value(), 30);
+  EXPECT_DOUBLE_EQ(statistics_.report(at(40)).delayMilliseconds.value(), 30);
   statistics_.decoded(true, at(4000), at(4010));  // came by itself
-  EXPECT_DOUBLE_EQ(statistics_.report(at(5000)).answerMilliseconds.value(), 30);
+  EXPECT_DOUBLE_EQ(statistics_.report(at(5000)).delayMilliseconds.value(), 30);
   statistics_.asked(at(6000));
   statistics_.decoded(false, at(6001), at(6002));
   statistics_.decoded(true, at(6003), at(6050));
-  EXPECT_DOUBLE_EQ(statistics_.report(at(6060)).answerMilliseconds.value(), 50);
+  EXPECT_DOUBLE_EQ(statistics_.report(at(6060)).delayMilliseconds.value(), 50);
+}
+
+TEST_F(MirrorStatisticsTest, aQuestionThatIsOpenForLongerCounts) {
+  statistics_.decoded(true, at(20), at(30));
+  statistics_.asked(at(1000));
+  EXPECT_DOUBLE_EQ(statistics_.report(at(1010)).delayMilliseconds.value(), 30)
+      << "not yet known to be longer";
+  EXPECT_DOUBLE_EQ(statistics_.report(at(3000)).delayMilliseconds.value(), 2000);
+  statistics_.decoded(true, at(3090), at(3100));
+  EXPECT_DOUBLE_EQ(statistics_.report(at(9000)).delayMilliseconds.value(), 2100);
+}
+
+TEST_F(MirrorStatisticsTest, theDelayGetsOldWhileThePictureMoves) {
+  EXPECT_FALSE(statistics_.isDelayOld(at(10000))) << "the hello is not answered yet";
+  statistics_.decoded(true, at(10000), at(10000));
+  EXPECT_FALSE(statistics_.isDelayOld(at(12500)));
+  EXPECT_FALSE(statistics_.isDelayOld(at(13000))) << "at rest";
+  statistics_.decoded(false, at(12900), at(12900));
+  EXPECT_FALSE(statistics_.isDelayOld(at(12999)));
+  EXPECT_TRUE(statistics_.isDelayOld(at(13000)));
+  statistics_.asked(at(13000));
+  EXPECT_FALSE(statistics_.isDelayOld(at(13500))) << "it is asked for";
+  statistics_.decoded(true, at(13600), at(13600));
+  statistics_.decoded(false, at(16500), at(16500));
+  EXPECT_FALSE(statistics_.isDelayOld(at(16599)));
+  EXPECT_TRUE(statistics_.isDelayOld(at(16600)));
 }
 
 }  // namespace

@@ -226,7 +226,7 @@ TEST_F(MirrorTest, tellsHowItWent) {
   std::size_t bytes = 0;
   for (const auto& message : video.messages(0, 5)) bytes += 4 + message.size();
   EXPECT_EQ(report.at("bytes"), bytes);
-  EXPECT_TRUE(report.at("answerMilliseconds").is_double());
+  EXPECT_TRUE(report.at("delayMilliseconds").is_double());
 
   ASSERT_EQ(mirror({"--seconds", "1.2", "--stats"}), 0) << err();
   EXPECT_THAT(out(), HasSubstr("frames/s"));
