@@ -79,10 +79,14 @@ class Away : public ::testing::Test {
   static bool moves(test::ChildProcess& live, int dx) {
     live.write(R"({"type":"command","command":{"type":"movePointer","dx":)" + std::to_string(dx) +
                R"(,"dy":0}})" + "\n");
+    return isAnswered(live);
+  }
+  static constexpr const char* kAnswer = R"("type":"ack")";
+  /// Whether the next answer comes, and says that all is well.
+  static bool isAnswered(test::ChildProcess& live) {
     for (auto line = live.readLine(std::chrono::seconds(60)); line;
          line = live.readLine(std::chrono::seconds(60))) {
-      if (line->find(R"("type":"ack")") != std::string::npos)
-        return line->find(R"("ok":true)") != std::string::npos;
+      if (line->find(kAnswer) != std::string::npos) return line->find(R"("ok":true)") != std::string::npos;
     }
     return false;
   }

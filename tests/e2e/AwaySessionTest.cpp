@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -13,7 +14,15 @@ namespace {
 
 using ::testing::HasSubstr;
 
-class AwaySession : public Away {};
+class AwaySession : public Away {
+ protected:
+  /// The companion stops when it is told to, and a sanitizer has found nothing in it.
+  void expectCleanEnd() {
+    companion->process().signal(SIGTERM);
+    const auto said = companion->process().readAll();
+    EXPECT_EQ(companion->process().wait(), 0) << said;
+  }
+};
 
 TEST_F(AwaySession, goesDirectlyWhereThereIsARoute) {
   startServers();
@@ -28,6 +37,7 @@ TEST_F(AwaySession, goesDirectlyWhereThereIsARoute) {
   EXPECT_EQ(said.exitStatus, 0) << said.output;
   EXPECT_THAT(said.output, HasSubstr("of 960 x"));
   EXPECT_TRUE(std::filesystem::exists(folder.path() / "seen.png"));
+  expectCleanEnd();
 }
 
 TEST_F(AwaySession, goesThroughTURNWhereOnlyARelayWorks) {
@@ -43,6 +53,7 @@ TEST_F(AwaySession, goesThroughTURNWhereOnlyARelayWorks) {
   EXPECT_THAT(said.output, HasSubstr("selected route: TURN relay"));
   EXPECT_THAT(said.output, HasSubstr("of 960 x"));
   EXPECT_THAT(world->turn().log(), HasSubstr("UDP"));
+  expectCleanEnd();
 }
 
 }  // namespace

@@ -21,6 +21,7 @@ using test::AwayWorld;
 using test::ChildProcess;
 using test::eventually;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 TEST_F(Away, goesThroughTURNOverTCPWhereUDPIsDropped) {
   startServers();
@@ -124,14 +125,19 @@ TEST_F(Away, typesExactlyOnceAndInOrderOnABadLine) {
       ASSERT_TRUE(moves(*live, 1));
       world->line().set({.loss = loss, .delay = delay, .reorder = 0.1});
       std::string wanted;
-      for (int i = 0; i < 40; ++i) {
+      constexpr int kWords = 40;
+      for (int i = 0; i < kWords; ++i) {
         const auto word = std::to_string(i) + ",";
         live->write(R"({"type":"command","command":{"type":"insertText","text":")" + word + "\"}}\n");
         wanted += word;
       }
-      EXPECT_TRUE(eventually([&] { return field.text().size() >= wanted.size(); })) << field.text();
+      EXPECT_TRUE(eventually([&] { return field.text().size() >= wanted.size(); }, 120s)) << field.text();
       EXPECT_EQ(field.textOf(wanted.size()), wanted);
+      for (int i = 0; i < kWords; ++i) ASSERT_TRUE(isAnswered(*live)) << i;
       world->line().set({});
+      live->closeInput();
+      EXPECT_THAT(live->readAll(), Not(HasSubstr(kAnswer))) << "each once";
+      EXPECT_EQ(field.text(), wanted);
     }
   }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 
 #include "core/EventLoop.h"
@@ -23,19 +24,24 @@ class EngineGround : public ::testing::Test {
     options.includeLoopback = true;
     return options;
   }
+  /// A busy machine takes its time.
+  static constexpr auto kPatience = std::chrono::minutes(2);
+
   /// Until what the state queues still do for transports that were let go of is done.
   bool rests() {
-    return eventually([&] { return ground.peers.use_count() == 1; });
+    return eventually([&] { return ground.peers.use_count() == 1; }, kPatience);
   }
   /// A pair that is `fresh` says something in each direction.
   static void exchange(TransportPair& fresh) {
     fresh.phone.transport->send(pointerMotion());
     fresh.phone.transport->send(numbered(0));
     fresh.computer.transport->send(numbered(0));
-    ASSERT_TRUE(eventually([&] {
-      return fresh.computer.heard->motions == 1 && fresh.computer.heard->numbered == 1 &&
-             fresh.phone.heard->numbered == 1;
-    }));
+    ASSERT_TRUE(eventually(
+        [&] {
+          return fresh.computer.heard->motions == 1 && fresh.computer.heard->numbered == 1 &&
+                 fresh.phone.heard->numbered == 1;
+        },
+        kPatience));
   }
   /// Connects, uses and disconnects so many pairs, all at the same time.
   void cycle(int pairsAtOnce = 1) {
@@ -44,12 +50,12 @@ class EngineGround : public ::testing::Test {
       pairs.push_back(std::make_unique<TransportPair>(ground));
       pairs.back()->start();
     }
-    for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }));
+    for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kPatience));
     for (const auto& pair : pairs) ASSERT_NO_FATAL_FAILURE(exchange(*pair));
     for (const auto& pair : pairs) pair->stop();
     for (const auto& pair : pairs) {
-      ASSERT_TRUE(
-          eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }));
+      ASSERT_TRUE(eventually(
+          [&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }, kPatience));
     }
   }
 

@@ -23,7 +23,7 @@ TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   std::atomic<int> routes = 0;
   pair.phone.transport->onRelayRouteChanged = [&](bool) { ++routes; };
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
   exchange(pair);
 
   // In chunks on the way there.
@@ -31,13 +31,13 @@ TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   large.deviceName = std::string(200'000, 'x');
   pair.computer.transport->send(large);
   pair.computer.transport->send(numbered(2));
-  ASSERT_TRUE(eventually([&] { return pair.phone.heard->numbered == 3; }));
+  ASSERT_TRUE(eventually([&] { return pair.phone.heard->numbered == 3; }, kPatience));
   EXPECT_TRUE(pair.phone.heard->inOrder);
 
   const auto frame = pattern(300'000);
   ASSERT_TRUE(pair.computer.transport->sendScreenPayload(bytesOf("parameter sets")));
   ASSERT_TRUE(pair.computer.transport->sendScreenFrame(frame, true));
-  EXPECT_TRUE(eventually([&] { return pair.phone.heard->screenBytes == frame.size() + 14; }));
+  EXPECT_TRUE(eventually([&] { return pair.phone.heard->screenBytes == frame.size() + 14; }, kPatience));
   EXPECT_EQ(routes, 0);  // direct all the time
   EXPECT_EQ(pair.phone.heard->others, 0);
   pair.stop();
@@ -47,13 +47,14 @@ TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
 TEST_F(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
   TransportPair pair(ground);
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
   // It is gone without a word, as a phone that loses its network; its next run makes a new offer.
   TransportSide again(ground, TransportRole::offerer, pair.room);
   again.transport->start({});
-  ASSERT_TRUE(eventually([&] { return again.heard->readies == 1 && pair.computer.heard->readies == 2; }));
+  ASSERT_TRUE(
+      eventually([&] { return again.heard->readies == 1 && pair.computer.heard->readies == 2; }, kPatience));
   again.transport->send(numbered(0));
-  EXPECT_TRUE(eventually([&] { return pair.computer.heard->numbered == 1; }));
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->numbered == 1; }, kPatience));
   pair.stop();
   again.transport->stop();
 }
@@ -66,7 +67,7 @@ TEST_F(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady
       if (state == ChannelState::ready) pair.phone.transport->send(pointerMotion());
     };
     pair.start();
-    ASSERT_TRUE(eventually([&] { return pair.computer.heard->motions == 1; })) << pair;
+    ASSERT_TRUE(eventually([&] { return pair.computer.heard->motions == 1; }, kPatience)) << pair;
     EXPECT_TRUE(pair.computer.heard->inOrder);
     pair.stop();
     ground.main->sync([] {});
@@ -76,10 +77,10 @@ TEST_F(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady
 TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
   TransportPair pair(ground);
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
   pair.phone.transport.reset();
-  EXPECT_TRUE(eventually([&] { return pair.computer.heard->failures == 1; }));
-  EXPECT_TRUE(eventually([&] { return !pair.computer.heard->screenIsOpen; }));
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->failures == 1; }, kPatience));
+  EXPECT_TRUE(eventually([&] { return !pair.computer.heard->screenIsOpen; }, kPatience));
   pair.computer.transport->stop();
 }
 
@@ -90,12 +91,12 @@ TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
   const auto descriptors = openDescriptors();
   for (int round = 0; round < 50 && !HasFatalFailure(); ++round) cycle();
   ASSERT_TRUE(rests());
-  EXPECT_TRUE(eventually([&] { return threadCount() <= threads && openDescriptors() <= descriptors; }))
+  EXPECT_TRUE(
+      eventually([&] { return threadCount() <= threads && openDescriptors() <= descriptors; }, kPatience))
       << threadCount() - threads << " threads, " << openDescriptors() - descriptors << " descriptors";
 }
 
 TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
-  constexpr auto kPatience = std::chrono::minutes(2);
   std::vector<std::unique_ptr<TransportPair>> pairs;
   for (int batch = 0; batch < 5; ++batch) {
     // Ten at a time, or on a busy machine the engine gives up some whose checks take too long.
