@@ -13,7 +13,7 @@ std::unique_ptr<Face> loadFace(const Logger& log) {
     log.info("No display can be reached; there is no window");
     return nullptr;
   }
-  const auto make = functionOfModule(kFaceModule, kMakeFace);
+  const auto make = functionOfModule(kFaceModule, kMakeFace, Binding::onCall);
   if (!make) {
     log.info("There is no window: " + make.error());
     return nullptr;

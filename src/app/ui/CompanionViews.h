@@ -7,14 +7,17 @@ class QQuickView;
 namespace tevanto {
 
 class CompanionModel;
+class ViewEngine;
 
-/// Makes the windows' contents: the panel and the setup view, with the engine that runs them. A view shows
+/// Makes the windows' contents: the panel and the setup view. A view shows
 /// the model's state for as long as it lives, shown or not; who wants to save the memory of a closed panel
 /// drops its view. Everything lives on the thread of the QGuiApplication.
 class CompanionViews {
  public:
   /// `model` outlives this.
   explicit CompanionViews(CompanionModel& model);
+  /// With an engine that has been made already.
+  CompanionViews(CompanionModel& model, std::unique_ptr<ViewEngine> engine);
   ~CompanionViews();
   CompanionViews(const CompanionViews&) = delete;
   CompanionViews& operator=(const CompanionViews&) = delete;
@@ -27,8 +30,10 @@ class CompanionViews {
   std::unique_ptr<QQuickView> makeSetupWindow();
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  std::unique_ptr<QQuickView> makeView(const char* name);
+
+  CompanionModel& model_;
+  const std::unique_ptr<ViewEngine> engine_;
 };
 
 }  // namespace tevanto

@@ -48,7 +48,12 @@ DesktopAppearance::DesktopAppearance(QObject* parent)
 
 DesktopAppearance::DesktopAppearance(const QDBusConnection& bus, QObject* parent)
     : QObject(parent), bus_(bus), isDark_(isPaletteDark()) {
+  connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &DesktopAppearance::changed);
   readPortal();
+}
+
+bool DesktopAppearance::isRightToLeft() const {
+  return QGuiApplication::layoutDirection() == Qt::RightToLeft;
 }
 
 QString DesktopAppearance::monospacedFamily() const {

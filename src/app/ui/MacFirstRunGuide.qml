@@ -27,7 +27,7 @@ Item {
             width: parent.width
             height: 128
             sourceSize: Qt.size(width, height)
-            source: "images/MacFirstRunHero.svg"
+            source: "image://symbols/MacFirstRunHero"
             Accessible.ignored: true
         }
         PlainText {

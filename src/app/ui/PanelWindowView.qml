@@ -15,7 +15,7 @@ FocusScope {
     width: implicitWidth
     height: implicitHeight
     focus: true
-    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.enabled: DesktopAppearance.isRightToLeft
     LayoutMirroring.childrenInherit: true
     Keys.onEscapePressed: dismissed()
 

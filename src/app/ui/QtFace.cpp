@@ -6,7 +6,9 @@
 #include <QQuickView>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
+#include <QTimer>
 #include <QUrl>
+#include <chrono>
 #include <cstdlib>
 #include <utility>
 
@@ -17,9 +19,13 @@
 #include "app/ui/QtMainQueue.h"
 #include "app/ui/QtSetupWindow.h"
 #include "app/ui/TrayIcon.h"
+#include "app/ui/ViewEngine.h"
 
 namespace tevanto {
 namespace {
+
+/// How long the icons wait for a window's first frame.
+constexpr auto kWindowPatience = std::chrono::seconds(1);
 
 constexpr auto kApplicationIdentifier = "app.tevanto.Tevanto";
 
@@ -56,17 +62,21 @@ QtFace::QtFace()
     : arguments_(std::make_unique<Arguments>()),
       application_(arguments_->count, arguments_->values),
       queue_(std::make_shared<QtMainQueue>("main")) {
+  fonts_.goOnWithApplication();
   QApplication::setApplicationName(QStringLiteral("Tevanto"));
   QApplication::setApplicationDisplayName(QStringLiteral("Tevanto"));
   QApplication::setApplicationVersion(QStringLiteral(TEVANTO_VERSION));
   QApplication::setDesktopFileName(kApplicationIdentifier);
-  QApplication::setWindowIcon(QIcon::fromTheme(kApplicationIdentifier));
   // Closing the window leaves the companion running.
   QApplication::setQuitOnLastWindowClosed(false);
   chooseRenderer();
+  engine_ = std::make_unique<ViewEngine>();
 }
 
-QtFace::~QtFace() { endWindows(); }
+QtFace::~QtFace() {
+  endWindows();
+  fonts_.wait();
+}
 
 std::shared_ptr<SerialQueue> QtFace::mainQueue() { return queue_; }
 
@@ -78,14 +88,25 @@ void QtFace::present(FaceSubject subject) {
       CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
                                subject_->defaults},
       subject_->operations, subject_->links);
-  views_ = std::make_unique<CompanionViews>(*model_);
+  views_ = std::make_unique<CompanionViews>(*model_, std::move(engine_));
   panel_ = std::make_unique<PanelWindow>(*model_, *views_);
+  // Where no window comes, or one that nobody can see.
+  QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
+}
+
+void QtFace::showIcons() {
+  if (tray_) return;
+  QApplication::setWindowIcon(QIcon::fromTheme(kApplicationIdentifier));
   tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
 }
 
 std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
                                                 std::function<void()> onClose) {
+  fonts_.finish();
   setupView_ = views_->makeSetupWindow();
+  QObject::connect(
+      setupView_.get(), &QQuickWindow::frameSwapped, model_.get(), [this] { showIcons(); },
+      static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
   // Whoever comes back from the settings wants to see what changed there.
   QObject::connect(setupView_.get(), &QWindow::activeChanged, model_.get(), [this] {
     if (setupView_->isActive()) model_->refresh();

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app/Face.h"
+#include "app/ui/FontPreparation.h"
 #include "app/ui/WindowActivation.h"
 
 class QQuickView;
@@ -18,6 +19,7 @@ class CompanionViews;
 class PanelWindow;
 class QtMainQueue;
 class TrayIcon;
+class ViewEngine;
 
 /// The face with Qt: its application and loop, the setup window, the panel and the icon in the tray.
 class QtFace final : public Face {
@@ -43,13 +45,17 @@ class QtFace final : public Face {
   struct Arguments;
 
   static void exitedFromWithin();
+  /// What nobody misses before there is a window to be seen: the icons in the tray and of the window.
+  void showIcons();
   void endWindows();
 
   const std::unique_ptr<Arguments> arguments_;
+  FontPreparation fonts_;
   QApplication application_;
   const std::shared_ptr<QtMainQueue> queue_;
   WindowActivation activation_;
   std::optional<FaceSubject> subject_;
+  std::unique_ptr<ViewEngine> engine_;  // until the views have it
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;
   std::unique_ptr<QQuickView> setupView_;

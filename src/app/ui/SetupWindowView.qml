@@ -11,7 +11,7 @@ FocusScope {
     readonly property real progress: spring.value
 
     focus: true
-    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.enabled: DesktopAppearance.isRightToLeft
     LayoutMirroring.childrenInherit: true
 
     SpringValue {

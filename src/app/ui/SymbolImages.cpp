@@ -17,10 +17,9 @@ constexpr QSize kOrdinarySize(24, 24);
 SymbolImages::SymbolImages() : QQuickImageProvider(QQuickImageProvider::Image) {}
 
 QImage SymbolImages::requestImage(const QString& id, QSize* size, const QSize& requestedSize) {
-  const auto slash = id.lastIndexOf('/');
   const auto wanted = requestedSize.isEmpty() ? kOrdinarySize : requestedSize;
-  const auto colour = QUrl::fromPercentEncoding(id.mid(slash + 1).toUtf8());
-  auto image = draw(id.left(slash), QColor(colour), wanted);
+  const auto colour = QUrl::fromPercentEncoding(id.section('/', 1).toUtf8());
+  auto image = draw(id.section('/', 0, 0), QColor(colour), wanted);
   if (size) *size = image.size();
   return image;
 }
@@ -34,8 +33,10 @@ QImage SymbolImages::draw(const QString& name, const QColor& colour, const QSize
   QPainter painter(&image);
   renderer.setAspectRatioMode(Qt::KeepAspectRatio);
   renderer.render(&painter, QRectF(QPointF(0, 0), QSizeF(size)));
-  painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-  painter.fillRect(image.rect(), colour);
+  if (colour.isValid()) {
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(image.rect(), colour);
+  }
   return image;
 }
 

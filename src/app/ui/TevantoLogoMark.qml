@@ -7,6 +7,6 @@ Image {
     width: extent
     height: extent
     sourceSize: Qt.size(extent, extent)
-    source: "images/TevantoLogoMark.svg"
+    source: "image://symbols/TevantoLogoMark"
     Accessible.ignored: true
 }

@@ -28,14 +28,15 @@ bool wasReplaced() {
 
 }  // namespace
 
-Result<void*> functionOfModule(const std::string& module, const std::string& function) {
+Result<void*> functionOfModule(const std::string& module, const std::string& function, Binding binding) {
   const auto path = pathOfModule(module);
-  void* handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+  const int flags = RTLD_LOCAL | (binding == Binding::atOnce ? RTLD_NOW : RTLD_LAZY);
+  void* handle = ::dlopen(path.c_str(), flags | RTLD_NOLOAD);
   if (!handle && wasReplaced()) {
     return Failure{"A part of this program cannot be loaded any more: " + module +
                    " (Tevanto was upgraded or removed while it ran; start it again)."};
   }
-  if (!handle) handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!handle) handle = ::dlopen(path.c_str(), flags);
   if (!handle) return missing(module);
   void* found = ::dlsym(handle, function.c_str());
   if (!found) return missing(module);
