@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/p2p/CloudSignalingFixture.h"
@@ -318,6 +320,21 @@ TEST_F(CloudKitSignalingClientTest, isSilentWhenStoppedWithCallbacksUnderWay) {
   advance(seconds(600));
   EXPECT_TRUE(events_.empty());
   EXPECT_EQ(fetches(), 1U);
+}
+
+TEST_F(CloudKitSignalingClientTest, aDeliveryThatIsOnItsWayDoesNotArriveAfterTheStop) {
+  const auto isLooking = std::make_shared<bool>(false);
+  // Asked just before a record is accepted, so that the stop comes before the delivery on the main queue.
+  clock_ = [this, isLooking, time = clock_] {
+    if (std::exchange(*isLooking, false)) main_->async([this] { client_->stop(); });
+    return time();
+  };
+  start(SignalRole::mac);
+  place("offer", "s1", "v=0");
+  *isLooking = true;
+  advance(seconds(3));
+  EXPECT_EQ(logged("received offer record"), 1U);
+  EXPECT_EQ(events_, Events{"open"});
 }
 
 TEST_F(CloudKitSignalingClientTest, isGoneWithItsOwner) {
