@@ -23,6 +23,27 @@ Inbox::Message bytesOf(std::string_view text) {
   return {bytes.begin(), bytes.end()};
 }
 
+/// Something that happens once.
+class Event {
+ public:
+  void happen() {
+    {
+      const std::scoped_lock lock(mutex_);
+      happened_ = true;
+    }
+    changed_.notify_all();
+  }
+  void await(std::chrono::milliseconds most) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, most, [this] { return happened_; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool happened_ = false;
+};
+
 }  // namespace
 
 /// The control messages as the lines that they are at home.
@@ -139,7 +160,20 @@ void AwayLink::startTransport() {
 }
 
 AwayLink::~AwayLink() {
-  if (transport_.messages) environment_.mainQueue->sync([this] { transport_.messages->close(); });
+  if (transport_.messages) endTransport();
+}
+
+void AwayLink::endTransport() {
+  const auto over = std::make_shared<Event>();
+  const bool wasReady = isReady();
+  environment_.mainQueue->sync([&] {
+    transport_.messages->onChannelState = [over](ChannelState state) {
+      if (state == ChannelState::failed) over->happen();
+    };
+    transport_.messages->close();
+  });
+  // The last thing that it reports, once the connection is closed.
+  if (wasReady && !environment_.mainQueue->isCurrent()) over->await(environment_.patience.farewell);
 }
 
 void AwayLink::stateDidChange(ChannelState state) {

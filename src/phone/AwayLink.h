@@ -44,6 +44,9 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
     /// only once it has given up the session before, a quarter of a minute after that has died. Who gave up
     /// then, just as the companion turns to the offer, would never meet it.
     std::chrono::milliseconds byRecords = std::chrono::seconds(45);
+    /// How long the end waits for the transport's, so that the companion hears of it: else that would wait
+    /// for the line to come back.
+    std::chrono::milliseconds farewell = std::chrono::seconds(2);
   };
 
   struct Environment {
@@ -77,6 +80,7 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
   std::chrono::steady_clock::duration patience() const;
   void startTransport();
+  void endTransport();
   void stateDidChange(ChannelState state);
 
   const Environment environment_;

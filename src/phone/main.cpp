@@ -37,12 +37,15 @@ Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
 class Away {
  public:
   Away(tevanto::UserDefaults& defaults, const std::shared_ptr<tevanto::LogSink>& log)
-      : transports_(
-            {.loop = loop_, .mainQueue = mainQueue_, .defaults = defaults, .log = log},
-            {.settings = tevanto::linuxDeployment(defaults, log), .peers = tevanto::linuxPeers(log, true)}) {}
+      : peers_(tevanto::linuxPeers(log, true)),
+        transports_({.loop = loop_, .mainQueue = mainQueue_, .defaults = defaults, .log = log},
+                    {.settings = tevanto::linuxDeployment(defaults, log), .peers = peers_}) {}
   ~Away() { loop_->stop(); }
   Away(const Away&) = delete;
   Away& operator=(const Away&) = delete;
+
+  /// When all its links are gone, and so that the companion hears of that.
+  void end() { peers_->release(); }
 
   Result<AwayLink::Environment> environment() {
     if (!tevanto::DeployedTransports::canMeet(transports_.settings())) {
@@ -50,6 +53,9 @@ class Away {
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};
     }
+    // The call waits for it, and it would wait for whatever else is loaded at that moment. Where it cannot be
+    // loaded, the call says so.
+    (void)peers_->load();
     return AwayLink::Environment{
         mainQueue_, [this](const std::string& room) {
           auto made = transports_.factory().makeOfferer(room);
@@ -70,6 +76,7 @@ class Away {
  private:
   const std::shared_ptr<tevanto::EventLoop> loop_ = tevanto::EventLoop::background(1);
   const std::shared_ptr<tevanto::SerialQueue> mainQueue_ = loop_->makeQueue("main");
+  const std::shared_ptr<tevanto::LoadedPeers> peers_;
   tevanto::DeployedTransports transports_;
 };
 
@@ -90,6 +97,7 @@ int main(int argc, char** argv) {
       {argv + 1, argv + argc}, {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO,
                                 loadMirrorMedia, callAway});
   if (!away) return status;
+  away->end();
   // The engine's threads may still be closing peers, and must not meet the libraries' cleanup at the exit.
   std::cout.flush();
   std::cerr.flush();

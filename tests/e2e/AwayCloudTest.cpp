@@ -56,5 +56,19 @@ TEST_F(AwayCloud, meetsAgainWhenASessionIsOver) {
   EXPECT_TRUE(pointerIsAt(x + 30));
 }
 
+TEST_F(AwayCloud, meetsAgainWhenASessionHasDied) {
+  startCloud();
+  world->setRoute(true);
+  startCompanion();
+  const auto live = livePhone();
+  const auto x = desktop.pointer().first;
+  ASSERT_TRUE(moves(*live, 10));
+  live->kill();
+  // The companion has to find that out, and then the offer of this one, which it has passed over until then.
+  const auto said = phone({"--verbose", "move", "30", "0"});
+  EXPECT_EQ(said.exitStatus, 0) << said.output;
+  EXPECT_TRUE(pointerIsAt(x + 40));
+}
+
 }  // namespace
 }  // namespace tevanto

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <poll.h>
 
+#include <atomic>
+
 #include "core/EventLoop.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/FakeScreenTransport.h"
@@ -17,10 +19,16 @@ using testing::ElementsAre;
 class FakeMessages final : public MessageChannel {
  public:
   void send(const RemoteMessage& message) override { sent.push_back(message.type); }
-  void close() override { isClosed = true; }
+  void close() override {
+    isClosed = true;
+    onClose(onChannelState);
+  }
 
   std::vector<std::string> sent;
   bool isClosed = false;
+  std::function<void(const std::function<void(ChannelState)>& report)> onClose = [](const auto& report) {
+    if (report) report(ChannelState::failed);
+  };
 };
 
 class AwayRoadTest : public testing::Test {
@@ -184,6 +192,26 @@ TEST_F(AwayRoadTest, theLinkEndsWithItsChannels) {
   }
   queue_->sync([] {});  // a callback under way may have held it last
   EXPECT_TRUE(messages_[0]->isClosed);
+}
+
+TEST_F(AwayRoadTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
+  patience_.farewell = 60s;
+  std::atomic<bool> isTold = false;
+  Timer telling;
+  auto away = road();
+  {
+    const auto lines = away.connect({{{}, 0}, "the room"}, {});
+    ASSERT_TRUE(lines);
+    queue_->sync([&] {
+      messages_[0]->onClose = [&](const auto& report) {
+        telling = queue_->asyncAfter(20ms, [&isTold, report] {
+          isTold = true;
+          report(ChannelState::failed);
+        });
+      };
+    });
+  }
+  EXPECT_TRUE(isTold);
 }
 
 }  // namespace

@@ -22,6 +22,12 @@ Result<void> LoadedPeers::load() {
   return {};
 }
 
+void LoadedPeers::release() {
+  std::unique_ptr<PeerConnectionFactory> last;
+  const std::lock_guard lock(mutex_);
+  last.swap(peers_);  // which goes after the lock
+}
+
 std::shared_ptr<PeerConnection> LoadedPeers::create(const PeerConfiguration& configuration,
                                                     std::weak_ptr<PeerConnectionObserver> observer) {
   const auto peers = loaded();

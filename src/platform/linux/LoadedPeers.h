@@ -23,6 +23,9 @@ class LoadedPeers final : public PeerConnectionFactory {
 
   /// Loads the module now; why it cannot.
   Result<void> load();
+  /// For a program that ends: lets go of the engine. When all peers are closed, what they had to tell the
+  /// other side is on its way when this returns.
+  void release();
 
  private:
   Result<PeerConnectionFactory*> loaded();
