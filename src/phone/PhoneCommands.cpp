@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <future>
 #include <ostream>
 #include <utility>
 
@@ -218,21 +219,23 @@ ExitCode PhoneCommands::mirror(MirrorSettings settings) {
   if (!environment_.media) {
     return output_.trouble({ExitCode::notDone, "Mirroring is not part of this build."});
   }
-  const auto media = environment_.media();
-  if (!media) return output_.trouble({ExitCode::notDone, media.error()});
+  const auto way = road();
+  if (!way) return output_.trouble(way.trouble());
+  // Its libraries are many: they are loaded while the companion is called.
+  auto loading = std::async(std::launch::async, environment_.media);
   std::optional<Greeted> control;
   if (settings.view) {
     auto greeted = greet();
     if (!greeted) return output_.trouble(greeted.trouble());
     control.emplace(std::move(*greeted));
   }
-  const auto way = road();
-  if (!way) return output_.trouble(way.trouble());
   const auto target =
       (*way)->findScreen(settings.screenHost, control ? control->ready.deviceID : std::nullopt);
   if (!target) return output_.trouble(target.trouble());
   auto screen = (*way)->connectScreen(*target);
   if (!screen) return output_.trouble(screen.trouble());
+  const auto media = loading.get();
+  if (!media) return output_.trouble({ExitCode::notDone, media.error()});
   Mirror mirror(std::move(*screen), *media.value(), output_, std::move(settings), timeout_,
                 control ? &control->session : nullptr);
   if ((*way)->comesBack()) {

@@ -1,8 +1,10 @@
 #include "platform/linux/LibwebrtcEngine.h"
 
 #include <rtc_base/ssl_adapter.h>
+#include <rtc_base/ssl_stream_adapter.h>
 
-#include <thread>
+#include <array>
+#include <cstdint>
 
 #include "platform/linux/LibwebrtcSocketServer.h"
 #include "platform/linux/ShallowSctpTransportFactory.h"
@@ -17,10 +19,12 @@ std::shared_ptr<LibwebrtcEngine> LibwebrtcEngine::start(const PeerEngineOptions&
 LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options) : log_(options) {
   rtc::InitializeSSL();
   startThreads();
+  keepSrtpReady();
   makeFactory(options.includeLoopback);
 }
 
 LibwebrtcEngine::~LibwebrtcEngine() {
+  preparing_.join();
   // What was posted holds objects of the engine, which can only end while its threads run.
   call([] {});
   factory_ = nullptr;
@@ -37,6 +41,17 @@ void LibwebrtcEngine::startThreads() {
   worker_->SetName("peer-worker", nullptr);
   signaling_->SetName("peer-signaling", nullptr);
   for (auto* thread : {network_.get(), worker_.get(), signaling_.get()}) thread->Start();
+}
+
+/// Every connection comes with SRTP, which data channels never use. Its library tests its ciphers whenever it
+/// has no session and gets one: on the network thread, when the handshake is done and SCTP waits. So it
+/// always has this one, made on a thread that nobody waits for.
+void LibwebrtcEngine::keepSrtpReady() {
+  preparing_ = std::thread([this] {
+    srtp_ = std::make_unique<cricket::SrtpSession>();
+    const std::array<std::uint8_t, 30> noSecret{};
+    srtp_->SetSend(rtc::kSrtpAes128CmSha1_80, noSecret.data(), noSecret.size(), {});
+  });
 }
 
 void LibwebrtcEngine::makeFactory(bool includeLoopback) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <api/peer_connection_interface.h>
+#include <pc/srtp_session.h>
 #include <rtc_base/thread.h>
 
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include "platform/linux/LibwebrtcLog.h"
@@ -39,6 +41,7 @@ class LibwebrtcEngine {
   explicit LibwebrtcEngine(const PeerEngineOptions& options);
   void startThreads();
   void makeFactory(bool includeLoopback);
+  void keepSrtpReady();
   bool isOnOwnThread() const;
   static void end(LibwebrtcEngine* engine);
 
@@ -47,6 +50,8 @@ class LibwebrtcEngine {
   std::unique_ptr<rtc::Thread> worker_;
   std::unique_ptr<rtc::Thread> signaling_;
   rtc::scoped_refptr<webrtc::PeerConnectionFactoryInterface> factory_;
+  std::thread preparing_;
+  std::unique_ptr<cricket::SrtpSession> srtp_;  // that thread's, while it runs
 };
 
 }  // namespace tevanto

@@ -54,7 +54,8 @@ TEST_F(LibwebrtcPeerLife, startsThreeThreadsWithTheFirstPeerAndNoneWithTheNext) 
   ASSERT_TRUE(factory_.load());
   EXPECT_EQ(threads(), before);
   const auto first = PeerSide::make(factory_);
-  EXPECT_EQ(threads(), before + 3);
+  // A fourth prepares something and goes.
+  EXPECT_TRUE(eventually([&] { return threads() == before + 3; }));
   const auto second = PeerSide::make(factory_);
   EXPECT_EQ(threads(), before + 3);
 }
@@ -143,17 +144,17 @@ TEST_F(LibwebrtcPeerLife, answersOnlyTheCallsBeforeTheClose) {
 }
 
 TEST_F(LibwebrtcPeerLife, outlivesItsFactory) {
+  const auto before = threads();
   std::optional<LoadedPeers> factory(std::in_place, onLoopback());
   auto pair = connectedPair(*factory);
   ASSERT_TRUE(pair);
-  const auto before = threads();
   factory.reset();
   auto channel = pair.offerer->channel("tevanto");
   ASSERT_TRUE(channel->send(bytes("still here")));
   EXPECT_TRUE(eventually([&] { return pair.answerer->receivedCount("tevanto") == 1; }));
   pair = {};
   channel.reset();
-  EXPECT_TRUE(eventually([&] { return threads() == before - 3; }));
+  EXPECT_TRUE(eventually([&] { return threads() == before; }));
 }
 
 TEST_F(LibwebrtcPeerLife, endsItsThreadsWhenTheLastReferenceGoesOnOneOfThem) {
@@ -223,7 +224,7 @@ TEST_F(LibwebrtcPeerLife, leavesNothingBehindInTwoHundredCycles) {
   const auto resident = residentAfterTrim();
   for (int number = 0; number < 200; ++number) ASSERT_NO_FATAL_FAILURE(cycle());
   EXPECT_TRUE(eventually([&] { return test::openDescriptors() == descriptors; })) << test::openDescriptors();
-  EXPECT_EQ(threads(), tasks);
+  EXPECT_LE(threads(), tasks);
   // 10 KiB a cycle would be 2 MiB.
   EXPECT_LT(residentAfterTrim(), resident + test::kResidentFactor * (2 * 1024 * 1024) + test::kResidentSlack +
                                      test::kQuarantineBytes);
