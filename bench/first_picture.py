@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """How long it takes from the start of the phone's program until it has decoded its first picture of a computer on
 another network: directly, and through a TURN server. Relay, TURN server, companion and phone are the real programs, in
-networks of their own (Linux network namespaces). Prints one JSON object. Part of bench/run."""
+networks of their own (Linux network namespaces). The companion waits in its room each time: for a second and a half after
+a session's end it does not. Prints one JSON object. Part of bench/run."""
 import json
 import os
 import pathlib
@@ -35,15 +36,32 @@ class Display:
             os.environ["DISPLAY"] = ":" + numbers.readline().strip()
 
 
+class Waiting:
+    """Hears from the companion when it has come into its room, which it does after each session anew."""
+
+    def __init__(self, log):
+        self.times = threading.Semaphore(0)
+        threading.Thread(target=self.listen, args=[log], daemon=True).start()
+
+    def listen(self, log):
+        for line in log:
+            if "signaling open, announcing" in line:
+                self.times.release()
+
+    def wait(self):
+        if not self.times.acquire(timeout=120):
+            sys.exit("first_picture: the companion does not come into its room")
+
+
 def start_companion(folder, enter):
     os.environ.update(XDG_CONFIG_HOME=str(folder / "companion"), XDG_RUNTIME_DIR=str(folder), HOME=str(folder))
     companion = subprocess.Popen([*enter, PROGRAMS / "tevanto", "--headless", "--no-discovery", "--remote-port", "0",
                                   "--screen-port", "0"], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                 stderr=subprocess.DEVNULL)
+                                 stderr=subprocess.PIPE, text=True)
     if not eventually(lambda: run(PROGRAMS / "tevanto", "status", "--json").returncode == 0, 60):
         end([companion])
         sys.exit("first_picture: the companion does not start")
-    return companion, json.loads(run(PROGRAMS / "tevanto", "status", "--json").stdout)
+    return companion, Waiting(companion.stderr), json.loads(run(PROGRAMS / "tevanto", "status", "--json").stdout)
 
 
 class Phone:
@@ -65,7 +83,8 @@ class Phone:
             settings.write_text(json.dumps(kept))
 
     def look(self):
-        """Milliseconds from the start: the offer sent, the control channel open, the first picture decoded."""
+        """Milliseconds from the start: the offer sent, ICE connected, the control channel open, the first picture
+        decoded."""
         shutil.rmtree(self.used, ignore_errors=True)
         shutil.copytree(self.paired, self.used)
         picture = self.folder / "picture.png"
@@ -78,8 +97,8 @@ class Phone:
 
         def listen():
             for line in phone.stderr:
-                for name, text in (("offer", "sending offer"), ("open", "data channel ready"),
-                                   ("relayed", "selected route: TURN relay")):
+                for name, text in (("offer", "sending offer"), ("ice", "ice: connected"),
+                                   ("open", "data channel ready"), ("relayed", "selected route: TURN relay")):
                     if text in line:
                         seen.setdefault(name, (time.perf_counter() - started) * 1000)
 
@@ -95,8 +114,9 @@ class Phone:
         return seen
 
 
-def measure(phone, relayed):
+def measure(phone, waiting, relayed):
     """With forwarding the two networks see one another."""
+    waiting.wait()
     FORWARDING.write_text("0\n" if relayed else "1\n")
     seen = phone.look()
     if ("relayed" in seen) != relayed:
@@ -117,15 +137,16 @@ def main():
         servers = Servers(SERVER, folder / "servers")
         os.environ["TEVANTO_RELAY_URLS"] = servers.url
         networks = make_networks()
-        companion, status = start_companion(folder, networks[0].enter)
+        companion, waiting, status = start_companion(folder, networks[0].enter)
         phone = Phone(folder, networks[1].enter, status["deviceID"])
+        waiting.wait()
         phone.pair(status["pairingCode"])
         rounds = {"direct": [], "turn": []}
         for _ in range(ROUNDS):
-            rounds["direct"].append(measure(phone, relayed=False))
-            rounds["turn"].append(measure(phone, relayed=True))
+            rounds["direct"].append(measure(phone, waiting, relayed=False))
+            rounds["turn"].append(measure(phone, waiting, relayed=True))
         middle = {road: {name: sorted(one.get(name, 0) for one in seen)[len(seen) // 2]
-                         for name in ("offer", "open", "picture")} for road, seen in rounds.items()}
+                         for name in ("offer", "ice", "open", "picture")} for road, seen in rounds.items()}
         print(json.dumps(middle))
     finally:
         end([companion, *(network.holder for network in networks), display.server])
