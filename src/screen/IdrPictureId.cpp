@@ -140,13 +140,24 @@ std::optional<std::uint32_t> frameNumberBits(std::span<const std::byte> sps) {
   return count;
 }
 
-Bytes withId(std::span<const std::byte> slice, std::uint32_t frameNumberWidth, std::uint16_t id) {
+/// Where the bit is that ends a slice's data, its last 1 (7.3.2.11); 0 when there is none.
+std::size_t stopBitOf(std::span<const std::byte> bytes) {
+  while (!bytes.empty() && bytes.back() == std::byte{0}) bytes = bytes.first(bytes.size() - 1);
+  if (bytes.empty()) return 0;
+  return bytes.size() * 8 - 1 -
+         static_cast<std::size_t>(std::countr_zero(std::to_integer<unsigned>(bytes.back())));
+}
+
+/// Nothing when the slice ends within its header.
+std::optional<Bytes> withId(std::span<const std::byte> slice, std::uint32_t frameNumberWidth,
+                            std::uint16_t id) {
   const auto bytes = unescaped(slice.subspan(1));
   BitReader reader(bytes);
   for (int field = 0; field < 3; ++field) reader.golomb();  // first macroblock, type, picture parameter set
   reader.bits(frameNumberWidth);
   const auto before = reader.position();
   reader.golomb();
+  if (reader.position() > stopBitOf(bytes)) return std::nullopt;
   BitReader copied(bytes);
   BitWriter writer;
   while (copied.position() < before) writer.bit(copied.bit());
@@ -177,7 +188,9 @@ bool setIdrPictureId(AccessUnit& unit, std::uint16_t id) {
     if (length == 0 || length > left.size() - kLengthBytes) return false;
     const auto nal = left.subspan(kLengthBytes, length);
     if (nalUnitType(nal) == NalUnitType::idrSlice) {
-      appendUnit(out, nal.front(), withId(nal, *width, id));
+      const auto slice = withId(nal, *width, id);
+      if (!slice) return false;
+      appendUnit(out, nal.front(), *slice);
     } else {
       const auto whole = left.first(kLengthBytes + length);
       out.insert(out.end(), whole.begin(), whole.end());

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "phone/media/LibraryMirrorMedia.h"
+#include "screen/BigEndian.h"
 #include "tests/phone/PhoneFixture.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/EncodedVideo.h"
@@ -188,6 +189,32 @@ TEST_F(MirrorTest, asksForAKeyFrameAfterADamagedFrameAndGoesOn) {
   EXPECT_EQ(report.at("keyFrames"), 2);
   EXPECT_EQ(report.at("dropped"), 2);
   EXPECT_THAT(probe(file("a.mp4")), HasSubstr("nb_read_frames=4\n"));
+}
+
+// Several slices are decoded at the same time, and what is missing of a picture would go unnoticed.
+TEST_F(MirrorTest, asksForAKeyFrameWhenASliceIsMissing) {
+  const auto video = EncodedVideo::make(kMoving, 3, 100, 2);
+  const auto again = EncodedVideo::make(kMoving, 3, 100, 2);
+  const auto& whole = video.frames[2].data;
+  const auto first = whole.begin() + 4 + readBigEndian<std::uint32_t>(whole);
+  ASSERT_LT(first, whole.end()) << "there are two";
+  int asked = 0;
+  screen_.answer = [&](ScreenMessageType type) {
+    std::vector<Bytes> messages;
+    if (type == ScreenMessageType::hello) messages = video.messages(0, 2);
+    if (type == ScreenMessageType::keyframeRequest) messages = again.messages(0, ++asked == 1 ? 2 : 3);
+    if (type == ScreenMessageType::hello) {
+      messages.push_back(EncodedVideo::Frame{Bytes(whole.begin(), first), false}.message());
+    } else if (asked == 1 && !messages.empty()) {
+      messages.push_back(EncodedVideo::Frame{Bytes(first, whole.end()), false}.message());
+    }
+    return messages;
+  };
+  EXPECT_EQ(mirror({"--seconds", "3", "--stats", "--json"}), 0) << err();
+  EXPECT_EQ(screen_.count(ScreenMessageType::keyframeRequest), 2)
+      << "for the second slice, and for the first";
+  EXPECT_EQ(lastReport().at("frames"), 2 + 2 + 3);
+  EXPECT_EQ(lastReport().at("dropped"), 2);
 }
 
 TEST_F(MirrorTest, asksForAKeyFrameWhenTheStreamBeginsInTheMiddle) {

@@ -11,12 +11,13 @@
 namespace tevanto::test {
 namespace {
 
-std::string encode(const std::string& graph, int frames, int interval) {
+std::string encode(const std::string& graph, int frames, int interval, int slices) {
   const TemporaryFolder folder;
   const auto file = (folder / "video.h264").string();
   // With delimiters, which tell where a frame begins, and which are left out of what is sent.
   const auto parameters =
-      "aud=1:bframes=0:scenecut=0:threads=1:repeat-headers=1:keyint=" + std::to_string(interval);
+      "aud=1:bframes=0:scenecut=0:threads=1:repeat-headers=1:keyint=" + std::to_string(interval) +
+      ":slices=" + std::to_string(slices);
   const auto made = runProgram({"ffmpeg",
                                 "-nostdin",
                                 "-v",
@@ -63,10 +64,10 @@ std::vector<std::string> nalUnits(const std::string& stream) {
 
 }  // namespace
 
-EncodedVideo EncodedVideo::make(const std::string& graph, int frames, int interval) {
+EncodedVideo EncodedVideo::make(const std::string& graph, int frames, int interval, int slices) {
   constexpr int kIdr = 5, kSps = 7, kPps = 8, kDelimiter = 9;
   EncodedVideo video;
-  for (const auto& unit : nalUnits(encode(graph, frames, interval))) {
+  for (const auto& unit : nalUnits(encode(graph, frames, interval, slices))) {
     const int type = unit.empty() ? 0 : unit[0] & 0x1F;
     if (type == kDelimiter) video.frames.emplace_back();
     if (type == kSps) video.sps = bytesOf(unit);

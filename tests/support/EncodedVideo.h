@@ -22,8 +22,8 @@ struct EncodedVideo {
   std::vector<Frame> frames;
 
   /// `graph`: what is to be seen, in the language of ffmpeg's filters, such as "testsrc2=s=320x160:r=10".
-  /// A key frame every `interval` frames. Throws when it cannot be made.
-  static EncodedVideo make(const std::string& graph, int frames, int interval);
+  /// A key frame every `interval` frames, each of `slices` slices. Throws when it cannot be made.
+  static EncodedVideo make(const std::string& graph, int frames, int interval, int slices = 1);
 
   Bytes parameterSets() const;
   /// The parameter sets and the frames from `first` on, `count` of them.

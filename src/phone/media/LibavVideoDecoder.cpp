@@ -6,8 +6,12 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <utility>
 
 namespace tevanto::phone {
@@ -15,6 +19,14 @@ namespace {
 
 // No display comes near; a hostile parameter set must not make the decoder reserve gigabytes.
 constexpr std::int64_t kMaxPixels = std::int64_t{8192} * 8192;
+
+/// As many as the companion's pictures have slices; a picture of one slice is decoded by one thread.
+constexpr int kThreads = 2;
+
+constexpr int kMacroblock = 16;
+/// Brightness that no picture has side by side. It lies in each macroblock's place beforehand: with several
+/// threads the library does not tell which macroblocks were missing.
+constexpr std::array<std::uint8_t, 8> kUndecoded{1, 254, 3, 252, 2, 253, 0, 255};
 
 struct FreeFrame {
   void operator()(AVFrame* frame) const { av_frame_free(&frame); }
@@ -29,6 +41,37 @@ struct FreeScaler {
   void operator()(SwsContext* context) const { sws_freeContext(context); }
 };
 using Frame = std::unique_ptr<AVFrame, FreeFrame>;
+
+bool hasByteLuma(const AVFrame& frame) {
+  return frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
+}
+
+/// Calls `visit` with the first bytes of each macroblock's luma until it returns false; whether it never did.
+template <class Visit>
+bool forEachMacroblock(const AVFrame& frame, Visit visit) {
+  if (!hasByteLuma(frame)) return true;
+  for (int y = 0; y < frame.height; y += kMacroblock) {
+    auto* row = frame.data[0] + static_cast<std::ptrdiff_t>(y) * frame.linesize[0];
+    for (int x = 0; x + kMacroblock <= frame.width; x += kMacroblock) {
+      if (!visit(std::span<std::uint8_t, kUndecoded.size()>(row + x, kUndecoded.size()))) return false;
+    }
+  }
+  return true;
+}
+
+int markedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
+  const int code = avcodec_default_get_buffer2(context, frame, flags);
+  if (code < 0) return code;
+  forEachMacroblock(*frame, [](auto pixels) {
+    std::ranges::copy(kUndecoded, pixels.begin());
+    return true;
+  });
+  return code;
+}
+
+bool isWhole(const AVFrame& frame) {
+  return forEachMacroblock(frame, [](auto pixels) { return !std::ranges::equal(pixels, kUndecoded); });
+}
 
 bool isPlain420(const AVFrame& frame) {
   return frame.format == AV_PIX_FMT_YUV420P && frame.color_range != AVCOL_RANGE_JPEG &&
@@ -89,7 +132,9 @@ Result<std::unique_ptr<VideoDecoder>> LibavVideoDecoder::create() {
   if (!codec->context || !codec->packet) return Failure{"This system's libavcodec decodes no H.264."};
   auto& context = *codec->context;
   context.flags |= AV_CODEC_FLAG_LOW_DELAY;
-  context.thread_count = 1;  // threads by frame would each hold a picture back
+  context.thread_type = FF_THREAD_SLICE;  // threads by frame would each hold a picture back
+  context.thread_count = kThreads;
+  context.get_buffer2 = markedBuffer;
   context.max_pixels = kMaxPixels;
   context.err_recognition = AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE;
   if (avcodec_open2(&context, decoder, nullptr) < 0) return Failure{"The H.264 decoder cannot be opened."};
@@ -108,7 +153,8 @@ Result<std::optional<DecodedPicture>> LibavVideoDecoder::decode(std::span<const 
     const int received = avcodec_receive_frame(codec_->context.get(), frame.get());
     if (received == AVERROR(EAGAIN)) return latest;
     // The decoder conceals what is damaged and only notes it; it would go on as a smear.
-    if (received < 0 || frame->decode_error_flags || (frame->flags & AV_FRAME_FLAG_CORRUPT)) {
+    if (received < 0 || frame->decode_error_flags || (frame->flags & AV_FRAME_FLAG_CORRUPT) ||
+        !isWhole(*frame)) {
       return Failure{"damaged"};
     }
     latest = pictureOf(std::move(frame));

@@ -27,6 +27,8 @@ constexpr int kWideRange = 32;
 constexpr int kNarrowRange = 16;
 constexpr int kBt709 = 1;  // ITU-T H.264, tables E-3 to E-5
 constexpr std::size_t kLengthBytes = 4;
+/// A phone that decodes in software shares them out to its processors, and is done in half the time.
+constexpr int kSlices = 2;
 
 struct CloseEncoder {
   void operator()(x264_t* encoder) const { x264_encoder_close(encoder); }
@@ -78,6 +80,7 @@ void setStream(x264_param_t& parameters, const EncoderSettings& settings) {
 // a desktop and takes no time; without arithmetic coding it alone makes the stream Main.
 void setTools(x264_param_t& parameters) {
   parameters.i_threads = 1;
+  parameters.i_slice_count = kSlices;
   parameters.b_sliced_threads = 0;
   parameters.b_cabac = 0;
   parameters.b_deblocking_filter = 0;

@@ -56,7 +56,7 @@ TEST(IdrPictureId, theSlicesSaySoAndThePictureIsTheSame) {
       auto unit = encoder->encode(picture, true).value().value();
       const auto before = decoded(unit);
       ASSERT_TRUE(setIdrPictureId(unit, static_cast<std::uint16_t>(id)));
-      EXPECT_EQ(idsIn(*unit.sps, unit.data), std::vector<int>{id});
+      EXPECT_EQ(idsIn(*unit.sps, unit.data), (std::vector<int>{id, id})) << "both slices";
       EXPECT_EQ(decoded(unit).luma, before.luma) << id;
     }
   }
@@ -81,6 +81,16 @@ TEST(IdrPictureId, leavesOtherFramesAndOtherStreamsAsTheyAre) {
   EXPECT_TRUE(isLeft([](auto& unit) { (*unit.sps)[1] = std::byte{100}; })) << "High profile";
   EXPECT_TRUE(isLeft([](auto& unit) { (*unit.pps)[1] |= std::byte{0x20}; })) << "arithmetic coding";
   EXPECT_TRUE(isLeft([](auto& unit) { unit.data.resize(unit.data.size() - 1); })) << "cut short";
+  const auto isLeftWithSlice = [&](std::vector<std::byte> slice) {
+    return isLeft([&](auto& unit) {
+      unit.data.assign({std::byte{0}, std::byte{0}, std::byte{0}, static_cast<std::byte>(slice.size())});
+      unit.data.insert(unit.data.end(), slice.begin(), slice.end());
+    });
+  };
+  const std::byte header{0x65};
+  EXPECT_TRUE(isLeftWithSlice({header})) << "a slice without data";
+  EXPECT_TRUE(isLeftWithSlice({header, std::byte{0xFF}})) << "a slice that ends within its header";
+  EXPECT_TRUE(isLeftWithSlice({header, std::byte{0}, std::byte{0}})) << "a slice that never ends";
 }
 
 // After each pause the encoder is begun anew, and counts from 0 again.

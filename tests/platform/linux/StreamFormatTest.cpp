@@ -52,7 +52,7 @@ TEST_F(StreamFormat, theStreamSaysMainProfileAndItsColours) {
   }
 }
 
-TEST_F(StreamFormat, aFrameIsOneSliceWithSeiAtMostInFront) {
+TEST_F(StreamFormat, aFrameIsTwoSlicesWithSeiAtMostInFront) {
   test::EncoderPictures pictures(PixelFormat::nv12, 640, 480);
   auto stream = makeStream(640, 480);
   for (int i = 0; i < 130; ++i) stream.encode(pictures.text(i * 7), i * 66ms, i == 40);
@@ -68,7 +68,7 @@ TEST_F(StreamFormat, aFrameIsOneSliceWithSeiAtMostInFront) {
     EXPECT_EQ(nalUnitType(*frame.sps), NalUnitType::sps);
     EXPECT_EQ(nalUnitType(*frame.pps), NalUnitType::pps);
   }
-  EXPECT_EQ(slices, 130);
+  EXPECT_EQ(slices, 2 * 130);
 }
 
 TEST_F(StreamFormat, ffprobePlaysItAsMainProfileInBt709) {
