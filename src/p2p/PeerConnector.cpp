@@ -201,13 +201,17 @@ void PeerConnector::signalCame(const SignalMessage& message, bool viaCloud) {
 
 void PeerConnector::dispatchSignal(const SignalMessage& message, bool viaCloud) {
   if (message.type == "hello") return negotiation_->replay("peer joined");
-  if (message.type == "offer") {
-    hasBeenOffered_ = true;
-    return negotiation_->offered(message, viaCloud);
-  }
+  if (message.type == "offer") return offered(message, viaCloud);
   if (message.type == "answer") return negotiation_->answered(message, viaCloud);
   if (message.type == "ice") return negotiation_->candidateCame(message);
   if (message.type == "bye") otherSideLeft();
+}
+
+void PeerConnector::offered(const SignalMessage& offer, bool viaCloud) {
+  hasBeenOffered_ = true;
+  negotiation_->offered(offer, viaCloud);
+  // The record of a phone that the relay has brought here already.
+  if (viaCloud && channelEverReady_) roads_.concludeCloud();
 }
 
 void PeerConnector::otherSideLeft() {

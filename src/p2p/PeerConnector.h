@@ -103,6 +103,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void startCloudUnlessConnected();
   void signalCame(const SignalMessage& message, bool viaCloud);
   void dispatchSignal(const SignalMessage& message, bool viaCloud);
+  void offered(const SignalMessage& offer, bool viaCloud);
   void otherSideLeft();
 
   bool buildSession();

@@ -103,6 +103,14 @@ TEST_F(WebRTCTransportCloudRecords, aRecordThatHasLedToAConnectionIsConcluded) {
   EXPECT_EQ(cloud->conclusions, 1);
 }
 
+TEST_F(WebRTCTransportCloudRecords, soIsTheRecordOfAPhoneThatTheRelayHasBrought) {
+  startConnectedAnswerer();
+  signalViaCloud(offerSignal("O"));
+  EXPECT_EQ(cloud->conclusions, 1);
+  signalViaCloud(offerSignal("another phone's"));
+  EXPECT_EQ(cloud->conclusions, 1);
+}
+
 TEST_F(WebRTCTransportCloudRecords, aRecordThatHadNoPartInTheConnectionIsNot) {
   startConnectedAnswerer();
   EXPECT_EQ(cloud->conclusions, 0);
