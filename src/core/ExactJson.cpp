@@ -3,9 +3,10 @@
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/value.hpp>
 #include <boost/json/value_stack.hpp>
-#include <charconv>
 #include <cstdint>
 #include <string>
+
+#include "core/Decimals.h"
 
 namespace tevanto {
 namespace {
@@ -71,7 +72,7 @@ class Builder {
   bool on_double(double, json::string_view rest, Error& error) {
     number_.append(rest.data(), rest.size());
     double exact = 0;
-    const auto [end, failed] = std::from_chars(number_.data(), number_.data() + number_.size(), exact);
+    const auto [end, failed] = fromChars(number_.data(), number_.data() + number_.size(), exact);
     const bool whole = failed == std::errc() && end == number_.data() + number_.size();
     number_.clear();
     if (whole) {

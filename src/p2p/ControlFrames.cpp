@@ -55,13 +55,13 @@ bool forEachMessageChunk(std::span<const std::byte> document, std::uint32_t mess
   std::vector<std::byte> frame(kMessageChunkHeaderBytes +
                                std::min(document.size(), kMessageChunkPayloadBytes));
   frame[0] = kChunkTag;
-  std::ranges::copy(bigEndian(messageID), frame.begin() + 1);
-  std::ranges::copy(bigEndian(*count), frame.begin() + 7);
+  writeBigEndian(messageID, frame.begin() + 1);
+  writeBigEndian(*count, frame.begin() + 7);
   for (std::uint16_t index = 0; index < *count; ++index) {
     const auto rest = document.subspan(index * kMessageChunkPayloadBytes);
     const auto payload = rest.first(std::min(rest.size(), kMessageChunkPayloadBytes));
-    std::ranges::copy(bigEndian(index), frame.begin() + 5);
-    std::ranges::copy(payload, frame.begin() + kMessageChunkHeaderBytes);
+    writeBigEndian(index, frame.begin() + 5);
+    std::copy(payload.begin(), payload.end(), frame.begin() + kMessageChunkHeaderBytes);
     if (!visit(std::span(frame).first(kMessageChunkHeaderBytes + payload.size()))) return false;
   }
   return true;

@@ -1,9 +1,10 @@
 #include "remote/RemoteMessage.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
+
+#include "core/Decimals.h"
 
 namespace tevanto {
 namespace {
@@ -15,8 +16,7 @@ constexpr std::array<std::string_view, 4> kModifierNames = {"shift", "option", "
 std::string decimalText(double value) {
   if (!std::isfinite(value)) return "0.0";
   std::array<char, 512> digits;  // the longest is -2.2250738585072014e-308, some 330 characters
-  const auto end =
-      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed).ptr;
+  const auto end = toFixedChars(digits.data(), digits.data() + digits.size(), value).ptr;
   std::string text(digits.data(), end);
   if (text.find('.') == std::string::npos) text += ".0";
   return text;

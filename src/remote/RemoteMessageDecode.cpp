@@ -1,9 +1,9 @@
 #include <boost/json/basic_parser_impl.hpp>
-#include <charconv>
 #include <cmath>
 #include <exception>
 #include <limits>
 
+#include "core/Decimals.h"
 #include "remote/RemoteMessageCodec.h"
 #include "remote/RemoteMessageFields.h"
 
@@ -110,7 +110,7 @@ class MessageBuilder {
   bool on_double(double rough, json::string_view text, error_code& error) {
     if (skips()) return true;
     double exact = 0;
-    const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), exact);
+    const auto [end, fault] = fromChars(text.data(), text.data() + text.size(), exact);
     if (fault == std::errc::result_out_of_range) exact = rough;
     if (auto* number = slot<std::optional<double>>()) {
       *number = exact;

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "core/Decimals.h"
 #include "remote/RemoteMessageCodec.h"
 #include "remote/RemoteMessageFields.h"
 
@@ -78,21 +79,18 @@ bool append(std::string_view text, std::string& out) {
 
 bool append(const std::string& text, std::string& out) { return append(std::string_view(text), out); }
 
-template <class Number>
-void appendDigits(Number value, std::string& out) {
-  std::array<char, 32> digits;
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-  out.append(digits.data(), end);
-}
+using Digits = std::array<char, 32>;
 
 bool append(double value, std::string& out) {
   if (!std::isfinite(value)) return false;
-  appendDigits(value, out);
+  Digits digits;
+  out.append(digits.data(), toChars(digits.data(), digits.data() + digits.size(), value).ptr);
   return true;
 }
 
 bool append(std::int64_t value, std::string& out) {
-  appendDigits(value, out);
+  Digits digits;
+  out.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
   return true;
 }
 

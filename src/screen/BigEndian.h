@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,13 @@ std::array<std::byte, sizeof(Integer)> bigEndian(Integer value) {
     bytes[i] = static_cast<std::byte>((value >> (8 * (sizeof(Integer) - 1 - i))) & 0xFF);
   }
   return bytes;
+}
+
+/// Over what lies at `place`.
+template <class Integer, class Iterator>
+void writeBigEndian(Integer value, Iterator place) {
+  const auto bytes = bigEndian(value);
+  std::copy(bytes.begin(), bytes.end(), place);
 }
 
 }  // namespace tevanto

@@ -72,7 +72,8 @@ std::size_t FrameExtractor::missingBytes() const {
 void FrameExtractor::reserve(std::size_t bytes) {
   if (bytes <= capacity_) return;
   const auto capacity = std::max(bytes, std::min(2 * capacity_, kHeaderBytes + kMaxFrameBytes));
-  auto memory = std::make_shared_for_overwrite<std::byte[]>(capacity);
+  // Not make_shared, which would write zeros over all of it first.
+  std::shared_ptr<std::byte[]> memory(new std::byte[capacity]);
   if (filled_ > 0) std::memcpy(memory.get(), memory_.get(), filled_);
   memory_ = std::move(memory);
   capacity_ = capacity;

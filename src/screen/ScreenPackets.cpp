@@ -19,13 +19,13 @@ bool forEachPacket(std::span<const std::byte> message, std::uint32_t packetID,
   if (message.empty() || message.size() > kMaxScreenMessageBytes) return false;
   const auto count = (message.size() + kScreenPacketPayloadBytes - 1) / kScreenPacketPayloadBytes;
   std::array<std::byte, kScreenPacketHeaderBytes + kScreenPacketPayloadBytes> packet;
-  std::ranges::copy(bigEndian(packetID), packet.begin());
-  std::ranges::copy(bigEndian(static_cast<std::uint16_t>(count)), packet.begin() + 6);
+  writeBigEndian(packetID, packet.begin());
+  writeBigEndian(static_cast<std::uint16_t>(count), packet.begin() + 6);
   for (std::size_t index = 0; index < count; ++index) {
     const auto rest = message.subspan(index * kScreenPacketPayloadBytes);
     const auto payload = rest.first(std::min(rest.size(), kScreenPacketPayloadBytes));
-    std::ranges::copy(bigEndian(static_cast<std::uint16_t>(index)), packet.begin() + 4);
-    std::ranges::copy(payload, packet.begin() + kScreenPacketHeaderBytes);
+    writeBigEndian(static_cast<std::uint16_t>(index), packet.begin() + 4);
+    std::copy(payload.begin(), payload.end(), packet.begin() + kScreenPacketHeaderBytes);
     if (!visit(std::span(packet).first(kScreenPacketHeaderBytes + payload.size()))) return false;
   }
   return true;

@@ -70,7 +70,7 @@ std::size_t WebRTCScreenPacketAssembler::Partial::byteCountWith(const ScreenPack
 void WebRTCScreenPacketAssembler::Partial::store(const ScreenPacket& packet) {
   auto& chunk = chunks_[packet.index];
   if (chunk.size == packet.payload.size()) {
-    std::ranges::copy(packet.payload, bytes_.begin() + chunk.offset);
+    std::copy(packet.payload.begin(), packet.payload.end(), bytes_.begin() + chunk.offset);
     return;
   }
   if (chunk.size > 0) remove(chunk);

@@ -45,7 +45,9 @@ std::string binary() {
   return bytes + std::string(7, '\0') + table;
 }
 
-Result<InfoPlist> parse(const std::string& text) { return InfoPlist::parse(std::as_bytes(std::span(text))); }
+Result<InfoPlist> parse(const std::string& text) {
+  return InfoPlist::parse(std::as_bytes(std::span(text.data(), text.size())));
+}
 
 TEST(InfoPlist, readsStringsAndArraysOfThemFromXml) {
   const auto parsed =

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <bit>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "core/Decimals.h"
 #include "tests/support/RecordingFileSystem.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/TemporaryFolder.h"
@@ -288,9 +288,9 @@ TEST_F(JsonDefaults, doublesStayTheSameThroughManyWrites) {
   auto text = std::string("{");
   for (std::size_t i = 0; i < values.size(); ++i) {
     char digits[40];
-    const auto end =
-        std::to_chars(digits, digits + sizeof digits, values[i], std::chars_format::scientific).ptr;
-    text += "\"" + std::to_string(i) + "\":" + std::string(digits, end) + ",";
+    std::string number(digits, toChars(digits, digits + sizeof digits, values[i]).ptr);
+    if (number.find_first_of(".e") == std::string::npos) number += ".0";  // else an integer
+    text += "\"" + std::to_string(i) + "\":" + number + ",";
   }
   fs::create_directory(file_.parent_path());
   fill(file_, text + "\"n\":0}");

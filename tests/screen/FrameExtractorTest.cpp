@@ -107,7 +107,7 @@ std::size_t receiveAll(Collector& collector, std::span<const std::byte> stream, 
       collector.take(part);
       continue;
     }
-    std::ranges::copy(part, room.bytes.begin());
+    std::copy(part.begin(), part.end(), room.bytes.begin());
     collector.extractor.takeFromRoom(part.size(), [&](std::span<const std::byte> payload) {
       collector.frames.push_back(test::copyOf(payload));
       return true;

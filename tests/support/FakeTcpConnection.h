@@ -93,9 +93,9 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     inbox_.erase(0, bytes.size());
     const bool last = bytes.empty();
     const auto room = std::exchange(room_, {});
-    auto arrived = std::as_bytes(std::span(bytes));
+    auto arrived = std::as_bytes(std::span(bytes.data(), bytes.size()));
     if (!room.bytes.empty()) {
-      std::ranges::copy(arrived, room.bytes.begin());
+      std::copy(arrived.begin(), arrived.end(), room.bytes.begin());
       arrived = room.bytes.first(bytes.size());
     }
     if (onReceive_ && !released_) onReceive_({.bytes = arrived, .endOfStream = last, .error = {}});
