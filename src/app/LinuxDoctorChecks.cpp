@@ -19,8 +19,8 @@
 #include "core/Uuid.h"
 #include "platform/linux/AvahiServiceAdvertiser.h"
 #include "platform/linux/AvahiServiceBrowser.h"
+#include "platform/linux/LoadedAudio.h"
 #include "platform/linux/LogindSleepAssertions.h"
-#include "platform/linux/PulseAudioOutput.h"
 #include "platform/linux/XPointerWindow.h"
 #include "platform/linux/XServerLink.h"
 #include "platform/linux/XTestInputEvents.h"
@@ -113,7 +113,7 @@ Attempt tryDiscovery() {
 }
 
 Attempt tryVolume() {
-  const auto volume = PulseAudioOutput().volume();
+  const auto volume = LoadedAudio().volume();
   if (volume) return "the volume is " + std::to_string(volume.value()) + " %";
   return Failure{"The volume cannot be read (" + volume.error() +
                  "); start PulseAudio or PipeWire in this session."};

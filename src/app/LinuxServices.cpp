@@ -21,10 +21,10 @@
 #include "platform/linux/DesktopWorkspace.h"
 #include "platform/linux/LinuxRoad.h"
 #include "platform/linux/LinuxScriptHost.h"
+#include "platform/linux/LoadedAudio.h"
 #include "platform/linux/LogindSession.h"
 #include "platform/linux/LogindSleepAssertions.h"
 #include "platform/linux/MprisMediaKeys.h"
-#include "platform/linux/PulseAudioOutput.h"
 #include "platform/linux/SysfsPowerSources.h"
 #include "platform/linux/UPowerSources.h"
 #include "platform/linux/X11DisplayCapture.h"
@@ -99,7 +99,7 @@ struct LinuxServices::Parts {
   std::shared_ptr<DesktopKeyStrokes> events;
   DesktopPreferences preferences;
   DesktopWorkspace workspace;
-  PulseAudioOutput audio;
+  LoadedAudio audio;
   LogindSession session;
   MprisMediaKeys mediaKeys;
   LinuxScriptHost scripts;

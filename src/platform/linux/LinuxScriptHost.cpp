@@ -2,8 +2,8 @@
 
 #include <charconv>
 
+#include "platform/linux/AudioOutput.h"
 #include "platform/linux/LogindSession.h"
-#include "platform/linux/PulseAudioOutput.h"
 
 namespace tevanto {
 namespace {
@@ -37,12 +37,12 @@ std::optional<int> percentage(std::string_view digits) {
   return value;
 }
 
-ScriptResult setVolume(PulseAudioOutput& audio, std::string_view argument) {
+ScriptResult setVolume(AudioOutput& audio, std::string_view argument) {
   const auto percent = percentage(argument);
   return percent ? outcome(audio.setVolume(*percent)) : badScript();
 }
 
-ScriptResult setMuted(PulseAudioOutput& audio, std::string_view argument) {
+ScriptResult setMuted(AudioOutput& audio, std::string_view argument) {
   if (argument != "true" && argument != "false") return badScript();
   return outcome(audio.setMuted(argument == "true"));
 }
@@ -56,7 +56,7 @@ ScriptResult systemEvent(LogindSession& session, std::string_view action) {
 
 }  // namespace
 
-LinuxScriptHost::LinuxScriptHost(PulseAudioOutput& audio, LogindSession& session)
+LinuxScriptHost::LinuxScriptHost(AudioOutput& audio, LogindSession& session)
     : audio_(audio), session_(session) {}
 
 ScriptResult LinuxScriptHost::run(std::string_view source) {

@@ -5,17 +5,17 @@
 namespace tevanto {
 
 class LogindSession;
-class PulseAudioOutput;
+class AudioOutput;
 
 /// Carries out the product's handful of scripts, word for word, by the audio server and the login service;
 /// every other text is a "bad script".
 class LinuxScriptHost final : public ScriptHost {
  public:
-  LinuxScriptHost(PulseAudioOutput& audio, LogindSession& session);
+  LinuxScriptHost(AudioOutput& audio, LogindSession& session);
   ScriptResult run(std::string_view source) override;
 
  private:
-  PulseAudioOutput& audio_;
+  AudioOutput& audio_;
   LogindSession& session_;
 };
 

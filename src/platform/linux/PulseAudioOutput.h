@@ -5,31 +5,28 @@
 #include <string>
 
 #include "core/Result.h"
+#include "platform/linux/AudioOutput.h"
 
 namespace tevanto {
 
 /// Volume and mute of the default sink, through the protocol that PulseAudio and PipeWire both serve. It
 /// connects on demand, never starts a server, and keeps the connection: without a thread or a subscription it
 /// costs nothing while unused, and a server that went away is noticed, and connected to anew, with the next
-/// call. A call takes milliseconds, and at most `kTimeoutSeconds` with a server that hangs. May be called
-/// from any thread, one call at a time. Failures are short texts for the phone.
-class PulseAudioOutput {
+/// call. A call takes milliseconds, and at most `kTimeoutSeconds` with a server that hangs.
+class PulseAudioOutput final : public AudioOutput {
  public:
   static constexpr int kTimeoutSeconds = 2;
 
   /// `server` as PULSE_SERVER takes it; empty: as the environment says.
   explicit PulseAudioOutput(std::string server = {});
-  ~PulseAudioOutput();
+  ~PulseAudioOutput() override;
   PulseAudioOutput(const PulseAudioOutput&) = delete;
   PulseAudioOutput& operator=(const PulseAudioOutput&) = delete;
 
-  /// The volume of the loudest channel, 0 to 100 percent of the reference volume; louder ones count as 100.
-  Result<int> volume();
-  /// Sets the loudest channel to `percent`, 0 to 100, and the others in proportion, so that the balance
-  /// stays.
-  Result<void> setVolume(int percent);
-  Result<bool> isMuted();
-  Result<void> setMuted(bool muted);
+  Result<int> volume() override;
+  Result<void> setVolume(int percent) override;
+  Result<bool> isMuted() override;
+  Result<void> setMuted(bool muted) override;
 
  private:
   class Connection;

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "core/Result.h"
+
+namespace tevanto {
+
+/// Volume and mute of the output that the user hears. May be called from any thread, one call at a time.
+/// Failures are short texts for the phone.
+class AudioOutput {
+ public:
+  virtual ~AudioOutput() = default;
+
+  /// The volume of the loudest channel, 0 to 100 percent of the reference volume; louder ones count as 100.
+  virtual Result<int> volume() = 0;
+  /// Sets the loudest channel to `percent`, 0 to 100, and the others in proportion, so that the balance
+  /// stays.
+  virtual Result<void> setVolume(int percent) = 0;
+  virtual Result<bool> isMuted() = 0;
+  virtual Result<void> setMuted(bool muted) = 0;
+};
+
+}  // namespace tevanto
