@@ -90,14 +90,15 @@ void QtFace::present(FaceSubject subject) {
       subject_->operations, subject_->links);
   views_ = std::make_unique<CompanionViews>(*model_, std::move(engine_));
   panel_ = std::make_unique<PanelWindow>(*model_, *views_);
+  tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
   // Where no window comes, or one that nobody can see.
   QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
 }
 
 void QtFace::showIcons() {
-  if (tray_) return;
+  if (std::exchange(showsIcons_, true)) return;
   QApplication::setWindowIcon(QIcon::fromTheme(kApplicationIdentifier));
-  tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
+  tray_->lookForTray();
 }
 
 std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,

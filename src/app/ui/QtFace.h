@@ -61,6 +61,7 @@ class QtFace final : public Face {
   std::unique_ptr<QQuickView> setupView_;
   std::unique_ptr<PanelWindow> panel_;
   std::unique_ptr<TrayIcon> tray_;
+  bool showsIcons_ = false;
   std::atomic<bool> stopping_ = false;
 };
 

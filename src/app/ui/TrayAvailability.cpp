@@ -70,9 +70,10 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
       managerAtom_ = atom(connection, "MANAGER");
       qGuiApp->installNativeEventFilter(this);
     }
-    lookSoon();
   }
   ~Watch() override { qGuiApp->removeNativeEventFilter(this); }
+
+  void lookSoon() { soon_.start(); }
 
  private:
   bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override {
@@ -83,7 +84,6 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
     return false;
   }
 
-  void lookSoon() { soon_.start(); }
   void look() {
     const auto kind = current();
     if (kind == Kind::none || !found_) return;
@@ -106,6 +106,10 @@ TrayAvailability::Kind TrayAvailability::current() {
 
 void TrayAvailability::await(std::function<void(Kind)> found) {
   watch_ = std::make_unique<Watch>(std::move(found));
+}
+
+void TrayAvailability::lookSoon() {
+  if (watch_) watch_->lookSoon();
 }
 
 }  // namespace tevanto

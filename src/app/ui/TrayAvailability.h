@@ -19,8 +19,10 @@ class TrayAvailability {
 
   /// Asks the desktop.
   static Kind current();
-  /// Calls `found` once, as soon as there is a tray; at once where there is one.
+  /// Calls `found` once, as soon as a tray comes up, or with `lookSoon` where there is one already.
   void await(std::function<void(Kind)> found);
+  /// Asks the desktop with the loop's next turn.
+  void lookSoon();
 
  private:
   class Watch;

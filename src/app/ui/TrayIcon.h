@@ -23,6 +23,9 @@ class TrayIcon {
   TrayIcon(const TrayIcon&) = delete;
   TrayIcon& operator=(const TrayIcon&) = delete;
 
+  /// Into a tray that is there already; into others it comes by itself.
+  void lookForTray() { availability_.lookSoon(); }
+
  private:
   void appear();
   void fillMenu();
