@@ -11,6 +11,10 @@ namespace {
 // brings more; little against the 64 KiB at which frames begin to be dropped.
 constexpr std::size_t kSendBuffer = 64 * 1024;
 constexpr std::size_t kRefillBelow = 32 * 1024;
+// What the other side may have in flight to us: 20 Mbit/s over a way of 200 ms. For each acknowledgement the
+// sender goes through all of it, and in a build of the library with its own checks more than once: 5 MiB, its
+// default, keep a processor busy with 4 MB/s where nothing is lost.
+constexpr std::size_t kReceiveWindow = 512 * 1024;
 
 class ShallowSocketFactory final : public dcsctp::DcSctpSocketFactory {
  public:
@@ -21,6 +25,7 @@ class ShallowSocketFactory final : public dcsctp::DcSctpSocketFactory {
     auto shallow = options;
     shallow.max_send_buffer_size = kSendBuffer;
     shallow.total_buffered_amount_low_threshold = kRefillBelow;
+    shallow.max_receiver_window_buffer_size = kReceiveWindow;
     return dcsctp::DcSctpSocketFactory::Create(logPrefix, callbacks, std::move(observer), shallow);
   }
 };
