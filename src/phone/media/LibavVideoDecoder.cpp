@@ -63,14 +63,15 @@ int markedBuffer(AVCodecContext* context, AVFrame* frame, int flags) {
   const int code = avcodec_default_get_buffer2(context, frame, flags);
   if (code < 0) return code;
   forEachMacroblock(*frame, [](auto pixels) {
-    std::ranges::copy(kUndecoded, pixels.begin());
+    std::copy(kUndecoded.begin(), kUndecoded.end(), pixels.begin());
     return true;
   });
   return code;
 }
 
 bool isWhole(const AVFrame& frame) {
-  return forEachMacroblock(frame, [](auto pixels) { return !std::ranges::equal(pixels, kUndecoded); });
+  return forEachMacroblock(
+      frame, [](auto pixels) { return !std::equal(pixels.begin(), pixels.end(), kUndecoded.begin()); });
 }
 
 bool isPlain420(const AVFrame& frame) {

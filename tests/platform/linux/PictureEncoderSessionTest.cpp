@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "screen/H264Encoder.h"
 #include "tests/platform/linux/PictureEncoderSessionFixture.h"
 #include "tests/support/EncoderPictures.h"
@@ -288,28 +286,6 @@ TEST_F(PictureEncoderSessionTest, aChangeOfSizeBeginsAnewWithAKeyFrame) {
                     std::chrono::milliseconds(66 * output.size()), width, 240);
   }
   EXPECT_EQ(output, (std::vector<std::string>{"640", "key", "delta", "320", "key", "delta", "640", "key"}));
-}
-
-TEST_F(PictureEncoderSessionTest, mayBeInvalidatedWhileItEncodes) {
-  test::EncoderPictures pictures(PixelFormat::i420, 320, 240);
-  const auto picture = pictures.text(0);
-  for (int round = 0; round < 20; ++round) {
-    const auto session = factory_.create(320, 240, VideoCodec::h264).value();
-    session->prepareToEncodeFrames();
-    std::atomic<int> outputs = 0;
-    std::thread capture([&] {
-      for (int i = 0; i < 30; ++i) {
-        session->encodeFrame(picture, i * 66ms, {}, [&](EncodeStatus, const EncodedSample*) { ++outputs; });
-      }
-    });
-    while (outputs < round) std::this_thread::yield();  // ends at another frame each round
-    session->invalidate();
-    capture.join();
-    EXPECT_GE(outputs, round);
-    const int before = outputs;
-    session->encodeFrame(picture, 9s, {}, [&](EncodeStatus, const EncodedSample*) { ++outputs; });
-    EXPECT_EQ(outputs, before);
-  }
 }
 
 TEST_F(PictureEncoderSessionTest, mayBeDestroyedWithinItsOutput) {

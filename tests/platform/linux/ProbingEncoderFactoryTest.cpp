@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "platform/linux/PictureEncoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
 #include "tests/support/EncodedStream.h"
@@ -76,15 +74,6 @@ TEST(ProbingEncoderFactory, triesTheHardwareFirstAndIsQuietAboutIt) {
     EXPECT_EQ(refusals[i].encoder, order[i]);
     EXPECT_FALSE(refusals[i].reason.empty());
   }
-}
-
-TEST(ProbingEncoderFactory, aThreadMayAskWhileAnotherTries) {
-  const ProbingEncoderFactory factory(Logger(), {"h264_of_nobody", "libx264"});
-  std::vector<std::thread> threads;
-  std::atomic<int> same = 0;
-  for (int i = 0; i < 4; ++i) threads.emplace_back([&] { same += factory.encoderName() == "libx264"; });
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(same, 4);
 }
 
 }  // namespace
