@@ -4,15 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <future>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "app/DiscoveryCheck.h"
 #include "app/LinuxScreenCheck.h"
 #include "app/PortCheck.h"
 #include "core/EventLoop.h"
@@ -29,8 +28,6 @@ namespace tevanto {
 namespace {
 
 using Attempt = Result<std::string>;
-
-constexpr auto kServiceType = "_tevanto-doctor._tcp";
 
 std::string displayText() {
   const char* display = std::getenv("DISPLAY");
@@ -69,47 +66,21 @@ Attempt tryPointer() {
   return std::string("a pointer event arrived in a window of our own");
 }
 
-bool awaitAdvertised(ServiceAdvertiser& advertiser, const ServiceDescription& service,
-                     ServiceAdvertiser::Registration& registration, std::string& message) {
-  struct Outcome {
-    std::promise<AdvertisingStatus> promise;
-    std::atomic_flag told;
-  };
-  auto outcome = std::make_shared<Outcome>();
-  auto status = outcome->promise.get_future();
-  registration = advertiser.advertise(service, [outcome](const AdvertisingStatus& now) {
-    if (now.state != AdvertisingState::pending && !outcome->told.test_and_set())
-      outcome->promise.set_value(now);
+Result<bool> resolves(const ServiceDescription& service) {
+  const auto found = makeAvahiServiceBrowser()->browse(service.type, std::chrono::seconds(4));
+  if (!found) return Failure{found.error()};
+  const auto& identifier = service.txt.front().second;
+  return std::any_of(found.value().begin(), found.value().end(), [&](const FoundService& each) {
+    const auto id = each.txt.find("id");
+    return id != each.txt.end() && id->second == identifier && each.port == service.port;
   });
-  if (status.wait_for(std::chrono::seconds(8)) != std::future_status::ready) return false;
-  const auto now = status.get();
-  message = now.message;
-  return now.state == AdvertisingState::advertised;
 }
 
-Attempt tryDiscovery() {
-  const auto identifier = randomUuid();
-  const ServiceDescription service{
-      "Tevanto doctor " + identifier.substr(0, 8), kServiceType, 9, {{"id", identifier}}};
+Attempt tryAvahi() {
   AvahiServiceAdvertiser advertiser;
-  ServiceAdvertiser::Registration registration;
-  std::string message;
-  if (!awaitAdvertised(advertiser, service, registration, message)) {
-    return Failure{"Phones cannot find this computer by itself" +
-                   (message.empty() ? "" : " (" + message + ")") +
-                   "; start the Avahi daemon (systemctl start avahi-daemon), or connect with --host."};
-  }
-  const auto found = makeAvahiServiceBrowser()->browse(kServiceType, std::chrono::seconds(4));
-  if (!found) return Failure{"The local network cannot be browsed: " + found.error()};
-  const bool resolved =
-      std::any_of(found.value().begin(), found.value().end(), [&](const FoundService& each) {
-        const auto id = each.txt.find("id");
-        return id != each.txt.end() && id->second == identifier && each.port == service.port;
-      });
-  if (resolved) return std::string("our own record was advertised and resolved");
-  return Failure{
-      "A record of ours is advertised but cannot be resolved; check that the firewall lets multicast "
-      "DNS (UDP port 5353) through."};
+  return tryDiscovery({advertiser, resolves,
+                       "start the Avahi daemon (systemctl start avahi-daemon), or connect with --host",
+                       "check that the firewall lets multicast DNS (UDP port 5353) through"});
 }
 
 Attempt tryVolume() {
@@ -162,7 +133,7 @@ std::vector<DoctorCheck> linuxDoctorChecks(std::uint16_t remotePort, std::uint16
   return {{"pointer", tryPointer},
           {"screen", tryScreenCapture},
           {"encoder", tryEncoders},
-          {"discovery", tryDiscovery},
+          {"discovery", tryAvahi},
           {"volume", tryVolume},
           {"keep awake", trySleepInhibitor},
           {"control port", [=] { return tryPort(remotePort, "--remote-port"); }},

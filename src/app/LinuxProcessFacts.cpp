@@ -11,6 +11,8 @@ bool isOfSameUser(int socket) {
   return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == ::geteuid();
 }
 
+std::filesystem::path runtimeParent() { return "/tmp"; }
+
 std::optional<std::filesystem::path> ownExecutable() {
   std::error_code error;
   auto file = std::filesystem::read_symlink("/proc/self/exe", error);

@@ -2,11 +2,19 @@
 
 #include <string>
 
+#include "app/DiscoveryCheck.h"
 #include "app/PortCheck.h"
+#include "control/ScriptHost.h"
+#include "core/Uuid.h"
+#include "platform/macos/AppleScriptHost.h"
 #include "platform/macos/AxAccessibilityPermission.h"
+#include "platform/macos/BonjourResolution.h"
+#include "platform/macos/BonjourServiceAdvertiser.h"
+#include "platform/macos/CfUserDefaults.h"
 #include "platform/macos/CoreGraphicsScreenPermission.h"
 #include "platform/macos/IoKitSleepAssertions.h"
 #include "platform/macos/SmAppServiceLoginItem.h"
+#include "platform/macos/VideoToolboxEncoder.h"
 
 namespace tevanto {
 namespace {
@@ -25,6 +33,42 @@ Attempt tryScreenRecording() {
   return Failure{
       "The screen cannot be mirrored; allow Tevanto under System Settings, Privacy & Security, Screen "
       "Recording, and start it again."};
+}
+
+Attempt tryEncoder() {
+  const auto session = VideoToolboxEncoder().create(1280, 720, VideoCodec::h264);
+  if (!session) return Failure{"The screen cannot be encoded: " + session.error() + "."};
+  session.value()->invalidate();
+  return std::string("VideoToolbox encodes H.264");
+}
+
+Attempt tryBonjour() {
+  BonjourServiceAdvertiser advertiser;
+  return tryDiscovery(
+      {advertiser,
+       [](const ServiceDescription& service) { return bonjourResolves(service, std::chrono::seconds(4)); },
+       "allow Tevanto under System Settings, Privacy & Security, Local Network, or connect with --host",
+       "check that no firewall or filter keeps multicast DNS (UDP port 5353) back"});
+}
+
+/// On the main thread, as every script.
+Attempt tryVolume() {
+  const auto result = AppleScriptHost::runHere(script::kOutputVolume);
+  if (!result.success) return Failure{"The volume cannot be read: " + result.errorMessage + "."};
+  const auto* volume = result.value ? std::get_if<std::int32_t>(&*result.value) : nullptr;
+  if (volume) return "the volume is " + std::to_string(*volume) + " %";
+  return std::string("the chosen output has no volume of its own");
+}
+
+Attempt trySettings() {
+  CfUserDefaults defaults("app.tevanto.doctor");
+  const auto key = "try-" + randomUuid();
+  const auto stored = defaults.set(key, true);
+  const bool isThere = defaults.boolean(key);
+  const auto removed = defaults.remove(key);
+  if (!stored) return Failure{"Settings and the pairing cannot be stored: " + stored.error()};
+  if (!isThere || !removed) return Failure{"Settings and the pairing are not kept by the system."};
+  return std::string("a setting was stored and removed");
 }
 
 Attempt trySleepAssertion() {
@@ -57,12 +101,17 @@ Attempt tryLoginItem() {
 }  // namespace
 
 std::vector<DoctorCheck> macDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort) {
+  const auto volume = tryVolume();
   return {{"accessibility", tryAccessibility},
           {"screen recording", tryScreenRecording},
+          {"encoder", tryEncoder},
+          {"discovery", tryBonjour},
+          {"volume", [=] { return volume; }},
           {"sleep assertion", trySleepAssertion},
           {"launch at login", tryLoginItem},
           {"control port", [=] { return tryPort(remotePort, "--remote-port"); }},
-          {"mirroring port", [=] { return tryPort(screenPort, "--screen-port"); }}};
+          {"mirroring port", [=] { return tryPort(screenPort, "--screen-port"); }},
+          {"settings", trySettings}};
 }
 
 }  // namespace tevanto

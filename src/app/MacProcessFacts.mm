@@ -1,4 +1,5 @@
 #include <mach-o/dyld.h>
+#include <pwd.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,6 +13,13 @@ bool isOfSameUser(int socket) {
   uid_t user = 0;
   gid_t group = 0;
   return ::getpeereid(socket, &user, &group) == 0 && user == ::geteuid();
+}
+
+// Not the folders for temporary files, which the system cleans of what was not used for three days.
+std::filesystem::path runtimeParent() {
+  const auto* const user = ::getpwuid(::geteuid());
+  if (!user || !user->pw_dir) return "/tmp";
+  return std::filesystem::path(user->pw_dir) / "Library" / "Application Support";
 }
 
 std::optional<std::filesystem::path> ownExecutable() {

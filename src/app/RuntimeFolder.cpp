@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string>
 
+#include "app/ProcessFacts.h"
+
 namespace tevanto {
 namespace {
 
@@ -41,6 +43,8 @@ Result<std::filesystem::path> runtimeFolder(const std::filesystem::path& fallbac
   }
   return makePrivate(fallbackParent / ("tevanto-" + std::to_string(::geteuid())));
 }
+
+Result<std::filesystem::path> runtimeFolder() { return runtimeFolder(runtimeParent()); }
 
 std::filesystem::path controlSocketIn(const std::filesystem::path& folder) { return folder / "control.sock"; }
 

@@ -14,6 +14,7 @@
 #include "app/ControlSocketServer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/Sockets.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tevanto {
@@ -36,7 +37,7 @@ class RawClient {
   RawClient& operator=(const RawClient&) = delete;
 
   bool send(const std::string& bytes) {
-    return ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+    return ::send(socket_, bytes.data(), bytes.size(), test::kNoSignal) == static_cast<ssize_t>(bytes.size());
   }
   void endOutput() { ::shutdown(socket_, SHUT_WR); }
   /// The next line, or what came before the end of the stream.
@@ -117,7 +118,7 @@ TEST_F(ControlSocket, isPrivate) {
 /// client.
 std::vector<int> serverSockets(const std::filesystem::path& path) {
   std::vector<int> found;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/fd")) {
     const int descriptor = std::stoi(entry.path().filename());
     sockaddr_un address{};
     socklen_t size = sizeof(address);

@@ -30,7 +30,7 @@ RemoteCommand command(std::string type) {
 }
 
 std::vector<std::byte> bytes(std::string_view text) {
-  const auto view = std::as_bytes(std::span(text));
+  const auto view = std::as_bytes(std::span(text.data(), text.size()));
   return {view.begin(), view.end()};
 }
 

@@ -34,9 +34,9 @@ class Bundle(unittest.TestCase):
         self.assertEqual(info["CFBundleIdentifier"], "app.tevanto.Tevanto")
         self.assertEqual((info["CFBundleVersion"], info["CFBundleExecutable"]), ("1.2.3", "Tevanto"))
 
-    def test_it_names_both_services_and_says_why_it_asks(self):
+    def test_it_names_its_services_and_says_why_it_asks(self):
         info = information()
-        self.assertEqual(info["NSBonjourServices"], ["_tevanto-remote._tcp", "_tevanto-video._tcp"])
+        self.assertEqual(info["NSBonjourServices"], ["_tevanto-remote._tcp", "_tevanto-video._tcp", "_tevanto-doctor._tcp"])
         for key in ("NSLocalNetworkUsageDescription", "NSAppleEventsUsageDescription", "NSScreenCaptureUsageDescription"):
             self.assertTrue(info[key].startswith("Tevanto "), key)
 
@@ -62,6 +62,15 @@ class Bundle(unittest.TestCase):
             done = package(*arguments)
             self.assertEqual(done.returncode, 1, arguments)
             self.assertIn(says, done.stderr)
+
+    def test_a_container_is_asked_for_with_what_the_profile_grants(self):
+        done = package("--identity", "A", "--notary-profile", "P", "--cloudkit-container", "iCloud.x", "--provisioning-profile", "x",
+                       "--dry-run")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        rights = [step for step in done.stdout.splitlines() if step.startswith("plutil -insert")]
+        for key in ("developer.icloud-services", "developer.icloud-container-identifiers", "developer.icloud-container-environment",
+                    "application-identifier", "developer.team-identifier"):
+            self.assertTrue(any(f"com.apple.{key} ".replace(".", "\\\\.") in step for step in rights), key)
 
     def test_packaging_signs_from_the_inside_out_before_it_asks_for_notarisation(self):
         done = package("--identity", "A", "--notary-profile", "P", "--dry-run")

@@ -116,10 +116,20 @@ class CheckMacos(unittest.TestCase):
         self.assertEqual(findings.symbols["-[DogOwner dogDidBark]"][1], "10.6")
         self.offends("nobody uses -[DogOwner dogDidBark]", source=SOUND + owner % "", declared=declared.replace("DogOwner\n-", "DogOwner\n@optional\n-"))
 
+    def returning(self, what, header):
+        return SOUND.replace("return kBark", "return " + what).replace("<string>", header)
+
+    def test_what_only_linux_has(self):
+        self.does_not_compile(self.returning("::accept4(0, nullptr, nullptr, 0) ? nullptr : kBark", "<sys/socket.h>"), "'accept4'")
+        self.does_not_compile(self.returning("kBark", "<sys/eventfd.h>"), "Linux only")
+
+    def test_what_the_library_of_the_deployment_target_lacks(self):
+        self.does_not_compile(self.returning("std::to_chars(nullptr, nullptr, 1.5).ptr", "<charconv>"), "'to_chars' is unavailable")
+
     def test_functions_of_the_c_library(self):
-        calls = SOUND.replace("return kBark", "return ::accept4(0, nullptr, nullptr, 0) ? nullptr : kBark").replace("<string>", "<sys/socket.h>")
-        self.offends("accept4 is not in", source=calls)
-        self.assertEqual(self.look(calls, c_library="accept4(2)\n")[1], [])
+        calls = self.returning("::listen(0, 0) ? nullptr : kBark", "<sys/socket.h>")
+        self.offends("listen is not in", source=calls)
+        self.assertEqual(self.look(calls, c_library="listen(2)\n")[1], [])
         self.offends("nobody uses poll", c_library="poll(2)\n")
 
 

@@ -11,6 +11,7 @@
 
 #include "tests/support/Eventually.h"
 #include "tests/support/RawSocket.h"
+#include "tests/support/Sockets.h"
 
 namespace tevanto {
 namespace {
@@ -89,7 +90,7 @@ TEST_F(AsioTcpListenerTest, acceptsOverBothProtocolsOnOneFreePort) {
 /// The addresses on which this process listens at `port`, from the kernel's own table.
 std::vector<std::string> listeningAddresses(std::uint16_t port) {
   std::vector<std::string> found;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/fd")) {
     const int fd = std::stoi(entry.path().filename());
     sockaddr_storage address{};
     socklen_t size = sizeof address;
@@ -131,7 +132,7 @@ TEST_F(AsioTcpListenerTest, saysWhyAPortCannotBeBound) {
 
 TEST_F(AsioTcpListenerTest, failsWhenOnlyOneProtocolIsFree) {
   if (!machineHasIpv6()) GTEST_SKIP() << "this machine has no IPv6 loopback";
-  const RawSocket other(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const RawSocket other(test::openSocket(AF_INET6));
   const int on = 1;
   ::setsockopt(other.fd(), IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);
   sockaddr_in6 address{};
@@ -188,7 +189,7 @@ TEST_F(AsioTcpListenerTest, survivesAShortageOfDescriptors) {
   listen();
   auto first = RawSocket::connectTo(listener_->port());
   ASSERT_TRUE(accepted(1));
-  auto second = RawSocket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  auto second = RawSocket(test::openSocket(AF_INET));
   rlimit before{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
   const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
@@ -208,7 +209,7 @@ TEST_F(AsioTcpListenerTest, survivesAShortageOfDescriptors) {
 
 TEST_F(AsioTcpListenerTest, failsWhenItsSocketIsBroken) {
   listen();
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/fd")) {
     const int fd = std::stoi(entry.path().filename());
     int listening = 0;
     socklen_t size = sizeof listening;
@@ -225,7 +226,7 @@ TEST_F(AsioTcpListenerTest, givesBackTheDescriptorsOfAThousandConnections) {
   ASSERT_TRUE(accepted(1));
   queue_->sync([&] { connections_.clear(); });
   const auto descriptors = [] {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
+    const std::filesystem::directory_iterator all("/dev/fd");
     return std::distance(begin(all), end(all));
   };
   const auto before = descriptors();

@@ -17,6 +17,7 @@
 #include "tests/support/FakeTcpConnection.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/RawSocket.h"
+#include "tests/support/Sockets.h"
 
 /// What holds of every implementation of a connection, the fake included; its tests stand in several files.
 namespace tevanto {
@@ -116,7 +117,7 @@ class AcceptedBench final : public SocketBench {
 class ConnectingBench final : public SocketBench {
  public:
   std::unique_ptr<TcpConnection> connection() override {
-    door_ = test::RawSocket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    door_ = test::RawSocket(test::openSocket(AF_INET));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -134,7 +135,7 @@ class ConnectingBench final : public SocketBench {
 
  private:
   void meet() {
-    if (!peer_.isOpen()) peer_ = test::RawSocket(::accept4(door_.fd(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!peer_.isOpen()) peer_ = test::RawSocket(test::acceptSocket(door_.fd()));
   }
 
   test::RawSocket door_;
@@ -200,13 +201,13 @@ class TcpConnectionContract : public testing::TestWithParam<Kind> {
   }
 
   void send(const std::string& bytes) {
-    onQueue([&] { connection_->send(std::as_bytes(std::span(bytes))); });
+    onQueue([&] { connection_->send(std::as_bytes(std::span(bytes.data(), bytes.size()))); });
   }
 
   /// Gives `bytes` away, the first few as the head of the rest, and counts in `processed_` when they are
   /// gone.
   void give(const std::string& bytes) {
-    const auto span = std::as_bytes(std::span(bytes));
+    const auto span = std::as_bytes(std::span(bytes.data(), bytes.size()));
     const auto head = span.first(std::min<std::size_t>(4, span.size()));
     const auto body = span.subspan(head.size());
     onQueue([&] {

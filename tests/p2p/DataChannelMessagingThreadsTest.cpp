@@ -75,7 +75,7 @@ TEST(DataChannelMessagingThreads, carriesBothWaysWhileChannelsAndRouteChange) {
   std::vector<std::thread> threads;
   threads.emplace_back([&] {
     for (std::uint32_t id = 0; id < kRounds; ++id) {
-      forEachMessageChunk(std::as_bytes(std::span(json)), id, [&](auto chunk) {
+      forEachMessageChunk(std::as_bytes(std::span(json.data(), json.size())), id, [&](auto chunk) {
         messaging.received(*control, chunk);
         return true;
       });

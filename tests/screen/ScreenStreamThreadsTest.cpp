@@ -17,6 +17,7 @@
 #include "screen/ScreenStreamServer.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeUserDefaults.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/RawSocket.h"
 #include "tests/support/ScreenBytes.h"
 #include "tests/support/ThreadedScreen.h"
@@ -98,7 +99,7 @@ class Phone : public FollowingDecoder {
   bool readMessage() {
     const auto header = socket_.receive(4);
     if (header.size() < 4) return false;
-    const auto length = readBigEndian<std::uint32_t>(std::as_bytes(std::span(header)));
+    const auto length = readBigEndian<std::uint32_t>(std::as_bytes(std::span(header.data(), header.size())));
     const auto message = bytesOf(socket_.receive(length));
     return message.size() == length && take(message);
   }
@@ -214,14 +215,6 @@ TEST_F(ScreenStreamThreads, keyFrameRequestsAreAnsweredWhileFramesFlow) {
 }
 
 TEST_F(ScreenStreamThreads, twoHundredSessionsLeaveNoDescriptorAndNoThreadBehind) {
-  const auto descriptors = [] {
-    const auto all = std::filesystem::directory_iterator("/proc/self/fd");
-    return std::distance(begin(all), end(all));
-  };
-  const auto threads = [] {
-    const auto all = std::filesystem::directory_iterator("/proc/self/task");
-    return std::distance(begin(all), end(all));
-  };
   const auto session = [&](int i) {
     Phone phone(server_->port.get());
     phone.say(hello());
@@ -230,12 +223,14 @@ TEST_F(ScreenStreamThreads, twoHundredSessionsLeaveNoDescriptorAndNoThreadBehind
   };
   session(0);
   ASSERT_TRUE(rests());
-  const auto descriptorsBefore = descriptors();
-  const auto threadsBefore = threads();
+  const auto descriptorsBefore = test::openDescriptors();
+  const auto threadsBefore = test::threadCount();
   for (int i = 0; i < 200 && !HasFatalFailure(); ++i) session(i);
   ASSERT_TRUE(rests());
-  EXPECT_TRUE(eventually([&] { return descriptors() <= descriptorsBefore && threads() <= threadsBefore; }))
-      << descriptors() - descriptorsBefore << " descriptors, " << threads() - threadsBefore << " threads";
+  EXPECT_TRUE(eventually([&] {
+    return test::openDescriptors() <= descriptorsBefore && test::threadCount() <= threadsBefore;
+  })) << test::openDescriptors() - descriptorsBefore
+      << " descriptors, " << test::threadCount() - threadsBefore << " threads";
 }
 
 TEST_F(ScreenStreamThreads, phonesThatPushEachOtherOutNeverMixTheirStreams) {

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#ifdef __linux__
 #include <sys/prctl.h>
+#endif
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +15,10 @@
 #include <stdexcept>
 
 #include "tests/support/Eventually.h"
+
+#ifndef __linux__
+extern char** environ;  // no header has it
+#endif
 
 namespace tevanto::test {
 namespace {
@@ -44,9 +50,32 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
+#ifdef __linux__
 void makePipe(int (&ends)[2]) {
   if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("cannot create a pipe");
 }
+
+/// In the child.
+void endWith(pid_t parent) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != parent) ::_exit(kExecFailed);  // it died before the line above
+}
+
+void execute(char** arguments, char** environment) { ::execvpe(arguments[0], arguments, environment); }
+#else
+void makePipe(int (&ends)[2]) {
+  if (::pipe(ends) != 0) throw std::runtime_error("cannot create a pipe");
+  for (const int end : ends) ::fcntl(end, F_SETFD, FD_CLOEXEC);
+}
+
+/// No such thing here: what a test that crashed leaves behind is left behind.
+void endWith(pid_t) {}
+
+void execute(char** arguments, char** environment) {
+  environ = environment;
+  ::execvp(arguments[0], arguments);
+}
+#endif
 
 }  // namespace
 
@@ -64,12 +93,11 @@ ChildProcess::ChildProcess(std::vector<std::string> command, Options options) {
 
   pid_ = ::fork();
   if (pid_ == 0) {
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) ::_exit(kExecFailed);  // it died before the line above
+    endWith(parent);
     ::dup2(in[0], STDIN_FILENO);
     ::dup2(out[1], STDOUT_FILENO);
     if (options.mergeErrors) ::dup2(out[1], STDERR_FILENO);
-    ::execvpe(arguments[0], arguments.data(), environment.data());
+    execute(arguments.data(), environment.data());
     ::_exit(kExecFailed);
   }
   ::close(in[0]);

@@ -19,7 +19,7 @@ struct DeploymentSources {
 
   DeploymentSettings settings() {
     const auto xml = "<plist version=\"1.0\"><dict>" + info + "</dict></plist>";
-    auto parsed = InfoPlist::parse(std::as_bytes(std::span(xml)));
+    auto parsed = InfoPlist::parse(std::as_bytes(std::span(xml.data(), xml.size())));
     return {std::move(parsed).value(), defaults,
             [this](const std::string& name) -> std::optional<std::string> {
               const auto found = environment.find(name);

@@ -1,6 +1,13 @@
 #pragma once
 
+#ifdef __APPLE__
+#include <libproc.h>
+#include <malloc/malloc.h>
+#include <sys/resource.h>
+#include <unistd.h>
+#else
 #include <malloc.h>
+#endif
 
 #include <cstddef>
 #include <filesystem>
@@ -12,9 +19,34 @@ namespace tevanto::test {
 
 /// Descriptors that this process has open.
 inline std::ptrdiff_t openDescriptors() {
-  const std::filesystem::directory_iterator all("/proc/self/fd");
+  const std::filesystem::directory_iterator all("/dev/fd");
   return std::distance(begin(all), end(all));
 }
+
+#ifdef __APPLE__
+
+inline proc_taskinfo ownTask() {
+  proc_taskinfo info{};
+  ::proc_pidinfo(::getpid(), PROC_PIDTASKINFO, 0, &info, sizeof info);
+  return info;
+}
+
+inline std::ptrdiff_t threadCount() { return ownTask().pti_threadnum; }
+inline std::size_t residentBytes() { return ownTask().pti_resident_size; }
+/// The most that was resident at once since the process began.
+inline std::size_t peakResidentBytes() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::size_t>(usage.ru_maxrss);  // bytes on this system
+}
+/// Bytes that are allocated on the heap.
+inline std::size_t heapBytes() {
+  malloc_statistics_t all{};
+  ::malloc_zone_statistics(nullptr, &all);
+  return all.size_in_use;
+}
+
+#else
 
 inline std::ptrdiff_t threadCount() {
   const std::filesystem::directory_iterator all("/proc/self/task");
@@ -35,6 +67,14 @@ inline std::size_t residentBytes() { return statusBytes("VmRSS"); }
 inline std::size_t peakResidentBytes() { return statusBytes("VmHWM"); }
 inline void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
+/// Bytes that are allocated on the heap; 0 where a sanitizer keeps its own heap.
+inline std::size_t heapBytes() {
+  const auto info = ::mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+#endif
+
 /// The kernel counts resident pages of each thread apart and adds them up now and then: it may be this far
 /// off.
 inline constexpr std::size_t kResidentSlack = 1024 * 1024;
@@ -51,11 +91,5 @@ inline constexpr std::size_t kQuarantineBytes = 256 * 1024 * 1024;
 #else
 inline constexpr std::size_t kQuarantineBytes = 0;
 #endif
-
-/// Bytes that are allocated on the heap; 0 where a sanitizer keeps its own heap.
-inline std::size_t heapBytes() {
-  const auto info = ::mallinfo2();
-  return info.uordblks + info.hblkhd;
-}
 
 }  // namespace tevanto::test

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <utility>
 
+#include "tests/support/Sockets.h"
+
 namespace tevanto::test {
 
 /// A bare socket of the system on loopback: the peer in tests of real connections. Calls block, with a
@@ -36,7 +38,7 @@ class RawSocket {
 
   /// Connected to a port of 127.0.0.1 (or ::1); not open when that was refused.
   static RawSocket connectTo(std::uint16_t port, bool ipv6 = false) {
-    RawSocket made(::socket(ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    RawSocket made(openSocket(ipv6 ? AF_INET6 : AF_INET));
     sockaddr_in v4{};
     v4.sin_family = AF_INET;
     v4.sin_port = htons(port);
@@ -58,7 +60,7 @@ class RawSocket {
   bool send(std::string_view bytes) const {
     while (!bytes.empty()) {
       if (!wait(POLLOUT)) return false;
-      const auto sent = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+      const auto sent = ::send(fd_, bytes.data(), bytes.size(), kNoSignal | MSG_DONTWAIT);
       if (sent < 0 && errno != EAGAIN) return false;
       if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
     }

@@ -19,7 +19,7 @@ inline Bytes bytesOf(std::initializer_list<int> values) {
 }
 
 inline Bytes bytesOf(std::string_view text) {
-  const auto span = std::as_bytes(std::span(text));
+  const auto span = std::as_bytes(std::span(text.data(), text.size()));
   return {span.begin(), span.end()};
 }
 

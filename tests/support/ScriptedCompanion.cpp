@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "remote/RemoteMessageCodec.h"
+#include "tests/support/Sockets.h"
 
 namespace tevanto::test {
 namespace {
@@ -25,7 +26,7 @@ RemoteMessage message(std::string type) {
 
 int listenOnLoopback(ScriptedCompanion::Family family, std::uint16_t& port) {
   const bool v6 = family == ScriptedCompanion::Family::ipv6;
-  const int listener = ::socket(v6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int listener = openSocket(v6 ? AF_INET6 : AF_INET);
   sockaddr_in6 six{};
   six.sin6_family = AF_INET6;
   six.sin6_addr = in6addr_loopback;
@@ -44,7 +45,7 @@ int listenOnLoopback(ScriptedCompanion::Family family, std::uint16_t& port) {
 
 void sendAll(int socket, std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const auto count = ::send(socket, bytes.data(), bytes.size(), kNoSignal);
     if (count <= 0) return;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "screen/FrameExtractor.h"
+#include "tests/support/Sockets.h"
 
 namespace tevanto::test {
 namespace {
@@ -20,7 +21,7 @@ constexpr auto kPatience = std::chrono::seconds(30);
 
 bool sendAll(int socket, std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const auto count = ::send(socket, bytes.data(), bytes.size(), kNoSignal);
     if (count <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(count));
   }
@@ -30,7 +31,7 @@ bool sendAll(int socket, std::string_view bytes) {
 }  // namespace
 
 ScriptedScreen::ScriptedScreen() {
-  listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  listener_ = openSocket(AF_INET);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

@@ -1,16 +1,13 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QDBusConnection>
-#include <QDBusVariant>
 #include <QObject>
 #include <QString>
-#include <QVariant>
+#include <memory>
 
 namespace tevanto {
 
-/// How the desktop wants to be looked at: dark or light, with motion or without. From the settings portal of
-/// the session bus, and where that knows nothing, from Qt's palette. Follows changes.
+/// How the desktop wants to be looked at: dark or light, with motion or without. Follows changes.
 class DesktopAppearance : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -21,9 +18,8 @@ class DesktopAppearance : public QObject {
   Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
 
  public:
-  /// As the session bus says.
   explicit DesktopAppearance(QObject* parent = nullptr);
-  explicit DesktopAppearance(const QDBusConnection& bus, QObject* parent = nullptr);
+  ~DesktopAppearance() override;
 
   bool isDark() const { return isDark_; }
   bool isMotionReduced() const { return isMotionReduced_; }
@@ -36,20 +32,20 @@ class DesktopAppearance : public QObject {
   void setDark(bool dark);
   void setMotionReduced(bool reduced);
 
+  /// By the application's palette.
+  static bool isPaletteDark();
+
  Q_SIGNALS:
   void changed();
 
- private Q_SLOTS:
-  void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
  private:
-  /// Asks for everything and follows what changes.
-  void readPortal();
-  void take(const QString& group, const QString& key, const QVariant& value);
-
-  QDBusConnection bus_;
   bool isDark_;
   bool isMotionReduced_ = false;
+  std::unique_ptr<QObject> source_;
 };
+
+/// Tells the appearance what this system's desktop wants, now and when that changes, for as long as the
+/// result lives. Each system has its own.
+std::unique_ptr<QObject> followDesktop(DesktopAppearance& appearance);
 
 }  // namespace tevanto

@@ -9,6 +9,7 @@
 /// application's delegate is the toolkit's, which keeps it to itself.
 @interface TevantoReopenHandler : NSObject
 - (instancetype)initWithHandler:(std::function<void()>)handler;
+- (void)start;
 - (void)listen;
 - (void)stop;
 @end
@@ -22,6 +23,15 @@
   return self;
 }
 
+/// AppKit puts its own handlers in place while the application finishes launching; the last one counts.
+- (void)start {
+  [self listen];
+  [NSNotificationCenter.defaultCenter addObserver:self
+                                         selector:@selector(listen)
+                                             name:NSApplicationWillFinishLaunchingNotification
+                                           object:nil];
+}
+
 - (void)listen {
   [NSAppleEventManager.sharedAppleEventManager setEventHandler:self
                                                    andSelector:@selector(reopen:reply:)
@@ -30,6 +40,7 @@
 }
 
 - (void)stop {
+  [NSNotificationCenter.defaultCenter removeObserver:self];
   [NSAppleEventManager.sharedAppleEventManager removeEventHandlerForEventClass:kCoreEventClass
                                                                     andEventID:kAEReopenApplication];
   _handler = nullptr;
@@ -52,7 +63,7 @@ struct AppKitApplication::Reopening {
 AppKitApplication::AppKitApplication(std::function<void()> onReopen)
     : reopening_(std::make_unique<Reopening>()) {
   reopening_->handler = [[TevantoReopenHandler alloc] initWithHandler:std::move(onReopen)];
-  [reopening_->handler listen];
+  [reopening_->handler start];
 }
 
 AppKitApplication::~AppKitApplication() { [reopening_->handler stop]; }

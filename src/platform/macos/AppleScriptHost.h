@@ -14,6 +14,8 @@ class AppleScriptHost final : public ScriptHost {
   explicit AppleScriptHost(std::shared_ptr<SerialQueue> mainQueue);
 
   ScriptResult run(std::string_view source) override;
+  /// On the main thread, at once.
+  static ScriptResult runHere(std::string_view source);
 
  private:
   const std::shared_ptr<SerialQueue> mainQueue_;

@@ -20,7 +20,17 @@ std::optional<std::variant<std::int32_t, bool>> valueOf(NSAppleEventDescriptor* 
   return std::nullopt;
 }
 
-ScriptResult runNow(std::string_view source) {
+}  // namespace
+
+AppleScriptHost::AppleScriptHost(std::shared_ptr<SerialQueue> mainQueue) : mainQueue_(std::move(mainQueue)) {}
+
+ScriptResult AppleScriptHost::run(std::string_view source) {
+  ScriptResult result{false, "script error", {}};  // what remains when the main queue has ended
+  mainQueue_->sync([&] { result = runHere(source); });
+  return result;
+}
+
+ScriptResult AppleScriptHost::runHere(std::string_view source) {
   @autoreleasepool {
     NSAppleScript* script = [[NSAppleScript alloc] initWithSource:foundationText(source)];
     if (!script) return {false, "bad script", {}};
@@ -29,16 +39,6 @@ ScriptResult runNow(std::string_view source) {
     if (!result) return {false, utf8Text(error[NSAppleScriptErrorMessage]).value_or("script error"), {}};
     return {true, {}, valueOf(result)};
   }
-}
-
-}  // namespace
-
-AppleScriptHost::AppleScriptHost(std::shared_ptr<SerialQueue> mainQueue) : mainQueue_(std::move(mainQueue)) {}
-
-ScriptResult AppleScriptHost::run(std::string_view source) {
-  ScriptResult result{false, "script error", {}};  // what remains when the main queue has ended
-  mainQueue_->sync([&] { result = runNow(source); });
-  return result;
 }
 
 }  // namespace tevanto

@@ -8,7 +8,8 @@ namespace tevanto {
 
 /// The displays of a Mac, by ScreenCaptureKit. Streams deliver `PixelFormat::native` only: CVPixelBuffers in
 /// BGRA, as the system made them. The first question may bring up the system's request for the permission to
-/// record the screen. A stream whose display goes away is stopped by the system.
+/// record the screen. A stream whose display goes away is stopped by the system. Sizes are what the system
+/// calls the display's, points: pictures are never larger than that, however many pixels lie behind a point.
 class ScreenCaptureKitSource final : public DisplayCapture {
  public:
   ScreenCaptureKitSource();

@@ -123,7 +123,7 @@ void VideoToolboxSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture
     NSDictionary* const options = isForced
                                       ? @{(__bridge NSString*)kVTEncodeFrameOptionKey_ForceKeyFrame : @YES}
                                       : nil;
-    VTCompressionSessionEncodeFrameWithOutputHandler(
+    const OSStatus taken = VTCompressionSessionEncodeFrameWithOutputHandler(
         session.get(), image, coreMediaTime(mediaTimeOf(presentationTime)), kCMTimeInvalid,
         (__bridge CFDictionaryRef)options, nullptr,
         ^(OSStatus status, VTEncodeInfoFlags, CMSampleBufferRef buffer) {
@@ -132,6 +132,8 @@ void VideoToolboxSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture
           if (!buffer) return output(EncodeStatus::success, nullptr);
           putOut(buffer, output);
         });
+    // Then nothing is put out.
+    if (isForced && taken != noErr) *owesKeyFrame = true;
   }
 }
 

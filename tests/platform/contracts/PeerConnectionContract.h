@@ -28,7 +28,7 @@ inline void PrintTo(const PeerImplementation& implementation, std::ostream* out)
 }
 
 inline std::span<const std::byte> bytesOfText(const std::string& text) {
-  return std::as_bytes(std::span(text));
+  return std::as_bytes(std::span(text.data(), text.size()));
 }
 
 inline std::string numberedMessage(int number, std::size_t size) {

@@ -11,12 +11,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "core/Uuid.h"
 #include "platform/macos/AnyInterfaceSockets.h"
+#include "platform/macos/BonjourResolution.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {
@@ -88,6 +90,17 @@ TEST(BonjourAdvertisingContract, isFoundWithItsPortAndTextRecord) {
   });
   EXPECT_EQ(resolved.port, 51637);
   EXPECT_EQ(resolved.text, "\x05id=D1\x08kind=mac");
+}
+
+TEST(BonjourResolutionContract, tellsWhatIsAdvertisedFromWhatIsNot) {
+  StatusRecord status;
+  BonjourServiceAdvertiser advertiser;
+  auto service = serviceNamed("Tevanto " + randomUuid());
+  const auto registration = advertiser.advertise(service, status.handler());
+  ASSERT_TRUE(status.isAdvertised()) << status.last().message;
+  EXPECT_TRUE(bonjourResolves(service, std::chrono::minutes(1)).value());
+  service.port = 51638;
+  EXPECT_FALSE(bonjourResolves(service, std::chrono::milliseconds(500)).value()) << "another port";
 }
 
 TEST(BonjourAdvertisingContract, takesAnotherNameWhenItsOwnIsTaken) {

@@ -62,7 +62,7 @@ TEST(ParameterSets, mayBeMissingOneByOne) {
   for (const std::size_t missing : {0U, 1U}) {
     const auto sets = parameterSetsOf([&](std::size_t index) -> std::optional<std::span<const std::byte>> {
       if (index == missing) return std::nullopt;
-      return std::as_bytes(std::span(unit));
+      return std::as_bytes(std::span(unit.data(), unit.size()));
     });
     EXPECT_EQ(sets.sps.has_value(), missing != 0);
     EXPECT_EQ(sets.pps.has_value(), missing != 1);

@@ -23,7 +23,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 std::vector<std::byte> bytes(const std::string& text) {
-  const auto span = std::as_bytes(std::span(text));
+  const auto span = std::as_bytes(std::span(text.data(), text.size()));
   return {span.begin(), span.end()};
 }
 

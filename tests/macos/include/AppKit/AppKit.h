@@ -46,11 +46,18 @@ SINCE(10.15, "NSWorkspaceOpenConfiguration")
 SINCE(10.0, "NSWorkspace")
 @interface NSWorkspace : NSObject
 @property(class, readonly, strong) NSWorkspace* sharedWorkspace SINCE(10.0, "sharedWorkspace");
+@property(readonly, strong) NSNotificationCenter* notificationCenter SINCE(10.0, "notificationCenter");
+@property(readonly) BOOL accessibilityDisplayShouldReduceMotion SINCE(10.12, "accessibilityDisplayShouldReduceMotion");
 - (BOOL)openURL:(NSURL*)url SINCE(10.0, "openURL:");
 - (NSImage*)iconForFile:(NSString*)fullPath SINCE(10.0, "iconForFile:");
 - (NSURL*)URLForApplicationWithBundleIdentifier:(NSString*)bundleIdentifier SINCE(10.6, "URLForApplicationWithBundleIdentifier:");
 - (void)openApplicationAtURL:(NSURL*)applicationURL configuration:(NSWorkspaceOpenConfiguration*)configuration completionHandler:(void (^)(NSRunningApplication* app, NSError* error))completionHandler SINCE(10.15, "openApplicationAtURL:configuration:completionHandler:");
 @end
+
+extern "C" {
+extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification SINCE(10.10, "accessibilityDisplayOptionsDidChangeNotification");
+extern NSNotificationName const NSApplicationWillFinishLaunchingNotification SINCE(10.0, "willFinishLaunchingNotification");
+}
 
 typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
   NSApplicationActivationPolicyRegular SINCE(10.6, "NSApplicationActivationPolicyRegular") = 0,

@@ -102,6 +102,19 @@ SINCE(10.5, "NSOperation")
 - (void)addDependency:(NSOperation*)op SINCE(10.5, "addDependency:");
 @end
 
+typedef NSString* NSNotificationName SINCE(10.0, "NSNotification.Name");
+
+SINCE(10.0, "NSNotification")
+@interface NSNotification : NSObject
+@end
+
+SINCE(10.0, "NSNotificationCenter")
+@interface NSNotificationCenter : NSObject
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter SINCE(10.0, "default");
+- (void)addObserver:(id)observer selector:(SEL)aSelector name:(NSNotificationName)aName object:(id)anObject SINCE(10.0, "addObserver(_:selector:name:object:)");
+- (void)removeObserver:(id)observer SINCE(10.0, "removeObserver(_:)");
+@end
+
 SINCE(10.0, "NSURL")
 @interface NSURL : NSObject
 + (instancetype)URLWithString:(NSString*)URLString SINCE(10.0, "URLWithString:");

@@ -1,4 +1,4 @@
-#include "app/ui/DesktopAppearance.h"
+#include "app/ui/PortalAppearance.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "app/ui/DesktopAppearance.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/PrivateBus.h"
 
@@ -21,6 +22,7 @@ constexpr int kPatience = 60'000;  // milliseconds
 class Appearance : public ::testing::Test {
  protected:
   ~Appearance() override {
+    portalAppearance_.reset();
     appearance_.reset();
     QDBusConnection::disconnectFromBus(connection_);
   }
@@ -32,8 +34,9 @@ class Appearance : public ::testing::Test {
         {"org.freedesktop.portal.Settings", "ReadAll", "as", "a{sa{sv}}", "import dbus\nret = " + settings});
   }
   void look() {
-    appearance_ = std::make_unique<DesktopAppearance>(
-        QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), connection_));
+    appearance_ = std::make_unique<DesktopAppearance>();
+    portalAppearance_ = std::make_unique<PortalAppearance>(
+        *appearance_, QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), connection_));
   }
   bool becomesDark(bool dark = true) {
     return QTest::qWaitFor([this, dark] { return appearance_->isDark() == dark; }, kPatience);
@@ -52,6 +55,7 @@ class Appearance : public ::testing::Test {
   const QString connection_ = QString::fromStdString(bus_.address());
   std::unique_ptr<test::DBusMock> portal_;
   std::unique_ptr<DesktopAppearance> appearance_;
+  std::unique_ptr<PortalAppearance> portalAppearance_;
 };
 
 TEST_F(Appearance, isTheDesktopsWhereAPortalTells) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <chrono>
+
+#include "core/Result.h"
+#include "net/ServiceAdvertiser.h"
+
+namespace tevanto {
+
+/// Whether the local network says of the service, within `patience`, what it was advertised with: its port
+/// and its text record. Waits for it; fails when nobody can be asked.
+Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds patience);
+
+}  // namespace tevanto

@@ -1,0 +1,7 @@
+#pragma once
+
+#include_next <pthread.h>
+
+extern "C" {
+int pthread_cond_timedwait_relative_np(pthread_cond_t* condition, pthread_mutex_t* mutex, const struct timespec* wait);
+}
