@@ -24,9 +24,8 @@ LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options) : log_(option
 }
 
 LibwebrtcEngine::~LibwebrtcEngine() {
-  preparing_.join();
   // What was posted holds objects of the engine, which can only end while its threads run.
-  call([] {});
+  call([this] { awaitSrtp(); });
   factory_ = nullptr;
   signaling_->Stop();
   worker_->Stop();
@@ -52,6 +51,10 @@ void LibwebrtcEngine::keepSrtpReady() {
     const std::array<std::uint8_t, 30> noSecret{};
     srtp_->SetSend(rtc::kSrtpAes128CmSha1_80, noSecret.data(), noSecret.size(), {});
   });
+}
+
+void LibwebrtcEngine::awaitSrtp() {
+  if (preparing_.joinable()) preparing_.join();
 }
 
 void LibwebrtcEngine::makeFactory(bool includeLoopback) {

@@ -26,6 +26,10 @@ class LibwebrtcEngine {
 
   webrtc::PeerConnectionFactoryInterface& factory() { return *factory_; }
 
+  /// On the signaling thread, before a handshake can begin: waits until the library of SRTP has tested
+  /// itself.
+  void awaitSrtp();
+
   /// On the signaling thread, later, in the order of these calls.
   template <class F>
   void post(F&& task) {
@@ -50,7 +54,7 @@ class LibwebrtcEngine {
   std::unique_ptr<rtc::Thread> worker_;
   std::unique_ptr<rtc::Thread> signaling_;
   rtc::scoped_refptr<webrtc::PeerConnectionFactoryInterface> factory_;
-  std::thread preparing_;
+  std::thread preparing_;                       // joined on the signaling thread
   std::unique_ptr<cricket::SrtpSession> srtp_;  // that thread's, while it runs
 };
 

@@ -87,10 +87,12 @@ void LibwebrtcPeer::setLocalDescription(const SessionDescription& description, D
 }
 
 void LibwebrtcPeer::setRemoteDescription(const SessionDescription& description, DoneHandler done) {
-  withConnection([description, done = std::move(done)](Engine& connection, const auto& link) mutable {
+  withConnection([weak = std::weak_ptr(engine_), description, done = std::move(done)](
+                     Engine& connection, const auto& link) mutable {
     std::string error;
     auto remote = parsed(description, error);
     if (!remote) return link->report([&] { done(Failure{error}); });
+    if (const auto engine = weak.lock()) engine->awaitSrtp();
     connection.SetRemoteDescription(std::move(remote), remoteCompletionOf(link, std::move(done)));
   });
 }
