@@ -15,6 +15,8 @@ Card {
         spacing: 8
 
         Rectangle {
+            id: dot
+
             objectName: "dot"
             anchors.verticalCenter: parent.verticalCenter
             width: 8
@@ -31,7 +33,8 @@ Card {
         }
         PlainText {
             objectName: "status"
-            width: line.width - x
+            // Not what is left from its x on: from right to left, that depends on its width.
+            width: line.width - dot.width - state.width - 2 * line.spacing
             anchors.baseline: state.baseline
             text: card.companion.statusText
             color: Theme.secondary

@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <QColor>
+#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <set>
 
 #include "app/ui/MenuBarLabel.h"
 #include "app/ui/SymbolImages.h"
@@ -127,6 +129,34 @@ TEST(Symbols, areThereInEachColourAndSize) {
     EXPECT_GT(inked, 100) << name;
   }
   EXPECT_TRUE(SymbolImages::draw("no.such.symbol", Qt::black, {48, 48}).isNull());
+}
+
+TEST(Symbols, withoutAColourAnImageKeepsItsOwn) {
+  SymbolImages images;
+  QSize size;
+  const auto mark = images.requestImage("TevantoLogoMark", &size, {64, 64});
+  EXPECT_EQ(size, QSize(64, 64));
+  std::set<QRgb> colours;
+  for (int y = 0; y < 64; ++y) {
+    for (int x = 0; x < 64; ++x) {
+      if (qAlpha(mark.pixel(x, y)) == 255) colours.insert(mark.pixel(x, y));
+    }
+  }
+  EXPECT_GT(colours.size(), 10U) << "it is a gradient";
+}
+
+TEST(Direction, turnsTheWindowRoundWhenTheInterfaceRunsFromRightToLeft) {
+  FaceWorld world;
+  (void)world.defaults.set(CompanionModel::kGuideKey, true);
+  ShownView view(world, ShownView::Kind::setupWindow);
+  const auto quitAt = [&view] { return view.find("quit")->mapToScene({0, 0}).x(); };
+  const auto before = quitAt();
+  QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+  view.settle();
+  EXPECT_LT(quitAt(), before - 100);
+  QGuiApplication::setLayoutDirection(Qt::LayoutDirectionAuto);
+  view.settle();
+  EXPECT_EQ(quitAt(), before);
 }
 
 TEST(Screenshots, tellAWordFromAnother) {
