@@ -15,7 +15,7 @@ using Kind = ControlRequest::Kind;
 constexpr std::array<std::pair<Kind, std::string_view>, 5> kNames = {
     {{Kind::status, "status"},
      {Kind::keepAwake, "keepAwake"},
-     {Kind::showSetupWindow, "showSetupWindow"},
+     {Kind::showSetupWindow, "tevantoOpenSetup"},
      {Kind::reloadDefaults, "reloadDefaults"},
      {Kind::giveWay, "giveWay"}}};
 
@@ -42,7 +42,7 @@ Result<ControlRequest> decodeControlRequest(std::string_view line) {
   const auto* name = value.as_object().if_contains("request");
   if (!name || !name->is_string()) return Failure{"A request names itself in the string \"request\"."};
   const auto kind = kindNamed(name->as_string());
-  if (!kind) return Failure{"Requests are status, keepAwake, showSetupWindow, reloadDefaults and giveWay."};
+  if (!kind) return Failure{"Requests are status, keepAwake, tevantoOpenSetup, reloadDefaults and giveWay."};
 
   ControlRequest request{*kind};
   if (*kind == Kind::keepAwake) {

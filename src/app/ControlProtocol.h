@@ -13,7 +13,7 @@ namespace tevanto {
 ///
 ///     {"request":"status"}
 ///     {"request":"keepAwake","on":true}
-///     {"request":"showSetupWindow","activationToken":"..."}
+///     {"request":"tevantoOpenSetup","activationToken":"..."}
 ///     {"request":"reloadDefaults"}
 ///     {"request":"giveWay"}
 ///

@@ -52,7 +52,9 @@ Attempt tryPortal() {
   const auto version = sessionProperty(kPortalService, "/org/freedesktop/portal/desktop",
                                        "org.freedesktop.portal.Settings", "version");
   if (version) return std::string("the settings portal answers; light, dark and motion follow the desktop");
-  return std::string("no settings portal answers; the window follows the colours of Qt's theme");
+  return std::string(
+      "no settings portal answers; the window follows the colours of Qt's theme and the motion of Gtk's "
+      "settings");
 }
 
 Attempt tryScale() {

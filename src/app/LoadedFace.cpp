@@ -18,7 +18,9 @@ std::unique_ptr<Face> loadFace(const Logger& log) {
     log.info("There is no window: " + make.error());
     return nullptr;
   }
-  return std::unique_ptr<Face>(reinterpret_cast<MakeFace>(make.value())());
+  std::unique_ptr<Face> face(reinterpret_cast<MakeFace>(make.value())());
+  if (!face) log.info("There is no window: Qt has no plugin for Wayland; it is in the package qt6-wayland");
+  return face;
 }
 
 }  // namespace tevanto

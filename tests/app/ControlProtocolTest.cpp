@@ -52,10 +52,10 @@ TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
       {"{\"request\":\"status\"", "A request is one JSON object on one line."},
       {"{\"request\":\"\xff\"}", "A request is one JSON object on one line."},
       {"{}", "A request names itself in the string \"request\"."},
-      {R"({"request":"showSetupWindow","activationToken":7})", "An activation token is a string."},
+      {R"({"request":"tevantoOpenSetup","activationToken":7})", "An activation token is a string."},
       {"{\"request\":7}", "A request names itself in the string \"request\"."},
       {"{\"request\":\"quit\"}",
-       "Requests are status, keepAwake, showSetupWindow, reloadDefaults and giveWay."},
+       "Requests are status, keepAwake, tevantoOpenSetup, reloadDefaults and giveWay."},
       {"{\"request\":\"keepAwake\"}", "keepAwake needs the boolean \"on\"."},
       {"{\"request\":\"keepAwake\",\"on\":1}", "keepAwake needs the boolean \"on\"."}};
   for (const auto& [line, error] : cases) {

@@ -1,98 +1,25 @@
+#include "tests/e2e/FaceFixture.h"
+
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "app/ControlSocketClient.h"
 #include "tests/support/DBusMock.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/FaceDesktop.h"
 
-// The real companion with its windows, on a real X server with a window manager, trays and an accessibility
-// bus; used as a person uses it.
 namespace tevanto {
 namespace {
 
+using test::eventuallySeen;
+using test::Face;
 using test::FaceDesktop;
-using ::testing::ElementsAre;
+using test::kProgram;
 using ::testing::HasSubstr;
 
-const std::string kProgram = TEVANTO_PROGRAM;
-const std::string kPhone = TEVANTO_PHONE;
-constexpr auto kPatience = std::chrono::seconds(60);
 constexpr auto kGuideButton = "I have Tevanto on my iPhone";
-
-template <class Condition>
-bool eventually(Condition condition) {
-  return test::eventually(condition, kPatience);
-}
-
-class Face : public ::testing::Test {
- protected:
-  void start(FaceDesktop::Tray tray = FaceDesktop::Tray::none) {
-    desktop = std::make_unique<FaceDesktop>(tray);
-    startCompanion();
-  }
-  void startCompanion() {
-    companion = std::make_unique<test::ChildProcess>(
-        std::vector<std::string>{kProgram, "--remote-port", "0", "--screen-port", "0", "--loopback-only",
-                                 "--no-discovery"},
-        desktop->options());
-    ASSERT_TRUE(eventually([this] { return now().remotePort != 0 && now().screenPort != 0; }));
-  }
-  /// Past the guide, as at every start but the first.
-  void startOnThePanel(FaceDesktop::Tray tray = FaceDesktop::Tray::none) {
-    desktop = std::make_unique<FaceDesktop>(tray);
-    setGuideCompleted();
-    startCompanion();
-  }
-  void setGuideCompleted() {
-    ASSERT_EQ(
-        tevanto({"defaults", "set", "hasCompletedMacFirstRunGuide", "true", "--type", "bool"}).exitStatus, 0);
-  }
-  test::ProgramResult tevanto(std::vector<std::string> arguments) const {
-    return desktop->run(kProgram, std::move(arguments));
-  }
-  CompanionStatus now() const {
-    const auto answer = askCompanion(desktop->controlSocket(), {});
-    return answer && answer.value() ? answer.value()->status.value_or(CompanionStatus()) : CompanionStatus();
-  }
-  std::vector<std::string> phoneCommand(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.begin(), {kPhone, "--host", "127.0.0.1:" + std::to_string(now().remotePort)});
-    return arguments;
-  }
-  /// A paired phone that stays connected until it is told to go, or sees the screen that long.
-  std::unique_ptr<test::ChildProcess> phone(std::vector<std::string> arguments) const {
-    return std::make_unique<test::ChildProcess>(phoneCommand(std::move(arguments)), desktop->options());
-  }
-  test::ProgramResult pair(const std::string& code) const {
-    return test::runProgram(phoneCommand({"pair", code}), desktop->options());
-  }
-  bool closeWindow() const {
-    desktop->key("alt+F4");  // the window manager's
-    return desktop->ceasesToShow("Quit");
-  }
-  /// How many pixels of the connection's line are of the green that the dot has.
-  long greenPixelsBeside(const std::string& label) const {
-    const auto text = desktop->object(label);
-    if (!text) return -1;
-    const auto found = desktop->pixels(text->x - 20, text->y, 18, text->height);
-    return std::count_if(found.begin(), found.end(), [](unsigned pixel) {
-      const int red = pixel >> 16 & 0xff;
-      const int green = pixel >> 8 & 0xff;
-      const int blue = pixel & 0xff;
-      return green > red + 60 && green > blue + 40;
-    });
-  }
-
-  std::unique_ptr<FaceDesktop> desktop;
-  std::unique_ptr<test::ChildProcess> companion;
-};
 
 TEST_F(Face, theGuideIsSeenReadAndLeftByKeyboardOnce) {
   start();
@@ -104,9 +31,11 @@ TEST_F(Face, theGuideIsSeenReadAndLeftByKeyboardOnce) {
   }
   const auto picture = (desktop->configFolder() / "guide.png").string();
   desktop->run("xdotool", {"mousemove", "0", "0"});
-  desktop->run("maim", {picture});
-  EXPECT_EQ(desktop->run("zbarimg", {"--quiet", "--raw", picture}).output,
-            "https://tevanto.example/iphone\n");
+  EXPECT_TRUE(eventuallySeen([&] {
+    desktop->run("maim", {picture});
+    return desktop->run("zbarimg", {"--quiet", "--raw", picture}).output ==
+           "https://tevanto.example/iphone\n";
+  }));
 
   ASSERT_TRUE(desktop->click("Copy link"));
   EXPECT_TRUE(desktop->shows("Link copied"));
@@ -132,17 +61,17 @@ TEST_F(Face, aPhonePairsWhileTheWindowIsLookedAt) {
   EXPECT_EQ(greenPixelsBeside("Ready"), 0);
 
   ASSERT_EQ(pair(code).exitStatus, 0);
-  ASSERT_TRUE(eventually([&] { return now().pairingCode != code; }));
+  ASSERT_TRUE(eventuallySeen([&] { return now().pairingCode != code; }));
   EXPECT_TRUE(desktop->shows(now().pairingCode)) << "the next phone needs another code";
   EXPECT_FALSE(desktop->object(code));
 
   const auto connected = phone({"raw"});
   ASSERT_TRUE(desktop->shows("CONNECTED"));
-  EXPECT_TRUE(eventually([this] { return greenPixelsBeside("Connected") > 20; }));
+  EXPECT_TRUE(eventuallySeen([this] { return greenPixelsBeside("Connected") > 20; }));
   connected->closeInput();
   connected->terminate();
   ASSERT_TRUE(desktop->shows("Ready"));
-  EXPECT_TRUE(eventually([this] { return greenPixelsBeside("Ready") == 0; }));
+  EXPECT_TRUE(eventuallySeen([this] { return greenPixelsBeside("Ready") == 0; }));
 }
 
 TEST_F(Face, controlsActByPointerByKeyboardAndThroughAScreenReader) {
@@ -153,7 +82,7 @@ TEST_F(Face, controlsActByPointerByKeyboardAndThroughAScreenReader) {
   constexpr auto kToggle = "Keep running after screen lock";
 
   ASSERT_TRUE(desktop->click("Copy code"));
-  EXPECT_TRUE(eventually([this] { return desktop->clipboard() == now().pairingCode; }));
+  EXPECT_TRUE(eventuallySeen([this] { return desktop->clipboard() == now().pairingCode; }));
 
   const auto isToggle = [](const auto& each) { return each.name == kToggle && each.role == "check box"; };
   const auto toggle = [&] {
@@ -161,21 +90,23 @@ TEST_F(Face, controlsActByPointerByKeyboardAndThroughAScreenReader) {
     const auto found = std::find_if(all.begin(), all.end(), isToggle);
     return found == all.end() ? test::AccessibleObject() : *found;
   };
-  ASSERT_TRUE(eventually([&] { return toggle().width > 0; }));
+  ASSERT_TRUE(eventuallySeen([&] { return toggle().width > 0; }));
   const auto place = toggle();
   desktop->clickAt(place.x + place.width - 12, place.y + place.height / 2);
-  EXPECT_TRUE(eventually([&] { return now().keepAwakeOn && toggle().is("checked"); })) << "by the pointer";
-  EXPECT_TRUE(eventually([&] {
+  EXPECT_TRUE(eventuallySeen([&] { return now().keepAwakeOn && toggle().is("checked"); }))
+      << "by the pointer";
+  EXPECT_TRUE(eventuallySeen([&] {
     if (toggle().is("focused")) return true;
     desktop->key("Tab");
     return false;
   }));
   desktop->key("space");
-  EXPECT_TRUE(eventually([&] { return !now().keepAwakeOn && !toggle().is("checked"); })) << "by the keyboard";
+  EXPECT_TRUE(eventuallySeen([&] { return !now().keepAwakeOn && !toggle().is("checked"); }))
+      << "by the keyboard";
   const auto pressed =
       desktop->run("/usr/bin/python3", {TEVANTO_ACCESSIBLE_TREE, "Tevanto", "press", kToggle});
   EXPECT_EQ(pressed.exitStatus, 0) << pressed.output;
-  EXPECT_TRUE(eventually([this] { return now().keepAwakeOn; })) << "by a screen reader";
+  EXPECT_TRUE(eventuallySeen([this] { return now().keepAwakeOn; })) << "by a screen reader";
 
   for (const auto& each : desktop->objects()) {
     if (!each.is("focusable") || each.role == "frame" || each.role == "label") continue;
@@ -190,9 +121,9 @@ TEST_F(Face, aSwitchThatIsRefusedFallsBack) {
   ASSERT_TRUE(desktop->shows("Keep running after screen lock"));
   desktop->run("/usr/bin/python3",
                {TEVANTO_ACCESSIBLE_TREE, "Tevanto", "press", "Keep running after screen lock"});
-  ASSERT_TRUE(eventually([this] { return now().keepAwakeStatusText.find("Couldn't") == 0; }))
+  ASSERT_TRUE(eventuallySeen([this] { return now().keepAwakeStatusText.find("Couldn't") == 0; }))
       << now().keepAwakeStatusText;
-  EXPECT_TRUE(eventually([this] {
+  EXPECT_TRUE(eventuallySeen([this] {
     const auto all = desktop->objects();
     return !all.empty() && std::none_of(all.begin(), all.end(), [](const auto& each) {
       return each.name == "Keep running after screen lock" && each.is("checked");
@@ -203,13 +134,7 @@ TEST_F(Face, aSwitchThatIsRefusedFallsBack) {
 
 TEST_F(Face, aClickOnAnXembedIconOpensThePanel) {
   startOnThePanel(FaceDesktop::Tray::xembed);
-  const auto [x, y] = desktop->trayIcon();
-  // Until the icon is there, clicks hit an empty tray.
-  ASSERT_TRUE(eventually([&, x = x, y = y] {
-    desktop->clickAt(x, y);
-    return test::eventually([this] { return desktop->object("Open setup window").has_value(); },
-                            std::chrono::seconds(2));
-  }));
+  openPanel();
   const auto panel = desktop->object("Open setup window");
   EXPECT_LT(panel->x + panel->width, 1280);
   EXPECT_GT(panel->x, 900) << "beside the icon";
@@ -221,16 +146,17 @@ TEST_F(Face, theMenuOfTheIconDisconnectsThePhone) {
   startOnThePanel(FaceDesktop::Tray::xembed);
   ASSERT_EQ(pair(now().pairingCode).exitStatus, 0);
   const auto connected = phone({"raw"});
-  ASSERT_TRUE(eventually([this] { return now().isClientConnected; }));
+  ASSERT_TRUE(eventuallySeen([this] { return now().isClientConnected; }));
   const auto [x, y] = desktop->trayIcon();
-  // Until the icon is there, clicks hit an empty tray; the menu's first entry is the one.
-  EXPECT_TRUE(eventually([&, x = x, y = y] {
+  ASSERT_TRUE(desktop->showsTrayIcon());
+  // The menu's first entry is the one.
+  EXPECT_TRUE(eventuallySeen([&, x = x, y = y] {
     desktop->clickAt(x, y, 3);
     desktop->key("Down");
     desktop->key("Return");
     return test::eventually([this] { return !now().isClientConnected; }, std::chrono::seconds(2));
   }));
-  EXPECT_TRUE(eventually([&] { return !connected->isRunning(); }));
+  EXPECT_TRUE(eventuallySeen([&] { return !connected->isRunning(); }));
 }
 
 class StatusNotifierFace : public Face {
@@ -253,13 +179,13 @@ class StatusNotifierFace : public Face {
 
 TEST_F(StatusNotifierFace, theIconTellsWhatThePersonAtTheDeskMustKnow) {
   startOnThePanel(FaceDesktop::Tray::statusNotifier);
-  ASSERT_TRUE(eventually([this] { return !item().empty(); }));
+  ASSERT_TRUE(eventuallySeen([this] { return !item().empty(); }));
   EXPECT_THAT(property("ToolTip"), HasSubstr("Tevanto: no phone is connected"));
   const auto idle = property("IconPixmap");
   ASSERT_EQ(pair(now().pairingCode).exitStatus, 0);
   {
     const auto connected = phone({"raw"});
-    EXPECT_TRUE(eventually([this] {
+    EXPECT_TRUE(eventuallySeen([this] {
       return property("ToolTip").find("a phone is connected; your screen is not mirrored") !=
              std::string::npos;
     }));
@@ -267,23 +193,18 @@ TEST_F(StatusNotifierFace, theIconTellsWhatThePersonAtTheDeskMustKnow) {
   }
   const auto mirroring = phone({"mirror", "--screen-host", "127.0.0.1:" + std::to_string(now().screenPort),
                                 "--out", (desktop->configFolder() / "seen.h264").string()});
-  EXPECT_TRUE(eventually(
+  EXPECT_TRUE(eventuallySeen(
       [this] { return property("ToolTip").find("your screen is being mirrored") != std::string::npos; }));
   mirroring->terminate();
-  EXPECT_TRUE(
-      eventually([this] { return property("ToolTip").find("no phone is connected") != std::string::npos; }));
+  EXPECT_TRUE(eventuallySeen(
+      [this] { return property("ToolTip").find("no phone is connected") != std::string::npos; }));
   EXPECT_EQ(property("IconPixmap"), idle);
 }
 
 TEST_F(StatusNotifierFace, aClickOnTheIconOpensThePanelAtThePointer) {
   startOnThePanel(FaceDesktop::Tray::statusNotifier);
-  ASSERT_TRUE(eventually([this] { return !item().empty(); }));
-  const auto [x, y] = desktop->trayIcon();
-  ASSERT_TRUE(eventually([&, x = x, y = y] {
-    desktop->clickAt(x, y);
-    return test::eventually([this] { return desktop->object("Open setup window").has_value(); },
-                            std::chrono::seconds(2));
-  }));
+  ASSERT_TRUE(eventuallySeen([this] { return !item().empty(); }));
+  openPanel();
   EXPECT_LT(desktop->object("Open setup window")->x, 100);
   ASSERT_TRUE(desktop->click("Quit"));
   EXPECT_EQ(companion->wait(), 0);
@@ -293,7 +214,8 @@ TEST_F(StatusNotifierFace, anIconAppearsInATrayThatComesLater) {
   startOnThePanel();
   EXPECT_FALSE(desktop->bus().hasOwner("org.kde.StatusNotifierWatcher"));
   desktop->startTray(FaceDesktop::Tray::statusNotifier);
-  EXPECT_TRUE(eventually([this] { return !item().empty(); }));
+  // Of either kind: such a panel has both.
+  EXPECT_TRUE(desktop->showsTrayIcon());
 }
 
 TEST_F(Face, withoutATrayTheWindowIsClosedAndFoundAgain) {
@@ -305,7 +227,7 @@ TEST_F(Face, withoutATrayTheWindowIsClosedAndFoundAgain) {
   const auto output = tevanto({"--loopback-only"}).output;
   EXPECT_THAT(output, HasSubstr("Tevanto runs already"));
   EXPECT_TRUE(desktop->shows("Quit"));
-  EXPECT_TRUE(eventually([this] { return desktop->activeWindow() == "Tevanto"; }));
+  EXPECT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
 TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
@@ -313,9 +235,9 @@ TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
   ASSERT_TRUE(desktop->shows("Quit"));
   const test::ChildProcess other({"xterm", "-title", "Other", "-geometry", "100x40+300+100"},
                                  desktop->options());
-  ASSERT_TRUE(eventually([this] { return desktop->activeWindow() == "Other"; }));
+  ASSERT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Other"; }));
   ASSERT_EQ(tevanto({"--loopback-only"}).exitStatus, 0);
-  EXPECT_TRUE(eventually([this] { return desktop->activeWindow() == "Tevanto"; }));
+  EXPECT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
 TEST_F(Face, theDoctorTellsWhatTheDesktopHas) {
@@ -327,7 +249,7 @@ TEST_F(Face, theDoctorTellsWhatTheDesktopHas) {
   }
   desktop->startTray(FaceDesktop::Tray::xembed);
   desktop->run("sh", {"-c", "printf 'Xft.dpi:\\t144\\n' | xrdb -nocpp -merge"});
-  EXPECT_TRUE(eventually([&] {
+  EXPECT_TRUE(eventuallySeen([&] {
     told = tevanto({"doctor", "--remote-port", "0", "--screen-port", "0"}).output;
     return told.find("an XEmbed tray was found") != std::string::npos;
   }));
@@ -339,7 +261,7 @@ TEST_F(Face, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
   ASSERT_TRUE(desktop->shows("Quit"));
   const auto before = now();
   desktop->display().kill();
-  EXPECT_TRUE(eventually([&] {
+  EXPECT_TRUE(eventuallySeen([&] {
     return now().remotePort == before.remotePort && !now().isAccessibilityTrusted;
   })) << "it starts anew, on the same port";
   EXPECT_EQ(now().processID, companion->pid()) << "the same process";
@@ -347,7 +269,7 @@ TEST_F(Face, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
   desktop->display().restart();
   const auto old = std::move(companion);
   startCompanion();
-  EXPECT_TRUE(eventually([&] { return now().processID == companion->pid(); }));
+  EXPECT_TRUE(eventuallySeen([&] { return now().processID == companion->pid(); }));
   EXPECT_EQ(old->wait(), 0);
   EXPECT_TRUE(desktop->shows("Quit"));
 }

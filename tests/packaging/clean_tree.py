@@ -12,6 +12,8 @@ import time
 SUITE = "bookworm"
 DOWNLOAD_PATIENCE = 1200  # seconds; mirrors may be slow
 PATIENCE = 900
+# Of each download, with a longer wait before each.
+RETRIES = 6
 # A mirror moves on; what is older is made again.
 BASE_LIFETIME = 7 * 24 * 3600
 TREE_SIZE = 2 * 1024**3  # bytes, more than twice what is in it in the end
@@ -81,7 +83,7 @@ class CleanTree:
         arguments = ["mmdebstrap", "--mode=root", "--variant=minbase", "--format=tar", "--skip=cleanup/apt/lists",
                      "--dpkgopt=" + DPKG_OPTIONS.strip()]
         arguments += [f"--include={package}" for package in extra]
-        arguments += [f"--aptopt={line}" for line in proxy_settings()]
+        arguments += [f"--aptopt={line}" for line in [*proxy_settings(), f'Acquire::Retries "{RETRIES}";']]
         # A name of its own: another run may be making the same one.
         new = f"{tarball}.{os.getpid()}.new"
         try:
@@ -136,7 +138,8 @@ class CleanTree:
         return command_output(["/usr/sbin/chroot", self.path, *arguments], patience, env=self._environment)
 
     def apt(self, *arguments):
-        return self.run("apt-get", "--yes", "--no-install-recommends", *arguments, patience=DOWNLOAD_PATIENCE)
+        return self.run("apt-get", "--yes", "--no-install-recommends", "--option", f"Acquire::Retries={RETRIES}", *arguments,
+                        patience=DOWNLOAD_PATIENCE)
 
     def download_dependencies(self, packages):
         """Fetches everything that the packages need. The lists are those of the tarball, and may be old."""

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -16,6 +17,8 @@ namespace {
 
 constexpr auto kPatience = std::chrono::seconds(60);
 constexpr int kTrayHeight = 28;
+constexpr std::size_t kFewColours = 8;
+constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 
 /// A panel at the top of the screen with nothing on it but the tray.
 constexpr auto kPanelSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -129,8 +132,27 @@ void FaceDesktop::startStatusNotifierTray() {
   if (!eventually([this] { return bus().hasOwner("org.xfce.Xfconf"); }, kPatience))
     throw std::runtime_error("xfconfd does not start");
   launch({"xfce4-panel", "--disable-wm-check"});
-  if (!eventually([this] { return bus().hasOwner("org.kde.StatusNotifierWatcher"); }, kPatience))
+  if (!eventually([this] { return hasStatusNotifierHost(); }, kPatience))
     throw std::runtime_error("xfce4-panel has no StatusNotifier tray");
+}
+
+bool FaceDesktop::hasStatusNotifierHost() {
+  return bus().hasOwner(kWatcher) &&
+         bus().call(kWatcher, "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
+                    {kWatcher, "IsStatusNotifierHostRegistered"})
+                 .find("true") != std::string::npos;
+}
+
+bool FaceDesktop::showsTrayIcon() const {
+  return eventually(
+      [this] {
+        const auto [x, y] = trayIcon();
+        const auto seen =
+            pixels(x - kTrayHeight / 2 + 2, y - kTrayHeight / 2 + 2, kTrayHeight - 4, kTrayHeight - 4);
+        // An empty tray has one colour, or shades of it.
+        return std::set<unsigned>(seen.begin(), seen.end()).size() > kFewColours;
+      },
+      kPatience);
 }
 
 std::vector<AccessibleObject> FaceDesktop::objects() const {
@@ -167,7 +189,9 @@ bool FaceDesktop::ceasesToShow(const std::string& name) const {
 }
 
 bool FaceDesktop::click(const std::string& name) const {
-  // In its place: what moves has not been drawn to its end.
+  // On the screen, where the window manager has put it; and in its place: what moves has not been drawn to
+  // its end.
+  if (!eventually([this] { return activeWindow() == "Tevanto"; }, kPatience)) return false;
   std::optional<AccessibleObject> before;
   const bool rests = eventually(
       [&] {

@@ -56,6 +56,9 @@ class FaceDesktop : public CompanionDesktop {
   std::string clipboard() const;
   /// The title of the window that has the focus.
   std::string activeWindow() const;
+  /// Whether an icon comes to be drawn in the tray, within a generous deadline. Without one, clicks hit an
+  /// empty tray.
+  bool showsTrayIcon() const;
   /// Where the only icon of the tray is drawn, in the middle.
   std::pair<int, int> trayIcon() const;
 
@@ -64,6 +67,7 @@ class FaceDesktop : public CompanionDesktop {
  private:
   void launch(std::vector<std::string> command);
   void startStatusNotifierTray();
+  bool hasStatusNotifierHost();
 
   Tray tray_ = Tray::none;
   std::vector<std::unique_ptr<ChildProcess>> parts_;

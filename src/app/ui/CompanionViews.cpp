@@ -8,6 +8,7 @@
 
 #include "app/SetupWindow.h"
 #include "app/ui/CompanionModel.h"
+#include "app/ui/DesktopAppearance.h"
 #include "app/ui/ViewEngine.h"
 
 namespace tevanto {
@@ -42,6 +43,11 @@ std::unique_ptr<QQuickView> CompanionViews::makeSetupWindow() {
   view->setResizeMode(QQuickView::SizeRootObjectToView);
   view->resize(SetupWindowStyle::kWidth, SetupWindowStyle::kHeight);
   return view;
+}
+
+DesktopAppearance& CompanionViews::appearance() {
+  const int type = qmlTypeId("Tevanto", 1, 0, "DesktopAppearance");
+  return *engine_->engine().singletonInstance<DesktopAppearance*>(type);
 }
 
 }  // namespace tevanto

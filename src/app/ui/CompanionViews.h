@@ -7,6 +7,7 @@ class QQuickView;
 namespace tevanto {
 
 class CompanionModel;
+class DesktopAppearance;
 class ViewEngine;
 
 /// Makes the windows' contents: the panel and the setup view. A view shows
@@ -28,6 +29,8 @@ class CompanionViews {
   std::unique_ptr<QQuickView> makePanel();
   /// `SetupWindowView`, 360 by 520 points, for a window that the desktop decorates. Not shown yet.
   std::unique_ptr<QQuickView> makeSetupWindow();
+  /// How the views look at the desktop.
+  DesktopAppearance& appearance();
 
  private:
   std::unique_ptr<QQuickView> makeView(const char* name);

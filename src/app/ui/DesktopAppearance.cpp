@@ -36,4 +36,13 @@ void DesktopAppearance::setMotionReduced(bool reduced) {
   if (std::exchange(isMotionReduced_, reduced) != reduced) Q_EMIT changed();
 }
 
+void DesktopAppearance::setMotionReducedByPortal(bool reduced) {
+  isMotionThePortals_ = true;
+  setMotionReduced(reduced);
+}
+
+void DesktopAppearance::setMotionReducedByToolkit(bool reduced) {
+  if (!isMotionThePortals_) setMotionReduced(reduced);
+}
+
 }  // namespace tevanto

@@ -31,6 +31,9 @@ class DesktopAppearance : public QObject {
   /// Takes the place of what the desktop says.
   void setDark(bool dark);
   void setMotionReduced(bool reduced);
+  void setMotionReducedByPortal(bool reduced);
+  /// What a desktop says otherwise, which counts for as long as no portal has said anything about it.
+  void setMotionReducedByToolkit(bool reduced);
 
   /// By the application's palette.
   static bool isPaletteDark();
@@ -41,6 +44,7 @@ class DesktopAppearance : public QObject {
  private:
   bool isDark_;
   bool isMotionReduced_ = false;
+  bool isMotionThePortals_ = false;
   std::unique_ptr<QObject> source_;
 };
 

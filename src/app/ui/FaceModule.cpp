@@ -1,10 +1,25 @@
 #include "app/FaceModule.h"
 
+#include <QFile>
+#include <QLibraryInfo>
+
 #include "app/ui/InstalledFonts.h"
 #include "app/ui/QtFace.h"
+#include "platform/linux/DisplayReach.h"
+
+namespace {
+
+/// Qt ends the process where it has no plugin for the display that there is; that for Wayland is a package of
+/// its own.
+bool hasPluginForDisplay() {
+  return tevanto::canReachXServer() ||
+         QFile::exists(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms/libqwayland-generic.so");
+}
+
+}  // namespace
 
 extern "C" __attribute__((visibility("default"))) tevanto::Face* tevantoMakeFace() {
-  return new tevanto::QtFace();
+  return hasPluginForDisplay() ? new tevanto::QtFace() : nullptr;
 }
 
 extern "C" __attribute__((visibility("default"))) std::string* tevantoDescribeFonts() {

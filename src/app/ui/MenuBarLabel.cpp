@@ -19,6 +19,13 @@ const char* MenuBarLabel::imageName(bool isClientConnected) {
   return isClientConnected ? "iphone.radiowaves.left.and.right" : "iphone";
 }
 
+QIcon MenuBarLabel::mark() {
+  QIcon icon;
+  for (const int size : {16, 32, 64})
+    icon.addPixmap(QPixmap::fromImage(SymbolImages::draw("TevantoLogoMark", {}, {size, size})));
+  return icon;
+}
+
 QIcon MenuBarLabel::icon(bool isClientConnected) {
   QIcon icon;
   for (const int size : kSizes) {

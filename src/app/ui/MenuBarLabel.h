@@ -11,6 +11,8 @@ class MenuBarLabel {
   /// The name of the image, as the file under images/.
   static const char* imageName(bool isClientConnected);
   static QIcon icon(bool isClientConnected);
+  /// The product's mark, as an application's icon.
+  static QIcon mark();
 };
 
 }  // namespace tevanto

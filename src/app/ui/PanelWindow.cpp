@@ -6,6 +6,7 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QScreen>
+#include <utility>
 
 #include "app/ui/CompanionModel.h"
 #include "app/ui/CompanionViews.h"
@@ -19,7 +20,9 @@ constexpr int kSameClickMilliseconds = 250;
 
 }  // namespace
 
-PanelWindow::PanelWindow(CompanionModel& model, CompanionViews& views) : model_(model), views_(views) {}
+PanelWindow::PanelWindow(CompanionModel& model, CompanionViews& views,
+                         std::function<bool()> isTransparencyShown)
+    : model_(model), views_(views), isTransparencyShown_(std::move(isTransparencyShown)) {}
 PanelWindow::~PanelWindow() = default;
 
 void PanelWindow::toggle(const QRect& icon) {
@@ -48,6 +51,7 @@ void PanelWindow::make() {
 void PanelWindow::openAt(const QRect& anchor) {
   if (!view_) make();
   model_.refresh();
+  view_->rootObject()->setProperty("isRound", isTransparencyShown_());
   auto* screen = QGuiApplication::screenAt(anchor.center());
   if (!screen) screen = QGuiApplication::primaryScreen();
   view_->setScreen(screen);

@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QRect>
+#include <functional>
 #include <memory>
 
 class QQuickView;
@@ -16,8 +17,12 @@ class CompanionViews;
 /// the user turns to something else. Main thread.
 class PanelWindow final : public QObject {
  public:
-  /// Both outlive it.
-  PanelWindow(CompanionModel& model, CompanionViews& views);
+  /// Both outlive it. `isTransparencyShown` tells whether the desktop shows what lies behind a window's
+  /// transparent parts, and is asked each time that the panel opens: it has round corners only where that is
+  /// so.
+  PanelWindow(
+      CompanionModel& model, CompanionViews& views,
+      std::function<bool()> isTransparencyShown = [] { return true; });
   ~PanelWindow() override;
 
   /// Opens the panel at the icon, at the pointer where `icon` is empty, or closes it.
@@ -31,6 +36,7 @@ class PanelWindow final : public QObject {
 
   CompanionModel& model_;
   CompanionViews& views_;
+  const std::function<bool()> isTransparencyShown_;
   std::unique_ptr<QQuickView> view_;
   QElapsedTimer closedByItself_;  // since the focus went elsewhere
   bool wasActive_ = false;

@@ -6,6 +6,8 @@ FocusScope {
     id: view
 
     required property CompanionModel companion
+    /// The desktop shows what lies behind the corners.
+    property bool isRound: true
 
     /// The panel is to be closed.
     signal dismissed
@@ -21,7 +23,7 @@ FocusScope {
 
     Rectangle {
         anchors.fill: parent
-        radius: 12
+        radius: view.isRound ? 12 : 0
         color: Theme.ground
         border.width: 1
         border.color: Theme.line

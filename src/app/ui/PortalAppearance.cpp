@@ -76,13 +76,13 @@ void PortalAppearance::take(const QString& group, const QString& key, const QVar
     appearance_.setDark(scheme == kPreferDark ||
                         (scheme != kPreferLight && DesktopAppearance::isPaletteDark()));
   } else if (group == kAppearance && key == "reduced-motion") {
-    appearance_.setMotionReduced(value.toUInt() == 1);
+    appearance_.setMotionReducedByPortal(value.toUInt() == 1);
   } else if (group == kGnome && key == "enable-animations") {
-    appearance_.setMotionReduced(!value.toBool());
+    appearance_.setMotionReducedByPortal(!value.toBool());
   } else if (group == kKde && key == "AnimationDurationFactor") {
     bool isNumber = false;
     const double factor = value.toDouble(&isNumber);
-    appearance_.setMotionReduced(isNumber && factor == 0);
+    appearance_.setMotionReducedByPortal(isNumber && factor == 0);
   }
 }
 

@@ -3,6 +3,7 @@
 #include <QClipboard>
 #include <QDesktopServices>
 #include <QIcon>
+#include <QLocale>
 #include <QQuickView>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
@@ -15,11 +16,15 @@
 #include "app/TevantoMacRuntime.h"
 #include "app/ui/CompanionModel.h"
 #include "app/ui/CompanionViews.h"
+#include "app/ui/DesktopAppearance.h"
+#include "app/ui/MenuBarLabel.h"
 #include "app/ui/PanelWindow.h"
 #include "app/ui/QtMainQueue.h"
 #include "app/ui/QtSetupWindow.h"
+#include "app/ui/ToolkitMotion.h"
 #include "app/ui/TrayIcon.h"
 #include "app/ui/ViewEngine.h"
+#include "platform/linux/XDesktop.h"
 
 namespace tevanto {
 namespace {
@@ -28,6 +33,8 @@ namespace {
 constexpr auto kWindowPatience = std::chrono::seconds(1);
 
 constexpr auto kApplicationIdentifier = "app.tevanto.Tevanto";
+/// Where translations are, "tevanto_<language>.qm", from the folder of the program. The sources are English.
+constexpr auto kTranslations = "/../share/tevanto/translations";
 
 /// Small, mostly still windows: drawing them on the processor starts sooner than a graphics driver, and holds
 /// a tenth of its memory.
@@ -43,6 +50,20 @@ void addDesktopOperations(CompanionOperations& operations) {
   operations.copyText = [](const std::string& text) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(text));
   };
+}
+
+/// A compositor of Wayland always does; on X11 it is a program beside the server.
+bool isTransparencyShown() {
+  if (!qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) return true;
+  const auto desktop = XDesktop::current();
+  return desktop && desktop->isComposited;
+}
+
+/// The one of the desktop's theme; the product's mark where it is not installed, as when it runs from where
+/// it was built.
+QIcon applicationIcon() {
+  const auto themed = QIcon::fromTheme(kApplicationIdentifier);
+  return themed.isNull() ? MenuBarLabel::mark() : themed;
 }
 
 /// The face whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
@@ -69,8 +90,15 @@ QtFace::QtFace()
   QApplication::setDesktopFileName(kApplicationIdentifier);
   // Closing the window leaves the companion running.
   QApplication::setQuitOnLastWindowClosed(false);
+  speakTheUsersLanguage();
   chooseRenderer();
   engine_ = std::make_unique<ViewEngine>();
+}
+
+void QtFace::speakTheUsersLanguage() {
+  const auto folder = QApplication::applicationDirPath() + kTranslations;
+  if (translator_.load(QLocale(), QStringLiteral("tevanto"), QStringLiteral("_"), folder))
+    QApplication::installTranslator(&translator_);
 }
 
 QtFace::~QtFace() {
@@ -89,7 +117,7 @@ void QtFace::present(FaceSubject subject) {
                                subject_->defaults},
       subject_->operations, subject_->links);
   views_ = std::make_unique<CompanionViews>(*model_, std::move(engine_));
-  panel_ = std::make_unique<PanelWindow>(*model_, *views_);
+  panel_ = std::make_unique<PanelWindow>(*model_, *views_, isTransparencyShown);
   tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
   // Where no window comes, or one that nobody can see.
   QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
@@ -97,8 +125,10 @@ void QtFace::present(FaceSubject subject) {
 
 void QtFace::showIcons() {
   if (std::exchange(showsIcons_, true)) return;
-  QApplication::setWindowIcon(QIcon::fromTheme(kApplicationIdentifier));
+  QApplication::setWindowIcon(applicationIcon());
   tray_->lookForTray();
+  motion_ = std::make_unique<ToolkitMotion>(
+      [this](bool isReduced) { views_->appearance().setMotionReducedByToolkit(isReduced); });
 }
 
 std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
@@ -142,6 +172,7 @@ void QtFace::endWindows() {
   tray_.reset();
   panel_.reset();
   setupView_.reset();
+  motion_.reset();
   views_.reset();
   model_.reset();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QApplication>
+#include <QTranslator>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -18,6 +19,7 @@ class CompanionModel;
 class CompanionViews;
 class PanelWindow;
 class QtMainQueue;
+class ToolkitMotion;
 class TrayIcon;
 class ViewEngine;
 
@@ -44,6 +46,7 @@ class QtFace final : public Face {
  private:
   struct Arguments;
 
+  void speakTheUsersLanguage();
   static void exitedFromWithin();
   /// What nobody misses before there is a window to be seen: the icons in the tray and of the window.
   void showIcons();
@@ -52,12 +55,14 @@ class QtFace final : public Face {
   const std::unique_ptr<Arguments> arguments_;
   FontPreparation fonts_;
   QApplication application_;
+  QTranslator translator_;
   const std::shared_ptr<QtMainQueue> queue_;
   WindowActivation activation_;
   std::optional<FaceSubject> subject_;
   std::unique_ptr<ViewEngine> engine_;  // until the views have it
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;
+  std::unique_ptr<ToolkitMotion> motion_;
   std::unique_ptr<QQuickView> setupView_;
   std::unique_ptr<PanelWindow> panel_;
   std::unique_ptr<TrayIcon> tray_;

@@ -2,10 +2,14 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+
 namespace tevanto {
 namespace {
 
-// What the services say, for the translators.
+constexpr auto* kDigits = "0123456789";
+
+// What the services say, for the translators; %1 is a number.
 [[maybe_unused]] constexpr const char* kTexts[] = {
     QT_TRANSLATE_NOOP("Status", "Starting"),
     QT_TRANSLATE_NOOP("Status", "Waiting for iPhone"),
@@ -27,6 +31,11 @@ namespace {
     QT_TRANSLATE_NOOP("Status", "Screen capture stopped"),
     QT_TRANSLATE_NOOP("Status", "Keep Awake off"),
     QT_TRANSLATE_NOOP("Status", "Keeps running after screen lock"),
+    QT_TRANSLATE_NOOP("Status", "Battery too low (%1%) to keep awake"),
+    QT_TRANSLATE_NOOP("Status", "Battery floor hit (%1%), turning off"),
+    QT_TRANSLATE_NOOP("Status", "Auto-off after %1h"),
+    QT_TRANSLATE_NOOP("Status", "Couldn't enable Keep Awake (%1)"),
+    QT_TRANSLATE_NOOP("Status", "Couldn't disable Keep Awake (%1)"),
     QT_TRANSLATE_NOOP("Status", "Off"),
     QT_TRANSLATE_NOOP("Status", "Starts after login"),
     QT_TRANSLATE_NOOP("Status", "Approval required"),
@@ -38,7 +47,13 @@ namespace {
 
 QString translatedStatus(const std::string& text) {
   if (text.empty()) return {};
-  return QCoreApplication::translate("Status", text.c_str());
+  const auto digit = text.find_first_of(kDigits);
+  if (digit == std::string::npos) return QCoreApplication::translate("Status", text.c_str());
+  const auto from = digit > 0 && text[digit - 1] == '-' ? digit - 1 : digit;
+  const auto to = std::min(text.find_first_not_of(kDigits, digit), text.size());
+  const auto pattern = text.substr(0, from) + "%1" + text.substr(to);
+  return QCoreApplication::translate("Status", pattern.c_str())
+      .replace("%1", QString::fromStdString(text.substr(from, to - from)));
 }
 
 }  // namespace tevanto

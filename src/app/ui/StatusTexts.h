@@ -6,7 +6,8 @@
 
 namespace tevanto {
 
-/// A service's status text in the user's language; a text that nobody translated stays as it is.
+/// A service's status text, with at most one number in it, in the user's language; a text that nobody
+/// translated stays as it is.
 QString translatedStatus(const std::string& text);
 
 }  // namespace tevanto

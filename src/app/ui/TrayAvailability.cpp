@@ -19,6 +19,9 @@ namespace {
 constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr auto kWatcherPath = "/StatusNotifierWatcher";
 
+/// Panels that have both kinds of tray bring them up one after the other.
+constexpr int kBetweenTrays = 1500;  // milliseconds
+
 /// A watcher alone shows nothing: there must be a host, which draws the icons.
 bool hasStatusNotifierHost() {
   const auto bus = QDBusConnection::sessionBus();
@@ -73,7 +76,7 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
   }
   ~Watch() override { qGuiApp->removeNativeEventFilter(this); }
 
-  void lookSoon() { soon_.start(); }
+  void lookSoon() { soon_.start(0); }
 
  private:
   bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override {
@@ -86,6 +89,10 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
 
   void look() {
     const auto kind = current();
+    // The other kind can do more, and Qt stays with the first that it meets.
+    const bool mayBetterCome = kind == Kind::xembed && !std::exchange(hasWaited_, kind == Kind::xembed);
+    if (kind == Kind::none) hasWaited_ = false;
+    if (mayBetterCome) return soon_.start(kBetweenTrays);
     if (kind == Kind::none || !found_) return;
     std::exchange(found_, nullptr)(kind);
   }
@@ -93,6 +100,7 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
   std::function<void(Kind)> found_;
   QDBusServiceWatcher services_;
   QTimer soon_;
+  bool hasWaited_ = false;  // since there is only an XEmbed tray
   xcb_atom_t managerAtom_ = XCB_ATOM_NONE;
 };
 

@@ -9,10 +9,14 @@ void qml_register_types_Tevanto();  // NOLINT(readability-identifier-naming)
 namespace tevanto {
 
 ViewEngine::ViewEngine() : setupWindow_(&engine_) {
-  qml_register_types_Tevanto();
-  engine_.addImageProvider(SymbolImages::kName, new SymbolImages);
-  engine_.addImageProvider(QrImages::kName, new QrImages);
+  prepare(engine_);
   setupWindow_.loadUrl(sourceOf("SetupWindowView"), QQmlComponent::Asynchronous);
+}
+
+void ViewEngine::prepare(QQmlEngine& engine) {
+  qml_register_types_Tevanto();
+  engine.addImageProvider(SymbolImages::kName, new SymbolImages);
+  engine.addImageProvider(QrImages::kName, new QrImages);
 }
 
 QUrl ViewEngine::sourceOf(const char* name) {

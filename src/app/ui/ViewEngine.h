@@ -15,6 +15,8 @@ class ViewEngine {
   ViewEngine& operator=(const ViewEngine&) = delete;
 
   QQmlEngine& engine() { return engine_; }
+  /// Gives an engine the views' types and images.
+  static void prepare(QQmlEngine& engine);
   /// Where a view lies: `name` without its ending.
   static QUrl sourceOf(const char* name);
 

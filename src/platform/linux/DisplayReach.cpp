@@ -18,14 +18,6 @@ std::string fromEnvironment(const char* name) {
   return value ? value : "";
 }
 
-bool xServerAnswers() {
-  if (fromEnvironment("DISPLAY").empty()) return false;
-  auto* connection = xcb_connect(nullptr, nullptr);
-  const bool answers = xcb_connection_has_error(connection) == 0;
-  xcb_disconnect(connection);
-  return answers;
-}
-
 /// A name is looked up in the runtime folder; an absolute path stands for itself.
 bool compositorAnswers() {
   const auto name = fromEnvironment("WAYLAND_DISPLAY");
@@ -42,6 +34,14 @@ bool compositorAnswers() {
 
 }  // namespace
 
-bool canReachDisplay() { return xServerAnswers() || compositorAnswers(); }
+bool canReachXServer() {
+  if (fromEnvironment("DISPLAY").empty()) return false;
+  auto* connection = xcb_connect(nullptr, nullptr);
+  const bool answers = xcb_connection_has_error(connection) == 0;
+  xcb_disconnect(connection);
+  return answers;
+}
+
+bool canReachDisplay() { return canReachXServer() || compositorAnswers(); }
 
 }  // namespace tevanto

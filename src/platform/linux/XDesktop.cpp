@@ -18,10 +18,10 @@ struct Disconnect {
 };
 using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
 
-bool hasTray(xcb_connection_t* connection) {
-  constexpr std::string_view kSelection = "_NET_SYSTEM_TRAY_S0";
-  const XcbOwned<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-      connection, xcb_intern_atom(connection, 1, kSelection.size(), kSelection.data()), nullptr));
+bool isOwned(xcb_connection_t* connection, std::string_view selection) {
+  const auto length = static_cast<std::uint16_t>(selection.size());
+  const XcbOwned<xcb_intern_atom_reply_t> atom(
+      xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 1, length, selection.data()), nullptr));
   if (!atom || atom->atom == XCB_ATOM_NONE) return false;
   const XcbOwned<xcb_get_selection_owner_reply_t> owner(
       xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
@@ -55,7 +55,9 @@ std::optional<XDesktop> XDesktop::current() {
   const Connection connection(xcb_connect(nullptr, nullptr));
   if (xcb_connection_has_error(connection.get())) return std::nullopt;
   const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
-  return XDesktop{hasTray(connection.get()), dotsPerInchIn(resourcesOf(connection.get(), root))};
+  return XDesktop{isOwned(connection.get(), "_NET_SYSTEM_TRAY_S0"),
+                  isOwned(connection.get(), "_NET_WM_CM_S0"),
+                  dotsPerInchIn(resourcesOf(connection.get(), root))};
 }
 
 }  // namespace tevanto

@@ -112,6 +112,13 @@ TEST(MenuBarLabel, canBeToldFromLightAndDarkPanels) {
   }
 }
 
+TEST(MenuBarLabel, hasTheMarkInItsOwnColours) {
+  const auto image = MenuBarLabel::mark().pixmap(64, 64).toImage();
+  ASSERT_EQ(image.size(), QSize(64, 64));
+  EXPECT_GT(image.pixelColor(20, 6).blue(), 150);
+  EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0) << "round";
+}
+
 TEST(Symbols, areThereInEachColourAndSize) {
   for (const auto* name : {"iphone", "iphone.radiowaves.left.and.right", "doc.on.doc",
                            "exclamationmark.triangle.fill", "cup.and.saucer.fill", "power"}) {

@@ -93,6 +93,19 @@ TEST_F(Appearance, hearsOfReducedMotionInEachDesktopsWords) {
   EXPECT_TRUE(becomesStill());
 }
 
+TEST_F(Appearance, takesTheToolkitsWordOnMotionUntilAPortalHasSpoken) {
+  servePortal("{'org.freedesktop.appearance': {'color-scheme': dbus.UInt32(0)}}");
+  look();
+  appearance_->setMotionReducedByToolkit(true);
+  EXPECT_TRUE(appearance_->isMotionReduced());
+  appearance_->setMotionReducedByToolkit(false);
+  EXPECT_FALSE(appearance_->isMotionReduced());
+  change("org.gnome.desktop.interface", "enable-animations", "<false>");
+  EXPECT_TRUE(becomesStill());
+  appearance_->setMotionReducedByToolkit(false);
+  EXPECT_TRUE(appearance_->isMotionReduced());
+}
+
 TEST_F(Appearance, isLightWithMotionWithoutAPortal) {
   look();
   EXPECT_FALSE(appearance_->isDark());

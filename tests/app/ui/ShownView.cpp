@@ -1,7 +1,6 @@
 #include "tests/app/ui/ShownView.h"
 
 #include <QGuiApplication>
-#include <QQmlEngine>
 #include <QTest>
 
 #include <algorithm>
@@ -67,11 +66,7 @@ ShownView::~ShownView() {
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
-DesktopAppearance& ShownView::appearance() {
-  auto* const engine = view_->engine();
-  const int type = qmlTypeId("Tevanto", 1, 0, "DesktopAppearance");
-  return *engine->singletonInstance<DesktopAppearance*>(type);
-}
+DesktopAppearance& ShownView::appearance() { return views_.appearance(); }
 
 void ShownView::settle() {
   world_.run();

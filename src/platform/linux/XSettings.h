@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace tevanto {
+
+/// The integer of this name in a list of settings as freedesktop.org's XSETTINGS protocol lays it out;
+/// nothing where it is not there, is no integer, or the list is broken before it.
+///
+///     byte order (0: least significant first), 3 unused | serial, 4 | number of settings, 4 | settings
+///     setting: type, 1 (0 integer, 1 string, 2 colour) | unused, 1 | length of the name, 2 | name, padded to
+///     4 |
+///              serial, 4 | integer, 4; or length, 4, and text, padded to 4; or four times 2
+std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settings, std::string_view name);
+
+/// What the settings daemon of an X desktop tells every toolkit, on a connection of its own to the X server
+/// of DISPLAY. On one thread.
+class XSettings {
+ public:
+  /// Null where there is no X server.
+  static std::unique_ptr<XSettings> connect();
+  ~XSettings();
+  XSettings(const XSettings&) = delete;
+  XSettings& operator=(const XSettings&) = delete;
+
+  /// As it is now; nothing where no daemon runs, or it does not tell.
+  std::optional<std::int32_t> integer(std::string_view name) const;
+
+  /// Becomes readable when something may have changed.
+  int descriptor() const;
+  /// Takes what has come in; false when the X server has gone and nothing will come any more.
+  bool takeNews();
+
+ private:
+  struct Connection;
+
+  explicit XSettings(std::unique_ptr<Connection> connection);
+
+  const std::unique_ptr<Connection> connection_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/ControlSocketClient.h"
+#include "tests/support/CompanionProcess.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/WaylandCompositor.h"
+
+namespace tevanto {
+namespace {
+
+using test::ChildProcess;
+
+const std::string kProgram = TEVANTO_PROGRAM;
+
+/// The companion with its window on a real Wayland compositor.
+class FaceOnWayland : public ::testing::Test {
+ protected:
+  FaceOnWayland() {
+    const auto more = compositor.environment();
+    options.environment = desktop.environment;
+    options.environment.insert(options.environment.end(), more.begin(), more.end());
+    options.mergeErrors = true;
+  }
+  void startCompanion() {
+    companion = std::make_unique<ChildProcess>(
+        std::vector<std::string>{kProgram, "--remote-port", "0", "--screen-port", "0", "--loopback-only",
+                                 "--no-discovery"},
+        options);
+    ASSERT_TRUE(comesForward("Tevanto"));
+  }
+  bool comesForward(const std::string& title) const {
+    return test::eventually([&] { return compositor.focusedWindow() == title; }, std::chrono::seconds(60));
+  }
+  /// Until the running companion has taken it over.
+  int startOnceMore(const std::string& token) const {
+    auto again = options;
+    again.environment.emplace_back("XDG_ACTIVATION_TOKEN", token);
+    return test::runProgram({kProgram, "--loopback-only"}, again).exitStatus;
+  }
+
+  test::CompanionDesktop desktop;
+  test::WaylandCompositor compositor;
+  ChildProcess::Options options;
+  std::unique_ptr<ChildProcess> companion;
+};
+
+TEST_F(FaceOnWayland, aSecondStartBringsTheWindowForwardByTheTokenOfWhoAskedForIt) {
+  startCompanion();
+  const ChildProcess other({TEVANTO_OTHER_WINDOW}, options);
+  ASSERT_TRUE(comesForward("Other"));
+  ASSERT_EQ(startOnceMore(""), 0);
+  EXPECT_EQ(compositor.focusedWindow(), "Other") << "nobody may come forward unasked";
+  const test::WaylandCompositor::Token token(compositor);
+  ASSERT_EQ(startOnceMore(token.text()), 0);
+  EXPECT_TRUE(comesForward("Tevanto"));
+}
+
+TEST_F(FaceOnWayland, aWindowThatWasClosedIsFoundAgain) {
+  startCompanion();
+  compositor.close("Tevanto");
+  ASSERT_TRUE(comesForward("")) << "nothing is left on the screen";
+  ASSERT_EQ(startOnceMore(""), 0);
+  EXPECT_TRUE(comesForward("Tevanto"));
+  EXPECT_TRUE(companion->isRunning());
+}
+
+}  // namespace
+}  // namespace tevanto
