@@ -11,8 +11,6 @@ void AnswerNegotiation::offered(const SignalMessage& offer, bool viaCloud) {
   if (offer.sdp == lastOfferSDP_) return offeredAgain(offer, viaCloud);
   if (host_.session().hasRemoteDescription() && !host_.rebuildSession()) return;
   lastOfferSDP_ = offer.sdp;
-  // An answer to an earlier offer, sent for a replay of this one, would connect nobody.
-  localAnswer_.reset();
   replyViaCloud_ = viaCloud;
   host_.say(std::string("offer received") + (viaCloud ? " via cloud" : ""));
   apply(offer);
