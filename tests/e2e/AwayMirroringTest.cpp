@@ -39,25 +39,40 @@ std::vector<std::byte> bytesOf(const std::filesystem::path& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-/// What is in the recording, which may still grow. Every picture has a number, or the test fails.
+/// Whether a slice is the first of its picture: first_mb_in_slice, an Exp-Golomb code behind the byte of the
+/// NAL unit's header, is 0 (ITU-T H.264, 7.3.3).
+bool beginsPicture(std::span<const std::byte> slice) {
+  return slice.size() > 1 && (slice[1] & std::byte{0x80}) != std::byte{};
+}
+
+/// What is in the recording, which may still grow: its last picture may lack a slice.
 std::vector<SeenPicture> picturesIn(const std::filesystem::path& path) {
   const auto stream = bytesOf(path);
   test::H264TestDecoder decoder;
   std::span<const std::byte> sps;
+  std::vector<std::byte> slices;  // of one picture
+  std::size_t endsAt = 0;
   std::vector<SeenPicture> seen;
+  const auto decode = [&] {
+    if (slices.empty()) return;
+    const auto picture = decoder.decode(slices);
+    const auto number = picture ? test::PageOfPictures::numberIn(*picture) : std::nullopt;
+    if (number) seen.push_back({*number, endsAt});
+    slices.clear();
+  };
   for (const auto unit : annexBNalUnits(stream)) {
     const auto type = nalUnitType(unit);
+    const bool isSlice = type == NalUnitType::slice || type == NalUnitType::idrSlice;
+    if (!isSlice || beginsPicture(unit)) decode();
     if (type == NalUnitType::sps) sps = unit;
     if (type == NalUnitType::pps) decoder.setParameterSets(sps, unit);
-    if (type != NalUnitType::slice && type != NalUnitType::idrSlice) continue;
-    std::vector<std::byte> data;
-    for (int shift = 24; shift >= 0; shift -= 8) data.push_back(static_cast<std::byte>(unit.size() >> shift));
-    data.insert(data.end(), unit.begin(), unit.end());
-    const auto picture = decoder.decode(data);
-    const auto number = picture ? test::PageOfPictures::numberIn(*picture) : std::nullopt;
-    if (number)
-      seen.push_back({*number, static_cast<std::size_t>(unit.data() + unit.size() - stream.data())});
+    if (!isSlice) continue;
+    for (int shift = 24; shift >= 0; shift -= 8)
+      slices.push_back(static_cast<std::byte>(unit.size() >> shift));
+    slices.insert(slices.end(), unit.begin(), unit.end());
+    endsAt = static_cast<std::size_t>(unit.data() + unit.size() - stream.data());
   }
+  decode();
   return seen;
 }
 
@@ -107,12 +122,12 @@ TEST_F(AwayMirroring, aBadLineMeansFewerPicturesNotOlderOnes) {
   const auto last = first(drawn);
   ASSERT_TRUE(last) << "what stands still arrives";
   EXPECT_LT(last->endsAt - atTheEnd, 1024U * 1024U) << "bytes of older pictures, and its own, that waited";
+  mirror.signal(SIGINT);
+  EXPECT_EQ(mirror.wait(), 0);
   const auto seen = picturesIn(recording);
   for (std::size_t i = 1; i < seen.size(); ++i) EXPECT_LE(seen[i - 1].number, seen[i].number) << i;
   EXPECT_LT(seen.size(), static_cast<std::size_t>(drawn)) << "fewer pictures";
   EXPECT_GT(seen.size(), 10U);
-  mirror.signal(SIGINT);
-  EXPECT_EQ(mirror.wait(), 0);
 }
 
 }  // namespace
