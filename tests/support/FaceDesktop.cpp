@@ -101,6 +101,9 @@ FaceDesktop::FaceDesktop(Tray tray) {
                                          {"HOME", configFolder().string()},
                                          {"LC_ALL", "C.UTF-8"}});
   launch({"openbox", "--sm-disable"});
+  // It gives no focus to windows that were there before it.
+  if (!eventually([this] { return hasWindowManager(); }, kPatience))
+    throw std::runtime_error("the window manager does not start");
   launch({"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"});
   if (!eventually([this] { return bus().hasOwner("org.a11y.Bus"); }, kPatience))
     throw std::runtime_error("the accessibility bus does not start");
@@ -134,6 +137,15 @@ void FaceDesktop::startStatusNotifierTray() {
   launch({"xfce4-panel", "--disable-wm-check"});
   if (!eventually([this] { return hasStatusNotifierHost(); }, kPatience))
     throw std::runtime_error("xfce4-panel has no StatusNotifier tray");
+}
+
+bool FaceDesktop::hasWindowManager() const {
+  const Connection server(display().display());
+  const auto cookie = xcb_get_property(server.connection, 0, server.root,
+                                       server.atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
+  const Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(server.connection, cookie, nullptr),
+                                              &std::free);
+  return reply && xcb_get_property_value_length(reply.get()) > 0;
 }
 
 bool FaceDesktop::hasStatusNotifierHost() {

@@ -68,6 +68,7 @@ class FaceDesktop : public CompanionDesktop {
   void launch(std::vector<std::string> command);
   void startStatusNotifierTray();
   bool hasStatusNotifierHost();
+  bool hasWindowManager() const;
 
   Tray tray_ = Tray::none;
   std::vector<std::unique_ptr<ChildProcess>> parts_;
