@@ -21,6 +21,30 @@ using ::testing::Contains;
 /// How the companion gets on with the rest of the desktop: its tray, other windows, other programs.
 class FaceOnItsDesktop : public Face {};
 
+TEST_F(FaceOnItsDesktop, anXembedIconTellsUnderThePointerWhatThePersonAtTheDeskMustKnow) {
+  startOnThePanel(FaceDesktop::Tray::xembed);
+  ASSERT_TRUE(desktop->showsTrayIcon());
+  const auto [x, y] = desktop->trayIcon();
+  // It comes when the pointer has moved on the icon and then rests.
+  int step = 0;
+  const auto restOnIcon = [&, x = x, y = y] {
+    desktop->run("xdotool", {"mousemove", std::to_string(x - (step ^= 1)), std::to_string(y)});
+    return test::eventually([this] { return desktop->object("Tevanto: no phone is connected").has_value(); },
+                            std::chrono::seconds(3));
+  };
+  EXPECT_TRUE(test::eventually(restOnIcon, std::chrono::seconds(120)));
+}
+
+TEST_F(FaceOnItsDesktop, thePanelClosesWhenThePersonTurnsToAnotherWindow) {
+  startOnThePanel(FaceDesktop::Tray::xembed);
+  openPanel();
+  const test::ChildProcess other({"xterm", "-title", "Other", "-geometry", "60x20+100+300"},
+                                 desktop->options());
+  ASSERT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Other"; }));
+  EXPECT_TRUE(desktop->ceasesToShow("Open setup window"));
+  openPanel();
+}
+
 TEST_F(FaceOnItsDesktop, thePanelHasNoBlackCornersWhereNothingIsTransparent) {
   startOnThePanel(FaceDesktop::Tray::xembed);
   desktop->run("xsetroot", {"-solid", "#808080"});
@@ -31,6 +55,29 @@ TEST_F(FaceOnItsDesktop, thePanelHasNoBlackCornersWhereNothingIsTransparent) {
   const auto seen = desktop->pixels(title->x - 90, title->y - 60, 90, 60);
   EXPECT_FALSE(seen.empty());
   EXPECT_EQ(std::count(seen.begin(), seen.end(), 0U), 0);
+}
+
+TEST_F(FaceOnItsDesktop, theMenuOfTheIconOpensTheWindowAndQuits) {
+  startOnThePanel(FaceDesktop::Tray::xembed);
+  ASSERT_TRUE(desktop->shows("Quit"));
+  ASSERT_TRUE(closeWindow());
+  const auto choose = [this](const char* key) {
+    const auto [x, y] = desktop->trayIcon();
+    desktop->clickAt(x, y, 3);
+    desktop->key(key);
+    desktop->key("Return");
+  };
+  ASSERT_TRUE(desktop->showsTrayIcon());
+  // Without a phone the first entry cannot be chosen.
+  EXPECT_TRUE(eventuallySeen([&] {
+    choose("Down");
+    return test::eventually([this] { return desktop->activeWindow() == "Tevanto"; }, std::chrono::seconds(2));
+  }));
+  EXPECT_TRUE(eventuallySeen([&] {
+    choose("Up");
+    return test::eventually([this] { return !companion->isRunning(); }, std::chrono::seconds(2));
+  }));
+  EXPECT_EQ(companion->wait(), 0);
 }
 
 TEST_F(FaceOnItsDesktop, theDesktopLearnsThatAStartIsOver) {
