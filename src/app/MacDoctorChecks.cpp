@@ -101,12 +101,12 @@ Attempt tryLoginItem() {
 }  // namespace
 
 std::vector<DoctorCheck> macDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort) {
-  const auto volume = tryVolume();
+  auto volume = tryVolume();
   return {{"accessibility", tryAccessibility},
           {"screen recording", tryScreenRecording},
           {"encoder", tryEncoder},
           {"discovery", tryBonjour},
-          {"volume", [=] { return volume; }},
+          {"volume", [volume] { return volume; }},
           {"sleep assertion", trySleepAssertion},
           {"launch at login", tryLoginItem},
           {"control port", [=] { return tryPort(remotePort, "--remote-port"); }},
