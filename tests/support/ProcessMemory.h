@@ -85,9 +85,10 @@ inline constexpr std::size_t kResidentFactor = 5;
 inline constexpr std::size_t kResidentFactor = 1;
 #endif
 
-/// What AddressSanitizer keeps of the memory that was freed, to see who still uses it.
+/// What AddressSanitizer keeps of the memory that was freed, to see who still uses it: up to 256 MiB, an
+/// eighth of that as shadow, and what it rounds up.
 #if defined(__SANITIZE_ADDRESS__)
-inline constexpr std::size_t kQuarantineBytes = 256 * 1024 * 1024;
+inline constexpr std::size_t kQuarantineBytes = 320 * 1024 * 1024;
 #else
 inline constexpr std::size_t kQuarantineBytes = 0;
 #endif
