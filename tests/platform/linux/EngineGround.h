@@ -16,6 +16,8 @@ namespace tevanto::test {
 class EngineGround : public ::testing::Test {
  protected:
   ~EngineGround() override {
+    // What a pair has left the engine to do must not meet the libraries' cleanup at the exit.
+    EXPECT_TRUE(rests());
     for (const auto& loop : {mainLoop, work}) loop->stop();
   }
 
