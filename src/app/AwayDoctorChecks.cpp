@@ -5,9 +5,9 @@
 #include <string>
 #include <utility>
 
-#include "app/FirstAnswer.h"
 #include "app/RelayAttempt.h"
 #include "app/TurnAttempt.h"
+#include "core/FirstAnswer.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudKitServerKey.h"
 #include "p2p/PeerConnection.h"

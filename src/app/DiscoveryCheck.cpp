@@ -1,10 +1,9 @@
 #include "app/DiscoveryCheck.h"
 
-#include <atomic>
 #include <chrono>
-#include <future>
 #include <memory>
 
+#include "core/FirstAnswer.h"
 #include "core/Uuid.h"
 
 namespace tevanto {
@@ -14,38 +13,17 @@ constexpr auto kServiceType = "_tevanto-doctor._tcp";
 constexpr std::uint16_t kDiscardPort = 9;  // nobody is to connect
 constexpr auto kPatience = std::chrono::seconds(8);
 
-/// The first word on whether the service is visible.
-class Visibility {
- public:
-  ServiceAdvertiser::StatusHandler handler() const {
-    return [told = told_](const AdvertisingStatus& now) {
-      if (now.state != AdvertisingState::pending && !told->isOver.test_and_set())
-        told->promise.set_value(now);
-    };
-  }
-  std::optional<AdvertisingStatus> wait() const {
-    auto status = told_->promise.get_future();
-    if (status.wait_for(kPatience) != std::future_status::ready) return std::nullopt;
-    return status.get();
-  }
-
- private:
-  struct Told {
-    std::promise<AdvertisingStatus> promise;
-    std::atomic_flag isOver;
-  };
-  const std::shared_ptr<Told> told_ = std::make_shared<Told>();
-};
-
 }  // namespace
 
 Result<std::string> tryDiscovery(const DiscoveryTrial& trial) {
   const auto identifier = randomUuid();
   ServiceDescription service{
       "Tevanto doctor " + identifier.substr(0, 8), kServiceType, kDiscardPort, {{"id", identifier}}};
-  const Visibility visibility;
-  const auto registration = trial.advertiser.advertise(service, visibility.handler());
-  const auto status = visibility.wait();
+  const auto answer = std::make_shared<FirstAnswer<AdvertisingStatus>>();
+  const auto registration = trial.advertiser.advertise(service, [answer](const AdvertisingStatus& now) {
+    if (now.state != AdvertisingState::pending) answer->say(now);
+  });
+  const auto status = answer->waitFor(kPatience);
   if (!status || status->state != AdvertisingState::advertised) {
     const auto reason = status && !status->message.empty() ? " (" + status->message + ")" : "";
     return Failure{"Phones cannot find this computer by itself" + reason + "; " + trial.advertisingRemedy +

@@ -1,15 +1,14 @@
 #include "app/LinuxScreenCheck.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <future>
 #include <memory>
 #include <utility>
 
 #include "app/LoadedEncoders.h"
 #include "core/EventLoop.h"
+#include "core/FirstAnswer.h"
 #include "core/Log.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/CaptureEngine.h"
@@ -29,19 +28,14 @@ std::string displayText() {
 /// The first thing that the capture says.
 Result<std::string> firstWord(CaptureEngine& engine) {
   using Word = Result<std::string>;
-  auto promise = std::make_shared<std::promise<Word>>();
-  auto told = std::make_shared<std::atomic_flag>();
-  const auto say = [promise, told](Word word) {
-    if (!told->test_and_set()) promise->set_value(std::move(word));
-  };
-  engine.setPixelBufferHandler([say](const auto&, PresentationTime, std::int64_t width, std::int64_t height) {
-    say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
+  const auto answer = std::make_shared<FirstAnswer<Word>>();
+  engine.setPixelBufferHandler([answer](const auto&, PresentationTime, std::int64_t width,
+                                        std::int64_t height) {
+    answer->say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
   });
-  engine.setErrorHandler([say](const std::string& text) { say(Failure{text}); });
-  auto word = promise->get_future();
+  engine.setErrorHandler([answer](const std::string& text) { answer->say(Failure{text}); });
   engine.start();
-  if (word.wait_for(kPatience) != std::future_status::ready) return Failure{"No picture came"};
-  return word.get();
+  return answer->waitFor(kPatience).value_or(Failure{"No picture came"});
 }
 
 }  // namespace

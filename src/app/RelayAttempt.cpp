@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-#include "app/FirstAnswer.h"
+#include "core/FirstAnswer.h"
 #include "core/Uuid.h"
 #include "net/HttpClient.h"
 #include "net/WebSocketConnection.h"

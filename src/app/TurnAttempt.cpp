@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "app/FirstAnswer.h"
+#include "core/FirstAnswer.h"
 #include "p2p/PeerConnection.h"
 #include "p2p/StunProbe.h"
 

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/FirstAnswer.h"
 #include "remote/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
@@ -22,27 +23,6 @@ Inbox::Message bytesOf(std::string_view text) {
   const auto bytes = std::as_bytes(std::span(text));
   return {bytes.begin(), bytes.end()};
 }
-
-/// Something that happens once.
-class Event {
- public:
-  void happen() {
-    {
-      const std::scoped_lock lock(mutex_);
-      happened_ = true;
-    }
-    changed_.notify_all();
-  }
-  void await(std::chrono::milliseconds most) {
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, most, [this] { return happened_; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool happened_ = false;
-};
 
 }  // namespace
 
@@ -164,16 +144,16 @@ AwayLink::~AwayLink() {
 }
 
 void AwayLink::endTransport() {
-  const auto over = std::make_shared<Event>();
+  const auto over = std::make_shared<FirstAnswer<ChannelState>>();
   const bool wasReady = isReady();
   environment_.mainQueue->sync([&] {
     transport_.messages->onChannelState = [over](ChannelState state) {
-      if (state == ChannelState::failed) over->happen();
+      if (state == ChannelState::failed) over->say(state);
     };
     transport_.messages->close();
   });
   // The last thing that it reports, once the connection is closed.
-  if (wasReady && !environment_.mainQueue->isCurrent()) over->await(environment_.patience.farewell);
+  if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.patience.farewell);
 }
 
 void AwayLink::stateDidChange(ChannelState state) {
