@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <thread>
+
+#include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto::bench {
 namespace {
@@ -19,12 +21,6 @@ constexpr std::uint16_t kSmallestWindow = 100;
 /// In from the edge, where a rounded corner has ended.
 constexpr std::int16_t kLookedAt = 16;
 constexpr std::uint32_t kRequestDock = 0;
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-template <class T>
-using Owned = std::unique_ptr<T, Free>;
 
 [[noreturn]] void fail(const char* what) {
   std::fprintf(stderr, "face_bench: %s\n", what);
@@ -90,7 +86,7 @@ void TrayDesktop::send(xcb_window_t to, const char* type, const xcb_client_messa
 }
 
 void TrayDesktop::takeEvents() {
-  while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
     const int type = event->response_type & 0x7f;
     if (type == XCB_MAP_NOTIFY)
       noteMapped(reinterpret_cast<const xcb_map_notify_event_t*>(event.get())->window);
@@ -103,7 +99,7 @@ void TrayDesktop::takeEvents() {
 
 void TrayDesktop::noteMapped(xcb_window_t window) {
   if (window_ != XCB_WINDOW_NONE) return;
-  const Owned<xcb_get_geometry_reply_t> geometry(
+  const XcbOwned<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr));
   if (geometry && geometry->width >= kSmallestWindow) window_ = window;
 }
@@ -130,21 +126,21 @@ Clock::time_point TrayDesktop::awaitFirstFrame() {
 bool TrayDesktop::isPainted() {
   const auto cookie =
       xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, kLookedAt, kLookedAt, 1, 1, ~0U);
-  const Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(connection_, cookie, nullptr));
+  const XcbOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(connection_, cookie, nullptr));
   if (!image || xcb_get_image_data_length(image.get()) < 4) return false;
   const auto* pixel = xcb_get_image_data(image.get());
   return pixel[0] != 0 || pixel[1] != 0 || pixel[2] != 0;
 }
 
 int TrayDesktop::windowHeight() {
-  const Owned<xcb_get_geometry_reply_t> geometry(
+  const XcbOwned<xcb_get_geometry_reply_t> geometry(
       xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window_), nullptr));
   return geometry ? geometry->height : 0;
 }
 
 bool TrayDesktop::isWindowShown() {
   const auto cookie = xcb_get_window_attributes(connection_, window_);
-  const Owned<xcb_get_window_attributes_reply_t> attributes(
+  const XcbOwned<xcb_get_window_attributes_reply_t> attributes(
       xcb_get_window_attributes_reply(connection_, cookie, nullptr));
   return attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE;
 }
@@ -180,10 +176,6 @@ Clock::time_point TrayDesktop::clickIcon() {
   return pressed;
 }
 
-xcb_atom_t TrayDesktop::atom(const std::string& name) {
-  const auto cookie = xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-  const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
-  return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
+xcb_atom_t TrayDesktop::atom(const std::string& name) { return atomNamed(name, connection_); }
 
 }  // namespace tevanto::bench

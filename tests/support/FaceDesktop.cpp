@@ -1,7 +1,5 @@
 #include "tests/support/FaceDesktop.h"
 
-#include <xcb/xcb.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -9,7 +7,10 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
+#include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {
@@ -42,9 +43,6 @@ constexpr auto kPanelSettings = R"(<?xml version="1.0" encoding="UTF-8"?>
 </channel>
 )";
 
-template <class Reply>
-using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
-
 std::vector<std::string> split(const std::string& text, char separator) {
   std::vector<std::string> parts;
   std::istringstream stream(text);
@@ -75,12 +73,7 @@ class Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  xcb_atom_t atom(const std::string& name) const {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr),
-                                               &std::free);
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-  }
+  xcb_atom_t atom(std::string_view name) const { return atomNamed(name, connection); }
 
   xcb_connection_t* const connection;
   xcb_window_t root = 0;
@@ -143,8 +136,7 @@ bool FaceDesktop::hasWindowManager() const {
   const Connection server(display().display());
   const auto cookie = xcb_get_property(server.connection, 0, server.root,
                                        server.atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
-  const Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(server.connection, cookie, nullptr),
-                                              &std::free);
+  const XcbOwned<xcb_get_property_reply_t> reply(xcb_get_property_reply(server.connection, cookie, nullptr));
   return reply && xcb_get_property_value_length(reply.get()) > 0;
 }
 
@@ -240,8 +232,7 @@ std::vector<unsigned> FaceDesktop::pixels(int x, int y, int width, int height) c
       xcb_get_image(server.connection, XCB_IMAGE_FORMAT_Z_PIXMAP, server.root, static_cast<std::int16_t>(x),
                     static_cast<std::int16_t>(y), static_cast<std::uint16_t>(width),
                     static_cast<std::uint16_t>(height), ~0U);
-  const Owned<xcb_get_image_reply_t> image(xcb_get_image_reply(server.connection, cookie, nullptr),
-                                           &std::free);
+  const XcbOwned<xcb_get_image_reply_t> image(xcb_get_image_reply(server.connection, cookie, nullptr));
   std::vector<unsigned> result;
   if (!image) return result;
   const auto* bytes = xcb_get_image_data(image.get());
@@ -265,11 +256,11 @@ std::string FaceDesktop::clipboard() const {
   xcb_flush(server.connection);
   std::string text;
   eventually([&] {
-    const Owned<xcb_generic_event_t> event(xcb_poll_for_event(server.connection), &std::free);
+    const XcbOwned<xcb_generic_event_t> event(xcb_poll_for_event(server.connection));
     if (!event || (event->response_type & 0x7f) != XCB_SELECTION_NOTIFY) return false;
     const auto cookie = xcb_get_property(server.connection, 1, window, property, XCB_ATOM_ANY, 0, 1024);
-    const Owned<xcb_get_property_reply_t> value(xcb_get_property_reply(server.connection, cookie, nullptr),
-                                                &std::free);
+    const XcbOwned<xcb_get_property_reply_t> value(
+        xcb_get_property_reply(server.connection, cookie, nullptr));
     if (value) {
       text.assign(static_cast<const char*>(xcb_get_property_value(value.get())),
                   static_cast<std::size_t>(xcb_get_property_value_length(value.get())));

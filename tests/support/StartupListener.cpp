@@ -1,11 +1,11 @@
 #include "tests/support/StartupListener.h"
 
-#include <xcb/xcb.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <stdexcept>
+
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto::test {
 
@@ -15,20 +15,12 @@ struct StartupListener::Connection {
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(xcb)).data->root;
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;  // messages to it go to those
     xcb_change_window_attributes(xcb, root, XCB_CW_EVENT_MASK, &events);
-    begin = atom("_NET_STARTUP_INFO_BEGIN");
-    more = atom("_NET_STARTUP_INFO");
+    begin = atomNamed("_NET_STARTUP_INFO_BEGIN", xcb);
+    more = atomNamed("_NET_STARTUP_INFO", xcb);
   }
   ~Connection() { xcb_disconnect(xcb); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
-
-  xcb_atom_t atom(const std::string& name) const {
-    const auto cookie = xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    auto* const reply = xcb_intern_atom_reply(xcb, cookie, nullptr);
-    const auto found = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-    std::free(reply);
-    return found;
-  }
 
   xcb_connection_t* const xcb;
   xcb_atom_t begin = XCB_ATOM_NONE;

@@ -1,10 +1,11 @@
 #include "tests/support/XSettingsDaemon.h"
 
-#include <xcb/xcb.h>
-
 #include <bit>
 #include <cstdlib>
 #include <stdexcept>
+#include <string_view>
+
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto::test {
 namespace {
@@ -61,13 +62,7 @@ struct XSettingsDaemon::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  xcb_atom_t atom(const std::string& name) const {
-    const auto cookie = xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    auto* const reply = xcb_intern_atom_reply(xcb, cookie, nullptr);
-    const auto found = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-    std::free(reply);
-    return found;
-  }
+  xcb_atom_t atom(std::string_view name) const { return atomNamed(name, xcb); }
   void settle() const { std::free(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr)); }
 
   xcb_connection_t* const xcb;

@@ -1,7 +1,5 @@
 #include "app/ui/TrayAvailability.h"
 
-#include <xcb/xcb.h>
-
 #include <QAbstractNativeEventFilter>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -9,9 +7,10 @@
 #include <QDBusServiceWatcher>
 #include <QGuiApplication>
 #include <QTimer>
-#include <cstdlib>
 #include <string>
-#include <string_view>
+
+#include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto {
 namespace {
@@ -35,24 +34,15 @@ xcb_connection_t* xConnection() {
   return x11 ? x11->connection() : nullptr;
 }
 
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-  const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
-  auto* reply = xcb_intern_atom_reply(connection, cookie, nullptr);
-  const xcb_atom_t found = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-  std::free(reply);
-  return found;
-}
-
 /// The tray of a screen owns this selection (freedesktop.org System Tray Protocol); Qt knows the first
 /// screen's.
 bool hasXembedTray() {
   auto* connection = xConnection();
   if (!connection) return false;
-  const auto cookie = xcb_get_selection_owner(connection, atom(connection, "_NET_SYSTEM_TRAY_S0"));
-  auto* reply = xcb_get_selection_owner_reply(connection, cookie, nullptr);
-  const bool found = reply && reply->owner != XCB_WINDOW_NONE;
-  std::free(reply);
-  return found;
+  const auto cookie = xcb_get_selection_owner(connection, atomNamed("_NET_SYSTEM_TRAY_S0", connection));
+  const XcbOwned<xcb_get_selection_owner_reply_t> reply(
+      xcb_get_selection_owner_reply(connection, cookie, nullptr));
+  return reply && reply->owner != XCB_WINDOW_NONE;
 }
 
 }  // namespace
@@ -70,7 +60,7 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
     QDBusConnection::sessionBus().connect(kWatcher, kWatcherPath, kWatcher, "StatusNotifierHostRegistered",
                                           &soon_, SLOT(start()));
     if (auto* connection = xConnection()) {
-      managerAtom_ = atom(connection, "MANAGER");
+      managerAtom_ = atomNamed("MANAGER", connection);
       qGuiApp->installNativeEventFilter(this);
     }
   }

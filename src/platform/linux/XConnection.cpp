@@ -17,7 +17,7 @@ constexpr std::uint8_t kSentBit = 0x80;
 Result<std::shared_ptr<XConnection>> XConnection::connect(const std::string& displayName) {
   const auto server = XcbServer::connect(displayName);
   if (!server) return Failure{server.error()};
-  const auto& [connection, root] = server.value();
+  const auto& [connection, root, number] = server.value();
   std::shared_ptr<XConnection> result(new XConnection(connection, *root));
   if (auto usable = result->useExtensions(); !usable) return Failure{usable.error()};
   return result;
@@ -56,11 +56,7 @@ bool XConnection::alive() const {
   return ::poll(&socket, 1, 0) == 0 || !(socket.revents & (POLLHUP | POLLERR | POLLRDHUP | POLLNVAL));
 }
 
-xcb_atom_t XConnection::atom(std::string_view name) const {
-  const auto cookie = xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const XcbOwned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection_, cookie, nullptr));
-  return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
+xcb_atom_t XConnection::atom(std::string_view name) const { return atomNamed(name, connection_); }
 
 void XConnection::fakeKey(std::uint8_t keycode, bool down) const {
   xcb_test_fake_input(connection_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME,

@@ -1,30 +1,21 @@
 #include "platform/linux/XDesktop.h"
 
-#include <xcb/xcb.h>
-
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto {
 namespace {
 
 constexpr std::uint32_t kLongestResources = 64 * 1024;  // in words
 
-struct Disconnect {
-  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
-
 bool isOwned(xcb_connection_t* connection, std::string_view selection) {
-  const auto length = static_cast<std::uint16_t>(selection.size());
-  const XcbOwned<xcb_intern_atom_reply_t> atom(
-      xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 1, length, selection.data()), nullptr));
-  if (!atom || atom->atom == XCB_ATOM_NONE) return false;
+  const auto cookie = xcb_get_selection_owner(connection, atomNamed(selection, connection));
   const XcbOwned<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
+      xcb_get_selection_owner_reply(connection, cookie, nullptr));
   return owner && owner->owner != XCB_WINDOW_NONE;
 }
 
@@ -52,12 +43,12 @@ std::string resourcesOf(xcb_connection_t* connection, xcb_window_t root) {
 }  // namespace
 
 std::optional<XDesktop> XDesktop::current() {
-  const Connection connection(xcb_connect(nullptr, nullptr));
-  if (xcb_connection_has_error(connection.get())) return std::nullopt;
-  const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+  const auto server = XcbServer::connect({});
+  if (!server) return std::nullopt;
+  const XcbConnection connection(server.value().connection);
   return XDesktop{isOwned(connection.get(), "_NET_SYSTEM_TRAY_S0"),
                   isOwned(connection.get(), "_NET_WM_CM_S0"),
-                  dotsPerInchIn(resourcesOf(connection.get(), root))};
+                  dotsPerInchIn(resourcesOf(connection.get(), server.value().screen->root))};
 }
 
 }  // namespace tevanto

@@ -33,7 +33,7 @@ bool hasUsablePixels(const xcb_setup_t& setup, const xcb_screen_t& screen) {
 Result<std::shared_ptr<XScreen>> XScreen::connect(const std::string& displayName) {
   const auto server = XcbServer::connect(displayName);
   if (!server) return Failure{server.error()};
-  const auto& [connection, root] = server.value();
+  const auto& [connection, root, number] = server.value();
   std::shared_ptr<XScreen> screen(new XScreen(connection, *root));
   if (!hasUsablePixels(*xcb_get_setup(connection), *root)) {
     return Failure{"The screen's pixels are not 32 bits of red, green and blue."};

@@ -1,11 +1,10 @@
 #include "platform/linux/XSettings.h"
 
-#include <xcb/xcb.h>
-
 #include <string>
 #include <utility>
 
 #include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto {
 namespace {
@@ -79,26 +78,17 @@ std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settin
 }
 
 struct XSettings::Connection {
-  Connection() : xcb(xcb_connect(nullptr, &screenNumber)) {
-    if (!isUsable()) return;
-    selection = atom("_XSETTINGS_S" + std::to_string(screenNumber));
-    list = atom("_XSETTINGS_SETTINGS");
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(xcb));
-    for (int i = 0; i < screenNumber && screens.rem > 1; ++i) xcb_screen_next(&screens);
+  explicit Connection(const XcbServer& server)
+      : owned(server.connection),
+        xcb(server.connection),
+        selection(atomNamed("_XSETTINGS_S" + std::to_string(server.screenNumber), xcb)),
+        list(atomNamed("_XSETTINGS_SETTINGS", xcb)) {
     // Daemons that come tell everybody who listens there.
-    listenTo(screens.data->root, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+    listenTo(server.screen->root, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
   }
-  ~Connection() { xcb_disconnect(xcb); }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
 
   bool isUsable() const { return xcb_connection_has_error(xcb) == 0; }
 
-  xcb_atom_t atom(const std::string& name) const {
-    const auto cookie = xcb_intern_atom(xcb, 0, static_cast<std::uint16_t>(name.size()), name.data());
-    const XcbOwned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(xcb, cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-  }
   void listenTo(xcb_window_t window, std::uint32_t events) const {
     xcb_change_window_attributes(xcb, window, XCB_CW_EVENT_MASK, &events);
   }
@@ -126,15 +116,16 @@ struct XSettings::Connection {
     return any;
   }
 
-  int screenNumber = 0;
+  const XcbConnection owned;
   xcb_connection_t* const xcb;
-  xcb_atom_t selection = XCB_ATOM_NONE;
-  xcb_atom_t list = XCB_ATOM_NONE;
+  const xcb_atom_t selection;
+  const xcb_atom_t list;
 };
 
 std::unique_ptr<XSettings> XSettings::connect() {
-  auto connection = std::make_unique<Connection>();
-  if (!connection->isUsable()) return nullptr;
+  const auto server = XcbServer::connect({});
+  if (!server) return nullptr;
+  auto connection = std::make_unique<Connection>(server.value());
   return std::unique_ptr<XSettings>(new XSettings(std::move(connection)));
 }
 

@@ -1,12 +1,11 @@
 #include "platform/linux/XWindowActivation.h"
 
-#include <xcb/xcb.h>
-
 #include <algorithm>
 #include <charconv>
 #include <string_view>
 
 #include "platform/linux/XcbOwned.h"
+#include "platform/linux/XcbServer.h"
 
 namespace tevanto {
 namespace {
@@ -15,21 +14,15 @@ constexpr std::uint32_t kSourceIsApplication = 1;
 
 class Connection {
  public:
-  Connection() : connection_(xcb_connect(nullptr, &screenNumber_)) {
-    if (!isUsable()) return;
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
-    while (screenNumber_-- > 0 && screens.rem > 1) xcb_screen_next(&screens);
-    root_ = screens.data->root;
-    own_ = xcb_generate_id(connection_);
+  explicit Connection(const XcbServer& server)
+      : owned_(server.connection),
+        connection_(server.connection),
+        root_(server.screen->root),
+        own_(xcb_generate_id(connection_)) {
     const std::uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection_, XCB_COPY_FROM_PARENT, own_, root_, -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
   }
-  ~Connection() { xcb_disconnect(connection_); }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
-
-  bool isUsable() const { return xcb_connection_has_error(connection_) == 0; }
 
   void set(xcb_window_t window, const char* property, std::uint32_t value) {
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atom(property), XCB_ATOM_CARDINAL, 32, 1,
@@ -87,21 +80,16 @@ class Connection {
   }
 
  private:
-  xcb_atom_t atom(std::string_view name) {
-    const XcbOwned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        connection_, xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data()),
-        nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-  }
+  xcb_atom_t atom(std::string_view name) const { return atomNamed(name, connection_); }
 
   void sendToRoot(const xcb_client_message_event_t& message, std::uint32_t mask) {
     xcb_send_event(connection_, 0, root_, mask, reinterpret_cast<const char*>(&message));
   }
 
-  int screenNumber_ = 0;
+  const XcbConnection owned_;
   xcb_connection_t* const connection_;
-  xcb_window_t root_ = XCB_WINDOW_NONE;
-  xcb_window_t own_ = XCB_WINDOW_NONE;
+  const xcb_window_t root_;
+  const xcb_window_t own_;
 };
 
 /// Tells the time of the user's action, which is now where nothing tells otherwise.
@@ -116,16 +104,18 @@ std::uint32_t mark(Connection& server, std::uint32_t window, const std::string& 
 }  // namespace
 
 void XWindowActivation::prepare(std::uint32_t window) const {
-  Connection server;
-  if (!server.isUsable()) return;
+  const auto reached = XcbServer::connect({});
+  if (!reached) return;
+  Connection server(reached.value());
   mark(server, window, identifier_);
   if (!identifier_.empty()) server.endStartup(identifier_);
   server.settle();
 }
 
 void XWindowActivation::activate(std::uint32_t window) const {
-  Connection server;
-  if (!server.isUsable()) return;
+  const auto reached = XcbServer::connect({});
+  if (!reached) return;
+  Connection server(reached.value());
   server.askForFocus(window, mark(server, window, identifier_));
   if (!identifier_.empty()) server.endStartup(identifier_);
   server.settle();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xcb/xcb.h>
+
 #include <cstdlib>
 #include <memory>
 
@@ -11,5 +13,10 @@ struct FreeDeleter {
 /// Replies and events of XCB, which are to be freed.
 template <class T>
 using XcbOwned = std::unique_ptr<T, FreeDeleter>;
+
+struct XcbDisconnect {
+  void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
 
 }  // namespace tevanto

@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 
 #include <string>
+#include <string_view>
 
 #include "core/Result.h"
 
@@ -12,9 +13,13 @@ namespace tevanto {
 struct XcbServer {
   xcb_connection_t* connection;
   const xcb_screen_t* screen;
+  int screenNumber;
 
   /// `displayName`: as DISPLAY has it; empty: what DISPLAY says.
   static Result<XcbServer> connect(const std::string& displayName);
 };
+
+/// XCB_ATOM_NONE when the server has gone.
+xcb_atom_t atomNamed(std::string_view name, xcb_connection_t* connection);
 
 }  // namespace tevanto
