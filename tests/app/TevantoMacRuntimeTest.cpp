@@ -1,33 +1,9 @@
 #include "app/TevantoMacRuntime.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
-#include "app/CompanionControl.h"
 #include "app/MacAppDelegate.h"
-#include "app/MacSetupWindowPresenter.h"
-#include "app/ScreenService.h"
-#include "control/MacInputController.h"
-#include "control/MacLaunchAtLoginController.h"
-#include "control/MacPowerManager.h"
-#include "control/MacShortcutRunner.h"
-#include "remote/MacRemoteServer.h"
-#include "tests/support/FakeAccessibilityPermission.h"
-#include "tests/support/FakeAwayTransport.h"
-#include "tests/support/FakeListenerFactory.h"
-#include "tests/support/FakeLoginItem.h"
-#include "tests/support/FakePowerSources.h"
-#include "tests/support/FakeScriptHost.h"
-#include "tests/support/FakeServiceAdvertiser.h"
-#include "tests/support/FakeSleepAssertions.h"
-#include "tests/support/FakeUserDefaults.h"
-#include "tests/support/FakeUserPreferences.h"
-#include "tests/support/FakeWorkspace.h"
-#include "tests/support/ManualQueue.h"
-#include "tests/support/RecordingInputEvents.h"
+#include "tests/app/RuntimeFixture.h"
 
 namespace tevanto {
 namespace {
@@ -36,161 +12,9 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-using Steps = std::vector<std::string>;
+using test::Steps;
 
-class RecordingScreen final : public ScreenService {
- public:
-  explicit RecordingScreen(std::function<void()> onStart) : onStart_(std::move(onStart)) {}
-  void start() override { onStart_(); }
-  void stop() override { ++stops; }
-  void attach(const std::shared_ptr<ScreenTransport>& transport) override { attached = transport; }
-  void detach(const std::shared_ptr<ScreenTransport>&) override { attached.reset(); }
-  ScreenServiceState state() const override { return {true, "Mirroring to iPhone", true, "libx264", 4711}; }
-  std::shared_ptr<void> observe(std::function<void()>) override { return nullptr; }
-  void requestScreenRecording() override {}
-  int stops = 0;
-  std::weak_ptr<ScreenTransport> attached;
-
- private:
-  const std::function<void()> onStart_;
-};
-
-class NotingLoginItem final : public LoginItem {
- public:
-  explicit NotingLoginItem(std::function<void()> onStatus) : onStatus_(std::move(onStatus)) {}
-  LoginItemStatus status() override {
-    onStatus_();
-    return LoginItemStatus::notFound;
-  }
-  Result<void> registerItem() override { return {}; }
-  Result<void> unregisterItem() override { return {}; }
-  void openSettings() override {}
-
- private:
-  const std::function<void()> onStatus_;
-};
-
-/// The desktop, as far as windows and the Dock go.
-class RecordingDesktop final : public ApplicationPresence, public SetupWindowHost {
- public:
-  void setActivationPolicy(ActivationPolicy policy) override {
-    steps.push_back(policy == ActivationPolicy::regular ? "regular" : "accessory");
-  }
-  void activateIgnoringOtherApps() override { steps.emplace_back("activate"); }
-  std::unique_ptr<SetupWindow> makeWindow(const SetupWindowStyle& style,
-                                          std::function<void()> onClose) override {
-    steps.emplace_back("make");
-    lastStyle = style;
-    close = std::move(onClose);
-    return std::make_unique<Window>(steps);
-  }
-  Steps takeSteps() { return std::exchange(steps, {}); }
-
-  Steps steps;
-  SetupWindowStyle lastStyle;
-  std::function<void()> close;
-
- private:
-  class Window final : public SetupWindow {
-   public:
-    explicit Window(Steps& steps) : steps_(steps) {}
-    void centre() override { steps_.emplace_back("centre"); }
-    void orderFrontAsKey() override { steps_.emplace_back("front"); }
-
-   private:
-    Steps& steps_;
-  };
-};
-
-/// The real services on virtual time, with fakes where they touch the system.
-class Runtime : public ::testing::Test {
- protected:
-  // What is still to be told belongs to queues that the clock belongs to: nobody would free them.
-  ~Runtime() override { main->runPending(); }
-
-  TevantoMacRuntime::Factories factories() {
-    return {
-        .server = [this] { return made("server", makeServer()); },
-        .screen =
-            [this] {
-              return made("screen", screen = std::make_shared<RecordingScreen>([this] {
-                                      main->runPending();  // what the server was told before has happened
-                                      note("screen");
-                                    }));
-            },
-        .power =
-            [this] { return made("power", std::make_shared<MacPowerManager>(main, assertions, sources)); },
-        .launchAtLogin =
-            [this] {
-              return made("launchAtLogin",
-                          std::make_shared<MacLaunchAtLoginController>(main, loginItem, defaults, Logger()));
-            },
-        .setupWindow =
-            [this] {
-              return made("setupWindow", std::make_shared<MacSetupWindowPresenter>(desktop, desktop));
-            }};
-  }
-
-  template <class Service>
-  std::shared_ptr<Service> made(const char* name, std::shared_ptr<Service> service) {
-    creations.emplace_back(name);
-    return service;
-  }
-
-  std::shared_ptr<MacRemoteServer> makeServer() {
-    return MacRemoteServer::create(
-        {.queue = network,
-         .mainQueue = main,
-         .shortcutQueue = shortcuts,
-         .backgroundQueue = background,
-         .listeners = listeners,
-         .advertiser = advertiser,
-         .defaults = defaults,
-         .computerName = "desk"},
-        {.input = std::make_shared<MacInputController>(events, preferences, workspace),
-         .shortcuts = std::make_shared<MacShortcutRunner>(main, scripts, workspace, events, permission),
-         .permission = permission});
-  }
-
-  void note(const std::string& step) {
-    steps.push_back(step + " with " + std::to_string(listeners.made) + " listeners");
-  }
-
-  /// A phone that is connected to the running server.
-  std::shared_ptr<test::FakeTcpPeer> connectPhone() {
-    main->runPending();
-    auto phone = listeners.last->connect();
-    main->runPending();
-    return phone;
-  }
-
-  std::shared_ptr<test::ManualClock> clock = std::make_shared<test::ManualClock>();
-  std::shared_ptr<test::ManualQueue> main = std::make_shared<test::ManualQueue>("main", clock);
-  std::shared_ptr<test::ManualQueue> network =
-      std::make_shared<test::ManualQueue>("tevanto.remote.server", clock);
-  std::shared_ptr<test::ManualQueue> shortcuts =
-      std::make_shared<test::ManualQueue>("tevanto.shortcuts", clock);
-  std::shared_ptr<test::ManualQueue> background =
-      std::make_shared<test::ManualQueue>("tevanto.applications", clock);
-  test::FakeListenerFactory listeners;
-  test::FakeServiceAdvertiser advertiser;
-  test::FakeUserDefaults defaults;
-  test::RecordingInputEvents events;
-  test::FakeUserPreferences preferences;
-  test::FakeWorkspace workspace;
-  test::FakeScriptHost scripts;
-  test::FakeAccessibilityPermission permission;
-  test::FakeSleepAssertions assertions;
-  test::FakePowerSources sources;
-  RecordingDesktop desktop;
-  std::shared_ptr<RecordingScreen> screen;
-  Steps creations;
-  Steps steps;
-  NotingLoginItem loginItem{[this] {
-    main->runPending();
-    note("login item");
-  }};
-};
+class Runtime : public test::RuntimeFixture {};
 
 TEST_F(Runtime, makesTheServicesInOrderAndStartsNone) {
   const TevantoMacRuntime runtime(factories());
@@ -217,7 +41,7 @@ TEST_F(Runtime, theServerGetsTheScreenBeforeItStartsAndDoesNotKeepItAlive) {
     server->setAwayRoad({.makeAnswerer = answerers.factory()});
     return server;
   };
-  std::weak_ptr<RecordingScreen> kept;
+  std::weak_ptr<test::RecordingScreen> kept;
   {
     TevantoMacRuntime runtime(made);
     runtime.start();
@@ -362,106 +186,6 @@ TEST_F(Runtime, terminatingLetsGoOfWhatWouldOutlastTheProcess) {
   EXPECT_TRUE(assertions.held.empty());
   EXPECT_TRUE(listeners.last->cancelled);
   EXPECT_EQ(screen->stops, 1);
-}
-
-class Control : public Runtime {
- protected:
-  Control() {
-    application.applicationDidFinishLaunching();
-    main->runPending();
-  }
-
-  ControlReply ask(ControlRequest request) {
-    const auto reply = decodeControlReply(control.answer(encodeControlRequest(request)));
-    EXPECT_TRUE(reply);
-    return reply.value_or(ControlReply{});
-  }
-
-  TevantoMacRuntime runtime{factories()};
-  MacAppDelegate application{desktop, runtime};
-  int reloads = 0;
-  bool lostDisplay = false;
-  CompanionControl control{{runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; },
-                            [this] { ++reloads; },
-                            [this](const std::string& token) { desktop.steps.push_back("token " + token); },
-                            [this] { return lostDisplay; }}};
-};
-
-TEST_F(Control, tellsTheStatusOfTheServices) {
-  sources.setBattery(64, PowerSources::kAcPower);
-  runtime.power().refreshBattery();
-  const auto reply = ask({ControlRequest::Kind::status});
-  ASSERT_TRUE(reply.ok && reply.status);
-  EXPECT_EQ(reply.status->pairingCode, runtime.server().pairingCode.get());
-  EXPECT_EQ(reply.status->statusText, "Waiting for iPhone");
-  EXPECT_FALSE(reply.status->isClientConnected);
-  EXPECT_FALSE(reply.status->isPaired);
-  EXPECT_TRUE(reply.status->isAccessibilityTrusted);
-  EXPECT_EQ(reply.status->deviceID, defaults.string("tevantoDeviceID"));
-  EXPECT_EQ(reply.status->hostName, "desk");
-  EXPECT_THAT(reply.status->addresses, ElementsAre("192.0.2.7"));
-  EXPECT_EQ(reply.status->remotePort, MacRemoteServer::kDefaultPort);
-  EXPECT_TRUE(reply.status->isStreaming);
-  EXPECT_EQ(reply.status->screenStatusText, "Mirroring to iPhone");
-  EXPECT_TRUE(reply.status->isScreenRecordingTrusted);
-  EXPECT_EQ(reply.status->encoder, "libx264");
-  EXPECT_EQ(reply.status->screenPort, 4711);
-  EXPECT_FALSE(reply.status->keepAwakeOn);
-  EXPECT_EQ(reply.status->batteryPercent, 64);
-  EXPECT_EQ(reply.status->keepAwakeStatusText, "Keep Awake off");
-  EXPECT_EQ(reply.status->launchAtLoginStatusText, "Install in Applications");
-}
-
-TEST_F(Control, knowsWhetherAPhoneIsPairedAndConnected) {
-  ASSERT_TRUE(defaults.set("remotePairingToken", std::string("token")));
-  connectPhone();
-  const auto reply = ask({ControlRequest::Kind::status});
-  ASSERT_TRUE(reply.status);
-  EXPECT_TRUE(reply.status->isPaired);
-  EXPECT_TRUE(reply.status->isClientConnected);
-  EXPECT_EQ(reply.status->statusText, "Authenticating iPhone");
-}
-
-TEST_F(Control, switchesKeepAwake) {
-  auto reply = ask({ControlRequest::Kind::keepAwake, true});
-  ASSERT_TRUE(reply.ok && reply.status);
-  EXPECT_TRUE(reply.status->keepAwakeOn);
-  EXPECT_EQ(assertions.held.size(), 1U);
-  reply = ask({ControlRequest::Kind::keepAwake, false});
-  ASSERT_TRUE(reply.ok && reply.status);
-  EXPECT_FALSE(reply.status->keepAwakeOn);
-  EXPECT_TRUE(assertions.held.empty());
-}
-
-TEST_F(Control, saysWhyKeepAwakeWasRefused) {
-  sources.setBattery(20, PowerSources::kBatteryPower);
-  runtime.power().refreshBattery();
-  const auto reply = ask({ControlRequest::Kind::keepAwake, true});
-  EXPECT_FALSE(reply.ok);
-  EXPECT_EQ(reply.error, "Battery too low (20%) to keep awake");
-}
-
-TEST_F(Control, showsTheSetupWindow) {
-  desktop.close();
-  desktop.takeSteps();
-  EXPECT_TRUE(ask({.kind = ControlRequest::Kind::showSetupWindow, .activationToken = "from-menu"}).ok);
-  EXPECT_THAT(desktop.steps, ElementsAre("token from-menu", "regular", "regular", "front", "activate"));
-}
-
-TEST_F(Control, reloadsTheDefaults) {
-  EXPECT_TRUE(ask({ControlRequest::Kind::reloadDefaults}).ok);
-  EXPECT_EQ(reloads, 1);
-}
-
-TEST_F(Control, givesWayOnlyWithoutADisplay) {
-  EXPECT_FALSE(ask({ControlRequest::Kind::giveWay}).ok);
-  lostDisplay = true;
-  EXPECT_TRUE(ask({ControlRequest::Kind::giveWay}).ok);
-}
-
-TEST_F(Control, answersNonsenseWithWhatIsWrong) {
-  EXPECT_EQ(control.answer("nonsense"),
-            R"({"ok":false,"error":"A request is one JSON object on one line."})");
 }
 
 }  // namespace

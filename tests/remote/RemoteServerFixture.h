@@ -115,6 +115,10 @@ class RemoteServerTest : public testing::Test {
     run();
     return phone;
   }
+  std::string storedToken() { return defaults_.string(kPairingTokenKey).value_or(""); }
+  std::string deviceID() { return defaults_.string(kDeviceIDKey).value_or(""); }
+  RemoteMessage pairRequest() { return {.type = "pairRequest", .code = server_->pairingCode.get()}; }
+  std::string statusText() { return server_->statusText.get(); }
   void storeToken(const std::string& token = kToken) {
     ASSERT_TRUE(defaults_.set(kPairingTokenKey, token).ok());
   }
