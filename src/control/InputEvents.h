@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 namespace tevanto {
@@ -23,8 +24,12 @@ inline constexpr std::uint32_t kNumericPad = 0x200000;
 inline constexpr std::uint32_t kSecondaryFunction = 0x800000;
 }  // namespace eventFlag
 
-/// Whether an event is made from a source that knows what the session's own keys are doing.
-enum class EventSource { none, combinedSession };
+/// What events are made from that shall know what the session's own keys are doing. For the object that made
+/// it only.
+class EventSource {
+ public:
+  virtual ~EventSource() = default;
+};
 
 enum class KeyDirection { down, up };
 
@@ -35,7 +40,7 @@ struct KeyEvent {
   KeyDirection direction = KeyDirection::down;
   std::uint32_t flags = 0;
   std::u16string_view text = {};
-  EventSource source = EventSource::none;
+  const EventSource* source = nullptr;
 };
 
 enum class MouseEventType {
@@ -69,6 +74,8 @@ class InputEvents {
  public:
   virtual ~InputEvents() = default;
 
+  /// Of the combined state of the session; null where events are made without, and when none can be made.
+  virtual std::unique_ptr<EventSource> makeEventSource() { return nullptr; }
   virtual bool postKey(const KeyEvent& event) = 0;
   virtual bool postMouse(const MouseEvent& event) = 0;
   virtual bool postScroll(const ScrollEvent& event) = 0;

@@ -128,11 +128,12 @@ void MacInputController::keyStroke(std::uint16_t code, const std::vector<RemoteM
 }
 
 void MacInputController::insertText(std::string_view text) {
+  const auto source = events_.makeEventSource();
   std::u16string chunk;
   const auto flush = [&] {
     if (chunk.empty()) return;
-    events_.postKey({keyCode::kA, KeyDirection::down, 0, chunk, EventSource::combinedSession});
-    events_.postKey({keyCode::kA, KeyDirection::up, 0, chunk, EventSource::combinedSession});
+    events_.postKey({keyCode::kA, KeyDirection::down, 0, chunk, source.get()});
+    events_.postKey({keyCode::kA, KeyDirection::up, 0, chunk, source.get()});
     chunk.clear();
   };
   forEachGraphemeCluster(text, [&](std::u16string_view character) {

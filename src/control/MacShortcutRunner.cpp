@@ -108,16 +108,12 @@ Outcome MacShortcutRunner::runScript(std::string source, std::string success) {
 
 std::optional<std::int32_t> MacShortcutRunner::outputVolume() {
   const auto result = scripts_.run(script::kOutputVolume);
-  if (!result.success || !result.value) return std::nullopt;
-  const auto* level = std::get_if<std::int32_t>(&*result.value);
-  return level ? std::optional(*level) : std::nullopt;
+  return result.success ? std::optional(result.number()) : std::nullopt;
 }
 
 std::optional<bool> MacShortcutRunner::outputMuted() {
   const auto result = scripts_.run(script::kOutputMuted);
-  if (!result.success || !result.value) return std::nullopt;
-  const auto* muted = std::get_if<bool>(&*result.value);
-  return muted ? std::optional(*muted) : std::nullopt;
+  return result.success ? std::optional(result.boolean()) : std::nullopt;
 }
 
 Outcome MacShortcutRunner::setVolume(double level) {
@@ -136,13 +132,12 @@ Outcome MacShortcutRunner::power(std::string_view action) {
 
 Outcome MacShortcutRunner::lock() {
   if (!permission_.isTrusted()) return {false, "accessibility required"};
-  KeyEvent event{keyCode::kQ, KeyDirection::down, eventFlag::kCommand | eventFlag::kControl};
-  event.source = EventSource::combinedSession;
   bool posted = false;
   mainQueue_->sync([&] {
-    const bool down = events_.postKey(event);
-    event.direction = KeyDirection::up;
-    posted = down && events_.postKey(event);
+    const auto source = events_.makeEventSource();
+    constexpr auto kModifiers = eventFlag::kCommand | eventFlag::kControl;
+    posted = events_.postKey({keyCode::kQ, KeyDirection::down, kModifiers, {}, source.get()}) &&
+             events_.postKey({keyCode::kQ, KeyDirection::up, kModifiers, {}, source.get()});
   });
   if (!posted) return {false, "lock failed"};
   return {true, "locking"};

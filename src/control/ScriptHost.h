@@ -11,7 +11,16 @@ namespace tevanto {
 struct ScriptResult {
   bool success = false;
   std::string errorMessage;  // when not successful
+  /// Nothing for what is neither a number nor a boolean: `missing value`, the volume of an output without
+  /// one.
   std::optional<std::variant<std::int32_t, bool>> value;
+
+  /// The value as a number; 0 when it is none.
+  std::int32_t number() const {
+    return value ? std::visit([](auto held) { return static_cast<std::int32_t>(held); }, *value) : 0;
+  }
+  /// The value as a boolean; false when it is none.
+  bool boolean() const { return number() != 0; }
 };
 
 /// Runs a script of the system's scripting language and waits for it. May be called from any thread, one at a

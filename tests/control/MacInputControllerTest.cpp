@@ -81,9 +81,8 @@ class MacInputControllerTest : public testing::Test {
     EXPECT_EQ(keys.size() % 2, 0u);
     std::vector<std::u16string> chunks;
     for (std::size_t i = 0; i + 1 < keys.size(); i += 2) {
-      EXPECT_EQ(keys[i], (RecordedKey{0, KeyDirection::down, 0, keys[i].text, EventSource::combinedSession}));
-      EXPECT_EQ(keys[i + 1],
-                (RecordedKey{0, KeyDirection::up, 0, keys[i].text, EventSource::combinedSession}));
+      EXPECT_EQ(keys[i], (RecordedKey{0, KeyDirection::down, 0, keys[i].text, events_.sourcesMade}));
+      EXPECT_EQ(keys[i + 1], (RecordedKey{0, KeyDirection::up, 0, keys[i].text, events_.sourcesMade}));
       chunks.push_back(keys[i].text);
     }
     return chunks;
@@ -255,6 +254,18 @@ TEST_F(MacInputControllerTest, typesInChunksOfTwentyUnits) {
   EXPECT_THAT(chunksOf("abcdefghijklmnopqrstuvwxy"), ElementsAre(u"abcdefghijklmnopqrst", u"uvwxy"));
   EXPECT_THAT(chunksOf("Hé"), ElementsAre(u"Hé"));
   EXPECT_THAT(chunksOf(""), IsEmpty());
+}
+
+TEST_F(MacInputControllerTest, typesEachTextFromASourceOfItsOwn) {
+  EXPECT_THAT(chunksOf(std::string(25, 'a')), testing::SizeIs(2));
+  EXPECT_EQ(events_.sourcesMade, 1) << "one for both chunks";
+  EXPECT_THAT(chunksOf("b"), testing::SizeIs(1));
+  EXPECT_EQ(events_.sourcesMade, 2);
+}
+
+TEST_F(MacInputControllerTest, typesWithoutASourceWhenNoneCanBeMade) {
+  events_.makesSources = false;
+  EXPECT_THAT(chunksOf("b"), testing::SizeIs(1));
 }
 
 TEST_F(MacInputControllerTest, neverSplitsACharacter) {

@@ -136,9 +136,9 @@ TEST_F(MacShortcutRunnerTest, refusesWhatThisVersionDoesNotControl) {
 
 TEST_F(MacShortcutRunnerTest, locksWithCommandControlQ) {
   expect(command("powerLock"), true, "locking");
-  EXPECT_THAT(events_.events,
-              ElementsAre(RecordedKey{12, KeyDirection::down, 0x140000, {}, EventSource::combinedSession},
-                          RecordedKey{12, KeyDirection::up, 0x140000, {}, EventSource::combinedSession}));
+  EXPECT_THAT(events_.events, ElementsAre(RecordedKey{12, KeyDirection::down, 0x140000, {}, 1},
+                                          RecordedKey{12, KeyDirection::up, 0x140000, {}, 1}));
+  EXPECT_EQ(events_.sourcesMade, 1);
   EXPECT_FALSE(postedOffTheMainQueue_);
 }
 
@@ -200,6 +200,19 @@ TEST_F(MacShortcutRunnerTest, pressesMediaKeys) {
   EXPECT_FALSE(postedOffTheMainQueue_);
 }
 
+TEST_F(MacShortcutRunnerTest, takesWhatIsNoNumberForZeroAndWhatIsNoBooleanForFalse) {
+  scripts_.results[kReadVolume] = {true, "", {}};  // missing value: the output has no volume of its own
+  scripts_.results[kReadMuted] = {true, "", {}};
+  auto state = runner_.volumeState();
+  EXPECT_EQ(state.volume, 0.0);
+  EXPECT_EQ(state.muted, false);
+  scripts_.results[kReadVolume] = {true, "", true};
+  scripts_.results[kReadMuted] = {true, "", 2};
+  state = runner_.volumeState();
+  EXPECT_EQ(state.volume, 0.01);
+  EXPECT_EQ(state.muted, true);
+}
+
 TEST_F(MacShortcutRunnerTest, readsTheVolumeAsAFraction) {
   scripts_.results[kReadVolume] = {true, "", 42};
   scripts_.results[kReadMuted] = {true, "", true};
@@ -215,7 +228,7 @@ TEST_F(MacShortcutRunnerTest, leavesOutWhatItCannotRead) {
   EXPECT_EQ(state.volume, std::nullopt);
   EXPECT_EQ(state.muted, false);
   scripts_.results[kReadVolume] = {true, "", 7};
-  scripts_.results[kReadMuted] = {true, "", {}};
+  scripts_.results[kReadMuted] = {false, "no sink", {}};
   state = runner_.volumeState();
   EXPECT_EQ(state.volume, 0.07);
   EXPECT_EQ(state.muted, std::nullopt);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -16,7 +17,7 @@ struct RecordedKey {
   KeyDirection direction = KeyDirection::down;
   std::uint32_t flags = 0;
   std::u16string text = {};
-  EventSource source = EventSource::none;
+  int source = 0;  // 0: none; else the which of those that were made
   bool operator==(const RecordedKey&) const = default;
 };
 
@@ -45,6 +46,11 @@ struct RecordedWarp {
   bool operator==(const RecordedWarp&) const = default;
 };
 
+struct NumberedSource final : EventSource {
+  explicit NumberedSource(int given) : number(given) {}
+  const int number;
+};
+
 /// Keeps what was posted, in order, and moves a pointer of its own. `fails` says which post, counted from 0,
 /// cannot be made; such a post is not recorded.
 class RecordingInputEvents final : public InputEvents {
@@ -53,12 +59,18 @@ class RecordingInputEvents final : public InputEvents {
 
   std::vector<Event> events;
   PointerLocation pointer;
+  int sourcesMade = 0;
+  bool makesSources = true;
   std::function<bool(int index)> fails;
   std::function<void()> onPost;
 
+  std::unique_ptr<EventSource> makeEventSource() override {
+    return makesSources ? std::make_unique<NumberedSource>(++sourcesMade) : nullptr;
+  }
   bool postKey(const KeyEvent& event) override {
-    return record(
-        RecordedKey{event.keyCode, event.direction, event.flags, std::u16string(event.text), event.source});
+    const auto* source = static_cast<const NumberedSource*>(event.source);
+    return record(RecordedKey{event.keyCode, event.direction, event.flags, std::u16string(event.text),
+                              source ? source->number : 0});
   }
   bool postMouse(const MouseEvent& event) override {
     return record(RecordedMouse{event.type, event.location, event.button, event.clickState});

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "control/InputEvents.h"
 
 namespace tevanto {
@@ -10,19 +8,13 @@ namespace tevanto {
 /// without a word while this program has no accessibility permission. Main queue.
 class CoreGraphicsInputEvents final : public InputEvents {
  public:
-  CoreGraphicsInputEvents();
-  ~CoreGraphicsInputEvents() override;
-
+  std::unique_ptr<EventSource> makeEventSource() override;
   bool postKey(const KeyEvent& event) override;
   bool postMouse(const MouseEvent& event) override;
   bool postScroll(const ScrollEvent& event) override;
   bool postMediaKey(MediaKey key, KeyDirection direction) override;
   void warpPointer(PointerLocation location) override;
   PointerLocation pointerLocation() override;
-
- private:
-  struct Sources;
-  std::unique_ptr<Sources> sources_;
 };
 
 }  // namespace tevanto

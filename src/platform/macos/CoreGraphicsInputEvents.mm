@@ -3,6 +3,8 @@
 #import <AppKit/AppKit.h>
 #import <ApplicationServices/ApplicationServices.h>
 
+#include <memory>
+
 #include "platform/macos/CfOwned.h"
 #include "platform/macos/MediaKeyEvent.h"
 
@@ -33,26 +35,26 @@ bool post(CGEventRef event) {
 
 CGPoint pointOf(PointerLocation location) { return CGPointMake(location.x, location.y); }
 
-}  // namespace
+struct SystemSource final : EventSource {
+  explicit SystemSource(CGEventSourceRef made) : owned(made) {}
 
-struct CoreGraphicsInputEvents::Sources {
-  /// None where the system makes none, which an event then goes without.
-  CGEventSourceRef of(EventSource source) {
-    if (source == EventSource::none) return nullptr;
-    if (!combined) {
-      combined = CfOwned<CGEventSourceRef>(CGEventSourceCreate(kCGEventSourceStateCombinedSessionState));
-    }
-    return combined.get();
-  }
-
-  CfOwned<CGEventSourceRef> combined;
+  const CfOwned<CGEventSourceRef> owned;
 };
 
-CoreGraphicsInputEvents::CoreGraphicsInputEvents() : sources_(std::make_unique<Sources>()) {}
-CoreGraphicsInputEvents::~CoreGraphicsInputEvents() = default;
+/// An event without one is made from null.
+CGEventSourceRef systemSource(const EventSource* source) {
+  return source ? static_cast<const SystemSource*>(source)->owned.get() : nullptr;
+}
+
+}  // namespace
+
+std::unique_ptr<EventSource> CoreGraphicsInputEvents::makeEventSource() {
+  const CGEventSourceRef made = CGEventSourceCreate(kCGEventSourceStateCombinedSessionState);
+  return made ? std::make_unique<SystemSource>(made) : nullptr;
+}
 
 bool CoreGraphicsInputEvents::postKey(const KeyEvent& event) {
-  const OwnedEvent made(CGEventCreateKeyboardEvent(sources_->of(event.source), event.keyCode,
+  const OwnedEvent made(CGEventCreateKeyboardEvent(systemSource(event.source), event.keyCode,
                                                    event.direction == KeyDirection::down));
   if (!made) return false;
   if (event.text.empty()) {

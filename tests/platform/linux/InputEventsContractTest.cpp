@@ -166,9 +166,7 @@ class InputEventsContract : public testing::TestWithParam<Implementation> {
   void stroke(char letter, std::uint32_t flags = 0) {
     postBoth({*keyCodeNamed(std::string(1, letter)), KeyDirection::down, flags});
   }
-  void type(std::u16string_view text) {
-    postBoth({keyCode::kA, KeyDirection::down, 0, text, EventSource::combinedSession});
-  }
+  void type(std::u16string_view text) { postBoth({keyCode::kA, KeyDirection::down, 0, text}); }
 
  private:
   std::unique_ptr<Stage> stage_ = GetParam().make();

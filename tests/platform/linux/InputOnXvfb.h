@@ -38,8 +38,8 @@ class InputOnXvfb : public ::testing::Test {
     events->postKey({keyCode, KeyDirection::up, flags});
   }
   void type(std::u16string_view text) {
-    events->postKey({0, KeyDirection::down, 0, text, EventSource::combinedSession});
-    events->postKey({0, KeyDirection::up, 0, text, EventSource::combinedSession});
+    events->postKey({0, KeyDirection::down, 0, text});
+    events->postKey({0, KeyDirection::up, 0, text});
   }
   /// Waits until the server has carried out everything that was posted.
   void settle() {

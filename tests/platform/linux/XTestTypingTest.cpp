@@ -46,8 +46,8 @@ class TypingTest : public ::testing::Test {
       std::size_t end = std::min(at + 20, text.size());
       if (end < text.size() && (text[end] & 0xfc00) == 0xdc00) --end;
       const auto chunk = text.substr(at, end - at);
-      events->postKey({0, KeyDirection::down, 0, chunk, EventSource::combinedSession});
-      events->postKey({0, KeyDirection::up, 0, chunk, EventSource::combinedSession});
+      events->postKey({0, KeyDirection::down, 0, chunk});
+      events->postKey({0, KeyDirection::up, 0, chunk});
       at = end;
     }
   }
