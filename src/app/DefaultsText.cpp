@@ -4,6 +4,7 @@
 #include <optional>
 #include <variant>
 
+#include "core/DefaultsJson.h"
 #include "core/DeviceIdentity.h"
 
 namespace tevanto {
@@ -12,31 +13,17 @@ namespace {
 namespace json = boost::json;
 using Type = DefaultsOptions::Type;
 
-std::optional<DefaultsValue> fromJson(const json::value& value) {
-  if (value.is_bool()) return DefaultsValue(value.as_bool());
-  if (value.is_int64()) return DefaultsValue(value.as_int64());
-  if (value.is_double()) return DefaultsValue(value.as_double());
-  if (value.is_string()) return DefaultsValue(std::string(value.as_string().c_str()));
-  if (!value.is_array()) return std::nullopt;
-  std::vector<std::string> strings;
-  for (const auto& element : value.as_array()) {
-    if (!element.is_string()) return std::nullopt;
-    strings.emplace_back(element.as_string().c_str());
-  }
-  return DefaultsValue(std::move(strings));
-}
-
 std::optional<DefaultsValue> parsed(std::string_view text) {
   boost::system::error_code error;
   const auto value = json::parse(text, error);
-  return error ? std::nullopt : fromJson(value);
+  return error ? std::nullopt : defaultsValueOfJson(value);
 }
 
 }  // namespace
 
 std::string defaultsText(const DefaultsValue& value) {
   if (const auto* text = std::get_if<std::string>(&value)) return *text;
-  return std::visit([](const auto& content) { return json::serialize(json::value_from(content)); }, value);
+  return json::serialize(jsonOf(value));
 }
 
 Result<DefaultsValue> defaultsValueFrom(std::string_view text, Type type) {

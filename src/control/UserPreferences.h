@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -14,8 +15,9 @@ namespace tevanto {
 struct PreferenceValue {
   using Array = std::vector<PreferenceValue>;
   using Dictionary = std::map<std::string, PreferenceValue, std::less<>>;
+  using Data = std::vector<std::byte>;
 
-  std::variant<bool, std::int64_t, double, std::string, Array, Dictionary> content;
+  std::variant<bool, std::int64_t, double, std::string, Array, Dictionary, Data> content;
 
   const Array* array() const { return std::get_if<Array>(&content); }
   const Dictionary* dictionary() const { return std::get_if<Dictionary>(&content); }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "core/DefaultsJson.h"
 #include "core/DurableFile.h"
 #include "core/ExactJson.h"
 #include "core/FileSystem.h"
@@ -19,43 +20,6 @@ constexpr std::size_t kMaxDepth = 32;
 constexpr std::size_t kMaxBytes = 4 * 1024 * 1024;
 
 std::optional<json::object> parseObject(std::string_view text) { return parseExactObject(text, kMaxDepth); }
-
-std::optional<DefaultsValue> toDefaultsValue(const json::value& stored) {
-  switch (stored.kind()) {
-    case json::kind::bool_:
-      return DefaultsValue(stored.get_bool());
-    case json::kind::int64:
-      return DefaultsValue(stored.get_int64());
-    case json::kind::double_:
-      return DefaultsValue(stored.get_double());
-    case json::kind::string:
-      return DefaultsValue(std::string(stored.get_string()));
-    case json::kind::array: {
-      std::vector<std::string> strings;
-      for (const auto& element : stored.get_array()) {
-        if (!element.is_string()) return std::nullopt;
-        strings.emplace_back(element.get_string());
-      }
-      return DefaultsValue(std::move(strings));
-    }
-    default:  // an object, null, or an integer that int64 cannot hold: kept in the file, of no use to anybody
-              // here
-      return std::nullopt;
-  }
-}
-
-json::value toJson(const DefaultsValue& value) {
-  return std::visit(
-      [](const auto& held) -> json::value {
-        using Held = std::decay_t<decltype(held)>;
-        if constexpr (std::is_same_v<Held, std::vector<std::string>>) {
-          return json::value(json::array(held.begin(), held.end()));
-        } else {
-          return json::value(held);
-        }
-      },
-      value);
-}
 
 json::string_view jsonKey(std::string_view key) { return {key.data(), key.size()}; }
 
@@ -135,7 +99,7 @@ void JsonUserDefaults::keep(Content content) {
 std::optional<DefaultsValue> JsonUserDefaults::value(std::string_view key) const {
   const std::lock_guard lock(mutex_);
   const auto* stored = content_->members.if_contains(jsonKey(key));
-  return stored ? toDefaultsValue(*stored) : std::nullopt;
+  return stored ? defaultsValueOfJson(*stored) : std::nullopt;
 }
 
 bool JsonUserDefaults::stringEquals(std::string_view key, std::optional<std::string_view> candidate) const {
@@ -150,13 +114,13 @@ std::map<std::string, DefaultsValue> JsonUserDefaults::all() const {
   const std::lock_guard lock(mutex_);
   std::map<std::string, DefaultsValue> found;
   for (const auto& [key, stored] : content_->members) {
-    if (auto value = toDefaultsValue(stored)) found.emplace(std::string(key), std::move(*value));
+    if (auto value = defaultsValueOfJson(stored)) found.emplace(std::string(key), std::move(*value));
   }
   return found;
 }
 
 Result<void> JsonUserDefaults::set(std::string_view key, DefaultsValue value) {
-  return change([&](Content& content) { content.members[jsonKey(key)] = toJson(value); });
+  return change([&](Content& content) { content.members[jsonKey(key)] = jsonOf(value); });
 }
 
 Result<void> JsonUserDefaults::remove(std::string_view key) {

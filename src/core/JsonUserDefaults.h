@@ -16,8 +16,8 @@ class FileSystem;
 /// state. Changes of several threads and processes are merged under a lock file; `reload()` picks up what
 /// another process wrote. A file that is no JSON object, or larger than 4 MiB, is renamed to
 /// `<name>.unreadable-<n>` and reported; one that the system does not let us read is reported and left alone.
-/// Neither is ever overwritten. Members that are no DefaultsValue (objects, integers
-/// beyond int64) are kept as they are and not shown.
+/// Neither is ever overwritten. Data is kept as base64 (DefaultsJson.h); other members that
+/// are no DefaultsValue (objects, integers beyond int64) are kept as they are and not shown.
 class JsonUserDefaults final : public UserDefaults {
  public:
   /// Reads `file` (absent: empty). Its folder is created, mode 0700, on the first write.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -13,7 +14,9 @@
 
 namespace tevanto {
 
-using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, std::vector<std::string>>;
+using DefaultsData = std::vector<std::byte>;
+using DefaultsValue =
+    std::variant<bool, std::int64_t, double, std::string, std::vector<std::string>, DefaultsData>;
 
 /// The user's persistent settings and secrets, by key. Any thread may call; a value that `set` has reported
 /// as stored survives the process, and a power cut.
@@ -31,6 +34,8 @@ class UserDefaults {
 
   /// The string under `key`; absent when nothing or something else is stored there.
   std::optional<std::string> string(std::string_view key) const;
+  /// The data under `key`; absent when nothing or something else is stored there.
+  std::optional<DefaultsData> data(std::string_view key) const;
   /// The boolean under `key`; false when nothing or something else is stored there.
   bool boolean(std::string_view key) const;
 };

@@ -1,10 +1,23 @@
 #include "p2p/RemoteIceServerPersistentCache.h"
 
+#include <span>
 #include <utility>
 
 #include "core/UserDefaults.h"
 
 namespace tevanto {
+namespace {
+
+DefaultsData dataOf(std::string_view text) {
+  const auto bytes = std::as_bytes(std::span(text.data(), text.size()));
+  return {bytes.begin(), bytes.end()};
+}
+
+std::string_view textOf(const DefaultsData& data) {
+  return {reinterpret_cast<const char*>(data.data()), data.size()};
+}
+
+}  // namespace
 
 bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::time_point now) {
   const auto age = now - brokered.loadedAt;
@@ -18,13 +31,13 @@ RemoteIceServerPersistentCache::RemoteIceServerPersistentCache(UserDefaults& def
 std::optional<BrokeredIceServers> RemoteIceServerPersistentCache::load() const {
   if (!origin_.empty() && defaults_.string(kTurnCredentialsOriginKey).value_or(origin_) != origin_)
     return std::nullopt;
-  const auto stored = defaults_.string(kTurnCredentialsKey);
-  auto brokered = stored ? decodeBrokeredIceServers(*stored) : std::nullopt;
+  const auto stored = defaults_.data(kTurnCredentialsKey);
+  auto brokered = stored ? decodeBrokeredIceServers(textOf(*stored)) : std::nullopt;
   return brokered && isUsable(*brokered, now_()) ? brokered : std::nullopt;
 }
 
 Result<void> RemoteIceServerPersistentCache::save(const std::vector<RemoteIceServerConfig>& servers) {
-  auto saved = defaults_.set(kTurnCredentialsKey, encodeBrokeredIceServers({servers, now_()}));
+  auto saved = defaults_.set(kTurnCredentialsKey, dataOf(encodeBrokeredIceServers({servers, now_()})));
   if (!saved || origin_.empty() || defaults_.string(kTurnCredentialsOriginKey) == origin_) return saved;
   return defaults_.set(kTurnCredentialsOriginKey, origin_);
 }

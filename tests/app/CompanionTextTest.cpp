@@ -114,19 +114,22 @@ TEST(CompanionText, eachChangeIsOneLine) {
 using Type = DefaultsOptions::Type;
 
 TEST(DefaultsText, guessesTheTypeOfAValue) {
-  const std::pair<const char*, DefaultsValue> cases[] = {{"true", true},
-                                                         {"false", false},
-                                                         {"8", std::int64_t{8}},
-                                                         {"-3", std::int64_t{-3}},
-                                                         {"0.5", 0.5},
-                                                         {"super", std::string("super")},
-                                                         {"", std::string()},
-                                                         {"null", std::string("null")},
-                                                         {"\"q\"", std::string("\"q\"")},
-                                                         {"012345", std::string("012345")},
-                                                         {R"(["a","b"])", std::vector<std::string>{"a", "b"}},
-                                                         {"[1]", std::string("[1]")},
-                                                         {"{}", std::string("{}")}};
+  const std::pair<const char*, DefaultsValue> cases[] = {
+      {"true", true},
+      {"false", false},
+      {"8", std::int64_t{8}},
+      {"-3", std::int64_t{-3}},
+      {"0.5", 0.5},
+      {"super", std::string("super")},
+      {"", std::string()},
+      {"null", std::string("null")},
+      {"\"q\"", std::string("\"q\"")},
+      {"012345", std::string("012345")},
+      {R"(["a","b"])", std::vector<std::string>{"a", "b"}},
+      {R"({"base64":"AP8="})", DefaultsData{std::byte{0}, std::byte{0xFF}}},
+      {R"({"base64":"A"})", std::string(R"({"base64":"A"})")},
+      {"[1]", std::string("[1]")},
+      {"{}", std::string("{}")}};
   for (const auto& [text, expected] : cases) {
     const auto value = defaultsValueFrom(text, Type::automatic);
     ASSERT_TRUE(value) << text;
@@ -153,11 +156,13 @@ TEST(DefaultsText, isReadAsItWasWritten) {
   EXPECT_EQ(defaultsText(true), "true");
   EXPECT_EQ(defaultsText(std::int64_t{8}), "8");
   EXPECT_EQ(defaultsText(std::vector<std::string>{"a", "b"}), R"(["a","b"])");
+  EXPECT_EQ(defaultsText(DefaultsData{std::byte{0}, std::byte{0xFF}}), R"({"base64":"AP8="})");
 }
 
 TEST(DefaultsText, credentialsAreSecret) {
   EXPECT_TRUE(isSecretDefault("remotePairingToken"));
   EXPECT_TRUE(isSecretDefault("tevanto.turn.credential"));
+  EXPECT_TRUE(isSecretDefault("tevanto.turn-credentials.v1"));
   EXPECT_FALSE(isSecretDefault("tevantoDeviceID"));
 }
 

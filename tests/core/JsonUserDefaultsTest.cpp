@@ -65,11 +65,17 @@ TEST_F(JsonDefaults, startsEmptyAndLeavesTheDiskAlone) {
 
 TEST_F(JsonDefaults, keepsEachKindOfValue) {
   const std::map<std::string, DefaultsValue> values = {
-      {"flag", true},           {"int", std::numeric_limits<std::int64_t>::min()},
-      {"double", 0.5},          {"text", std::string("Grüße\n\"x\"\\ \0 \x01 👍", 21)},
-      {"empty", std::string()}, {"list", Strings{"a", "", "ß"}},
-      {"none", Strings{}},      {"", std::string("no name")},
+      {"flag", true},
+      {"int", std::numeric_limits<std::int64_t>::min()},
+      {"double", 0.5},
+      {"text", std::string("Grüße\n\"x\"\\ \0 \x01 👍", 21)},
+      {"empty", std::string()},
+      {"list", Strings{"a", "", "ß"}},
+      {"none", Strings{}},
+      {"", std::string("no name")},
       {"dotted.key", false},
+      {"data", DefaultsData{std::byte{0}, std::byte{0xFF}, std::byte{'{'}}},
+      {"no data", DefaultsData{}},
   };
   {
     auto defaults = open();
@@ -257,6 +263,23 @@ TEST_F(StoredJsonDefaults, ofAnotherUserAreNotTouchedByTheRealSystem) {
   fs::permissions(file_, fs::perms::owner_read);
   EXPECT_EQ(contentOf(file_), R"({"a":true})");
   EXPECT_FALSE(fs::exists(aside_));
+}
+
+TEST_F(StoredJsonDefaults, keepDataAsBase64BesideWhatIsNone) {
+  fill(file_, R"({"data":{"base64":"AP8="},"damaged":{"base64":"A"},"number":{"base64":1},)"
+              R"("two":{"base64":"","x":1},"text":"AP8="})");
+  auto defaults = open();
+  const DefaultsData bytes{std::byte{0}, std::byte{0xFF}};
+  EXPECT_EQ(defaults.data("data"), bytes);
+  for (const auto* key : {"damaged", "number", "two"}) EXPECT_EQ(defaults.value(key), std::nullopt) << key;
+  EXPECT_EQ(defaults.data("text"), std::nullopt) << "a text is none";
+  EXPECT_EQ(defaults.string("data"), std::nullopt) << "nor the other way round";
+  EXPECT_TRUE(defaults.stringEquals("data", std::nullopt));
+  ASSERT_TRUE(defaults.set("written", bytes).ok());
+  const auto after = contentOf(file_);
+  for (const auto* member : {R"("data":{"base64":"AP8="})", R"("written":{"base64":"AP8="})",
+                             R"("damaged":{"base64":"A"})", R"("two":{"base64":"","x":1})"})
+    EXPECT_NE(after.find(member), std::string::npos) << member << " in " << after;
 }
 
 TEST_F(StoredJsonDefaults, keepWhatTheyDoNotUnderstand) {

@@ -148,7 +148,7 @@ TEST_F(IceServerSourceTest, goesOnWithWhatThereIsWhenTheServiceFails) {
   EXPECT_EQ(load(), (Servers{kStun1, kStun2}));
   EXPECT_EQ(load(), (Servers{kStun1, kStun2})) << "a service that does not answer";
   EXPECT_EQ(http_->requests.size(), 3U);
-  EXPECT_FALSE(sources_.defaults.string(kTurnCredentialsKey));
+  EXPECT_FALSE(sources_.defaults.value(kTurnCredentialsKey));
 }
 
 TEST_F(IceServerSourceTest, goesOnWithoutTurnWhenTheAnswerHasNone) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "core/JsonUserDefaults.h"
@@ -25,6 +26,12 @@ class RemoteIceServerPersistentCacheTest : public testing::Test {
     return brokered ? std::optional(brokered->servers) : std::nullopt;
   }
 
+  Result<void> store(std::string_view text) {
+    DefaultsData data(text.size());
+    std::memcpy(data.data(), text.data(), text.size());
+    return defaults_.set(kTurnCredentialsKey, std::move(data));
+  }
+
   system_clock::time_point now_{seconds(1'700'000'000)};
   test::FakeUserDefaults defaults_;
   RemoteIceServerPersistentCache cache_{defaults_, [this] { return now_; }};
@@ -32,12 +39,13 @@ class RemoteIceServerPersistentCacheTest : public testing::Test {
 
 TEST_F(RemoteIceServerPersistentCacheTest, isEmptyAtFirst) { EXPECT_FALSE(loaded()); }
 
-TEST_F(RemoteIceServerPersistentCacheTest, keepsAJsonTextUnderItsKey) {
+TEST_F(RemoteIceServerPersistentCacheTest, keepsAJsonTextAsDataUnderItsKey) {
   ASSERT_TRUE(cache_.save({kTurn}).ok());
-  const auto text = defaults_.string("tevanto.turn-credentials.v1");
-  ASSERT_TRUE(text);
-  EXPECT_EQ(decodeBrokeredIceServers(*text), (BrokeredIceServers{{kTurn}, now_}));
-  EXPECT_EQ(*text,
+  const auto data = defaults_.data("tevanto.turn-credentials.v1");
+  ASSERT_TRUE(data);
+  const std::string text(reinterpret_cast<const char*>(data->data()), data->size());
+  EXPECT_EQ(decodeBrokeredIceServers(text), (BrokeredIceServers{{kTurn}, now_}));
+  EXPECT_EQ(text,
             R"({"servers":[{"urls":["turn:a"],"username":"u","credential":"p"}],"loadedAt":7.216928E8})");
 }
 
@@ -100,19 +108,26 @@ TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseWithoutATurnServer) {
 TEST_F(RemoteIceServerPersistentCacheTest, ignoresWhatItCannotRead) {
   for (const char* text : {"", "no JSON", "[]", R"({"servers":[]})",
                            R"({"servers":[{"urls":"turn:a"}],"loadedAt":721692800})"}) {
-    ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, text).ok());
+    ASSERT_TRUE(store(text).ok());
     EXPECT_FALSE(loaded()) << text;
   }
   ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, 3.5).ok());
   EXPECT_FALSE(loaded());
 }
 
+TEST_F(RemoteIceServerPersistentCacheTest, replacesATextThatAnEarlierVersionLeft) {
+  constexpr auto kText = R"({"servers":[{"urls":["turn:a"]}],"loadedAt":721692800})";
+  ASSERT_TRUE(store(kText).ok());
+  EXPECT_TRUE(loaded()) << "as data it is usable";
+  ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, std::string(kText)).ok());
+  EXPECT_FALSE(loaded());
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  EXPECT_EQ(loaded(), std::vector{kTurn});
+}
+
 TEST_F(RemoteIceServerPersistentCacheTest, readsARecordUnderTheFieldsOwnName) {
   ASSERT_TRUE(
-      defaults_
-          .set(
-              kTurnCredentialsKey,
-              R"({"loadedAt":721692800,"servers":[{"urlStrings":["turn:a"],"username":"u","credential":"p"}]})")
+      store(R"({"loadedAt":721692800,"servers":[{"urlStrings":["turn:a"],"username":"u","credential":"p"}]})")
           .ok());
   EXPECT_EQ(loaded(), std::vector{kTurn});
 }

@@ -17,6 +17,11 @@ PreferenceValue numberValue(NSNumber* number) {
   return {static_cast<std::int64_t>(number.longLongValue)};
 }
 
+PreferenceValue dataValue(NSData* data) {
+  const auto* const bytes = static_cast<const std::byte*>(data.bytes);
+  return {PreferenceValue::Data(bytes, bytes + data.length)};
+}
+
 PreferenceValue arrayValue(NSArray* array) {
   PreferenceValue::Array elements;
   for (id element in array) {
@@ -42,6 +47,7 @@ std::optional<PreferenceValue> preferenceValueOf(id propertyList) {
   if ([propertyList isKindOfClass:NSNumber.class]) return numberValue(propertyList);
   if ([propertyList isKindOfClass:NSArray.class]) return arrayValue(propertyList);
   if ([propertyList isKindOfClass:NSDictionary.class]) return dictionaryValue(propertyList);
+  if ([propertyList isKindOfClass:NSData.class]) return dataValue(propertyList);
   if (![propertyList isKindOfClass:NSString.class]) return std::nullopt;
   auto text = utf8Text(propertyList);
   if (!text) return std::nullopt;
@@ -58,6 +64,8 @@ id propertyListOf(const DefaultsValue& value) {
           NSMutableArray* texts = [NSMutableArray array];
           for (const auto& text : content) [texts addObject:foundationText(text)];
           return texts;
+        } else if constexpr (std::is_same_v<Content, DefaultsData>) {
+          return [NSData dataWithBytes:content.data() length:content.size()];
         } else if constexpr (std::is_same_v<Content, bool>) {
           return content ? @YES : @NO;
         } else if constexpr (std::is_same_v<Content, double>) {

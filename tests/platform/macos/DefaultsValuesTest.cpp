@@ -20,6 +20,9 @@ TEST(DefaultsValues, keepTheirTypes) {
   EXPECT_EQ(defaultsValueOf({PreferenceValue::Array{text("turn:a"), text("turn:b")}}),
             DefaultsValue(Strings{"turn:a", "turn:b"}));
   EXPECT_EQ(defaultsValueOf({PreferenceValue::Array{}}), DefaultsValue(Strings{}));
+  const DefaultsData data{std::byte{0}, std::byte{0xFF}};
+  EXPECT_EQ(defaultsValueOf({PreferenceValue::Data(data)}), DefaultsValue(data));
+  EXPECT_EQ(defaultsValueOf({PreferenceValue::Data()}), DefaultsValue(DefaultsData()));
 }
 
 TEST(DefaultsValues, areNothingForDictionariesAndMixedArrays) {

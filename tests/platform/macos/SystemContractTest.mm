@@ -85,7 +85,9 @@ TEST_F(CfUserDefaultsContract, valuesComeBackWithTheirTypesUntilTheyAreRemoved) 
                                                     {"count", std::int64_t{7}},
                                                     {"share", 0.5},
                                                     {"text", std::string("é\u4e2d")},
-                                                    {"list", std::vector<std::string>{"a", "b"}}};
+                                                    {"list", std::vector<std::string>{"a", "b"}},
+                                                    {"data", DefaultsData{std::byte{0}, std::byte{0xFF}}},
+                                                    {"no data", DefaultsData{}}};
   for (const auto& [key, value] : values) ASSERT_TRUE(defaults_.set(key, value));
   for (const auto& [key, value] : values) EXPECT_EQ(defaults_.value(key), value) << key;
   EXPECT_EQ(defaults_.all(), values);
@@ -158,7 +160,7 @@ TEST(CoreGraphicsInputEventsContract, thePointerIsWhereItWasPut) {
   events.warpPointer(before);
 }
 
-TEST(MacComputerName, isThereOnEveryMacThatWasSetUp) { EXPECT_TRUE(macComputerName()); }
+TEST(MacComputerNameContract, isThereOnEveryMacThatWasSetUp) { EXPECT_TRUE(macComputerName()); }
 
 TEST(UnifiedLogSinkContract, takesLinesOfEveryLevel) {
   UnifiedLogSink log;

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <boost/json/value.hpp>
+#include <optional>
+
+#include "core/UserDefaults.h"
+
+namespace tevanto {
+
+/// A setting as JSON has it. Data, which JSON has not, is an object with one member: {"base64": "..."}.
+boost::json::value jsonOf(const DefaultsValue& value);
+
+/// The setting that such a value is; nothing for null, other objects, arrays of anything but strings, and
+/// integers beyond int64.
+std::optional<DefaultsValue> defaultsValueOfJson(const boost::json::value& stored);
+
+}  // namespace tevanto
