@@ -5,13 +5,28 @@
 #include "platform/macos/FoundationText.h"
 
 namespace tevanto {
+namespace {
+
+/// The members that a property list can hold: the system adds some of its own, such as the list's URL, and
+/// with one of those nothing could be written at all.
+NSDictionary* ownMembersOf(NSDictionary* information) {
+  NSMutableDictionary* members = [NSMutableDictionary dictionary];
+  for (NSString* key in information) {
+    id member = information[key];
+    if ([NSPropertyListSerialization propertyList:member isValidForFormat:NSPropertyListXMLFormat_v1_0])
+      members[key] = member;
+  }
+  return members;
+}
+
+}  // namespace
 
 InfoPlist mainBundleInfo(const Logger& log) {
   @autoreleasepool {
     NSDictionary* information = NSBundle.mainBundle.infoDictionary;
     if (!information) return {};
     NSError* error = nil;
-    NSData* list = [NSPropertyListSerialization dataWithPropertyList:information
+    NSData* list = [NSPropertyListSerialization dataWithPropertyList:ownMembersOf(information)
                                                               format:NSPropertyListXMLFormat_v1_0
                                                              options:0
                                                                error:&error];

@@ -4,14 +4,22 @@
 #include <Foundation/Foundation.h>
 
 @class NSGraphicsContext;
-@class NSRunningApplication;
+
+SINCE(10.6, "NSRunningApplication")
+@interface NSRunningApplication : NSObject
++ (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:(NSString*)bundleIdentifier SINCE(10.6, "runningApplications(withBundleIdentifier:)");
+- (BOOL)terminate SINCE(10.6, "terminate()");
+@end
 
 typedef NSString* NSImageHintKey SINCE(10.5, "NSImageHintKey");
 
 SINCE(10.0, "NSImage")
 @interface NSImage : NSObject
 + (instancetype)imageWithSystemSymbolName:(NSString*)name accessibilityDescription:(NSString*)description SINCE(11.0, "imageWithSystemSymbolName:accessibilityDescription:");
-- (void)setTemplate:(BOOL)isTemplate SINCE(10.5, "template");  // a property, whose name is a word of C++
+// A property, whose name is a word of C++.
+- (void)setTemplate:(BOOL)isTemplate SINCE(10.5, "template");
+- (BOOL)isTemplate SINCE(10.5, "template");
+@property NSSize size SINCE(10.0, "size");
 - (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect context:(NSGraphicsContext*)referenceContext hints:(NSDictionary<NSImageHintKey, id>*)hints SINCE(10.6, "CGImageForProposedRect:context:hints:");
 @end
 
@@ -30,6 +38,9 @@ typedef NS_ENUM(NSUInteger, NSEventType) {
   NSEventTypeSystemDefined SINCE(10.12, "NSEventTypeSystemDefined") = 14,
 };
 typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags) {};
+typedef NS_OPTIONS(unsigned long long, NSEventMask) {
+  NSEventMaskAny SINCE(10.12, "any") = ~0UL,
+};
 
 SINCE(10.0, "NSEvent")
 @interface NSEvent : NSObject
@@ -59,6 +70,17 @@ extern NSNotificationName const NSWorkspaceAccessibilityDisplayOptionsDidChangeN
 extern NSNotificationName const NSApplicationWillFinishLaunchingNotification SINCE(10.0, "willFinishLaunchingNotification");
 }
 
+SINCE(10.0, "NSView")
+@interface NSView : NSObject
+@property(copy) NSArray<NSView*>* subviews SINCE(10.0, "subviews");
+@end
+
+SINCE(10.0, "NSWindow")
+@interface NSWindow : NSObject
+@property(readonly) NSRect frame SINCE(10.0, "frame");
+@property(strong) NSView* contentView SINCE(10.0, "contentView");
+@end
+
 typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
   NSApplicationActivationPolicyRegular SINCE(10.6, "NSApplicationActivationPolicyRegular") = 0,
   NSApplicationActivationPolicyAccessory SINCE(10.6, "NSApplicationActivationPolicyAccessory") = 1,
@@ -67,6 +89,12 @@ typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
 SINCE(10.0, "NSApplication")
 @interface NSApplication : NSObject
 @property(class, readonly, strong) NSApplication* sharedApplication SINCE(10.0, "sharedApplication");
+@property(readonly, getter=isActive) BOOL active SINCE(10.0, "isActive");
+@property(readonly, copy) NSArray<NSWindow*>* windows SINCE(10.0, "windows");
+- (void)finishLaunching SINCE(10.0, "finishLaunching()");
+- (NSEvent*)nextEventMatchingMask:(NSEventMask)mask untilDate:(NSDate*)expiration inMode:(NSRunLoopMode)mode dequeue:(BOOL)deqFlag SINCE(10.0, "nextEvent(matching:until:inMode:dequeue:)");
+- (void)sendEvent:(NSEvent*)event SINCE(10.0, "sendEvent(_:)");
+- (NSApplicationActivationPolicy)activationPolicy SINCE(10.6, "activationPolicy()");
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)activationPolicy SINCE(10.6, "setActivationPolicy:");
 - (void)activateIgnoringOtherApps:(BOOL)flag SINCE(10.0, "activateIgnoringOtherApps:");
 @end
@@ -77,13 +105,9 @@ SINCE(10.0, "NSScreen")
 @property(readonly) NSRect frame SINCE(10.0, "frame");
 @end
 
-SINCE(10.0, "NSWindow")
-@interface NSWindow : NSObject
-@property(readonly) NSRect frame SINCE(10.0, "frame");
-@end
-
 SINCE(10.10, "NSStatusBarButton")
-@interface NSStatusBarButton : NSObject
+@interface NSStatusBarButton : NSView
+- (void)performClick:(id)sender SINCE(10.0, "performClick(_:)");
 @property(strong) NSImage* image SINCE(10.10, "image");
 @property(weak) id target SINCE(10.10, "target");
 @property SEL action SINCE(10.10, "action");

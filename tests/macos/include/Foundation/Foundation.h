@@ -12,6 +12,7 @@ id CFBridgingRelease(CFTypeRef __attribute__((cf_consumed)) object) SINCE(10.7, 
 typedef double NSTimeInterval SINCE(10.0, "NSTimeInterval");
 typedef CGPoint NSPoint SINCE(10.0, "NSPoint");
 typedef CGRect NSRect SINCE(10.0, "NSRect");
+typedef CGSize NSSize SINCE(10.0, "NSSize");
 extern "C" {
 extern const NSPoint NSZeroPoint SINCE(10.0, "NSZeroPoint");
 NSString* NSHomeDirectory(void) SINCE(10.0, "NSHomeDirectory");
@@ -38,6 +39,7 @@ SINCE(10.0, "NSData")
 
 SINCE(10.0, "NSDate")
 @interface NSDate : NSObject
++ (instancetype)dateWithTimeIntervalSinceNow:(NSTimeInterval)secs SINCE(10.0, "dateWithTimeIntervalSinceNow:");
 + (instancetype)dateWithTimeIntervalSince1970:(NSTimeInterval)secs SINCE(10.0, "dateWithTimeIntervalSince1970:");
 @property(readonly) NSTimeInterval timeIntervalSince1970 SINCE(10.0, "timeIntervalSince1970");
 @end
@@ -85,6 +87,12 @@ SINCE(10.0, "NSDictionary")
 - (ObjectType)objectForKeyedSubscript:(KeyType)key SINCE(10.8, "objectForKeyedSubscript:");
 @end
 
+SINCE(10.0, "NSMutableDictionary")
+@interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary<KeyType, ObjectType>
++ (instancetype)dictionary SINCE(10.0, "dictionary");
+- (void)setObject:(ObjectType)obj forKeyedSubscript:(KeyType)key SINCE(10.8, "setObject:forKeyedSubscript:");
+@end
+
 SINCE(10.5, "NSMapTable")
 @interface NSMapTable<KeyType, ObjectType> : NSObject
 + (NSMapTable<KeyType, ObjectType>*)strongToWeakObjectsMapTable SINCE(10.8, "strongToWeakObjectsMapTable");
@@ -112,6 +120,7 @@ SINCE(10.0, "NSNotificationCenter")
 @interface NSNotificationCenter : NSObject
 @property(class, readonly, strong) NSNotificationCenter* defaultCenter SINCE(10.0, "default");
 - (void)addObserver:(id)observer selector:(SEL)aSelector name:(NSNotificationName)aName object:(id)anObject SINCE(10.0, "addObserver(_:selector:name:object:)");
+- (void)postNotificationName:(NSNotificationName)aName object:(id)anObject SINCE(10.0, "post(name:object:)");
 - (void)removeObserver:(id)observer SINCE(10.0, "removeObserver(_:)");
 @end
 
@@ -158,6 +167,7 @@ typedef NSUInteger NSPropertyListWriteOptions SINCE(10.6, "NSPropertyListWriteOp
 
 SINCE(10.2, "NSPropertyListSerialization")
 @interface NSPropertyListSerialization : NSObject
++ (BOOL)propertyList:(id)plist isValidForFormat:(NSPropertyListFormat)format SINCE(10.2, "propertyList:isValidForFormat:");
 + (NSData*)dataWithPropertyList:(id)plist format:(NSPropertyListFormat)format options:(NSPropertyListWriteOptions)opt error:(NSError**)error SINCE(10.6, "dataWithPropertyList:format:options:error:");
 @end
 
@@ -165,18 +175,32 @@ extern "C" {
 extern NSString* const NSAppleScriptErrorMessage SINCE(10.2, "NSAppleScriptErrorMessage");
 }
 
+typedef NSString* NSRunLoopMode SINCE(10.0, "RunLoop.Mode");
+extern "C" {
+extern NSRunLoopMode const NSDefaultRunLoopMode SINCE(10.0, "default");
+}
+
 typedef FourCharCode DescType SINCE(10.0, "DescType");
+
+typedef uint32_t AEEventClass SINCE(10.0, "AEEventClass");
+typedef uint32_t AEEventID SINCE(10.0, "AEEventID");
+typedef int16_t AEReturnID SINCE(10.0, "AEReturnID");
+typedef int32_t AETransactionID SINCE(10.0, "AETransactionID");
+enum { kCoreEventClass SINCE(10.0, "kCoreEventClass") = 'aevt', kAEReopenApplication SINCE(10.0, "kAEReopenApplication") = 'rapp' };
+enum { kAutoGenerateReturnID SINCE(10.0, "kAutoGenerateReturnID") = -1, kAnyTransactionID SINCE(10.0, "kAnyTransactionID") = 0 };
+typedef NS_OPTIONS(NSUInteger, NSAppleEventSendOptions) {
+  NSAppleEventSendWaitForReply SINCE(10.11, "waitForReply") = 3,
+};
 
 SINCE(10.0, "NSAppleEventDescriptor")
 @interface NSAppleEventDescriptor : NSObject
++ (NSAppleEventDescriptor*)currentProcessDescriptor SINCE(10.11, "currentProcess()");
++ (NSAppleEventDescriptor*)appleEventWithEventClass:(AEEventClass)eventClass eventID:(AEEventID)eventID targetDescriptor:(NSAppleEventDescriptor*)targetDescriptor returnID:(AEReturnID)returnID transactionID:(AETransactionID)transactionID SINCE(10.0, "appleEvent(withEventClass:eventID:targetDescriptor:returnID:transactionID:)");
+- (NSAppleEventDescriptor*)sendEventWithOptions:(NSAppleEventSendOptions)sendOptions timeout:(NSTimeInterval)timeoutInSeconds error:(NSError**)error SINCE(10.11, "sendEvent(options:timeout:)");
 @property(readonly) DescType descriptorType SINCE(10.0, "descriptorType");
 @property(readonly) Boolean booleanValue SINCE(10.0, "booleanValue");
 @property(readonly) SInt32 int32Value SINCE(10.0, "int32Value");
 @end
-
-typedef uint32_t AEEventClass SINCE(10.0, "AEEventClass");
-typedef uint32_t AEEventID SINCE(10.0, "AEEventID");
-enum { kCoreEventClass SINCE(10.0, "kCoreEventClass") = 'aevt', kAEReopenApplication SINCE(10.0, "kAEReopenApplication") = 'rapp' };
 
 SINCE(10.0, "NSAppleEventManager")
 @interface NSAppleEventManager : NSObject
