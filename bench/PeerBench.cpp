@@ -1,8 +1,9 @@
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
-#include "bench/BarePeers.h"
+#include "bench/BareChannels.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/PeerSide.h"
 #include "tests/support/ProcessMemory.h"
@@ -19,7 +20,11 @@ std::vector<double> openTimes(PeerConnectionFactory& factory, int count) {
   std::vector<double> times;
   for (int number = 0; number < count; ++number) {
     const auto start = Clock::now();
-    const auto pair = pairOf(factory);
+    const auto pair = test::connectedPair(factory);
+    if (!pair) {
+      std::fputs("the pair does not connect\n", stderr);
+      std::exit(1);
+    }
     times.push_back(milliseconds(Clock::now() - start));
     pair.close();
   }
@@ -37,8 +42,8 @@ int main() {
   { const auto side = test::PeerSide::make(factory); }
   const auto firstPeer = milliseconds(Clock::now() - start);
   const auto open = openTimes(factory, 30);
-  const auto trips = BareEcho(factory, Echo::fromEngine).trips(5000);
-  const auto moved = bareThroughput(factory, std::chrono::seconds(5));
+  const auto trips = BareChannels(Echo::fromEngine).trips(5000);
+  const auto moved = BareChannels().throughput(std::chrono::seconds(5));
   std::printf(
       "{\"first_peer_ms\": %.2f, \"open_ms_p50\": %.1f, \"open_ms_p99\": %.1f, \"round_trip_us_p50\": %.1f, "
       "\"round_trip_us_p99\": %.1f, \"send_us_p50\": %.1f, \"throughput_mb_s\": %.1f, \"throughput_cpu\": "

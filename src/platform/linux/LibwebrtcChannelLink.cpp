@@ -28,26 +28,51 @@ constexpr std::size_t kMaxEarlyBytes = 16 * 1024 * 1024;
 
 }  // namespace
 
-LibwebrtcChannelLink::LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel)
-    : channel_(std::move(channel)), state_(stateOf(channel_->state())) {}
+LibwebrtcChannelLink::LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel,
+                                           SctpSource sctp)
+    : channel_(std::move(channel)), sctp_(std::move(sctp)), state_(DataChannelState::connecting) {
+  takeState();
+}
 
 void LibwebrtcChannelLink::connect(std::weak_ptr<DataChannel> owner) {
   owner_ = std::move(owner);
   channel_->RegisterObserver(this);
-  state_ = stateOf(channel_->state());
+  takeState();
+}
+
+void LibwebrtcChannelLink::takeState() {
+  const auto state = stateOf(channel_->state());
+  if (state == DataChannelState::open) shortRoad_.open(sctp_(), *channel_);
+  state_ = state;
 }
 
 void LibwebrtcChannelLink::send(const rtc::CopyOnWriteBuffer& message) {
-  // The engine tells through OnBufferedAmountChange of what it sent.
-  if (!channel_->Send({message, true})) buffered_ -= message.size();
+  if (!channel_) return;
+  // The engine tells through OnBufferedAmountChange of what it sent, unless that was empty.
+  const bool taken = channel_->Send({message, true});
+  if (!taken || message.size() == 0) OnBufferedAmountChange(message.size());
 }
 
-void LibwebrtcChannelLink::close() { channel_->Close(); }
+void LibwebrtcChannelLink::OnBufferedAmountChange(std::uint64_t sent) {
+  buffered_ -= sent;
+  shortRoad_.signalingSentOne();
+}
+
+void LibwebrtcChannelLink::close() {
+  if (channel_) channel_->Close();
+}
 
 void LibwebrtcChannelLink::disconnect() {
   channel_->UnregisterObserver();
   channel_->Close();
+  channel_ = nullptr;
   early_.clear();
+}
+
+bool LibwebrtcChannelLink::sendNow(const rtc::CopyOnWriteBuffer& message) {
+  if (!shortRoad_.send(message)) return false;
+  buffered_ -= message.size();
+  return true;
 }
 
 DataChannelState LibwebrtcChannelLink::state() const {
@@ -82,7 +107,7 @@ bool LibwebrtcChannelLink::hasHadObserver() const {
 }
 
 void LibwebrtcChannelLink::OnStateChange() {
-  state_ = stateOf(channel_->state());
+  takeState();
   const CallGate::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();

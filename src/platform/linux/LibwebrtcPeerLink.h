@@ -3,6 +3,7 @@
 #include <api/peer_connection_interface.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -13,7 +14,8 @@
 namespace tevanto {
 
 /// The engine's end of a peer: lives on the signaling thread until the peer is closed there.
-class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
+class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver,
+                                public std::enable_shared_from_this<LibwebrtcPeerLink> {
  public:
   LibwebrtcPeerLink(std::weak_ptr<LibwebrtcEngine> engine,
                     std::weak_ptr<tevanto::PeerConnectionObserver> observer);
@@ -24,6 +26,8 @@ class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
   /// Null before `open` and after `end`.
   webrtc::PeerConnectionInterface* connection() const { return connection_.get(); }
   void end();
+  /// To be asked once a channel is open; null after `end`.
+  std::function<rtc::scoped_refptr<webrtc::SctpTransportInterface>()> sctpSource();
   /// Calls it unless `shut` was called.
   template <class F>
   void report(F&& function) {
