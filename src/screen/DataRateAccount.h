@@ -29,7 +29,7 @@ class DataRateAccount {
     if (!lastTime_) return size_;
     // The bucket is full long before ten seconds are over, and the product stays within 64 bits.
     const auto pause = std::clamp<PresentationTime>(time - *lastTime_, {}, std::chrono::seconds(10));
-    const auto gained = rate_ * (pause.count() / 1000) / 1'000'000;
+    const std::int64_t gained = rate_ * (pause.count() / 1000) / 1'000'000;
     return std::min(size_, left_ + gained);
   }
   /// A quarter of the bucket or more is left that the encoder does not know of.

@@ -9,6 +9,8 @@ namespace {
 
 TEST(FourCharacterCode, hasItsFirstCharacterInTheHighestByte) {
   EXPECT_EQ(fourCharacterCode("long"), 0x6C6F6E67u);
+  EXPECT_EQ(fourCharacterCode("BGRA"), 0x42475241u);
+  EXPECT_EQ(fourCharacterCode("avc1"), 0x61766331u);
   EXPECT_EQ(fourCharacterCode("\xFF"
                               "bc\x01"),
             0xFF626301u);

@@ -19,7 +19,6 @@
 #include "platform/macos/IoKitSleepAssertions.h"
 #include "platform/macos/MacComputerName.h"
 #include "platform/macos/SmAppServiceLoginItem.h"
-#include "platform/macos/UnifiedLogSink.h"
 #include "tests/platform/contracts/SystemContracts.h"
 #include "tests/support/ManualQueue.h"
 
@@ -161,12 +160,6 @@ TEST(CoreGraphicsInputEventsContract, thePointerIsWhereItWasPut) {
 }
 
 TEST(MacComputerNameContract, isThereOnEveryMacThatWasSetUp) { EXPECT_TRUE(macComputerName()); }
-
-TEST(UnifiedLogSinkContract, takesLinesOfEveryLevel) {
-  UnifiedLogSink log;
-  for (const auto level : {LogLevel::error, LogLevel::warning, LogLevel::info, LogLevel::debug})
-    log.write(level, "contract", "a line of the contract tests, 100 % public");
-}
 
 }  // namespace
 }  // namespace tevanto
