@@ -6,9 +6,9 @@
 
 namespace tevanto {
 
-/// When a picture is taken: at once for the first change after rest, then no sooner than one interval after
-/// the last picture, and after every change, so that the last one of a burst is never lost. A value without
-/// a clock or timer of its own.
+/// When a picture is taken: at once for the first change after rest, then one interval after the last one was
+/// due, and after every change, so that the last one of a burst is never lost. A value without a clock or
+/// timer of its own.
 class FramePacer {
  public:
   using Duration = SerialQueue::Duration;
@@ -23,7 +23,7 @@ class FramePacer {
   /// The screen is about to be looked at: what changes from here on is for a later picture.
   void beginPicture() { changed_ = false; }
   /// A picture went out. `begunAt`: when it was begun.
-  void delivered(TimePoint begunAt) { earliest_ = begunAt + minimumInterval_; }
+  void delivered(TimePoint begunAt);
   /// A change was seen but could not be delivered; it is due again one interval later.
   void postponed(TimePoint now);
 

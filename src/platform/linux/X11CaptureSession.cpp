@@ -27,7 +27,8 @@ X11CaptureSession::X11CaptureSession(std::string displayName, DisplayID display,
       queue_(std::move(queue)),
       handlers_(std::move(handlers)),
       display_(display),
-      pacer_(std::chrono::duration_cast<FramePacer::Duration>(configuration.minimumFrameInterval)) {}
+      pacer_(std::chrono::duration_cast<FramePacer::Duration>(configuration.minimumFrameInterval)),
+      headStart_(std::chrono::duration_cast<HeadStart::Duration>(configuration.minimumFrameInterval)) {}
 
 void X11CaptureSession::start(std::function<void(Result<void>)> done) {
   queue_->async([self = shared_from_this(), done = std::move(done)] {
@@ -84,6 +85,7 @@ bool X11CaptureSession::useMonitors(const std::vector<XMonitor>& monitors) {
 void X11CaptureSession::useMonitor(const XMonitor& monitor) {
   const auto whole = wholeOf(monitor);
   monitor_ = monitor;
+  prepared_.reset();
   image_.reset();
   image_ = std::make_unique<XScreenImage>(screen_, monitor.area);
   scaler_ =
@@ -120,34 +122,56 @@ void X11CaptureSession::service() {
     if (screen_->broken()) return end("The X server is gone.");
     const auto wait = pacer_.wait(queue_->now());
     if (!wait) return;
+    const auto lead = isPrepared_ ? HeadStart::Duration::zero() : headStart_.length();
+    if (*wait > lead) return wakeAfter(*wait - lead);
     if (*wait > FramePacer::Duration::zero()) {
-      if (timer_) return;
-      timer_ = queue_->asyncAfter(*wait, [weak = weak_from_this()] {
-        const auto self = weak.lock();
-        if (!self) return;
-        self->timer_.cancel();
-        self->service();
-      });
-      return;
+      prepare();
+    } else {
+      takePicture();
     }
-    takePicture();
   }
 }
 
+void X11CaptureSession::wakeAfter(FramePacer::Duration wait) {
+  if (timer_) return;
+  timer_ = queue_->asyncAfter(wait, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->timer_.cancel();
+    self->service();
+  });
+}
+
 void X11CaptureSession::note(const XScreen::Changes& changes) {
-  if (changes.any()) pacer_.changed();
+  if (changes.any()) {
+    pacer_.changed();
+    isRead_ = false;
+  }
   pointerStale_ = pointerStale_ || changes.pointerShape;
   layoutStale_ = layoutStale_ || changes.layout;
+}
+
+// What fails here is tried again when the picture is due.
+void X11CaptureSession::prepare() {
+  isPrepared_ = true;
+  if (layoutStale_) return;
+  const auto began = queue_->now();
+  isRead_ = readScreen();
+  if (!isRead_ || unshown_.empty()) return;
+  const bool large = isLarge(outputBounds());
+  prepared_ = drawPicture();
+  headStart_.drew(queue_->now() - began, large);
 }
 
 void X11CaptureSession::takePicture() {
   pacer_.beginPicture();
   pictureBegan_ = queue_->now();
+  isPrepared_ = false;
   if (layoutStale_ && !updateLayout()) return;
-  if (!readScreen()) return readingFailed();
+  if (!std::exchange(isRead_, false) && !readScreen()) return readingFailed();
   failures_ = 0;
-  if (unshown_.empty()) return;
-  if (auto picture = drawPicture()) {
+  if (unshown_.empty() && !prepared_) return;
+  if (auto picture = finishPicture()) {
     pacer_.delivered(pictureBegan_);
     deliver(std::move(picture));
   } else {
@@ -212,14 +236,32 @@ void X11CaptureSession::readingFailed() {
   pacer_.postponed(pictureBegan_);
 }
 
+std::shared_ptr<PixelBuffer> X11CaptureSession::finishPicture() {
+  const bool large = isLarge(outputBounds());
+  if (prepared_) {
+    headStart_.ended(large);
+    return unshown_.empty() ? std::exchange(prepared_, nullptr) : drawPicture();
+  }
+  auto picture = drawPicture();
+  headStart_.drew(queue_->now() - pictureBegan_, large);
+  return picture;
+}
+
+// Nobody has seen a picture that is only prepared: what is drawn over it belongs to the same step from the
+// picture before.
 std::shared_ptr<PixelBuffer> X11CaptureSession::drawPicture() {
-  auto buffer = pool_->acquire();
+  const bool isBegun = prepared_ != nullptr;
+  auto buffer = isBegun ? std::exchange(prepared_, nullptr) : pool_->acquire();
   if (!buffer) return nullptr;
   const auto region = outputBounds();
-  const auto held = buffer->change.picture;
+  const auto held = buffer->change;
   const auto number = history_->add(std::exchange(unshown_, {}));
-  render(*buffer, history_->since(held));
-  buffer->change = {number, history_->continues() ? number - 1 : 0, region};
+  render(*buffer, history_->since(held.picture));
+  if (isBegun) {
+    buffer->change = {number, held.previous, bounds(held.region, region)};
+  } else {
+    buffer->change = {number, history_->continues() ? number - 1 : 0, region};
+  }
   return buffer;
 }
 
@@ -245,6 +287,11 @@ PixelRect X11CaptureSession::outputBounds() const {
   return all;
 }
 
+/// A quarter of the picture or more.
+bool X11CaptureSession::isLarge(const PixelRect& part) const {
+  return 4 * std::int64_t{part.width} * part.height >= configuration_.width * configuration_.height;
+}
+
 void X11CaptureSession::deliver(std::shared_ptr<const PixelBuffer> picture) {
   const auto now = std::chrono::duration_cast<PresentationTime>(pictureBegan_.time_since_epoch());
   lastTime_ = std::max(now, lastTime_ + PresentationTime(1));
@@ -261,6 +308,7 @@ void X11CaptureSession::end(const std::string& reason) {
 void X11CaptureSession::close() {
   timer_.cancel();
   watch_.reset();
+  prepared_.reset();
   scaler_.reset();  // and its thread
   image_.reset();
   pool_.reset();

@@ -11,6 +11,7 @@
 #include "platform/linux/ChangedArea.h"
 #include "platform/linux/DescriptorWatch.h"
 #include "platform/linux/FramePacer.h"
+#include "platform/linux/HeadStart.h"
 #include "platform/linux/ParallelScaler.h"
 #include "platform/linux/PictureHistory.h"
 #include "platform/linux/XPointerImage.h"
@@ -25,6 +26,9 @@ namespace tevanto {
 ///     X event ──> wait for the pacer ──> what was drawn, where the pointer is ──> its rows into shared
 ///     memory
 ///         ──> scaled and converted into a recycled buffer ──> the sample handler
+///
+/// Of a page that moves, all but the last step comes a moment before the pacer's, and once more for what has
+/// changed until then.
 ///
 /// A handler that takes its time holds up the next picture rather than having pictures queue.
 class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSession> {
@@ -44,6 +48,8 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   void eventsCame();
   void service();
   void note(const XScreen::Changes& changes);
+  void wakeAfter(FramePacer::Duration wait);
+  void prepare();
   void takePicture();
   bool updateLayout();
   bool readScreen();
@@ -51,9 +57,11 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   void movePointer(const XScreen::Activity& activity);
   std::optional<PixelRect> pointerArea() const;
   void readingFailed();
+  std::shared_ptr<PixelBuffer> finishPicture();
   std::shared_ptr<PixelBuffer> drawPicture();
   void render(PixelBuffer& buffer, const ChangedArea& area);
   PixelRect outputBounds() const;
+  bool isLarge(const PixelRect& part) const;
   void deliver(std::shared_ptr<const PixelBuffer> picture);
   void end(const std::string& reason);
   void close();
@@ -73,7 +81,11 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   FramePacer pacer_;
   FramePacer::TimePoint pictureBegan_{};
   PresentationTime lastTime_{0};
-  int failures_ = 0;  // in a row
+  HeadStart headStart_;
+  bool isPrepared_ = false;                // the next picture was begun, or there was nothing to begin
+  bool isRead_ = false;                    // no change is known since the screen was read
+  std::shared_ptr<PixelBuffer> prepared_;  // the next picture as far as it is drawn
+  int failures_ = 0;                       // in a row
 
   std::optional<XMonitor> monitor_;
   std::unique_ptr<XScreenImage> image_;

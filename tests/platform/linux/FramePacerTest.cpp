@@ -60,6 +60,30 @@ TEST(FramePacer, saysHowLongToWait) {
   EXPECT_EQ(pacer.wait(start + milliseconds(500)), milliseconds(0));
 }
 
+// Begun late by a little, as timers are: the next one is due when it would have been. By more: one interval
+// later.
+TEST(FramePacer, isNotPutOffByWhatIsALittleLate) {
+  const struct {
+    milliseconds late;
+    milliseconds next;
+  } rows[] = {{milliseconds(0), milliseconds(160)},
+              {milliseconds(9), milliseconds(151)},
+              {milliseconds(10), milliseconds(160)},
+              {milliseconds(300), milliseconds(160)}};
+  for (const auto& row : rows) {
+    FramePacer pacer(milliseconds(160));
+    const FramePacer::TimePoint start{std::chrono::hours(1)};
+    pacer.delivered(start);
+    pacer.changed();
+    const auto begun = start + milliseconds(160) + row.late;
+    EXPECT_EQ(pacer.wait(begun), milliseconds(0));
+    pacer.beginPicture();
+    pacer.delivered(begun);
+    pacer.changed();
+    EXPECT_EQ(pacer.wait(begun), row.next) << row.late.count();
+  }
+}
+
 TEST(FramePacer, seesAChangeThatComesWhileAPictureIsTaken) {
   FramePacer pacer(milliseconds(100));
   const FramePacer::TimePoint start{std::chrono::hours(1)};
