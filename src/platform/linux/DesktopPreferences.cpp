@@ -112,7 +112,10 @@ std::optional<PreferenceValue> DesktopPreferences::value(std::string_view key, s
   for (const auto& gesture : kGestures)
     if (const auto accelerators = acceleratorsOf(desktop, session_.folders, gesture))
       hotKeys.emplace(gesture.number, hotKey(*accelerators, parse));
-  return PreferenceValue{std::move(hotKeys)};
+  // Not made elsewhere and moved: GCC 12 then takes what the variant does not hold for uninitialised.
+  auto preference = std::make_optional<PreferenceValue>();
+  preference->content = std::move(hotKeys);
+  return preference;
 }
 
 }  // namespace tevanto
