@@ -1,62 +1,18 @@
 #pragma once
 
-// What the callers of these interfaces rely on, for every system's adapters and for the fakes alike. Each
-// program instantiates the suites for what it has; one that it leaves out says so with
-// GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST.
+// What the callers of these interfaces rely on, for every system's adapters and for the fakes alike.
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <memory>
 #include <string>
 
 #include "control/LoginItem.h"
 #include "control/ScriptHost.h"
 #include "control/SleepAssertions.h"
+#include "tests/platform/contracts/ContractTest.h"
 #include "tests/support/FakeScriptHost.h"
 
 namespace tevanto::test {
-
-/// An implementation with the servers that it needs around it.
-template <class Interface>
-struct Stage {
-  virtual ~Stage() = default;
-  virtual Interface& subject() = 0;
-};
-
-template <class Interface>
-struct Implementation {
-  const char* name;
-  std::function<std::unique_ptr<Stage<Interface>>()> make;
-};
-
-template <class Interface>
-void PrintTo(const Implementation<Interface>& implementation, std::ostream* out) {
-  *out << implementation.name;
-}
-
-template <class Interface>
-class ContractTest : public testing::TestWithParam<Implementation<Interface>> {
- protected:
-  Interface& subject() { return stage_->subject(); }
-
- private:
-  std::unique_ptr<Stage<Interface>> stage_ = this->GetParam().make();
-};
-
-template <class Interface, class Fake>
-Implementation<Interface> fake() {
-  struct FakeStage final : Stage<Interface> {
-    Interface& subject() override { return double_; }
-    Fake double_;
-  };
-  return {"fake", [] { return std::make_unique<FakeStage>(); }};
-}
-
-template <class Interface>
-std::string nameOf(const testing::TestParamInfo<Implementation<Interface>>& info) {
-  return info.param.name;
-}
 
 // Sleep assertions
 

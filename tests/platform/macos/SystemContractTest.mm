@@ -20,6 +20,7 @@
 #include "platform/macos/MacComputerName.h"
 #include "platform/macos/SmAppServiceLoginItem.h"
 #include "tests/platform/contracts/SystemContracts.h"
+#include "tests/platform/contracts/UserDefaultsContract.h"
 #include "tests/support/ManualQueue.h"
 
 namespace tevanto {
@@ -49,6 +50,20 @@ INSTANTIATE_TEST_SUITE_P(, ScriptHostContract,
                              "applescript", [] { return std::make_unique<AppleScriptStage>(); }}),
                          nameOf<ScriptHost>);
 
+struct CfUserDefaultsStage final : Stage<UserDefaults> {
+  ~CfUserDefaultsStage() override {
+    for (const auto& [key, value] : defaults.all()) (void)defaults.remove(key);
+  }
+  UserDefaults& subject() override { return defaults; }
+
+  CfUserDefaults defaults{"app.tevanto.contract-test." + randomUuid()};
+};
+
+INSTANTIATE_TEST_SUITE_P(, UserDefaultsContract,
+                         testing::Values(Implementation<UserDefaults>{
+                             "cfpreferences", [] { return std::make_unique<CfUserDefaultsStage>(); }}),
+                         nameOf<UserDefaults>);
+
 // A test program is no application bundle, so that it cannot be registered.
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(LoginItemContract);
 
@@ -68,40 +83,6 @@ TEST(IoKitPowerSourcesContract, aSourceHasItsLevelWithinItsCapacity) {
     EXPECT_LE(*source.currentCapacity, *source.maxCapacity);
     EXPECT_FALSE(source.state.empty());
   }
-}
-
-class CfUserDefaultsContract : public testing::Test {
- protected:
-  ~CfUserDefaultsContract() override {
-    for (const auto& [key, value] : defaults_.all()) (void)defaults_.remove(key);
-  }
-
-  CfUserDefaults defaults_{"app.tevanto.contract-test." + randomUuid()};
-};
-
-TEST_F(CfUserDefaultsContract, valuesComeBackWithTheirTypesUntilTheyAreRemoved) {
-  const std::map<std::string, DefaultsValue> values{{"flag", true},
-                                                    {"count", std::int64_t{7}},
-                                                    {"share", 0.5},
-                                                    {"text", std::string("é\u4e2d")},
-                                                    {"list", std::vector<std::string>{"a", "b"}},
-                                                    {"data", DefaultsData{std::byte{0}, std::byte{0xFF}}},
-                                                    {"no data", DefaultsData{}}};
-  for (const auto& [key, value] : values) ASSERT_TRUE(defaults_.set(key, value));
-  for (const auto& [key, value] : values) EXPECT_EQ(defaults_.value(key), value) << key;
-  EXPECT_EQ(defaults_.all(), values);
-  for (const auto& [key, value] : values) ASSERT_TRUE(defaults_.remove(key));
-  EXPECT_TRUE(defaults_.all().empty());
-  EXPECT_FALSE(defaults_.value("flag"));
-}
-
-TEST_F(CfUserDefaultsContract, comparesATextThatMayBeAbsentWithOneThatMayBe) {
-  EXPECT_TRUE(defaults_.stringEquals("token", std::nullopt));
-  EXPECT_FALSE(defaults_.stringEquals("token", "a"));
-  ASSERT_TRUE(defaults_.set("token", std::string("a")));
-  EXPECT_TRUE(defaults_.stringEquals("token", "a"));
-  EXPECT_FALSE(defaults_.stringEquals("token", "b"));
-  EXPECT_FALSE(defaults_.stringEquals("token", std::nullopt));
 }
 
 TEST(CfUserPreferencesContract, hotKeysAreADictionaryAndUnknownDomainsEmpty) {
