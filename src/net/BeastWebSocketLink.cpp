@@ -1,0 +1,247 @@
+#include "net/BeastWebSocketLink.h"
+
+#include <boost/asio/post.hpp>
+#include <charconv>
+#include <utility>
+
+namespace tevanto {
+
+namespace asio = boost::asio;
+namespace websocket = boost::beast::websocket;
+namespace http = boost::beast::http;
+using boost::system::error_code;
+
+namespace {
+
+/// What a server that does not read may hold back here.
+constexpr std::size_t kMaxUnsentBytes = 8 * 1024 * 1024;
+/// Of a close frame without a code (RFC 6455, section 7.4.1).
+constexpr std::uint16_t kNoCloseCode = 1005;
+
+}  // namespace
+
+BeastWebSocketLink::BeastWebSocketLink(const EventLoopQueue::Strand& strand,
+                                       std::shared_ptr<AsioTlsContext> tls, const WebSocketLimits& limits,
+                                       Handlers handlers)
+    : strand_(strand),
+      limits_(limits),
+      opening_(std::make_shared<AsioOpening>(strand, std::move(tls))),
+      limit_(strand),
+      handlers_(std::move(handlers)) {}
+
+void BeastWebSocketLink::begin(const std::string& text) {
+  if (state_ != State::opening) return;
+  const auto url = parseUrl(text);
+  if (!url || !url->isWebSocket()) return end({.closeCode = {}, .error = "no WebSocket address: " + text});
+  url_ = *url;
+  arm(limits_.open, [this] { end({.closeCode = {}, .error = url_.authority() + " took too long"}); });
+  opening_->open(
+      url_, [self = shared_from_this()](std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
+        self->connected(std::move(stream), fault);
+      });
+}
+
+void BeastWebSocketLink::sendText(std::string text, SentHandler sent) {
+  if (state_ != State::opening && state_ != State::open) return;
+  if (broken_ || unsentBytes_ + text.size() > kMaxUnsentBytes) {
+    return report(std::move(sent), broken_ ? fault_ : "too much is waiting to be sent");
+  }
+  unsentBytes_ += text.size();
+  outbox_.push_back({std::move(text), std::move(sent)});
+  if (state_ == State::open && outbox_.size() == 1) write();
+}
+
+void BeastWebSocketLink::ping(PongHandler pong) {
+  if (state_ != State::opening && state_ != State::open) return;
+  pings_.push_back({++lastPing_, std::move(pong)});
+  if (state_ == State::open) writePing();
+}
+
+void BeastWebSocketLink::cancel(std::uint16_t closeCode) {
+  if (state_ == State::closing || state_ == State::ended) return;
+  silence();
+  if (state_ == State::opening || broken_) return finish();
+  state_ = State::closing;
+  closeCode_ = closeCode;
+  arm(limits_.close, [this] { finish(); });
+  if (outbox_.empty()) close();
+}
+
+void BeastWebSocketLink::abandon() {
+  if (state_ == State::closing || state_ == State::ended) return;
+  silence();
+  finish();
+}
+
+void BeastWebSocketLink::arm(Limit::duration duration, std::function<void()> expired) {
+  limit_.expires_after(duration);
+  const auto turn = ++limitTurn_;  // one that had expired before it was replaced does nothing
+  limit_.async_wait([self = shared_from_this(), turn, expired = std::move(expired)](const error_code& error) {
+    if (!error && turn == self->limitTurn_) expired();
+  });
+}
+
+void BeastWebSocketLink::disarm() {
+  ++limitTurn_;
+  limit_.cancel();
+}
+
+void BeastWebSocketLink::connected(std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
+  if (state_ != State::opening) return;
+  if (!stream) return end({.closeCode = {}, .error = fault});
+  stream_ = std::move(stream);
+  socket_.emplace(*stream_);
+  socket_->set_option(websocket::stream_base::decorator([](websocket::request_type& request) {
+    request.set(http::field::user_agent, "Tevanto/" TEVANTO_VERSION);
+  }));
+  socket_->text(true);
+  socket_->auto_fragment(false);
+  socket_->read_message_max(WebSocketConnection::kMaxMessageBytes);
+  socket_->control_callback([this](websocket::frame_type kind, boost::beast::string_view payload) {
+    if (kind == websocket::frame_type::pong) ponged({payload.data(), payload.size()});
+  });
+  socket_->async_handshake(answer_, url_.authority(), url_.target,
+                           [self = shared_from_this()](const error_code& error) { self->opened(error); });
+}
+
+void BeastWebSocketLink::opened(const error_code& error) {
+  if (state_ != State::opening) return;
+  if (error == websocket::error::upgrade_declined) {
+    return end(
+        {.closeCode = {}, .error = "refused with HTTP status " + std::to_string(answer_.result_int())});
+  }
+  if (error) return end({.closeCode = {}, .error = "no WebSocket: " + error.message()});
+  disarm();
+  state_ = State::open;
+  read();
+  if (!outbox_.empty()) write();
+  if (!pings_.empty()) writePing();
+  if (handlers_.onOpen) handlers_.onOpen();
+}
+
+void BeastWebSocketLink::read() {
+  socket_->async_read(
+      buffer_, [self = shared_from_this()](const error_code& error, std::size_t) { self->received(error); });
+}
+
+void BeastWebSocketLink::received(const error_code& error) {
+  if (state_ != State::open) return;
+  if (error) return endReading(error);
+  const std::string_view message(static_cast<const char*>(buffer_.cdata().data()), buffer_.size());
+  if (handlers_.onMessage) handlers_.onMessage(message);
+  if (state_ != State::open) return;
+  buffer_.clear();
+  read();
+}
+
+void BeastWebSocketLink::endReading(const error_code& error) {
+  const auto reason = socket_->reason();
+  if (reason.code != websocket::close_code::none) return end({.closeCode = reason.code, .error = {}});
+  if (error == websocket::error::closed) return end({.closeCode = kNoCloseCode, .error = {}});
+  end({.closeCode = {}, .error = broken_ ? fault_ : error.message()});
+}
+
+void BeastWebSocketLink::write() {
+  // The text stays where it is until the write has ended, whatever becomes of the rest.
+  auto text = std::make_shared<const std::string>(std::move(outbox_.front().text));
+  const auto buffer = asio::buffer(*text);
+  socket_->async_write(buffer, [self = shared_from_this(), text](const error_code& error, std::size_t) {
+    self->written(error, text->size());
+  });
+}
+
+void BeastWebSocketLink::written(const error_code& error, std::size_t size) {
+  if (state_ == State::ended) return;
+  if (error && state_ == State::closing) return finish();
+  if (error) return writeFailed(error);
+  auto sent = std::move(outbox_.front().sent);
+  outbox_.pop_front();
+  unsentBytes_ -= size;
+  report(std::move(sent), std::nullopt);
+  if (!outbox_.empty()) return write();
+  if (state_ == State::closing) close();
+}
+
+void BeastWebSocketLink::writeFailed(const error_code& error) {
+  broken_ = true;
+  fault_ = error.message();
+  failUnsent(fault_);
+  if (socket_->reason().code == websocket::close_code::none) stream_->close();
+}
+
+void BeastWebSocketLink::failUnsent(const std::string& why) {
+  for (auto& message : std::exchange(outbox_, {})) report(std::move(message.sent), why);
+  unsentBytes_ = 0;
+}
+
+void BeastWebSocketLink::writePing() {
+  if (std::exchange(pinging_, true)) return;
+  if (!std::exchange(awaitsPong_, true)) arm(limits_.pong, [this] { pongOverdue(); });
+  const auto number = lastPing_;
+  websocket::ping_data payload;
+  const auto digits = std::to_string(number);
+  payload.assign(digits.data(), digits.size());
+  socket_->async_ping(payload, [self = shared_from_this(), number](const error_code& error) {
+    self->pinging_ = false;
+    if (!error && self->state_ == State::open && self->lastPing_ != number) self->writePing();
+  });
+}
+
+void BeastWebSocketLink::ponged(std::string_view payload) {
+  std::uint64_t number = 0;
+  const auto [end, fault] = std::from_chars(payload.data(), payload.data() + payload.size(), number);
+  if (fault != std::errc() || end != payload.data() + payload.size() || state_ != State::open) return;
+  const bool expected = !pings_.empty() && pings_.front().number <= number;
+  while (!pings_.empty() && pings_.front().number <= number) {
+    report(std::move(pings_.front().pong), std::nullopt);
+    pings_.pop_front();
+  }
+  if (!expected) return;
+  awaitsPong_ = !pings_.empty();
+  if (awaitsPong_) return arm(limits_.pong, [this] { pongOverdue(); });
+  disarm();
+}
+
+void BeastWebSocketLink::pongOverdue() {
+  awaitsPong_ = false;
+  for (auto& ping : std::exchange(pings_, {})) report(std::move(ping.pong), "no pong in time");
+}
+
+void BeastWebSocketLink::close() {
+  socket_->async_close(closeCode_, [self = shared_from_this()](const error_code&) { self->finish(); });
+}
+
+void BeastWebSocketLink::report(SentHandler handler, std::optional<std::string> error) {
+  if (!handler || silent_) return;
+  asio::post(strand_, [self = shared_from_this(), handler = std::move(handler), error = std::move(error)] {
+    if (!self->silent_) handler(error);
+  });
+}
+
+void BeastWebSocketLink::end(End why) {
+  if (state_ == State::ended) return;
+  failUnsent(why.closeCode ? "the server closed the connection" : why.error);
+  finish();
+  asio::post(strand_, [self = shared_from_this(), why = std::move(why)] {
+    if (!self->silent_ && self->handlers_.onEnd) self->handlers_.onEnd(why);
+    self->silence();
+  });
+}
+
+void BeastWebSocketLink::finish() {
+  if (std::exchange(state_, State::ended) == State::ended) return;
+  disarm();
+  opening_->cancel();
+  if (stream_) stream_->close();
+  outbox_.clear();
+}
+
+void BeastWebSocketLink::silence() {
+  silent_ = true;
+  asio::post(strand_, [self = shared_from_this()] {
+    self->handlers_ = {};
+    self->pings_.clear();
+  });
+}
+
+}  // namespace tevanto
