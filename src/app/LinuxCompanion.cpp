@@ -171,6 +171,7 @@ class LinuxCompanion {
     services_.networkQueue()->async([this] {
       ending_ = std::thread([this] {
         services_.endBackgroundWork();
+        services_.endRoad();
         if (face_) {
           face_->stop();
         } else {

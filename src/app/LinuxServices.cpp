@@ -112,6 +112,7 @@ struct LinuxServices::Parts {
   X11ScreenCapturePermission displayPermission;
   StartupScreenPermission screenPermission;
   LoadedEncoders encoders;
+  std::shared_ptr<LoadedPeers> peers;  // null without a road away
   Timer trimming;
   const std::optional<std::string> name = tevanto::computerName();
   CompanionServices services;
@@ -148,13 +149,14 @@ struct LinuxServices::Parts {
             .onStreaming = [this](bool isStreaming) { giveMemoryBack(!isStreaming); }};
   }
 
-  std::unique_ptr<DeployedTransports> makeTransports() const {
+  std::unique_ptr<DeployedTransports> makeTransports() {
     const auto settings = linuxDeployment(defaults, sink);
     if (!DeployedTransports::canMeet(settings)) return nullptr;
+    peers = linuxPeers(sink, options.loopbackOnly);
     return std::make_unique<DeployedTransports>(
         DeployedTransports::Environment{
             .loop = loops.network, .mainQueue = queues.main, .defaults = defaults, .log = sink},
-        DeployedTransports::Platform{.settings = settings, .peers = linuxPeers(sink, options.loopbackOnly)});
+        DeployedTransports::Platform{.settings = settings, .peers = peers});
   }
 
   // A session's pictures and its encoder leave some twenty megabytes behind that the allocator would keep for
@@ -177,6 +179,17 @@ void LinuxServices::endBackgroundWork() {
   parts_->loops.capture->stop();
   parts_->loops.background->stop();
 }
+
+void LinuxServices::endRoad() {
+  if (!parts_->peers) return;
+  // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
+  // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.
+  parts_->queues.main->sync([] {});
+  parts_->queues.main->sync([] {});
+  parts_->queues.remote->sync([] {});
+  parts_->peers->release();
+}
+
 std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->queues.main; }
 std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->queues.remote; }
 std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }

@@ -37,6 +37,9 @@ class LinuxServices {
   EventLoop& networkLoop();
   /// Ends the threads of the background, once the services have stopped.
   void endBackgroundWork();
+  /// For a program that ends, once the services have stopped and while both loops still run: returns when
+  /// what the road away had to tell a phone is on its way. Not on a thread of a loop.
+  void endRoad();
   std::shared_ptr<SerialQueue> mainQueue();
   std::shared_ptr<SerialQueue> networkQueue();
 

@@ -112,6 +112,20 @@ TEST_F(Away, followsTheCompanionToAnotherAddress) {
   EXPECT_EQ(live->wait(), 0);
 }
 
+TEST_F(Away, aCompanionThatEndsTellsItsPhone) {
+  startServers();
+  world->setRoute(true);
+  startCompanion();
+  ChildProcess live(phoneCommand({"--verbose", "raw", "--token"}),
+                    {.environment = phoneEnvironment, .mergeErrors = true});
+  ASSERT_TRUE(moves(live, 10));
+  companion->process().signal(SIGTERM);
+  EXPECT_EQ(companion->process().wait(), 0);
+  const auto rest = live.readAll();
+  EXPECT_THAT(rest, HasSubstr("transport failed"));
+  EXPECT_THAT(rest, Not(HasSubstr("transport interrupted"))) << "it had to find out by itself";
+}
+
 TEST_F(Away, typesExactlyOnceAndInOrderOnABadLine) {
   startServers();
   world->setRoute(true);
