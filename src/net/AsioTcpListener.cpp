@@ -62,7 +62,7 @@ bool isBroken(const error_code& error) {
 /// The sockets of one listener, which outlive it for as long as they have work under way.
 class Acceptors : public std::enable_shared_from_this<Acceptors> {
  public:
-  explicit Acceptors(std::vector<Acceptor> acceptors) {
+  Acceptors(std::vector<Acceptor> acceptors, const KeepAlive& keepAlive) : keepAlive_(keepAlive) {
     for (auto& acceptor : acceptors) {
       auto executor = acceptor.get_executor();
       doors_.push_back(std::make_unique<Door>(Door{std::move(acceptor), Pause(executor)}));
@@ -138,6 +138,7 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
     if (ended_) return;
     if (!error) {
       closeOnExec(socket.native_handle());
+      setKeepAlive(socket.native_handle(), keepAlive_);
       if (onSocket) onSocket(std::move(socket));
       return acceptNext(door);
     }
@@ -149,6 +150,7 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
         *strand_, [self = shared_from_this(), &door](const error_code&) { self->acceptNext(door); }));
   }
 
+  const KeepAlive keepAlive_;
   std::vector<std::unique_ptr<Door>> doors_;
   std::unique_ptr<EventLoopQueue::Strand> strand_;
   std::uint16_t port_ = 0;
@@ -158,8 +160,9 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
 
 class AsioTcpListener final : public TcpListener {
  public:
-  AsioTcpListener(std::shared_ptr<EventLoop::Core> loop, std::vector<Acceptor> acceptors)
-      : loop_(std::move(loop)), acceptors_(std::make_shared<Acceptors>(std::move(acceptors))) {}
+  AsioTcpListener(std::shared_ptr<EventLoop::Core> loop, std::vector<Acceptor> acceptors,
+                  const KeepAlive& keepAlive)
+      : loop_(std::move(loop)), acceptors_(std::make_shared<Acceptors>(std::move(acceptors), keepAlive)) {}
 
   ~AsioTcpListener() override {
     if (!queue_ || queue_->isCurrent()) {
@@ -222,8 +225,8 @@ Result<std::vector<Acceptor>> openAcceptors(asio::io_context& context, ListenSco
 }  // namespace
 
 AsioTcpListenerFactory::AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope,
-                                               SocketPreparation prepare)
-    : loop_(std::move(loop)), scope_(scope), prepare_(std::move(prepare)) {}
+                                               SocketPreparation prepare, KeepAlive keepAlive)
+    : loop_(std::move(loop)), scope_(scope), prepare_(std::move(prepare)), keepAlive_(keepAlive) {}
 
 Result<std::unique_ptr<TcpListener>> AsioTcpListenerFactory::listen(std::uint16_t port) {
   const auto& core = loop_->core();
@@ -231,7 +234,8 @@ Result<std::unique_ptr<TcpListener>> AsioTcpListenerFactory::listen(std::uint16_
   for (int attempt = 1; port == 0 && !opened && attempt < kFreePortAttempts; ++attempt)
     opened = openAcceptors(core->context, scope_, prepare_, port);
   if (!opened) return Failure{opened.error()};
-  return std::unique_ptr<TcpListener>(std::make_unique<AsioTcpListener>(core, std::move(opened).value()));
+  return std::unique_ptr<TcpListener>(
+      std::make_unique<AsioTcpListener>(core, std::move(opened).value(), keepAlive_));
 }
 
 }  // namespace tevanto

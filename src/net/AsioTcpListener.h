@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "core/EventLoop.h"
+#include "net/KeepAlive.h"
 #include "net/TcpListener.h"
 
 namespace tevanto {
@@ -16,14 +17,16 @@ class AsioTcpListenerFactory final : public TcpListenerFactory {
   /// whatever comes of it.
   using SocketPreparation = std::function<void(int descriptor)>;
 
+  /// `keepAlive`: of the connections that are accepted.
   AsioTcpListenerFactory(std::shared_ptr<EventLoop> loop, ListenScope scope,
-                         SocketPreparation prepare = nullptr);
+                         SocketPreparation prepare = nullptr, KeepAlive keepAlive = {});
   Result<std::unique_ptr<TcpListener>> listen(std::uint16_t port) override;
 
  private:
   std::shared_ptr<EventLoop> loop_;
   ListenScope scope_;
   SocketPreparation prepare_;
+  KeepAlive keepAlive_;
 };
 
 }  // namespace tevanto

@@ -11,8 +11,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -281,6 +283,33 @@ TEST_F(Mirroring, endsWithItsConnection) {
   ASSERT_TRUE(eventually([this] { return now().isStreaming; }));
   socket.close();
   EXPECT_TRUE(eventually([this] { return !now().isStreaming && now().screenStatusText.empty(); }));
+}
+
+/// Whether the kernel would ask the peer of a connection to `port` if it fell silent: the timer that runs for
+/// our end of it is then number 2 in the kernel's table, once all that was sent has arrived.
+bool isAskedWhenSilent(std::int64_t port) {
+  std::ostringstream local;
+  local << ':' << std::uppercase << std::hex << std::setw(4) << std::setfill('0') << port;
+  std::ifstream table("/proc/net/tcp");
+  for (std::string line; std::getline(table, line);) {
+    std::istringstream fields(line);
+    std::string number, ours, peers, state, queues, timer;
+    fields >> number >> ours >> peers >> state >> queues >> timer;
+    const bool isConnected = state == "01";
+    if (isConnected && ours.ends_with(local.str()) && timer.starts_with("02:")) return true;
+  }
+  return false;
+}
+
+TEST_F(Mirroring, aPhoneThatFallsSilentIsAskedWhetherItIsThere) {
+  const auto control = test::RawSocket::connectTo(static_cast<std::uint16_t>(now().remotePort));
+  const auto screen = connectToScreen();
+  ASSERT_TRUE(control.isOpen());
+  ASSERT_TRUE(watch(screen));
+  const auto ports = {now().remotePort, now().screenPort};
+  for (const auto port : ports) {
+    EXPECT_TRUE(eventually([port] { return isAskedWhenSilent(port); }, std::chrono::seconds(60))) << port;
+  }
 }
 
 TEST_F(Mirroring, theEndOfTheDisplayEndsTheSessionOnly) {

@@ -122,6 +122,54 @@ TEST_F(AsioTcpListenerTest, listensOnLoopbackOnlyOrEverywhere) {
             both ? (std::vector<std::string>{"0.0.0.0", "::"}) : std::vector<std::string>{"0.0.0.0"});
 }
 
+#ifdef TCP_KEEPIDLE
+constexpr int kSilence = TCP_KEEPIDLE;
+#else
+constexpr int kSilence = TCP_KEEPALIVE;  // macOS
+#endif
+
+using PortQuestion = int (*)(int, sockaddr*, socklen_t*);
+
+in_port_t portOf(int descriptor, PortQuestion ask) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  if (ask(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) return 0;
+  // It stands at the same place in both families' addresses.
+  return reinterpret_cast<const sockaddr_in*>(&address)->sin_port;
+}
+
+int optionOf(int descriptor, int level, int option) {
+  int value = -1;
+  socklen_t size = sizeof value;
+  ::getsockopt(descriptor, level, option, &value, &size);
+  return value;
+}
+
+/// Silence, interval and questions as the kernel has noted them for the other end of `peer`; nothing when it
+/// does not ask.
+std::vector<int> keepAliveTowards(const RawSocket& peer) {
+  const auto port = portOf(peer.fd(), [](auto... of) { return ::getsockname(of...); });
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/fd")) {
+    const int fd = std::stoi(entry.path().filename());
+    if (portOf(fd, [](auto... of) { return ::getpeername(of...); }) != port) continue;
+    if (optionOf(fd, SOL_SOCKET, SO_KEEPALIVE) == 0) return {};
+    return {optionOf(fd, IPPROTO_TCP, kSilence), optionOf(fd, IPPROTO_TCP, TCP_KEEPINTVL),
+            optionOf(fd, IPPROTO_TCP, TCP_KEEPCNT)};
+  }
+  return {};
+}
+
+TEST_F(AsioTcpListenerTest, asksASilentPeerWhetherItIsThere) {
+  listen();
+  const auto v4 = RawSocket::connectTo(listener_->port());
+  ASSERT_TRUE(accepted(1));
+  EXPECT_EQ(keepAliveTowards(v4), (std::vector{30, 10, 3}));
+  if (!machineHasIpv6()) return;
+  const auto v6 = RawSocket::connectTo(listener_->port(), true);
+  ASSERT_TRUE(accepted(2));
+  EXPECT_EQ(keepAliveTowards(v6), (std::vector{30, 10, 3}));
+}
+
 TEST_F(AsioTcpListenerTest, saysWhyAPortCannotBeBound) {
   listen();
   const auto second = AsioTcpListenerFactory(loop_, ListenScope::loopback).listen(listener_->port());
