@@ -26,7 +26,7 @@ NARROWER = {"remote/RemoteMessage": ["core", "remote/RemoteMessage*"]}
 # Composition roots put the systems' adapters together.
 ROOTS = {"phone/main.cpp": ["platform"], "relay/main.cpp": ["platform"]}
 # Headers that wrap a library for the sources beside them and so may name its types.
-WRAPPERS = re.compile(r"^(core/EventLoopCore|core/(Defaults|Exact)Json|net/Asio\w+|relay/Asio\w+|relay/TlsSocket|app/\w+Json|app/ui/.*|platform/.*)\.h$")
+WRAPPERS = re.compile(r"^(core/EventLoopCore|core/(Defaults|Exact)Json|net/(Asio\w+|BeastWebSocketLink)|relay/Asio\w+|relay/TlsSocket|app/\w+Json|app/ui/.*|platform/.*)\.h$")
 # What belongs to the language or the system, not to a library.
 C_HEADERS = re.compile(r"^(sys|netinet|arpa|net|linux)/[a-z_]+\.h$|^(unistd|fcntl|poll|signal|errno|termios|pwd|spawn|dlfcn|ifaddrs|netdb|stdint|stddef|stdlib|string|time)\.h$")
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]')
