@@ -43,19 +43,30 @@ void LibwebrtcChannelLink::connect(std::weak_ptr<DataChannel> owner) {
 void LibwebrtcChannelLink::takeState() {
   const auto state = stateOf(channel_->state());
   if (state == DataChannelState::open) shortRoad_.open(sctp_(), *channel_);
+  if (state > DataChannelState::open) shortRoad_.close();
   state_ = state;
 }
 
 void LibwebrtcChannelLink::send(const rtc::CopyOnWriteBuffer& message) {
   if (!channel_) return;
-  // The engine tells through OnBufferedAmountChange of what it sent, unless that was empty.
-  const bool taken = channel_->Send({message, true});
-  if (!taken || message.size() == 0) OnBufferedAmountChange(message.size());
+  if (!channel_->Send({message, true})) {
+    buffered_ -= message.size();
+    shortRoad_.signalingSent(1);
+  } else if (message.size() == 0) {
+    countSent();
+  }
 }
 
 void LibwebrtcChannelLink::OnBufferedAmountChange(std::uint64_t sent) {
   buffered_ -= sent;
-  shortRoad_.signalingSentOne();
+  countSent();
+}
+
+// The engine does not tell when it sends an empty message that had to wait. Until the next message, which has
+// to go behind that one then, it counts as waiting.
+void LibwebrtcChannelLink::countSent() {
+  const auto before = std::exchange(sentCount_, channel_->messages_sent());
+  shortRoad_.signalingSent(sentCount_ - before);
 }
 
 void LibwebrtcChannelLink::close() {

@@ -51,6 +51,7 @@ class LibwebrtcChannelLink final : public webrtc::DataChannelObserver {
 
  private:
   void takeState();
+  void countSent();
   std::shared_ptr<DataChannel::Observer> observer() const;
   bool hasHadObserver() const;
   void deliver(const rtc::CopyOnWriteBuffer& message);
@@ -62,6 +63,7 @@ class LibwebrtcChannelLink final : public webrtc::DataChannelObserver {
   std::weak_ptr<DataChannel> owner_;
   std::vector<rtc::CopyOnWriteBuffer> early_;
   std::size_t earlyBytes_ = 0;
+  std::uint32_t sentCount_ = 0;  // as the engine counts
 
   std::atomic<DataChannelState> state_;
   std::atomic<bool> closing_ = false;

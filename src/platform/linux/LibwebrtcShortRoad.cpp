@@ -29,7 +29,7 @@ bool LibwebrtcShortRoad::enter() {
 }
 
 bool LibwebrtcShortRoad::send(const rtc::CopyOnWriteBuffer& message) {
-  if (atSignaling_ == 0) {
+  if (atSignaling_ == 0 && !isClosed_) {
     // The engine's own class behind the interface; empty once its peer is closed.
     auto* sctp = static_cast<webrtc::SctpTransport*>(sctp_.get())->internal();
     cricket::SendDataResult result = cricket::SDR_ERROR;

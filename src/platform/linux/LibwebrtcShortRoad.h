@@ -24,6 +24,9 @@ class LibwebrtcShortRoad {
   /// On the signaling thread, once, before the channel counts as open. Without this, or for a channel without
   /// order, which the engine itself may treat otherwise, there is no short road.
   void open(rtc::scoped_refptr<webrtc::SctpTransportInterface> sctp, webrtc::DataChannelInterface& channel);
+  /// The channel is no longer open: its stream may be another channel's before a sender that found it open
+  /// comes to send.
+  void close() { isClosed_ = true; }
 
   // On the thread that sends.
 
@@ -43,8 +46,8 @@ class LibwebrtcShortRoad {
 
   // On the signaling thread.
 
-  /// One of its messages was taken by SCTP, or is lost.
-  void signalingSentOne() { --atSignaling_; }
+  /// So many of its messages were taken by SCTP, or are lost.
+  void signalingSent(std::uint32_t count) { atSignaling_ -= count; }
 
  private:
   // Written before the channel counts as open.
@@ -52,6 +55,7 @@ class LibwebrtcShortRoad {
   int stream_ = -1;
   webrtc::SendDataParams parameters_;
 
+  std::atomic<bool> isClosed_ = false;
   std::atomic<std::int64_t> onWay_ = 0;
   std::atomic<std::int64_t> atSignaling_ = 0;
 };

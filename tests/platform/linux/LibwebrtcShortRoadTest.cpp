@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/LibwebrtcChannelLink.h"
+
 // On one thread that stands for all: what matters is who is counted where.
 
 namespace tevanto {
@@ -53,17 +55,23 @@ class FakeChannel : public webrtc::DataChannelInterface {
   bool reliable() const override { return true; }
   bool ordered() const override { return isOrdered_; }
   int id() const override { return 7; }
-  DataState state() const override { return kOpen; }
-  std::uint32_t messages_sent() const override { return 0; }
+  DataState state() const override { return state_; }
+  std::uint32_t messages_sent() const override { return sent_; }
   std::uint64_t bytes_sent() const override { return 0; }
   std::uint32_t messages_received() const override { return 0; }
   std::uint64_t bytes_received() const override { return 0; }
   std::uint64_t buffered_amount() const override { return 0; }
   void Close() override {}
+  /// Keeps it until `sendOne`.
   bool Send(const webrtc::DataBuffer&) override { return true; }
+
+  void sendOne() { ++sent_; }
+  void enter(DataState state) { state_ = state; }
 
  private:
   const bool isOrdered_;
+  DataState state_ = kOpen;
+  std::uint32_t sent_ = 0;
 };
 
 rtc::CopyOnWriteBuffer message(const std::string& text) { return {text.data(), text.size()}; }
@@ -123,10 +131,9 @@ TEST_F(LibwebrtcShortRoads, areTakenAgainOnceTheSignalingThreadHoldsNone) {
   EXPECT_FALSE(arrive("one"));
   isFull_ = false;
   EXPECT_FALSE(road_.enter());
-  road_.signalingSentOne();
+  road_.signalingSent(1);
   EXPECT_FALSE(road_.enter());
-  road_.signalingSentOne();
-  road_.signalingSentOne();
+  road_.signalingSent(2);
   ASSERT_TRUE(road_.enter());
   EXPECT_TRUE(arrive("four"));
 }
@@ -156,6 +163,43 @@ TEST_F(LibwebrtcShortRoads, endWithTheirPeer) {
   ASSERT_TRUE(road_.enter());
   sctp_->Clear();
   EXPECT_FALSE(arrive("one"));
+}
+
+class LibwebrtcChannelLinks : public LibwebrtcShortRoads {
+ protected:
+  void send(const std::string& text) {
+    ASSERT_TRUE(link_.reserve(text.size()));
+    ASSERT_FALSE(link_.shortRoad().enter());
+    link_.send(message(text));
+  }
+
+  const rtc::scoped_refptr<FakeChannel> channel_ = rtc::make_ref_counted<FakeChannel>(true);
+  LibwebrtcChannelLink link_{channel_, [this] { return sctp_; }};
+};
+
+TEST_F(LibwebrtcChannelLinks, countAnEmptyMessageThatWaitsUntilTheNextOneIsSent) {
+  ASSERT_TRUE(link_.shortRoad().enter());
+  isFull_ = true;
+  ASSERT_FALSE(link_.sendNow(message("")));
+  link_.shortRoad().leave();
+  link_.send(message(""));
+  isFull_ = false;
+  // The empty message waits, so what follows does behind it.
+  send("two");
+  channel_->sendOne();
+  channel_->sendOne();
+  link_.OnBufferedAmountChange(3);
+  EXPECT_TRUE(link_.shortRoad().enter());
+  EXPECT_EQ(link_.bufferedAmount(), 0u);
+}
+
+TEST_F(LibwebrtcChannelLinks, sendNothingOnAStreamThatMayBeAnothersByNow) {
+  ASSERT_TRUE(link_.reserve(3));
+  ASSERT_TRUE(link_.shortRoad().enter());
+  channel_->enter(webrtc::DataChannelInterface::kClosed);
+  link_.OnStateChange();
+  EXPECT_FALSE(link_.sendNow(message("one")));
+  EXPECT_TRUE(sent_.empty());
 }
 
 }  // namespace
