@@ -1,20 +1,17 @@
 // The adapters of a Mac against the contracts of every system, and what else their callers rely on. Whoever
-// runs this sees the volume and the pointer change.
+// runs this sees the volume change.
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <memory>
 
 #include "core/Uuid.h"
 #include "platform/macos/AppKitWorkspace.h"
 #include "platform/macos/AppleScriptHost.h"
-#include "platform/macos/AxAccessibilityPermission.h"
 #include "platform/macos/CfUserDefaults.h"
 #include "platform/macos/CfUserPreferences.h"
-#include "platform/macos/CoreGraphicsInputEvents.h"
 #include "platform/macos/IoKitPowerSources.h"
 #include "platform/macos/IoKitSleepAssertions.h"
 #include "platform/macos/MacComputerName.h"
@@ -126,18 +123,6 @@ TEST_F(AppKitWorkspaceContract, iconsArePicturesOf64PixelsSquared) {
   EXPECT_EQ(std::memcmp(png->data(), kSignature.data(), kSignature.size()), 0);
   EXPECT_EQ(std::to_integer<int>((*png)[19]), Workspace::kIconPixels) << "width";
   EXPECT_EQ(std::to_integer<int>((*png)[23]), Workspace::kIconPixels) << "height";
-}
-
-TEST(CoreGraphicsInputEventsContract, thePointerIsWhereItWasPut) {
-  if (!AxAccessibilityPermission().isTrusted())
-    GTEST_SKIP() << "the terminal has no accessibility permission";
-  CoreGraphicsInputEvents events;
-  const auto before = events.pointerLocation();
-  events.warpPointer({200, 100});
-  EXPECT_TRUE(events.postMouse({MouseEventType::moved, {200, 100}, 0, 0}));
-  EXPECT_NEAR(events.pointerLocation().x, 200, 1);
-  EXPECT_NEAR(events.pointerLocation().y, 100, 1);
-  events.warpPointer(before);
 }
 
 TEST(MacComputerNameContract, isThereOnEveryMacThatWasSetUp) { EXPECT_TRUE(macComputerName()); }

@@ -29,6 +29,10 @@ typedef const struct __attribute__((objc_bridge(NSString))) __CFString* CFString
 typedef const struct __attribute__((objc_bridge(NSDictionary))) __CFDictionary* CFDictionaryRef SINCE(10.0, "CFDictionary");
 typedef const struct __attribute__((objc_bridge(NSArray))) __CFArray* CFArrayRef SINCE(10.0, "CFArray");
 typedef const struct __attribute__((objc_bridge(NSNumber))) __CFNumber* CFNumberRef SINCE(10.0, "CFNumber");
+typedef struct __attribute__((objc_bridge(id))) __CFMachPort* CFMachPortRef SINCE(10.0, "CFMachPort");
+typedef struct __attribute__((objc_bridge(id))) __CFRunLoop* CFRunLoopRef SINCE(10.0, "CFRunLoop");
+typedef struct __attribute__((objc_bridge(id))) __CFRunLoopSource* CFRunLoopSourceRef SINCE(10.0, "CFRunLoopSource");
+typedef CFStringRef CFRunLoopMode SINCE(10.0, "CFRunLoopMode");
 
 extern "C" {
 extern const CFAllocatorRef kCFAllocatorDefault SINCE(10.0, "kCFAllocatorDefault");
@@ -41,6 +45,12 @@ void CFRelease(CFTypeRef cf) SINCE(10.0, "CFRelease");
 CFTypeID CFGetTypeID(CFTypeRef cf) SINCE(10.0, "CFGetTypeID");
 CFTypeID CFBooleanGetTypeID(void) SINCE(10.0, "CFBooleanGetTypeID");
 Boolean CFNumberIsFloatType(CFNumberRef number) SINCE(10.0, "CFNumberIsFloatType");
+
+CFRunLoopSourceRef CFMachPortCreateRunLoopSource(CFAllocatorRef allocator, CFMachPortRef port, CFIndex order) SINCE(10.0, "CFMachPortCreateRunLoopSource(_:_:_:)");
+void CFMachPortInvalidate(CFMachPortRef port) SINCE(10.0, "CFMachPortInvalidate(_:)");
+extern const CFRunLoopMode kCFRunLoopCommonModes SINCE(10.0, "commonModes");
+CFRunLoopRef CFRunLoopGetCurrent(void) SINCE(10.0, "CFRunLoopGetCurrent()");
+void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFRunLoopMode mode) SINCE(10.0, "CFRunLoopAddSource(_:_:_:)");
 
 extern const CFStringRef kCFPreferencesAnyHost SINCE(10.0, "kCFPreferencesAnyHost");
 extern const CFStringRef kCFPreferencesCurrentUser SINCE(10.0, "kCFPreferencesCurrentUser");

@@ -18,6 +18,9 @@ typedef CF_ENUM(uint32_t, CGEventType) {
   kCGEventRightMouseUp SINCE(10.4, "kCGEventRightMouseUp") = 4,
   kCGEventMouseMoved SINCE(10.4, "kCGEventMouseMoved") = 5,
   kCGEventLeftMouseDragged SINCE(10.4, "kCGEventLeftMouseDragged") = 6,
+  kCGEventKeyDown SINCE(10.4, "CGEventType.keyDown") = 10,
+  kCGEventKeyUp SINCE(10.4, "CGEventType.keyUp") = 11,
+  kCGEventScrollWheel SINCE(10.4, "CGEventType.scrollWheel") = 22,
 };
 typedef CF_ENUM(uint32_t, CGMouseButton) {
   kCGMouseButtonLeft SINCE(10.4, "kCGMouseButtonLeft") = 0,
@@ -25,13 +28,27 @@ typedef CF_ENUM(uint32_t, CGMouseButton) {
 };
 typedef CF_ENUM(uint32_t, CGEventField) {
   kCGMouseEventClickState SINCE(10.4, "kCGMouseEventClickState") = 1,
+  kCGKeyboardEventKeycode SINCE(10.4, "CGEventField.keyboardEventKeycode") = 9,
+  kCGEventSourceUnixProcessID SINCE(10.4, "CGEventField.eventSourceUnixProcessID") = 41,
+  kCGScrollWheelEventPointDeltaAxis1 SINCE(10.4, "CGEventField.scrollWheelEventPointDeltaAxis1") = 96,
+  kCGScrollWheelEventPointDeltaAxis2 SINCE(10.4, "CGEventField.scrollWheelEventPointDeltaAxis2") = 97,
 };
 typedef CF_ENUM(uint32_t, CGScrollEventUnit) {
   kCGScrollEventUnitPixel SINCE(10.4, "kCGScrollEventUnitPixel") = 0,
 };
 typedef CF_ENUM(uint32_t, CGEventTapLocation) {
   kCGHIDEventTap SINCE(10.4, "kCGHIDEventTap") = 0,
+  kCGSessionEventTap SINCE(10.4, "CGEventTapLocation.cgSessionEventTap") = 1,
 };
+typedef CF_ENUM(uint32_t, CGEventTapPlacement) {
+  kCGHeadInsertEventTap SINCE(10.4, "CGEventTapPlacement.headInsertEventTap") = 0,
+};
+typedef CF_ENUM(uint32_t, CGEventTapOptions) {
+  kCGEventTapOptionDefault SINCE(10.4, "CGEventTapOptions.defaultTap") = 0,
+};
+typedef uint64_t CGEventMask SINCE(10.4, "CGEventMask");
+typedef struct __CGEventTapProxy* CGEventTapProxy SINCE(10.4, "CGEventTapProxy");
+typedef CGEventRef (*CGEventTapCallBack)(CGEventTapProxy proxy, CGEventType type, CGEventRef event, void* userInfo) SINCE(10.4, "CGEventTapCallBack");
 typedef CF_ENUM(int32_t, CGEventSourceStateID) {
   kCGEventSourceStateCombinedSessionState SINCE(10.4, "kCGEventSourceStateCombinedSessionState") = 0,
 };
@@ -52,6 +69,10 @@ CGEventRef CGEventCreate(CGEventSourceRef source) SINCE(10.4, "init(source:)");
 CGEventRef CGEventCreateKeyboardEvent(CGEventSourceRef source, CGKeyCode virtualKey, bool keyDown) SINCE(10.4, "init(keyboardEventSource:virtualKey:keyDown:)");
 CGEventRef CGEventCreateMouseEvent(CGEventSourceRef source, CGEventType mouseType, CGPoint mouseCursorPosition, CGMouseButton mouseButton) SINCE(10.4, "init(mouseEventSource:mouseType:mouseCursorPosition:mouseButton:)");
 CGEventRef CGEventCreateScrollWheelEvent2(CGEventSourceRef source, CGScrollEventUnit units, uint32_t wheelCount, int32_t wheel1, int32_t wheel2, int32_t wheel3) SINCE(10.13, "init(scrollWheelEvent2Source:units:wheelCount:wheel1:wheel2:wheel3:)");
+CFMachPortRef CGEventTapCreate(CGEventTapLocation tap, CGEventTapPlacement place, CGEventTapOptions options, CGEventMask eventsOfInterest, CGEventTapCallBack callback, void* userInfo) SINCE(10.4, "tapCreate(tap:place:options:eventsOfInterest:callback:userInfo:)");
+CGEventFlags CGEventGetFlags(CGEventRef event) SINCE(10.4, "flags");
+int64_t CGEventGetIntegerValueField(CGEventRef event, CGEventField field) SINCE(10.4, "getIntegerValueField(_:)");
+void CGEventKeyboardGetUnicodeString(CGEventRef event, UniCharCount maxStringLength, UniCharCount* actualStringLength, UniChar* unicodeString) SINCE(10.4, "keyboardGetUnicodeString(maxStringLength:actualStringLength:unicodeString:)");
 CGPoint CGEventGetLocation(CGEventRef event) SINCE(10.4, "location");
 void CGEventSetFlags(CGEventRef event, CGEventFlags flags) SINCE(10.4, "flags");
 void CGEventSetIntegerValueField(CGEventRef event, CGEventField field, int64_t value) SINCE(10.4, "setIntegerValueField(_:value:)");
