@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstddef>
 #include <string>
 
 #include "core/JsonUserDefaults.h"
@@ -27,8 +27,8 @@ class RemoteIceServerPersistentCacheTest : public testing::Test {
   }
 
   Result<void> store(std::string_view text) {
-    DefaultsData data(text.size());
-    std::memcpy(data.data(), text.data(), text.size());
+    DefaultsData data;
+    for (const char character : text) data.push_back(static_cast<std::byte>(character));
     return defaults_.set(kTurnCredentialsKey, std::move(data));
   }
 
