@@ -28,62 +28,26 @@ constexpr std::size_t kMaxEarlyBytes = 16 * 1024 * 1024;
 
 }  // namespace
 
-LibwebrtcChannelLink::LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel,
-                                           SctpSource sctp)
-    : channel_(std::move(channel)), sctp_(std::move(sctp)), state_(DataChannelState::connecting) {
-  takeState();
-}
+LibwebrtcChannelLink::LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel)
+    : channel_(std::move(channel)), state_(stateOf(channel_->state())) {}
 
 void LibwebrtcChannelLink::connect(std::weak_ptr<DataChannel> owner) {
   owner_ = std::move(owner);
   channel_->RegisterObserver(this);
-  takeState();
-}
-
-void LibwebrtcChannelLink::takeState() {
-  const auto state = stateOf(channel_->state());
-  if (state == DataChannelState::open) shortRoad_.open(sctp_(), *channel_);
-  if (state > DataChannelState::open) shortRoad_.close();
-  state_ = state;
+  state_ = stateOf(channel_->state());
 }
 
 void LibwebrtcChannelLink::send(const rtc::CopyOnWriteBuffer& message) {
-  if (!channel_) return;
-  if (!channel_->Send({message, true})) {
-    buffered_ -= message.size();
-    shortRoad_.signalingSent(1);
-  } else if (message.size() == 0) {
-    countSent();
-  }
+  // The engine tells through OnBufferedAmountChange of what it sent.
+  if (!channel_->Send({message, true})) buffered_ -= message.size();
 }
 
-void LibwebrtcChannelLink::OnBufferedAmountChange(std::uint64_t sent) {
-  buffered_ -= sent;
-  countSent();
-}
-
-// The engine does not tell when it sends an empty message that had to wait. Until the next message, which has
-// to go behind that one then, it counts as waiting.
-void LibwebrtcChannelLink::countSent() {
-  const auto before = std::exchange(sentCount_, channel_->messages_sent());
-  shortRoad_.signalingSent(sentCount_ - before);
-}
-
-void LibwebrtcChannelLink::close() {
-  if (channel_) channel_->Close();
-}
+void LibwebrtcChannelLink::close() { channel_->Close(); }
 
 void LibwebrtcChannelLink::disconnect() {
   channel_->UnregisterObserver();
   channel_->Close();
-  channel_ = nullptr;
   early_.clear();
-}
-
-bool LibwebrtcChannelLink::sendNow(const rtc::CopyOnWriteBuffer& message) {
-  if (!shortRoad_.send(message)) return false;
-  buffered_ -= message.size();
-  return true;
 }
 
 DataChannelState LibwebrtcChannelLink::state() const {
@@ -118,7 +82,7 @@ bool LibwebrtcChannelLink::hasHadObserver() const {
 }
 
 void LibwebrtcChannelLink::OnStateChange() {
-  takeState();
+  state_ = stateOf(channel_->state());
   const CallGate::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();

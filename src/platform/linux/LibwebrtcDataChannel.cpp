@@ -5,10 +5,9 @@
 namespace tevanto {
 
 std::shared_ptr<LibwebrtcDataChannel> LibwebrtcDataChannel::adopt(
-    std::shared_ptr<LibwebrtcEngine> engine, rtc::scoped_refptr<webrtc::DataChannelInterface> channel,
-    LibwebrtcChannelLink::SctpSource sctp) {
+    std::shared_ptr<LibwebrtcEngine> engine, rtc::scoped_refptr<webrtc::DataChannelInterface> channel) {
   auto label = channel->label();
-  auto link = std::make_shared<LibwebrtcChannelLink>(std::move(channel), std::move(sctp));
+  auto link = std::make_shared<LibwebrtcChannelLink>(std::move(channel));
   std::shared_ptr<LibwebrtcDataChannel> adopted(
       new LibwebrtcDataChannel(std::move(engine), std::move(label), std::move(link)));
   adopted->link_->connect(adopted);
@@ -21,27 +20,13 @@ LibwebrtcDataChannel::LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engi
 
 LibwebrtcDataChannel::~LibwebrtcDataChannel() {
   link_->setObserver({});
-  postInOrder([link = link_] { link->disconnect(); });
-}
-
-template <class F>
-void LibwebrtcDataChannel::postInOrder(F&& task) {
-  if (link_->shortRoad().isEmpty()) return engine_->post(std::forward<F>(task));
-  // The engine outlives what was posted to its threads.
-  engine_->postToNetwork([engine = engine_.get(), task = std::forward<F>(task)] { engine->post(task); });
+  engine_->post([link = link_] { link->disconnect(); });
 }
 
 bool LibwebrtcDataChannel::send(std::span<const std::byte> message) {
   if (!link_->reserve(message.size())) return false;
   rtc::CopyOnWriteBuffer copy(reinterpret_cast<const std::uint8_t*>(message.data()), message.size());
-  if (!link_->shortRoad().enter()) {
-    engine_->post([link = link_, copy = std::move(copy)] { link->send(copy); });
-    return true;
-  }
-  engine_->postToNetwork([engine = engine_.get(), link = link_, copy = std::move(copy)] {
-    if (!link->sendNow(copy)) engine->post([link, copy] { link->send(copy); });
-    link->shortRoad().leave();
-  });
+  engine_->post([link = link_, copy = std::move(copy)] { link->send(copy); });
   return true;
 }
 
@@ -52,7 +37,7 @@ void LibwebrtcDataChannel::setObserver(std::weak_ptr<Observer> observer) {
 
 void LibwebrtcDataChannel::close() {
   link_->closeSoon();
-  postInOrder([link = link_] { link->close(); });
+  engine_->post([link = link_] { link->close(); });
 }
 
 }  // namespace tevanto

@@ -16,9 +16,8 @@ namespace tevanto {
 class LibwebrtcDataChannel final : public DataChannel {
  public:
   /// On the signaling thread.
-  static std::shared_ptr<LibwebrtcDataChannel> adopt(std::shared_ptr<LibwebrtcEngine> engine,
-                                                     rtc::scoped_refptr<webrtc::DataChannelInterface> channel,
-                                                     LibwebrtcChannelLink::SctpSource sctp);
+  static std::shared_ptr<LibwebrtcDataChannel> adopt(
+      std::shared_ptr<LibwebrtcEngine> engine, rtc::scoped_refptr<webrtc::DataChannelInterface> channel);
   ~LibwebrtcDataChannel() override;
 
   std::string label() const override { return label_; }
@@ -31,9 +30,6 @@ class LibwebrtcDataChannel final : public DataChannel {
  private:
   LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engine, std::string label,
                        std::shared_ptr<LibwebrtcChannelLink> link);
-  /// On the signaling thread, behind all that was sent.
-  template <class F>
-  void postInOrder(F&& task);
 
   const std::shared_ptr<LibwebrtcEngine> engine_;
   const std::string label_;

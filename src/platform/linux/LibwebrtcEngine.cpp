@@ -24,9 +24,7 @@ LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options) : log_(option
 }
 
 LibwebrtcEngine::~LibwebrtcEngine() {
-  // What was posted holds objects of the engine, which can only end while its threads run; and what was
-  // posted to the network thread may go on to the signaling thread.
-  network_->BlockingCall([] {});
+  // What was posted holds objects of the engine, which can only end while its threads run.
   call([this] { awaitSrtp(); });
   factory_ = nullptr;
   signaling_->Stop();

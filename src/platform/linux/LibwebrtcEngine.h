@@ -35,11 +35,6 @@ class LibwebrtcEngine {
   void post(F&& task) {
     signaling_->PostTask(std::forward<F>(task));
   }
-  /// On the network thread, in the order of these calls.
-  template <class F>
-  void postToNetwork(F&& task) {
-    network_->PostTask(std::forward<F>(task));
-  }
   /// On the signaling thread, now; waits for it.
   template <class F>
   auto call(F&& function) {

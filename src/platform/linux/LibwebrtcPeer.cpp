@@ -116,7 +116,7 @@ std::shared_ptr<DataChannel> LibwebrtcPeer::createDataChannel(const std::string&
     auto* connection = link_->connection();
     if (!connection) return nullptr;
     auto made = connection->CreateDataChannelOrError(label, &parameters);
-    return made.ok() ? LibwebrtcDataChannel::adopt(engine_, made.MoveValue(), link_->sctpSource()) : nullptr;
+    return made.ok() ? LibwebrtcDataChannel::adopt(engine_, made.MoveValue()) : nullptr;
   });
 }
 

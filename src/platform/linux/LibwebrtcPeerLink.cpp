@@ -61,13 +61,6 @@ void LibwebrtcPeerLink::end() {
   connection_ = nullptr;
 }
 
-std::function<rtc::scoped_refptr<webrtc::SctpTransportInterface>()> LibwebrtcPeerLink::sctpSource() {
-  return [weak = weak_from_this()]() -> rtc::scoped_refptr<webrtc::SctpTransportInterface> {
-    const auto link = weak.lock();
-    return link && link->connection_ ? link->connection_->GetSctpTransport() : nullptr;
-  };
-}
-
 void LibwebrtcPeerLink::shut() {
   shut_ = true;
   gate_.quiesce();
@@ -76,7 +69,7 @@ void LibwebrtcPeerLink::shut() {
 void LibwebrtcPeerLink::OnDataChannel(rtc::scoped_refptr<webrtc::DataChannelInterface> channel) {
   const auto engine = engine_.lock();
   if (!engine) return;
-  const auto adopted = LibwebrtcDataChannel::adopt(engine, std::move(channel), sctpSource());
+  const auto adopted = LibwebrtcDataChannel::adopt(engine, std::move(channel));
   tell([&](auto& observer) { observer.peerDidOpenDataChannel(adopted); });
 }
 

@@ -3,7 +3,6 @@
 #include <api/peer_connection_interface.h>
 
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <utility>
 
@@ -14,8 +13,7 @@
 namespace tevanto {
 
 /// The engine's end of a peer: lives on the signaling thread until the peer is closed there.
-class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver,
-                                public std::enable_shared_from_this<LibwebrtcPeerLink> {
+class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
  public:
   LibwebrtcPeerLink(std::weak_ptr<LibwebrtcEngine> engine,
                     std::weak_ptr<tevanto::PeerConnectionObserver> observer);
@@ -26,8 +24,6 @@ class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver,
   /// Null before `open` and after `end`.
   webrtc::PeerConnectionInterface* connection() const { return connection_.get(); }
   void end();
-  /// To be asked once a channel is open; null after `end`.
-  std::function<rtc::scoped_refptr<webrtc::SctpTransportInterface>()> sctpSource();
   /// Calls it unless `shut` was called.
   template <class F>
   void report(F&& function) {
