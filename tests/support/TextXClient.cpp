@@ -5,8 +5,10 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include <algorithm>
 #include <chrono>
 #include <clocale>
+#include <cstdint>
 #include <stdexcept>
 #include <thread>
 
@@ -23,6 +25,7 @@ struct TextXClient::Window {
   XIC context = nullptr;
   std::string text;
   bool shown = false;
+  std::chrono::milliseconds longestDelay{};
 
   ~Window() {
     if (context) XDestroyIC(context);
@@ -61,6 +64,20 @@ struct TextXClient::Window {
     }
   }
 
+  /// The server's time is the machine's uptime in milliseconds, as far as it goes into 32 bits.
+  void noteDelay(Time sent) {
+    const auto now =
+        std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
+    const auto delay =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(now.count()) - static_cast<std::uint32_t>(sent));
+    longestDelay = std::max(longestDelay, std::chrono::milliseconds(delay));
+  }
+
+  void clear() {
+    text.clear();
+    longestDelay = {};
+  }
+
   void note(XEvent& event) {
     if (event.type == Expose) shown = true;
     if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
@@ -70,6 +87,7 @@ struct TextXClient::Window {
   }
 
   void append(XKeyEvent& event) {
+    noteDelay(event.time);
     char buffer[64];
     KeySym keysym = 0;
     Status status = 0;
@@ -102,7 +120,9 @@ const std::string& TextXClient::textOf(std::size_t bytes) {
   return window_->text;
 }
 
-void TextXClient::clear() { window_->text.clear(); }
+void TextXClient::clear() { window_->clear(); }
+
+std::chrono::milliseconds TextXClient::longestDelay() const { return window_->longestDelay; }
 
 void TextXClient::takeClipboard() {
   XSetSelectionOwner(window_->display, XInternAtom(window_->display, "CLIPBOARD", False), window_->window,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -20,6 +21,8 @@ class TextXClient {
   /// Waits until as many bytes have come, or no more come for a while that no pause of typing reaches.
   const std::string& textOf(std::size_t bytes);
   void clear();
+  /// How late a key was read at most since `clear`, from when the server had it.
+  std::chrono::milliseconds longestDelay() const;
   /// Owns the clipboard, so that a change of it can be seen.
   void takeClipboard();
   bool ownsClipboard();

@@ -3,10 +3,12 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "core/EventLoop.h"
 #include "core/Text.h"
+#include "platform/linux/SpareKeyPool.h"
 #include "platform/linux/XKeyboard.h"
 #include "platform/linux/XcbXkb.h"
 #include "tests/platform/linux/InputOnXvfb.h"
@@ -54,10 +56,22 @@ class TypingTest : public ::testing::Test {
   void type(const std::u16string& text) {
     queue->sync([&] { post(text); });
   }
+  /// What the client has once `posting` was carried out. One that reads its keys later than a borrowed key
+  /// code rests finds wrong characters, whoever types them: then it was the machine, and all is typed again.
+  std::string whatArrives(TextXClient& client, const std::string& expected,
+                          const std::function<void()>& posting) {
+    constexpr int kTurns = 5;
+    for (int turn = 1;; ++turn) {
+      client.clear();
+      queue->sync(posting);
+      const auto text = client.textOf(expected.size());
+      const bool wasInTime = client.longestDelay() < SpareKeyPool::kReuseAfter;
+      if (text == expected || wasInTime || turn == kTurns) return text;
+      client.textOf(std::string::npos);  // whatever still comes
+    }
+  }
   std::string typed(TextXClient& client, const std::u16string& text) {
-    client.clear();
-    type(text);
-    return client.textOf(toUtf8(text).size());
+    return whatArrives(client, toUtf8(text), [&] { post(text); });
   }
   unsigned lockedModifiers() {
     unsigned locked = 0;
@@ -186,8 +200,9 @@ TEST_F(TypingTest, shortcutsAndClicksKeepTheirPlaceBehindText) {
   TextXClient client(server.display());
   start();
   const auto text = test::mixedText(300, 3);
-  client.clear();
-  queue->sync([&] {
+  const auto once = toUtf8(text) + "1<1><4>";
+  const auto expected = once + once + once;
+  const auto typeAndClick = [&] {
     events->warpPointer({20, 20});
     for (int i = 0; i < 3; ++i) {
       post(text);
@@ -197,10 +212,8 @@ TEST_F(TypingTest, shortcutsAndClicksKeepTheirPlaceBehindText) {
       events->postMouse({MouseEventType::leftUp, {}, 0, 1});
       events->postScroll({15, 0});
     }
-  });
-  const auto once = toUtf8(text) + "1<1><4>";
-  const auto expected = once + once + once;
-  EXPECT_EQ(client.textOf(expected.size()), expected);
+  };
+  EXPECT_EQ(whatArrives(client, expected, typeAndClick), expected);
 }
 
 TEST_F(TypingTest, theClipboardIsNotTouched) {
