@@ -99,7 +99,6 @@ class ThreadedEncoderFactory final : public EncoderSessionFactory {
   std::size_t keyframeBytes = 60'000;
   std::size_t deltaBytes = 20'000;
   std::atomic<int> encoded = 0;
-  std::atomic<int> keyframesInARow = 0;
   std::atomic<int> sessions = 0;
 
   Result<std::shared_ptr<EncoderSession>> create(std::int32_t, std::int32_t, VideoCodec) override {
@@ -141,7 +140,6 @@ class ThreadedEncoderFactory final : public EncoderSessionFactory {
       sample.pps = label;
       sample.data = data;
       ++owner.encoded;
-      owner.keyframesInARow = job.isKeyframe ? owner.keyframesInARow + 1 : 0;
       job.output(EncodeStatus::success, &sample);
     }
 
