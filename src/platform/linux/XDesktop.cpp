@@ -46,9 +46,11 @@ std::optional<XDesktop> XDesktop::current() {
   const auto server = XcbServer::connect({});
   if (!server) return std::nullopt;
   const XcbConnection connection(server.value().connection);
+  // The resources are the first screen's, whichever one the display's name has.
+  const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
   return XDesktop{isOwned(connection.get(), "_NET_SYSTEM_TRAY_S0"),
                   isOwned(connection.get(), "_NET_WM_CM_S0"),
-                  dotsPerInchIn(resourcesOf(connection.get(), server.value().screen->root))};
+                  dotsPerInchIn(resourcesOf(connection.get(), root))};
 }
 
 }  // namespace tevanto

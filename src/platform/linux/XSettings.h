@@ -14,8 +14,10 @@ namespace tevanto {
 /// nothing where it is not there, is no integer, or the list is broken before it.
 ///
 ///     list:    byte order, 1 (0: least significant first) | unused, 3 | serial, 4 | number of settings, 4
-///     setting: type, 1 (0 integer, 1 string, 2 colour) | unused, 1 | length of the name, 2 | name | serial,
-///     4 then:    integer, 4; or length, 4, and text; or four numbers of 2 (name and text are padded to 4)
+///     setting: type, 1 | unused, 1 | length of the name, 2 | name, padded to 4 | serial, 4 | value
+///     type 0:  integer, 4
+///     type 1:  length, 4 | text, padded to 4
+///     type 2:  four numbers of a colour, 2 each
 std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settings, std::string_view name);
 
 /// What the settings daemon of an X desktop tells every toolkit, on a connection of its own to the X server
