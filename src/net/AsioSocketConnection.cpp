@@ -26,6 +26,8 @@ namespace {
 
 /// How many pieces are given to the kernel in one call.
 constexpr std::size_t kPiecesPerWrite = 16;
+/// Then others have their turn.
+constexpr int kReadsInARow = 8;
 
 std::string endpointName(const tcp::endpoint& endpoint) {
   const std::string address = endpoint.address().to_string();
@@ -188,26 +190,41 @@ class AsioSocketConnection::Stream : public std::enable_shared_from_this<Stream>
                             }));
   }
 
-  void finishRead(const error_code& error, std::size_t count) {
+  // Where a read was filled to its end, more is likely to be there. It is fetched at once rather than by way
+  // of the loop, which would take a quarter as long as the copying; but not for ever, as others wait their
+  // turn.
+  void finishRead(error_code error, std::size_t count) {
+    for (int reads = 1; handOn(error, count); ++reads) {
+      if (reads == kReadsInARow) return readLater();
+      count = socket_.read_some(asio::buffer(room_.bytes.data(), room_.bytes.size()), error);
+      if (error == asio::error::would_block) return beginRead();
+    }
+  }
+
+  /// Whether to read on at once.
+  bool handOn(const error_code& error, std::size_t count) {
     const auto room = std::exchange(room_, {});
-    if (ended_) return;
+    if (ended_) return false;
     const bool endOfStream = error == asio::error::eof;
     Received received{.bytes = room.bytes.first(count), .endOfStream = endOfStream, .error = {}};
     if (error && !endOfStream) received.error = error.message();
     delivering_ = true;
     if (onReceive) onReceive(received);
     delivering_ = false;
-    if (ended_) return;
-    if (!room_.bytes.empty()) readOn(count == room.bytes.size());
-    if (!error) return;
-    if (endOfStream) write();
-    end(ConnectionState::failed);
+    if (ended_) return false;
+    if (error) {
+      if (endOfStream) write();
+      end(ConnectionState::failed);
+      return false;
+    }
+    if (room_.bytes.empty()) return false;
+    if (count == room.bytes.size()) return true;
+    readLater();
+    return false;
   }
 
-  // Behind what the bytes have set going: the next read mostly finds nothing yet, and that can wait. Only
-  // where the last one was filled to its end, more is likely to be there.
-  void readOn(bool moreIsLikely) {
-    if (moreIsLikely) return beginRead();
+  // Behind what the bytes have set going: mostly nothing more is there yet, and that can wait.
+  void readLater() {
     asio::post(*strand_, [self = shared_from_this()] { self->beginRead(); });
   }
 

@@ -87,6 +87,21 @@ TEST_P(TcpConnectionContract, neverBringsMoreThanItsBufferAtOnce) {
   for (const auto& read : reads_) EXPECT_LE(read.size(), TcpConnection::kMaxReceiveBytes);
 }
 
+TEST_P(TcpConnectionContract, givesOthersTheirTurnWhileThereIsMoreToRead) {
+  start();
+  const std::string all(1000, 'x');
+  std::size_t readBeforeTurn = 0;
+  onReceive_ = [&] {
+    if (bytes_.size() == 1) bench_->queue()->async([&] { readBeforeTurn = bytes_.size(); });
+    if (bytes_.size() < all.size()) receive(1);
+  };
+  bench_->peerSends(all);
+  onQueue([&] { receive(1); });
+  EXPECT_TRUE(bench_->settles([&] { return bytes_.size() == all.size(); }));
+  EXPECT_GE(readBeforeTurn, 1u);
+  EXPECT_LT(readBeforeTurn, 100u);
+}
+
 TEST_P(TcpConnectionContract, holdsAReceiveAndASendUntilItIsReady) {
   onQueue([&] {
     connection_->start(bench_->queue());
