@@ -125,8 +125,10 @@ void SignalingClient::ended(const WebSocketConnection::End& end) {
   fail("receive failed: " + end.error);
 }
 
+// What is said before the relay is open, its owner says again once it is. Kept for then, an offer would come
+// twice, and the second one would be answered by what there was before the first.
 void SignalingClient::sendNow(const SignalMessage& message) {
-  if (!task_) return;
+  if (!isConnected_) return;
   task_->sendText(
       encodeSignalMessage(message),
       ofCurrentTask([type = message.type](SignalingClient& self, const std::optional<std::string>& error) {

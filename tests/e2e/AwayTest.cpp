@@ -98,6 +98,23 @@ TEST_F(Away, comesBackAfterTwentySecondsWithoutALine) {
   EXPECT_EQ(mirror.wait(), 0);
 }
 
+// Over a line on which the offer is ready before the relay is open.
+TEST_F(Away, aPhoneThatWasKilledIsMetAgainByItsNextCall) {
+  startServers();
+  world->setRoute(true);
+  world->line().set({.delay = 300ms});
+  startCompanion();
+  const auto live = livePhone();
+  ASSERT_TRUE(moves(*live, 10));
+  live->kill();
+  const auto said = phone({"--verbose", "move", "30", "0"});
+  EXPECT_EQ(said.exitStatus, 0) << said.output;
+  const std::string call = "connecting role=phone";
+  const auto first = said.output.find(call);
+  ASSERT_NE(first, std::string::npos) << said.output;
+  EXPECT_EQ(said.output.find(call, first + 1), std::string::npos) << "it called twice\n" << said.output;
+}
+
 TEST_F(Away, followsTheCompanionToAnotherAddress) {
   startServers();
   world->setRoute(true);

@@ -276,6 +276,17 @@ TEST_F(SignalingClientTest, dropsWhatIsSentBeforeAndAfterIt) {
   EXPECT_THAT(peer(0).received, ElementsAre(R"({"type":"bye"})"));
 }
 
+TEST_F(SignalingClientTest, dropsWhatIsSentWhileItConnects) {
+  connect();
+  client_->send({.type = "offer", .sdp = "v=0"});
+  queue_->runPending();
+  open();
+  EXPECT_THAT(peer(0).received, IsEmpty());
+  client_->send({.type = "hello"});
+  queue_->runPending();
+  EXPECT_THAT(peer(0).received, ElementsAre(R"({"type":"hello"})"));
+}
+
 TEST_F(SignalingClientTest, saysByeWhenItClosesWhileOpen) {
   connectAndOpen();
   client_->send({.type = "ice"});
