@@ -17,6 +17,11 @@ std::string_view textOf(const DefaultsData& data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
+std::vector<RemoteIceServerConfig> turnServersOf(std::vector<RemoteIceServerConfig> servers) {
+  std::erase_if(servers, [](const auto& server) { return !hasTURNServer({server}); });
+  return servers;
+}
+
 }  // namespace
 
 bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::time_point now) {
@@ -40,6 +45,12 @@ Result<void> RemoteIceServerPersistentCache::save(const std::vector<RemoteIceSer
   auto saved = defaults_.set(kTurnCredentialsKey, dataOf(encodeBrokeredIceServers({servers, now_()})));
   if (!saved || origin_.empty() || defaults_.string(kTurnCredentialsOriginKey) == origin_) return saved;
   return defaults_.set(kTurnCredentialsOriginKey, origin_);
+}
+
+Result<void> RemoteIceServerPersistentCache::remember(const std::vector<RemoteIceServerConfig>& servers) {
+  const auto stored = load();
+  if (stored && turnServersOf(stored->servers) == turnServersOf(servers)) return {};
+  return save(servers);
 }
 
 }  // namespace tevanto

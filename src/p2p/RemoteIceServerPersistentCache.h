@@ -35,6 +35,9 @@ class RemoteIceServerPersistentCache {
   std::optional<BrokeredIceServers> load() const;
   /// Stores the servers with the current date.
   Result<void> save(const std::vector<RemoteIceServerConfig>& servers);
+  /// The same for servers that are used, unless their TURN servers are those that are stored: credentials do
+  /// not become younger by being used, and those that a server refuses by now have to be asked for again.
+  Result<void> remember(const std::vector<RemoteIceServerConfig>& servers);
 
  private:
   UserDefaults& defaults_;

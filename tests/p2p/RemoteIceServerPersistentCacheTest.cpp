@@ -55,6 +55,30 @@ TEST_F(RemoteIceServerPersistentCacheTest, givesBackTheWholeListUnchanged) {
   EXPECT_EQ(loaded(), servers);
 }
 
+TEST_F(RemoteIceServerPersistentCacheTest, credentialsDoNotBecomeYoungerByBeingUsed) {
+  ASSERT_TRUE(cache_.remember({kTurn}).ok());
+  ASSERT_TRUE(loaded());
+  for (int use = 0; use < 3; ++use) {
+    now_ += std::chrono::minutes(14);
+    ASSERT_TRUE(cache_.remember({kTurn, kStun}).ok());
+    EXPECT_TRUE(loaded());
+  }
+  now_ += std::chrono::minutes(3);
+  EXPECT_FALSE(loaded()) << "45 minutes after they were fetched";
+  ASSERT_TRUE(cache_.remember({kTurn}).ok());
+  EXPECT_TRUE(loaded()) << "what is no longer stored is new";
+}
+
+TEST_F(RemoteIceServerPersistentCacheTest, remembersOtherCredentialsWithTheirDate) {
+  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  now_ += std::chrono::minutes(44);
+  auto renewed = kTurn;
+  renewed.credential = "another";
+  ASSERT_TRUE(cache_.remember({renewed}).ok());
+  now_ += std::chrono::minutes(44);
+  EXPECT_EQ(loaded(), std::vector{renewed});
+}
+
 TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseToAnotherDeployment) {
   const auto of = [this](const std::string& origin) {
     return RemoteIceServerPersistentCache(
