@@ -45,11 +45,12 @@ DeployedTransports::DeployedTransports(const Environment& environment, Platform 
       iceServers_(std::make_shared<IceServerSource>(settings_, cacheOf(environment.defaults, settings_),
                                                     TurnCredentialService(http_), Clock::now,
                                                     Logger(environment.log, "webrtc"))),
-      database_(platform.database ? std::move(platform.database)
-                                  : webDatabase(settings_, http_, environment)),
-      invites_(std::make_shared<CloudPairingInvites>(
-          database_, Clock::now,
-          Logger(environment.log, std::string(CloudKitSignalingClient::kLogCategory)))),
+      database_(platform.database ? platform.database : webDatabase(settings_, http_, environment)),
+      invites_(platform.database || settings_.cloudKit()
+                   ? std::make_shared<CloudPairingInvites>(
+                         database_, Clock::now,
+                         Logger(environment.log, std::string(CloudKitSignalingClient::kLogCategory)))
+                   : nullptr),
       factory_(std::make_shared<TransportFactory>(factoryEnvironment(environment))) {}
 
 DeployedTransports::~DeployedTransports() = default;
@@ -77,7 +78,7 @@ TransportFactory::Environment DeployedTransports::factoryEnvironment(const Envir
   const auto remember = [&defaults = environment.defaults,
                          settings = settings_](const std::vector<RemoteIceServerConfig>& servers) {
     // A cache that cannot be written costs one request at the next start, no more.
-    (void)cacheOf(defaults, settings).save(servers);
+    (void)cacheOf(defaults, settings).remember(servers);
   };
   return {.makeQueue = makeQueue,
           .mainQueue = environment.mainQueue,

@@ -49,6 +49,7 @@ class DeployedTransports {
   const std::shared_ptr<WebSocketFactory>& webSockets() const { return webSockets_; }
   const std::shared_ptr<PeerConnectionFactory>& peers() const { return peers_; }
   const std::shared_ptr<CloudDatabase>& database() const { return database_; }
+  /// Null where there is no cloud to keep them.
   const std::shared_ptr<CloudPairingInvites>& invites() const { return invites_; }
 
  private:

@@ -13,6 +13,7 @@ namespace tevanto {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 class AwaySession : public Away {
  protected:
@@ -21,6 +22,8 @@ class AwaySession : public Away {
     companion->process().signal(SIGTERM);
     const auto said = companion->process().readAll();
     EXPECT_EQ(companion->process().wait(), 0) << said;
+    EXPECT_THAT(said, HasSubstr("[answerer] offer received"));
+    EXPECT_THAT(said, Not(HasSubstr("invite failed"))) << "no cloud was deployed that could keep one";
   }
 };
 
