@@ -4,7 +4,7 @@
 #include <string>
 
 #include "core/Result.h"
-#include "p2p/IceUrl.h"
+#include "net/IceUrl.h"
 
 namespace tevanto {
 

@@ -95,10 +95,11 @@ Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment,
     for (const auto next = Clock::now() + kPause; Clock::now() < next && !isEnough();)
       std::this_thread::sleep_until(std::min({next, deadline, Clock::now() + kGlance}));
   }
-  return Trouble{ExitCode::notFound, "The companion of the room \"" + room +
-                                         "\" could not be reached. Does it run, and do both know the same "
-                                         "relay? `tevanto doctor` there checks "
-                                         "the way; --timeout tries longer."};
+  return Trouble{ExitCode::notFound,
+                 "The companion of the room \"" + room +
+                     "\" could not be reached. Does it run, and do both know the same "
+                     "relay? `tevanto doctor` there checks "
+                     "the way; --verbose tells what is tried here, --timeout tries longer."};
 }
 
 AwayLink::State AwayLink::attempt(Clock::time_point deadline, const GivesUp& givesUp) {

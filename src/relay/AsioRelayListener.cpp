@@ -77,7 +77,8 @@ Result<std::shared_ptr<AsioRelayListener>> AsioRelayListener::open(asio::io_cont
     if (!error && !acceptors.empty())
       return std::shared_ptr<AsioRelayListener>(new AsioRelayListener(std::move(acceptors)));
   }
-  return Failure{"Cannot listen on port " + std::to_string(port) + ": " + error.message() + "."};
+  return Failure{"Cannot listen on port " + std::to_string(port) + ": " + error.message() +
+                 ". --port and --listen choose another place."};
 }
 
 AsioRelayListener::AsioRelayListener(std::vector<Acceptor> acceptors) {

@@ -122,7 +122,8 @@ class Parser {
     // An editor ends a file with a line feed that is no part of the secret.
     while (!secret.empty() && (secret.back() == '\n' || secret.back() == '\r')) secret.pop_back();
     if (!file.is_open() || secret.empty()) {
-      std::cerr << "tevanto-relay: there is no secret in " << secretFile_ << "\n";
+      std::cerr << "tevanto-relay: there is no secret in " << secretFile_
+                << "; it has to hold the TURN server's static-auth-secret\n";
       return false;
     }
     options_.turn.secret = std::move(secret);

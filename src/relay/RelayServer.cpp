@@ -4,8 +4,11 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <sstream>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "net/IceUrl.h"
 #include "relay/AsioRelayConnection.h"
 #include "relay/AsioRelayListener.h"
 
@@ -34,11 +37,26 @@ Result<Certificates> loadCertificates(const RelayOptions& options) {
   return context;
 }
 
+/// `kind`: "turn" or "stun", with or without TLS.
+bool isUrlOf(std::string_view kind, const std::string& url) {
+  const auto parsed = parseIceUrl(url);
+  return parsed && (parsed->scheme == kind || parsed->scheme == std::string(kind) + "s");
+}
+
 Result<void> checkOptions(const RelayOptions& options) {
   if (options.certificateFile.empty() != options.privateKeyFile.empty())
-    return Failure{"TLS needs both a certificate and its private key."};
+    return Failure{"TLS needs both a certificate and its private key: --certificate and --private-key."};
   if (!options.turn.secret.empty() && options.turn.urls.empty())
-    return Failure{"A TURN secret is of no use without the URL of the TURN server."};
+    return Failure{"A TURN secret is of no use without the URL of the TURN server: --turn-url."};
+  for (const auto& url : options.turn.urls) {
+    if (!isUrlOf("turn", url))
+      return Failure{"\"" + url +
+                     "\" is no URL of a TURN server: --turn-url takes such as turn:HOST:3478?transport=udp."};
+  }
+  for (const auto& url : options.turn.stunUrls) {
+    if (!isUrlOf("stun", url))
+      return Failure{"\"" + url + "\" is no URL of a STUN server: --stun-url takes such as stun:HOST:3478."};
+  }
   return {};
 }
 

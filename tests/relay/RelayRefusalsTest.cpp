@@ -272,6 +272,9 @@ TEST(RelayRefusals, doesNotStartWithContradictingOptions) {
            {{"--certificate", "/nowhere.pem", "--private-key", "/nowhere.pem"},
             "Cannot use the certificate /nowhere.pem"},
            {{"--turn-secret", "s"}, "without the URL of the TURN server"},
+           {{"--turn-url", "turn.example.org:3478"}, "\"turn.example.org:3478\" is no URL of a TURN server"},
+           {{"--turn-url", "stun:turn.example.org"}, "\"stun:turn.example.org\" is no URL of a TURN server"},
+           {{"--stun-url", "turn.example.org"}, "\"turn.example.org\" is no URL of a STUN server"},
            {{"--trusted-proxy", "everybody"}, "\"everybody\" is no address"},
            {{"--listen", "everywhere"}, "\"everywhere\" is no address to listen on"},
            {{"--listen", "192.0.2.1"}, "Cannot listen on port 0"}}) {

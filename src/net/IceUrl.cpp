@@ -1,4 +1,4 @@
-#include "p2p/IceUrl.h"
+#include "net/IceUrl.h"
 
 #include <algorithm>
 #include <charconv>
