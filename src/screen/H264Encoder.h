@@ -35,7 +35,7 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
   /// Width and height fit 32 bits, or the process ends. A picture that cannot be encoded is dropped.
   void encode(std::shared_ptr<const PixelBuffer> pixelBuffer, PresentationTime presentationTime,
               std::int64_t width, std::int64_t height);
-  /// Makes the next picture a key frame. From any thread.
+  /// Makes the next picture that is encoded a key frame. From any thread.
   void requestKeyframe() { forceKeyframe_.set(); }
   /// Whether the last picture came out as good as the encoder makes any, as far as it tells. From any thread.
   bool lastWasFinest() const { return lastWasFinest_; }

@@ -277,6 +277,13 @@ TEST_F(Mirroring, aSecondPhoneTakesTheFirstOnesPlace) {
   EXPECT_TRUE(eventually([this] { return now().isStreaming; }));
 }
 
+TEST_F(Mirroring, aPhoneThatSaysNothingIsLetGo) {
+  const auto silent = connectToScreen();
+  ASSERT_TRUE(silent.isOpen());
+  EXPECT_TRUE(silent.waitForEnd());
+  EXPECT_EQ(now().screenStatusText, "");
+}
+
 TEST_F(Mirroring, endsWithItsConnection) {
   auto socket = connectToScreen();
   ASSERT_TRUE(watch(socket));

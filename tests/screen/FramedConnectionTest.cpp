@@ -67,6 +67,16 @@ TEST_F(FramedConnectionTest, severalFramesOfOneReadAllArriveInOrder) {
   EXPECT_EQ(frames_.back(), "c");
 }
 
+TEST_F(FramedConnectionTest, allFramesOfOneReadComeBeforeTheNextReceive) {
+  std::vector<bool> wereReceivesOpen;
+  connection_->onData = [&](auto) { wereReceivesOpen.push_back(peer_->isReceiving()); };
+  start();
+  EXPECT_TRUE(peer_->isReceiving());
+  peerSends(frameText(bytesOf("a")) + frameText(bytesOf("b")) + frameText(bytesOf("c")));
+  EXPECT_EQ(wereReceivesOpen, (std::vector{false, false, false}));
+  EXPECT_TRUE(peer_->isReceiving());
+}
+
 TEST_F(FramedConnectionTest, anOversizedFrameCancelsInSilence) {
   start();
   peerSends(std::string_view("\x00\x80\x00\x00", 4));

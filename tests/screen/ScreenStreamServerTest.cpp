@@ -130,14 +130,15 @@ TEST_F(ScreenStreamServerTest, theProfileFollowsRouteAndRequest) {
                           Row{false, false, 960, 12, 2'000'000}, Row{false, true, 960, 12, 2'000'000}}) {
     SCOPED_TRACE(std::to_string(row.overTcp) + std::to_string(row.prefersLowBandwidth));
     start();
+    std::shared_ptr<test::FakeScreenTransport> transport;  // until the end of its session
     if (row.overTcp) {
       say(*connect(), hello("TOKEN", row.prefersLowBandwidth));
     } else {
-      say(*attach(), hello("TOKEN", row.prefersLowBandwidth));
+      transport = attach();
+      say(*transport, hello("TOKEN", row.prefersLowBandwidth));
     }
     EXPECT_EQ(stream().configuration.width, row.longSide);
     EXPECT_EQ(stream().configuration.minimumFrameInterval.count(), (1'000'000'000 + row.fps / 2) / row.fps);
-    if (!row.overTcp) continue;  // the transport is gone again
     picture();
     const auto& properties = encoders_.last().properties;
     EXPECT_EQ(std::get<std::int64_t>(properties.at(5).second), row.bitRate);

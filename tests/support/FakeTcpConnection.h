@@ -54,6 +54,8 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   }
 
   bool isEnded() const { return ended_; }
+  /// Whether a receive of the connection's is open.
+  bool isReceiving() const { return wanted_ > 0; }
   /// Whether the connection object is gone.
   bool isReleased() const { return released_; }
 

@@ -82,6 +82,30 @@ TEST_P(EncoderDataRate, noSecondHoldsMoreThanTheLimit) {
   RecordProperty("largestSecond", static_cast<int>(stream.largestSecond()));
 }
 
+// The limit allows a burst at first.
+TEST(EncoderDataRateByTheClock, keepsItsAverageWhereTheLimitWouldAllowMore) {
+  constexpr std::int64_t kAverage = 1'000'000;
+  constexpr auto kBurst = std::chrono::seconds(5), kAfterwards = std::chrono::seconds(5);
+  const auto& profile = kProfiles[0];
+  test::EncoderClock clock;
+  ProbingEncoderFactory factory({Logger(), clock.reader(), openEncoder, nullptr}, {"libx264"});
+  test::EncodedStream stream(factory.create(profile.width, profile.height, VideoCodec::h264).value(), &clock);
+  for (const auto& [property, value] : test::streamProperties(profile.bitRate, profile.fps)) {
+    const bool isAverage = property == EncoderProperty::averageBitRate;
+    ASSERT_TRUE(stream.session().setProperty(property, isAverage ? EncoderPropertyValue(kAverage) : value));
+  }
+  stream.session().prepareToEncodeFrames();
+  test::EncoderPictures pictures(PixelFormat::i420, profile.width, profile.height);
+  const auto interval = std::chrono::nanoseconds(std::chrono::seconds(1)) / profile.fps;
+  for (int frame = 0; frame * interval < kBurst + kAfterwards; ++frame)
+    stream.encode(pictures.text(frame * 50, static_cast<std::uint32_t>(frame)), frame * interval);
+  std::int64_t bits = 0;
+  for (const auto& frame : stream.frames)
+    if (frame.time >= kBurst) bits += static_cast<std::int64_t>(frame.data.size()) * 8;
+  EXPECT_LE(bits, kAverage * kAfterwards.count() * 6 / 5);
+  EXPECT_GE(bits, kAverage * kAfterwards.count() / 2) << "and makes use of it";
+}
+
 // What a phone can make of asking for key frames of a picture that stands still.
 TEST(EncoderDataRateByTheClock, aHundredKeyFramesASecondStayWithinTheLimit) {
   for (const auto& profile : kProfiles) {
