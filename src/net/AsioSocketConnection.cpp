@@ -26,7 +26,8 @@ namespace {
 
 /// How many pieces are given to the kernel in one call.
 constexpr std::size_t kPiecesPerWrite = 16;
-/// Then others have their turn.
+/// So many make half a megabyte of a large frame, and take less time than a frame of a display does; then
+/// others have their turn.
 constexpr int kReadsInARow = 8;
 
 std::string endpointName(const tcp::endpoint& endpoint) {

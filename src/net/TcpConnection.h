@@ -38,8 +38,9 @@ struct ReceiveRoom {
 };
 
 /// One TCP connection of the platform. Lives on the queue given to `start`: every call after that and every
-/// callback happens there, each callback in a turn of its own, never inside a call. After a final state
-/// nothing more is called back, and nothing after its destruction, which is best done on the queue too.
+/// callback happens there, never inside a call. Each callback has a turn of its own, but a few receives that
+/// follow each other may share one. After a final state nothing more is called back, and nothing after its
+/// destruction, which is best done on the queue too.
 class TcpConnection {
  public:
   using StateHandler = std::function<void(ConnectionState)>;
