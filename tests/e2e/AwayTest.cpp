@@ -8,6 +8,8 @@
 #include <utility>
 
 #include "tests/e2e/AwayFixture.h"
+#include "tests/support/TestAuthority.h"
+#include "tests/support/TestFiles.h"
 #include "tests/support/TextXClient.h"
 
 // The road away from one end to the other: the real companion at home, the real phone's program in a network
@@ -42,6 +44,25 @@ TEST_F(Away, worksOnTheSameNetworkToo) {
   EXPECT_EQ(phone({"move", "30", "0"}).exitStatus, 0);
   EXPECT_TRUE(pointerIsAt(x + 30));
   EXPECT_TRUE(goesBy("direct"));
+}
+
+TEST_F(Away, goesByARelayThatServesTls) {
+  const test::TestAuthority authority;
+  const auto identity = authority.issue({"IP:" + std::string(AwayWorld::kServerAddress)});
+  const auto write = [this](const char* name, const std::string& text) {
+    const auto path = (folder / name).string();
+    test::fill(path, text);
+    return path;
+  };
+  world->startServers(kRelay, {"--certificate", write("relay.pem", identity.certificatePem), "--private-key",
+                               write("relay.key", identity.keyPem)});
+  deploy({{"TEVANTO_RELAY_URLS", "wss://" + std::string(AwayWorld::kServerAddress) + ":8787"},
+          {"SSL_CERT_FILE", write("authorities.pem", authority.certificatePem())}});
+  startCompanion();
+  const auto x = desktop.pointer().first;
+  EXPECT_EQ(phone({"move", "30", "0"}).exitStatus, 0);
+  EXPECT_TRUE(pointerIsAt(x + 30));
+  EXPECT_TRUE(goesBy("TURN relay")) << "with credentials that came over TLS too";
 }
 
 TEST_F(Away, comesBackToARelayThatWasGone) {

@@ -19,18 +19,20 @@ AwayWorld::AwayWorld() {
   setRoute(false);
 }
 
-void AwayWorld::startServers(const std::string& program, TurnServer::Options turn) {
+void AwayWorld::startServers(const std::string& program, const std::vector<std::string>& options) {
+  TurnServer::Options turn;
   turn.address = kServerAddress;
   turn.port = 3478;
   turn.network = &internet_;
   turn_ = std::make_unique<TurnServer>(std::move(turn));
-  startRelay(program);
+  startRelay(program, options);
 }
 
-void AwayWorld::startRelay(const std::string& program) {
+void AwayWorld::startRelay(const std::string& program, const std::vector<std::string>& options) {
   std::vector<std::string> command{program, "--port", "8787", "--turn-secret", turn_->secret()};
   for (const auto* transport : {"udp", "tcp"})
     command.insert(command.end(), {"--turn-url", turn_->url(transport)});
+  command.insert(command.end(), options.begin(), options.end());
   relay_ = std::make_unique<ChildProcess>(internet_.inside(std::move(command)));
   const auto said = relay_->readLine();
   if (!said || !said->starts_with("listening on")) throw std::runtime_error("the relay does not come up");

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/NetworkNamespace.h"
@@ -36,11 +37,12 @@ class AwayWorld {
 
   /// Whether packets go between home and away, other than by TURN.
   void setRoute(bool exists) { internet_.setForwarding(exists); }
-  /// The relay and the TURN server that it hands out credentials for. `program` is tevanto-relay.
-  void startServers(const std::string& program, TurnServer::Options turn = {});
+  /// The relay and the TURN server that it hands out credentials for. `program` is tevanto-relay, which is
+  /// given `options` in addition.
+  void startServers(const std::string& program, const std::vector<std::string>& options = {});
   /// SIGKILL.
   void killRelay() { relay_.reset(); }
-  void startRelay(const std::string& program);
+  void startRelay(const std::string& program, const std::vector<std::string>& options = {});
   TurnServer& turn() { return *turn_; }
   /// Gives the companion's computer another address; the one that it had is gone.
   void moveHome(const std::string& address);
