@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <boost/json.hpp>
 #include <future>
-#include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "core/Text.h"
 
@@ -14,24 +16,39 @@ namespace {
 
 using Attempt = Result<std::string>;
 
-std::future<Attempt> begin(const DoctorCheck& check) {
-  auto promise = std::make_shared<std::promise<Attempt>>();
-  auto answer = promise->get_future();
-  std::thread([promise, attempt = check.attempt] { promise->set_value(attempt()); }).detach();
-  return answer;
+struct RunningCheck {
+  std::future<Attempt> answer;
+  std::thread thread;
+};
+
+RunningCheck begin(const DoctorCheck& check) {
+  std::promise<Attempt> promise;
+  auto answer = promise.get_future();
+  std::thread thread(
+      [promise = std::move(promise), attempt = check.attempt]() mutable { promise.set_value(attempt()); });
+  return {std::move(answer), std::move(thread)};
+}
+
+/// What it found; a thread that hangs is left behind.
+std::optional<Attempt> end(RunningCheck& check, std::chrono::steady_clock::time_point deadline) {
+  if (check.answer.wait_until(deadline) != std::future_status::ready) {
+    check.thread.detach();
+    return std::nullopt;
+  }
+  check.thread.join();
+  return check.answer.get();
 }
 
 }  // namespace
 
 void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds patience,
                const std::function<void(DoctorFinding)>& found) {
-  const auto end = std::chrono::steady_clock::now() + patience;
-  std::vector<std::future<Attempt>> answers;
-  for (const auto& check : checks) answers.push_back(begin(check));
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  std::vector<RunningCheck> running;
+  for (const auto& check : checks) running.push_back(begin(check));
   for (std::size_t i = 0; i < checks.size(); ++i) {
-    if (answers[i].wait_until(end) == std::future_status::ready) {
-      const auto result = answers[i].get();
-      found({checks[i].name, result.ok(), result ? result.value() : result.error()});
+    if (const auto result = end(running[i], deadline)) {
+      found({checks[i].name, result->ok(), result->ok() ? result->value() : result->error()});
     } else {
       found({checks[i].name, false,
              "No answer within " + std::to_string(patience.count() / 1000) +
