@@ -64,6 +64,15 @@ TEST_F(CloudKitSignalingWrites, logsAWriteThatFailedAndDoesNotRepeatIt) {
   EXPECT_EQ(logged("wrote offer record"), 0U);
 }
 
+TEST_F(CloudKitSignalingWrites, saysWhichOfTheTwoCouldNotBeWritten) {
+  start(SignalRole::mac);
+  database_->writeFaults = {FakeCloudDatabase::error(6)};
+  client_->write("answer", {.type = "answer", .sdp = "v=0"});
+  queue_->runPending();
+  EXPECT_EQ(logged("write answer failed: CKErrorDomain 6"), 1U);
+  EXPECT_EQ(logged("wrote answer record"), 0U);
+}
+
 TEST_F(CloudKitSignalingWrites, twoClientsNegotiateThroughTheRecords) {
   start(SignalRole::mac);
   const auto phone = makeClient();
