@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <thread>
@@ -45,20 +46,28 @@ TEST(LongMirroring, nineThousandPicturesLeaveMemoryFlat) {
       client.fill({i * 7 % 500, i * 13 % 300, 140, 100}, static_cast<std::uint32_t>(i) * 7919 & 0xFFFFFF);
     }
   });
-  const auto reach = [&](int count) {
-    return test::eventually([&] { return frames >= count; }, std::chrono::minutes(10));
+  // The largest on the way there: an encoder that is begun anew is gone for a moment, and makes most of it.
+  const auto heapUntil = [&](int count) {
+    std::size_t largest = 0;
+    EXPECT_TRUE(test::eventually(
+        [&] {
+          largest = std::max(largest, test::heapBytes());
+          return frames >= count;
+        },
+        std::chrono::minutes(10)));
+    return largest;
   };
-  EXPECT_TRUE(reach(kPictures / 9));
+  const auto heap = heapUntil(kPictures / 9);
   const auto memory = test::residentBytes();
-  const auto heap = test::heapBytes();
-  EXPECT_TRUE(reach(kPictures));
+  heapUntil(kPictures - kPictures / 9);
+  const auto heapInTheEnd = heapUntil(kPictures);
   isEnding = true;
   drawing.join();
   // The heap was seen to grow by about half a kilobyte a picture for some thousands of them, and then to drop
   // by all of it; a picture or its data that is not let go of would be far more.
   const std::size_t allowed = std::size_t{kPictures - kPictures / 9} * 1024;
   EXPECT_LE(test::residentBytes(), memory + allowed);
-  EXPECT_LE(test::heapBytes(), heap + allowed);
+  EXPECT_LE(heapInTheEnd, heap + allowed);
   std::printf("%zu KiB resident after 1,000 pictures, %zu after 9,000; %zu MB encoded\n", memory / 1024,
               test::residentBytes() / 1024, bytes.load() / 1'000'000);
   session.reset();
