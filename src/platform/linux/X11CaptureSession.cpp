@@ -158,9 +158,9 @@ void X11CaptureSession::prepare() {
   const auto began = queue_->now();
   isRead_ = readScreen();
   if (!isRead_ || unshown_.empty()) return;
-  const bool large = isLarge(outputBounds());
-  prepared_ = drawPicture();
-  headStart_.drew(queue_->now() - began, large);
+  const auto region = outputBounds();
+  prepared_ = drawPicture(region);
+  headStart_.drew(queue_->now() - began, isLarge(region));
 }
 
 void X11CaptureSession::takePicture() {
@@ -237,23 +237,22 @@ void X11CaptureSession::readingFailed() {
 }
 
 std::shared_ptr<PixelBuffer> X11CaptureSession::finishPicture() {
-  const bool large = isLarge(outputBounds());
+  const auto region = outputBounds();
   if (prepared_) {
-    headStart_.ended(large);
-    return unshown_.empty() ? std::exchange(prepared_, nullptr) : drawPicture();
+    headStart_.ended(isLarge(region));
+    return unshown_.empty() ? std::exchange(prepared_, nullptr) : drawPicture(region);
   }
-  auto picture = drawPicture();
-  headStart_.drew(queue_->now() - pictureBegan_, large);
+  auto picture = drawPicture(region);
+  headStart_.drew(queue_->now() - pictureBegan_, isLarge(region));
   return picture;
 }
 
 // Nobody has seen a picture that is only prepared: what is drawn over it belongs to the same step from the
 // picture before.
-std::shared_ptr<PixelBuffer> X11CaptureSession::drawPicture() {
+std::shared_ptr<PixelBuffer> X11CaptureSession::drawPicture(const PixelRect& region) {
   const bool isBegun = prepared_ != nullptr;
   auto buffer = isBegun ? std::exchange(prepared_, nullptr) : pool_->acquire();
   if (!buffer) return nullptr;
-  const auto region = outputBounds();
   const auto held = buffer->change;
   const auto number = history_->add(std::exchange(unshown_, {}));
   render(*buffer, history_->since(held.picture));

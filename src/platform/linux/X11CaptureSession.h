@@ -58,7 +58,8 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   std::optional<PixelRect> pointerArea() const;
   void readingFailed();
   std::shared_ptr<PixelBuffer> finishPicture();
-  std::shared_ptr<PixelBuffer> drawPicture();
+  /// `region`: of the output, what differs from the latest picture.
+  std::shared_ptr<PixelBuffer> drawPicture(const PixelRect& region);
   void render(PixelBuffer& buffer, const ChangedArea& area);
   PixelRect outputBounds() const;
   bool isLarge(const PixelRect& part) const;
