@@ -133,11 +133,13 @@ TEST_F(BeastWebSocketTest, getsAPongForEachPing) {
 TEST_F(BeastWebSocketTest, tellsOfAPongThatDoesNotCome) {
   limits_.pong = std::chrono::milliseconds(50);
   open();
+  sendText("read, so that the next read is under way when reading stops");
+  ASSERT_TRUE(eventually([&] { return peer_->received().size() == 1; }));
   peer_->stopReading();
   peer_->sendText("now");  // behind the order to stop
   ASSERT_TRUE(settles([&] { return messages_.size() == 1; }));
-  sendText("taken still");  // by the read that was under way
-  ASSERT_TRUE(eventually([&] { return peer_->received().size() == 1; }));
+  sendText("taken still");  // by that read
+  ASSERT_TRUE(eventually([&] { return peer_->received().size() == 2; }));
   run([&] {
     for (int i = 0; i < 2; ++i) socket_->ping([this](const auto& error) { pongs_.push_back(error); });
   });
