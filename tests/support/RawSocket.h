@@ -53,6 +53,20 @@ class RawSocket {
     return made;
   }
 
+  /// Connected to a port of an IPv4 address, from one of this machine's own where that matters.
+  static RawSocket connectTo(const std::string& address, std::uint16_t port, const std::string& from = {}) {
+    RawSocket made(openSocket(AF_INET));
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    ::inet_pton(AF_INET, from.c_str(), &name.sin_addr);
+    const auto* generic = reinterpret_cast<const sockaddr*>(&name);
+    if (!from.empty() && ::bind(made.fd_, generic, sizeof name) != 0) made.close();
+    name.sin_port = htons(port);
+    ::inet_pton(AF_INET, address.c_str(), &name.sin_addr);
+    if (::connect(made.fd_, generic, sizeof name) != 0) made.close();
+    return made;
+  }
+
   bool isOpen() const { return fd_ >= 0; }
   int fd() const { return fd_; }
 
