@@ -1,21 +1,39 @@
 #include "p2p/CloudPairingInvites.h"
 
+#include <mutex>
 #include <utility>
 
 namespace tevanto {
-namespace {
 
-/// Says so only when it went wrong: an invite is written again every few minutes.
-std::function<void(std::optional<CloudError>)> reportTo(Logger log, std::string what) {
-  return [log = std::move(log), what = std::move(what)](const std::optional<CloudError>& error) {
-    if (error) log.error(what + " pairing invite failed: " + summary(*error));
-  };
-}
+/// Says what went wrong, and the same not again before something else happened: an invite is written again
+/// every few minutes, by a key that cannot be read too.
+class CloudPairingInvites::Reports {
+ public:
+  Reports(Logger log, std::string what) : log_(std::move(log)), what_(std::move(what)) {}
 
-}  // namespace
+  void take(const std::optional<CloudError>& error) {
+    if (!isNews(error)) return;
+    if (error) log_.error(what_ + " pairing invite failed: " + summary(*error));
+  }
 
-CloudPairingInvites::CloudPairingInvites(std::shared_ptr<CloudDatabase> database, WallClock now, Logger log)
-    : database_(std::move(database)), now_(std::move(now)), log_(std::move(log)) {}
+ private:
+  bool isNews(const std::optional<CloudError>& error) {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(last_, error) != error;
+  }
+
+  const Logger log_;
+  const std::string what_;
+  std::mutex mutex_;
+  std::optional<CloudError> last_;
+};
+
+CloudPairingInvites::CloudPairingInvites(std::shared_ptr<CloudDatabase> database, WallClock now,
+                                         const Logger& log)
+    : database_(std::move(database)),
+      now_(std::move(now)),
+      published_(std::make_shared<Reports>(log, "publish")),
+      deleted_(std::make_shared<Reports>(log, "delete")) {}
 
 void CloudPairingInvites::publishPairInvite(const std::string& code, const std::string& room,
                                             const CloudPairingInvite& invite) {
@@ -27,12 +45,14 @@ void CloudPairingInvites::publishPairInvite(const std::string& code, const std::
   record.kind = "pairInvite";
   record.payload = encodePairingInvite(invite);
   record.created = now_();
-  database_->save(record, CloudUrgency::utility, reportTo(log_, "publish"));
+  database_->save(record, CloudUrgency::utility,
+                  [reports = published_](const auto& error) { reports->take(error); });
 }
 
 void CloudPairingInvites::deletePairInvite(const std::string& code) {
   if (const auto name = pairInviteRecordName(code))
-    database_->remove(*name, CloudUrgency::utility, reportTo(log_, "delete"));
+    database_->remove(*name, CloudUrgency::utility,
+                      [reports = deleted_](const auto& error) { reports->take(error); });
 }
 
 void CloudPairingInvites::loadPairInvite(std::string_view code,

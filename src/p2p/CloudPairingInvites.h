@@ -22,7 +22,7 @@ class CloudPairingInvites final : public PairingInvites {
     CloudPairingInvite invite;
   };
 
-  CloudPairingInvites(std::shared_ptr<CloudDatabase> database, WallClock now, Logger log = {});
+  CloudPairingInvites(std::shared_ptr<CloudDatabase> database, WallClock now, const Logger& log = {});
 
   /// Nothing is written when the code has not six digits.
   void publishPairInvite(const std::string& code, const std::string& room,
@@ -33,9 +33,12 @@ class CloudPairingInvites final : public PairingInvites {
   void loadPairInvite(std::string_view code, std::function<void(std::optional<Found>)> done);
 
  private:
+  class Reports;
+
   const std::shared_ptr<CloudDatabase> database_;
   const WallClock now_;
-  const Logger log_;
+  const std::shared_ptr<Reports> published_;
+  const std::shared_ptr<Reports> deleted_;
 };
 
 }  // namespace tevanto

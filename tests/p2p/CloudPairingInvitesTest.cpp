@@ -114,5 +114,25 @@ TEST_F(CloudPairingInvitesTest, sayWhenTheCloudRefuses) {
   EXPECT_EQ(log_->lines()[1].text, "cksignal: delete pairing invite failed: CKErrorDomain 7 retryAfter=5");
 }
 
+TEST_F(CloudPairingInvitesTest, sayTheSameFailureOnceUntilSomethingElseHappens) {
+  const auto publish = [this](std::optional<CloudError> fault) {
+    if (fault) database_->writeFaults = {*fault};
+    invites_.publishPairInvite("123456", "room", kInvite);
+    queue_->runPending();
+    return log_->lines().size();
+  };
+  const auto refused = test::FakeCloudDatabase::error(9);
+  EXPECT_EQ(publish(refused), 1U);
+  EXPECT_EQ(publish(refused), 1U) << "the invite is only renewed";
+  EXPECT_EQ(publish(test::FakeCloudDatabase::error(4)), 2U) << "another failure";
+  EXPECT_EQ(publish(refused), 3U);
+  EXPECT_EQ(publish(std::nullopt), 3U);
+  EXPECT_EQ(publish(refused), 4U) << "after an invite that was taken";
+  database_->writeFaults = {refused};
+  invites_.deletePairInvite("123456");
+  queue_->runPending();
+  EXPECT_EQ(log_->lines().size(), 5U) << "that an invite stays is news of its own";
+}
+
 }  // namespace
 }  // namespace tevanto
