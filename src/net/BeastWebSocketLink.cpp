@@ -42,13 +42,14 @@ void BeastWebSocketLink::begin(const std::string& text) {
 }
 
 void BeastWebSocketLink::sendText(std::string text, SentHandler sent) {
-  if (state_ != State::opening && state_ != State::open) return;
+  if (state_ == State::opening) return report(std::move(sent), "it is not open yet");
+  if (state_ != State::open) return;
   if (broken_ || unsentBytes_ + text.size() > kMaxUnsentBytes) {
     return report(std::move(sent), broken_ ? fault_ : "too much is waiting to be sent");
   }
   unsentBytes_ += text.size();
   outbox_.push_back({std::move(text), std::move(sent)});
-  if (state_ == State::open && outbox_.size() == 1) write();
+  if (outbox_.size() == 1) write();
 }
 
 void BeastWebSocketLink::ping(PongHandler pong) {
@@ -114,7 +115,6 @@ void BeastWebSocketLink::opened(const error_code& error) {
   disarm();
   state_ = State::open;
   read();
-  if (!outbox_.empty()) write();
   if (!pings_.empty()) writePing();
   if (handlers_.onOpen) handlers_.onOpen();
 }

@@ -34,7 +34,8 @@ class WebSocketConnection {
 
   virtual ~WebSocketConnection() = default;
   virtual void start(std::shared_ptr<SerialQueue> queue, Handlers handlers) = 0;
-  /// Sends one text frame behind those still unsent.
+  /// Sends one text frame behind those still unsent. Before `onOpen` nothing is sent, and `sent` hears an
+  /// error.
   virtual void sendText(std::string text, SentHandler sent) = 0;
   virtual void ping(PongHandler pong) = 0;
   /// Sends what is queued, then a close frame with the code, and ends without a callback; bounded to 2

@@ -32,7 +32,10 @@ class FakeWebSocketPeer : public std::enable_shared_from_this<FakeWebSocketPeer>
   bool isStubborn = false;
 
   void open() {
-    later([this] { handlers_.onOpen(); });
+    later([this] {
+      isOpen_ = true;
+      handlers_.onOpen();
+    });
   }
   void send(std::string message) {
     later([this, message = std::move(message)] { handlers_.onMessage(message); });
@@ -68,8 +71,9 @@ class FakeWebSocketPeer : public std::enable_shared_from_this<FakeWebSocketPeer>
   }
 
   void take(std::string text, const WebSocketConnection::SentHandler& sent) {
-    if (!sendError) received.push_back(std::move(text));
-    later([sent, error = sendError] {
+    const auto error = isOpen_ ? sendError : std::optional<std::string>("it is not open yet");
+    if (!error) received.push_back(std::move(text));
+    later([sent, error] {
       if (sent) sent(error);
     });
   }
@@ -77,6 +81,7 @@ class FakeWebSocketPeer : public std::enable_shared_from_this<FakeWebSocketPeer>
   std::shared_ptr<SerialQueue> queue_;
   WebSocketConnection::Handlers handlers_;
   std::deque<WebSocketConnection::PongHandler> pings_;
+  bool isOpen_ = false;
   bool ended_ = false;
 };
 
