@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::string_view kTurnKind = "turn";
 
+/// Wider than isTURNServer: here a scheme may be in any case (RFC 3986, section 3.1).
 bool lendsTURN(const RemoteIceServerConfig& server) {
   return std::any_of(server.urlStrings.begin(), server.urlStrings.end(), [](const std::string& url) {
     const auto lower = lowerCased(url);
