@@ -4,17 +4,26 @@
 
 namespace tevanto::test {
 
-AwayWorld::AwayWorld() {
-  NetworkNamespace::connect(home_, "eth0", internet_, "home0");
-  NetworkNamespace::connect(away_, "eth0", middle_, "outer");
+AwayWorld::AwayWorld(std::optional<PortMapping> routers) {
+  if (routers) {
+    homeRouter_ = std::make_unique<NatRouter>(home_, "192.168.1.2", *routers);
+    awayRouter_ = std::make_unique<NatRouter>(away_, "192.168.1.3", *routers);
+  }
+  const auto& home = homeRouter_ ? homeRouter_->network() : home_;
+  const auto& away = awayRouter_ ? awayRouter_->network() : away_;
+  NetworkNamespace::connect(home, "eth0", internet_, "home0");
+  NetworkNamespace::connect(away, "eth0", middle_, "outer");
   NetworkNamespace::connect(internet_, "away0", middle_, "inner");
   internet_.run({"ip", "address", "add", std::string(kServerAddress) + "/32", "dev", "lo"});
   internet_.run({"ip", "address", "add", "10.8.1.1/24", "dev", "home0"});
   internet_.run({"ip", "address", "add", "10.8.2.1/24", "dev", "away0"});
-  home_.run({"ip", "address", "add", std::string(kHomeAddress) + "/24", "dev", "eth0"});
-  home_.run({"ip", "route", "add", "default", "via", "10.8.1.1"});
-  away_.run({"ip", "address", "add", "10.8.2.2/24", "dev", "eth0"});
-  away_.run({"ip", "route", "add", "default", "via", "10.8.2.1"});
+  // Private addresses lead nowhere on the internet. Not by an error: the TURN server would take that for the
+  // end of an allocation.
+  internet_.run({"ip", "route", "add", "192.168.0.0/16", "dev", "lo"});
+  home.run({"ip", "address", "add", std::string(kHomeAddress) + "/24", "dev", "eth0"});
+  home.run({"ip", "route", "add", "default", "via", "10.8.1.1"});
+  away.run({"ip", "address", "add", "10.8.2.2/24", "dev", "eth0"});
+  away.run({"ip", "route", "add", "default", "via", "10.8.2.1"});
   line_ = std::make_unique<PacketBridge>(middle_, "outer", "inner");
   setRoute(false);
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/NatRouter.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/PacketBridge.h"
 #include "tests/support/TurnServer.h"
@@ -19,7 +20,8 @@ namespace tevanto::test {
 ///     10.8.1.2       10.8.1.1   10.8.2.1                 10.8.2.2
 ///                    10.8.0.1: relay :8787, TURN :3478
 ///
-/// Home and away reach the internet; one another only while there is a route.
+/// Home and away reach the internet; one another only while there is a route. With routers, each of the two
+/// has a private address behind one, which has the address that is shown here.
 class AwayWorld {
  public:
   static constexpr const char* kHomeAddress = "10.8.1.2";
@@ -27,7 +29,7 @@ class AwayWorld {
   static constexpr const char* kRelayURL = "ws://10.8.0.1:8787";
 
   static bool permitted() { return NetworkNamespace::permitted(); }
-  AwayWorld();
+  explicit AwayWorld(std::optional<PortMapping> routers = std::nullopt);
 
   const NetworkNamespace& home() const { return home_; }
   const NetworkNamespace& internet() const { return internet_; }
@@ -52,6 +54,8 @@ class AwayWorld {
   NetworkNamespace internet_{"internet"};
   NetworkNamespace middle_{"line"};
   NetworkNamespace away_{"away"};
+  std::unique_ptr<NatRouter> homeRouter_;
+  std::unique_ptr<NatRouter> awayRouter_;
   std::unique_ptr<PacketBridge> line_;
   std::unique_ptr<TurnServer> turn_;
   std::unique_ptr<ChildProcess> relay_;
