@@ -62,6 +62,7 @@ class SelfHosting : public testing::Test {
     reachFrom(*home, "home0", "192.168.1.2");
     reachFrom(*away, "away0", "192.168.2.2");
     server = std::make_unique<test::EmptyServer>(*network);
+    makeClientPrograms();
     makeSecret();
     takeCertificate();
     startTurn();
@@ -151,22 +152,24 @@ class SelfHosting : public testing::Test {
     ASSERT_TRUE(listens) << proxy->readAll();
   }
 
-  /// A program for people who look the server's name up and trust its certificate.
-  std::string forClients(const std::string& program) const {
+  /// Programs for people who look the server's name up.
+  void makeClientPrograms() const {
     const auto hosts = folder / "hosts";
     test::fill(hosts,
                std::string("127.0.0.1 localhost\n") + kSelfHostedServer + " " + kSelfHostedName + "\n");
-    const auto path = folder / "programs" / std::filesystem::path(program).filename();
-    std::filesystem::create_directory(path.parent_path());
-    // A network's program sees files of its own where it mounts them.
-    test::fill(path,
-               "#!/bin/sh\nmount --bind " + hosts.string() + " /etc/hosts && exec " + program + " \"$@\"\n");
-    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
-    return path;
+    std::filesystem::create_directory(folder / "programs");
+    for (const std::string program : {TEVANTO_PROGRAM, TEVANTO_PHONE, "/bin/sh"}) {
+      // What runs in a network sees files of its own where it mounts them.
+      test::fill(forClients(program), "#!/bin/sh\nmount --bind " + hosts.string() + " /etc/hosts && exec " +
+                                          program + " \"$@\"\n");
+      std::filesystem::permissions(forClients(program), std::filesystem::perms::owner_all);
+    }
+  }
+  std::string forClients(const std::filesystem::path& program) const {
+    return folder / "programs" / program.filename();
   }
   std::unique_ptr<test::ChildProcess> beginAsClient(const test::NetworkNamespace& where,
                                                     const std::string& script) const {
-    for (const auto* program : {TEVANTO_PROGRAM, TEVANTO_PHONE}) forClients(program);
     const auto begin = "cd " + folder.path().string() + "; PATH=programs:$PATH\n";
     return std::make_unique<test::ChildProcess>(
         where.inside({forClients("/bin/sh"), "-e", "-c", begin + script}),
