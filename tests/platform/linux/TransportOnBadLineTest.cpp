@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -38,7 +39,15 @@ std::uint32_t numberIn(std::span<const std::byte> message) {
   return number;
 }
 
-class TransportOnBadLine : public TransportsInTwoNetworks {
+struct BadLine {
+  const char* name;
+  LineConditions conditions;
+};
+const BadLine kLines[] = {
+    {"narrow", {.loss = 0.02, .delay = 30ms, .bitsPerSecond = 1'000'000}},
+    {"narrowAndFar", {.loss = 0.05, .delay = 200ms, .reorder = 0.1, .bitsPerSecond = 1'000'000}}};
+
+class TransportOnBadLine : public TransportsInTwoNetworks, public ::testing::WithParamInterface<BadLine> {
  protected:
   void listen() override {
     phone->transport->onScreenData = [this](std::span<const std::byte> message) {
@@ -96,12 +105,12 @@ class TransportOnBadLine : public TransportsInTwoNetworks {
   std::vector<std::uint32_t> seen;
 };
 
-TEST_F(TransportOnBadLine, leavesFramesOutWhereTheyWouldHaveToWait) {
+TEST_P(TransportOnBadLine, leavesFramesOutWhereTheyWouldHaveToWait) {
   send(20);
   ASSERT_TRUE(arrives());
   EXPECT_EQ(taken.size(), 20U) << "a good line takes all";
 
-  world->line().set({.loss = 0.02, .delay = 30ms, .bitsPerSecond = 1'000'000});
+  world->line().set(GetParam().conditions);
   mostUnderWay = 0;
   send(300);
   EXPECT_LT(taken.size(), 20U + 250) << "the line takes a third at most";
@@ -121,6 +130,9 @@ TEST_F(TransportOnBadLine, leavesFramesOutWhereTheyWouldHaveToWait) {
   EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
   EXPECT_TRUE(std::includes(taken.begin(), taken.end(), seen.begin(), seen.end())) << "in order, each once";
 }
+
+INSTANTIATE_TEST_SUITE_P(Lines, TransportOnBadLine, ::testing::ValuesIn(kLines),
+                         [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace
 }  // namespace tevanto
