@@ -14,9 +14,9 @@
 #include <string>
 #include <thread>
 
+#include "bench/BareEngine.h"
 #include "core/EventLoop.h"
 #include "core/SerialQueue.h"
-#include "platform/linux/LibwebrtcEngine.h"
 
 namespace tevanto::bench {
 namespace {
@@ -58,7 +58,7 @@ class SetPromise : public webrtc::SetLocalDescriptionObserverInterface,
 /// One side: a peer and its channel, on which it counts what comes or sends it back.
 class Side final : public webrtc::PeerConnectionObserver, public webrtc::DataChannelObserver {
  public:
-  explicit Side(LibwebrtcEngine& engine) {
+  explicit Side(BareEngine& engine) {
     webrtc::PeerConnectionInterface::RTCConfiguration configuration;
     configuration.sdp_semantics = webrtc::SdpSemantics::kUnifiedPlan;
     configuration.tcp_candidate_policy = webrtc::PeerConnectionInterface::kTcpCandidatePolicyDisabled;
@@ -173,18 +173,11 @@ webrtc::DataBuffer messageOf(std::size_t bytes) {
 
 }  // namespace
 
-/// With an engine like the transports'.
+/// Each side with an engine of its own, as programs have them.
 class BareChannels::Pair {
  public:
   Pair() {
-    PeerEngineOptions options;
-    options.includeLoopback = true;
-    engine_ = LibwebrtcEngine::start(options);
-    if (!engine_) giveUp("no engine");
-    near = std::make_unique<Side>(*engine_);
-    far = std::make_unique<Side>(*engine_);
     near->openChannel();
-    engine_->call([&] { engine_->awaitSrtp(); });
     far->hear(near->describe(true));
     near->hear(far->describe(false));
     near->awaitOpen();
@@ -199,11 +192,12 @@ class BareChannels::Pair {
   Pair& operator=(const Pair&) = delete;
 
  private:
-  std::shared_ptr<LibwebrtcEngine> engine_;
+  BareEngine nearEngine_, farEngine_;
 
  public:
   const std::shared_ptr<EventLoop> program = EventLoop::background(1);
-  std::unique_ptr<Side> near, far;
+  const std::unique_ptr<Side> near = std::make_unique<Side>(nearEngine_);
+  const std::unique_ptr<Side> far = std::make_unique<Side>(farEngine_);
   std::uint64_t tripsDone = 0;
 };
 

@@ -63,13 +63,14 @@ class MemoryRelay final : public RelaySignaling {
   std::atomic<bool> isIn_ = false;
 };
 
-/// One end, and what has come to it.
+/// One end, and what has come to it. It has a loop and an engine of its own, which signals on that loop, as
+/// the programs do.
 class End {
  public:
-  End(const std::shared_ptr<PeerConnectionFactory>& peers, TransportRole role) : role_(role) {
+  explicit End(TransportRole role) : role_(role) {
     transport_ = WebRTCTransport::create({.stateQueue = loop_->makeQueue("transport"),
                                           .mainQueue = mainQueue_,
-                                          .peers = peers,
+                                          .peers = peers_,
                                           .relay = relay_,
                                           .cloud = std::make_shared<test::FakeCloudSignaling>(),
                                           .rememberIceServers = [](const auto&) {}},
@@ -90,6 +91,10 @@ class End {
   }
   ~End() {
     transport_->stop();
+    transport_ = nullptr;
+    // What the transport leaves behind ends in turns of the loop.
+    for (int turn = 0; turn < 3; ++turn) mainQueue_->sync([] {});
+    peers_->release();
     loop_->stop();
   }
   End(const End&) = delete;
@@ -141,6 +146,11 @@ class End {
   const std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   const std::shared_ptr<SerialQueue> mainQueue_ = loop_->makeQueue("main");
   const std::shared_ptr<MemoryRelay> relay_ = std::make_shared<MemoryRelay>(loop_->makeQueue("relay"));
+  const std::shared_ptr<LoadedPeers> peers_ =
+      std::make_shared<LoadedPeers>(PeerEngineOptions{.includeLoopback = true,
+                                                      .verbose = false,
+                                                      .log = {},
+                                                      .signalingQueue = loop_->makeQueue("peer-signaling")});
   std::shared_ptr<WebRTCTransport> transport_;
   std::mutex mutex_;  // guards what is counted
   std::condition_variable changed_;
@@ -153,8 +163,8 @@ class End {
 };
 
 /// Frames of the screen, as fast as the drop rule admits them.
-Throughput transportThroughput(const std::shared_ptr<PeerConnectionFactory>& peers) {
-  End phone(peers, TransportRole::offerer), computer(peers, TransportRole::answerer);
+Throughput transportThroughput() {
+  End phone(TransportRole::offerer), computer(TransportRole::answerer);
   End::connect(phone, computer);
   const auto frame = videoFrameMessage(std::vector<std::byte>(kFrame), false);
   const auto start = Clock::now();
@@ -176,11 +186,11 @@ struct Trips {
 /// A message of 118 bytes there and back: on a bare channel whose other end is an engine's thread, on one
 /// whose other end is a program, and on the control channel of two transports. Turns are short, so that a
 /// noisy moment of the machine hits all three.
-Trips roundTrips(const std::shared_ptr<PeerConnectionFactory>& peers) {
+Trips roundTrips() {
   const auto command = decodeRemoteMessage(
       R"({"type":"command","token":"0A4E7C52-3A51-4D8C-9C1F-5B7C0E6C6F11","command":{"type":"insertText","text":"eleven more"}})");
   BareChannels bare(Echo::fromEngine), program(Echo::fromProgram);
-  End phone(peers, TransportRole::offerer), computer(peers, TransportRole::answerer);
+  End phone(TransportRole::offerer), computer(TransportRole::answerer);
   End::connect(phone, computer);
   Trips trips;
   for (int turn = 0; turn < kTurns; ++turn) {
@@ -194,19 +204,16 @@ Trips roundTrips(const std::shared_ptr<PeerConnectionFactory>& peers) {
 }  // namespace
 
 int main() {
-  PeerEngineOptions options;
-  options.includeLoopback = true;
-  const auto peers = std::make_shared<LoadedPeers>(options);
   std::vector<double> bareRate, rate, bareLoad, load;
   for (int round = 0; round < (getenv("TRIPS_ONLY") ? 1 : kRounds); ++round) {
     const auto bare = BareChannels().throughput(kDuration);
-    const auto ours = transportThroughput(peers);
+    const auto ours = transportThroughput();
     bareRate.push_back(bare.bytesPerSecond / 1e6);
     rate.push_back(ours.bytesPerSecond / 1e6);
     bareLoad.push_back(bare.processorPerSecond);
     load.push_back(ours.processorPerSecond);
   }
-  const auto trips = roundTrips(peers);
+  const auto trips = roundTrips();
   std::printf(
       "{\"bareMBPerSecond\": %.2f, \"transportMBPerSecond\": %.2f, \"bareProcessors\": %.2f, "
       "\"transportProcessors\": %.2f, \"bareRoundTripUs\": %.1f, \"programRoundTripUs\": %.1f, "

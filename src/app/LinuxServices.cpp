@@ -152,7 +152,7 @@ struct LinuxServices::Parts {
   std::unique_ptr<DeployedTransports> makeTransports() {
     const auto settings = linuxDeployment(defaults, sink);
     if (!DeployedTransports::canMeet(settings)) return nullptr;
-    peers = linuxPeers(sink, options.loopbackOnly);
+    peers = linuxPeers(sink, options.loopbackOnly, loops.network->makeQueue("peer-signaling"));
     return std::make_unique<DeployedTransports>(
         DeployedTransports::Environment{
             .loop = loops.network, .mainQueue = queues.main, .defaults = defaults, .log = sink},

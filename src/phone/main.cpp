@@ -37,7 +37,7 @@ Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
 class Away {
  public:
   Away(tevanto::UserDefaults& defaults, const std::shared_ptr<tevanto::LogSink>& log)
-      : peers_(tevanto::linuxPeers(log, true)),
+      : peers_(tevanto::linuxPeers(log, true, loop_->makeQueue("peer-signaling"))),
         transports_({.loop = loop_, .mainQueue = mainQueue_, .defaults = defaults, .log = log},
                     {.settings = tevanto::linuxDeployment(defaults, log), .peers = peers_}) {}
   ~Away() { loop_->stop(); }

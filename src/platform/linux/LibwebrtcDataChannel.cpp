@@ -20,24 +20,24 @@ LibwebrtcDataChannel::LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engi
 
 LibwebrtcDataChannel::~LibwebrtcDataChannel() {
   link_->setObserver({});
-  engine_->post([link = link_] { link->disconnect(); });
+  engine_->signaling().post([link = link_] { link->disconnect(); });
 }
 
 bool LibwebrtcDataChannel::send(std::span<const std::byte> message) {
   if (!link_->reserve(message.size())) return false;
   rtc::CopyOnWriteBuffer copy(reinterpret_cast<const std::uint8_t*>(message.data()), message.size());
-  engine_->post([link = link_, copy = std::move(copy)] { link->send(copy); });
+  engine_->signaling().dispatch([link = link_, copy = std::move(copy)] { link->send(copy); });
   return true;
 }
 
 void LibwebrtcDataChannel::setObserver(std::weak_ptr<Observer> observer) {
   link_->setObserver(std::move(observer));
-  engine_->post([link = link_] { link->deliverEarly(); });
+  engine_->signaling().post([link = link_] { link->deliverEarly(); });
 }
 
 void LibwebrtcDataChannel::close() {
   link_->closeSoon();
-  engine_->post([link = link_] { link->close(); });
+  engine_->signaling().post([link = link_] { link->close(); });
 }
 
 }  // namespace tevanto

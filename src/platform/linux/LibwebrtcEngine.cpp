@@ -16,30 +16,28 @@ std::shared_ptr<LibwebrtcEngine> LibwebrtcEngine::start(const PeerEngineOptions&
   return engine->factory_ ? engine : nullptr;
 }
 
-LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options) : log_(options) {
+LibwebrtcEngine::LibwebrtcEngine(const PeerEngineOptions& options)
+    : log_(options),
+      network_(std::make_unique<LibwebrtcSocketServer>()),
+      worker_(std::make_unique<rtc::NullSocketServer>()),
+      ownLoop_(options.signalingQueue ? nullptr : EventLoop::background(1)),
+      signaling_(ownLoop_ ? ownLoop_->makeQueue("peer-signaling") : options.signalingQueue) {
   rtc::InitializeSSL();
-  startThreads();
+  network_.SetName("peer-network", nullptr);
+  worker_.SetName("peer-worker", nullptr);
+  for (auto* thread : {&network_, &worker_}) thread->Start();
   keepSrtpReady();
   makeFactory(options.includeLoopback);
 }
 
 LibwebrtcEngine::~LibwebrtcEngine() {
   // What was posted holds objects of the engine, which can only end while its threads run.
-  call([this] { awaitSrtp(); });
-  factory_ = nullptr;
-  signaling_->Stop();
-  worker_->Stop();
-  network_->Stop();
-}
-
-void LibwebrtcEngine::startThreads() {
-  network_ = std::make_unique<rtc::Thread>(std::make_unique<LibwebrtcSocketServer>());
-  worker_ = rtc::Thread::Create();
-  signaling_ = rtc::Thread::Create();
-  network_->SetName("peer-network", nullptr);
-  worker_->SetName("peer-worker", nullptr);
-  signaling_->SetName("peer-signaling", nullptr);
-  for (auto* thread : {network_.get(), worker_.get(), signaling_.get()}) thread->Start();
+  signaling_.finish([this] {
+    awaitSrtp();
+    factory_ = nullptr;
+  });
+  worker_.Stop();
+  network_.Stop();
 }
 
 /// Every connection comes with SRTP, which data channels never use. Its library tests its ciphers whenever it
@@ -59,10 +57,10 @@ void LibwebrtcEngine::awaitSrtp() {
 
 void LibwebrtcEngine::makeFactory(bool includeLoopback) {
   webrtc::PeerConnectionFactoryDependencies parts;
-  parts.network_thread = network_.get();
-  parts.worker_thread = worker_.get();
-  parts.signaling_thread = signaling_.get();
-  parts.sctp_factory = std::make_unique<ShallowSctpTransportFactory>(network_.get());
+  parts.network_thread = &network_;
+  parts.worker_thread = &worker_;
+  parts.signaling_thread = &signaling_.thread();
+  parts.sctp_factory = std::make_unique<ShallowSctpTransportFactory>(&network_);
   factory_ = webrtc::CreateModularPeerConnectionFactory(std::move(parts));
   if (!factory_ || !includeLoopback) return;
   webrtc::PeerConnectionFactoryInterface::Options options;
@@ -71,7 +69,7 @@ void LibwebrtcEngine::makeFactory(bool includeLoopback) {
 }
 
 bool LibwebrtcEngine::isOnOwnThread() const {
-  return signaling_->IsCurrent() || network_->IsCurrent() || worker_->IsCurrent();
+  return signaling_.isCurrent() || network_.IsCurrent() || worker_.IsCurrent();
 }
 
 void LibwebrtcEngine::end(LibwebrtcEngine* engine) {

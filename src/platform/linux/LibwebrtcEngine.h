@@ -8,7 +8,9 @@
 #include <thread>
 #include <utility>
 
+#include "core/EventLoop.h"
 #include "platform/linux/LibwebrtcLog.h"
+#include "platform/linux/LibwebrtcSignaling.h"
 #include "platform/linux/PeerEngineOptions.h"
 
 namespace tevanto {
@@ -30,29 +32,20 @@ class LibwebrtcEngine {
   /// itself.
   void awaitSrtp();
 
-  /// On the signaling thread, later, in the order of these calls.
-  template <class F>
-  void post(F&& task) {
-    signaling_->PostTask(std::forward<F>(task));
-  }
-  /// On the signaling thread, now; waits for it.
-  template <class F>
-  auto call(F&& function) {
-    return signaling_->BlockingCall(std::forward<F>(function));
-  }
+  LibwebrtcSignaling& signaling() { return signaling_; }
 
  private:
   explicit LibwebrtcEngine(const PeerEngineOptions& options);
-  void startThreads();
   void makeFactory(bool includeLoopback);
   void keepSrtpReady();
   bool isOnOwnThread() const;
   static void end(LibwebrtcEngine* engine);
 
   LibwebrtcLog log_;
-  std::unique_ptr<rtc::Thread> network_;
-  std::unique_ptr<rtc::Thread> worker_;
-  std::unique_ptr<rtc::Thread> signaling_;
+  rtc::Thread network_;
+  rtc::Thread worker_;
+  const std::shared_ptr<EventLoop> ownLoop_;  // null where the program has one for it
+  LibwebrtcSignaling signaling_;
   rtc::scoped_refptr<webrtc::PeerConnectionFactoryInterface> factory_;
   std::thread preparing_;                       // joined on the signaling thread
   std::unique_ptr<cricket::SrtpSession> srtp_;  // that thread's, while it runs

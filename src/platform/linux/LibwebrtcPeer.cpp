@@ -48,7 +48,7 @@ std::shared_ptr<LibwebrtcPeer> LibwebrtcPeer::create(
     std::weak_ptr<tevanto::PeerConnectionObserver> observer) {
   auto link = std::make_shared<LibwebrtcPeerLink>(engine, std::move(observer));
   const auto opened =
-      engine->call([&] { return link->open(engine->factory(), configurationOf(configuration)); });
+      engine->signaling().call([&] { return link->open(engine->factory(), configurationOf(configuration)); });
   if (!opened) return nullptr;
   return std::shared_ptr<LibwebrtcPeer>(new LibwebrtcPeer(std::move(engine), std::move(link)));
 }
@@ -60,7 +60,7 @@ LibwebrtcPeer::~LibwebrtcPeer() { close(); }
 
 template <class F>
 void LibwebrtcPeer::withConnection(F&& function) {
-  engine_->post([link = link_, function = std::forward<F>(function)]() mutable {
+  engine_->signaling().post([link = link_, function = std::forward<F>(function)]() mutable {
     if (auto* connection = link->connection()) function(*connection, link);
   });
 }
@@ -112,7 +112,7 @@ std::shared_ptr<DataChannel> LibwebrtcPeer::createDataChannel(const std::string&
   webrtc::DataChannelInit parameters;
   parameters.ordered = options.ordered;
   if (options.maxRetransmits) parameters.maxRetransmits = *options.maxRetransmits;
-  return engine_->call([&]() -> std::shared_ptr<DataChannel> {
+  return engine_->signaling().call([&]() -> std::shared_ptr<DataChannel> {
     auto* connection = link_->connection();
     if (!connection) return nullptr;
     auto made = connection->CreateDataChannelOrError(label, &parameters);
@@ -128,7 +128,7 @@ void LibwebrtcPeer::statistics(StatisticsHandler done) {
 
 void LibwebrtcPeer::close() {
   link_->shut();
-  engine_->post([link = link_] {
+  engine_->signaling().post([link = link_] {
     if (link->connection()) link->end();
   });
 }

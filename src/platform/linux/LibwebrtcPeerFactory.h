@@ -14,9 +14,11 @@ class LibwebrtcEngine;
 /// three threads start with the first peer and stay until this and all of its peers and channels are gone;
 /// one factory serves a whole process.
 ///
-/// All calls to the engine are made on its signaling thread. A call of ours passes them on and does not wait,
-/// besides `create` and `createDataChannel`, whose results are needed at once. Callbacks come on the same
-/// thread, so that a callback may call everything here, `close` included, and may let go of its peer.
+/// All calls to the engine are made on its signaling thread, which is that of a loop of the program where one
+/// was given. A call of ours passes them on and does not wait, besides `create` and `createDataChannel`, whose
+/// results are needed at once; a message that is sent on that thread is handed over at once as well. Callbacks
+/// come on the same thread, so that a callback may call everything here, `close` included, and may let go of
+/// its peer.
 class LibwebrtcPeerFactory final : public PeerConnectionFactory {
  public:
   explicit LibwebrtcPeerFactory(PeerEngineOptions options);

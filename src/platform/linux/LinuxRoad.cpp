@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxRoad.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "platform/linux/MainBundle.h"
 
@@ -10,11 +11,13 @@ DeploymentSettings linuxDeployment(const UserDefaults& defaults, const std::shar
   return {mainBundleInfo(Logger(log, "webrtc")), defaults};
 }
 
-std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback) {
+std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback,
+                                        std::shared_ptr<SerialQueue> signalingQueue) {
   return std::make_shared<LoadedPeers>(
       PeerEngineOptions{.includeLoopback = includeLoopback,
                         .verbose = std::getenv("TEVANTO_ENGINE_LOG") != nullptr,
-                        .log = Logger(log, "webrtc")});
+                        .log = Logger(log, "webrtc"),
+                        .signalingQueue = std::move(signalingQueue)});
 }
 
 }  // namespace tevanto

@@ -16,6 +16,8 @@ DeploymentSettings linuxDeployment(const UserDefaults& defaults, const std::shar
 /// The peer connections of this program; their engine is loaded with the first of them. `includeLoopback`:
 /// also offer the addresses of the loopback interface, for peers on one computer. What the engine says of
 /// itself goes to the log where the environment has `TEVANTO_ENGINE_LOG`.
-std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback);
+/// `signalingQueue`: see `PeerEngineOptions`.
+std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback,
+                                        std::shared_ptr<SerialQueue> signalingQueue = nullptr);
 
 }  // namespace tevanto

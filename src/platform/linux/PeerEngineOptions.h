@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
+
 #include "core/Log.h"
+#include "core/SerialQueue.h"
 
 namespace tevanto {
 
@@ -11,6 +14,10 @@ struct PeerEngineOptions {
   /// Passes on what the engine says of itself, at its own levels; otherwise it says nothing.
   bool verbose = false;
   Logger log;
+  /// Where the engine signals, and calls back: a queue for this alone, of a loop with one thread that has no
+  /// other engine and runs until this one is gone. Messages come and go fastest where it is the loop of those
+  /// who send and get them. Null: on a thread of its own.
+  std::shared_ptr<SerialQueue> signalingQueue;
 };
 
 }  // namespace tevanto

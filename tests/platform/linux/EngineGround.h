@@ -15,15 +15,23 @@ namespace tevanto::test {
 /// Ground for transports on the real engine, on the loopback interface.
 class EngineGround : public ::testing::Test {
  protected:
+  enum class Threads {
+    several,  // transports and engine on threads of their own: nothing relies on another's order
+    one,      // all on one loop, as in the programs
+  };
+
+  explicit EngineGround(Threads threads) : isOneLoop(threads == Threads::one) {}
   ~EngineGround() override {
     // What a pair has left the engine to do must not meet the libraries' cleanup at the exit.
     EXPECT_TRUE(rests());
+    ground.peers.reset();
     for (const auto& loop : {mainLoop, work}) loop->stop();
   }
 
-  static PeerEngineOptions onLoopback() {
+  PeerEngineOptions engineOptions() {
     PeerEngineOptions options;
     options.includeLoopback = true;
+    if (isOneLoop) options.signalingQueue = mainLoop->makeQueue("peer-signaling");
     return options;
   }
   /// A busy machine takes its time.
@@ -61,12 +69,15 @@ class EngineGround : public ::testing::Test {
     }
   }
 
+  const bool isOneLoop;
   std::shared_ptr<EventLoop> mainLoop = EventLoop::background(1);
   std::shared_ptr<EventLoop> work = EventLoop::background(2);
-  TransportGround ground{.main = mainLoop->makeQueue("main"),
-                         .relay = work->makeQueue("relay"),
-                         .makeStateQueue = [this] { return work->makeQueue("tevanto.webrtc.transport"); },
-                         .peers = std::make_shared<LoadedPeers>(onLoopback())};
+  TransportGround ground{
+      .main = mainLoop->makeQueue("main"),
+      .relay = work->makeQueue("relay"),
+      .makeStateQueue = [loop = isOneLoop ? mainLoop
+                                          : work] { return loop->makeQueue("tevanto.webrtc.transport"); },
+      .peers = std::make_shared<LoadedPeers>(engineOptions())};
 };
 
 }  // namespace tevanto::test

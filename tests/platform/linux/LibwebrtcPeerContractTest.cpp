@@ -3,7 +3,10 @@
 #include "tests/platform/contracts/PeerConnectionContract.h"
 
 #include <future>
+#include <optional>
+#include <utility>
 
+#include "core/EventLoop.h"
 #include "platform/linux/LoadedPeers.h"
 
 namespace tevanto::test {
@@ -15,9 +18,37 @@ PeerEngineOptions onLoopback() {
   return options;
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, PeerConnectionContract,
-                         testing::Values(PeerImplementation{
-                             "libwebrtc", [] { return std::make_unique<LoadedPeers>(onLoopback()); }}));
+/// Peers of an engine that signals on a loop of the program.
+class PeersOnALoop final : public PeerConnectionFactory {
+ public:
+  PeersOnALoop() {
+    auto options = onLoopback();
+    options.signalingQueue = loop_->makeQueue("peer-signaling");
+    peers_.emplace(options);
+  }
+  ~PeersOnALoop() override {
+    peers_.reset();
+    loop_->stop();
+  }
+  PeersOnALoop(const PeersOnALoop&) = delete;
+  PeersOnALoop& operator=(const PeersOnALoop&) = delete;
+
+  std::shared_ptr<PeerConnection> create(const PeerConfiguration& configuration,
+                                         std::weak_ptr<PeerConnectionObserver> observer) override {
+    return peers_->create(configuration, std::move(observer));
+  }
+
+ private:
+  const std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
+  std::optional<LoadedPeers> peers_;
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Engines, PeerConnectionContract,
+    testing::Values(PeerImplementation{"libwebrtc",
+                                       [] { return std::make_unique<LoadedPeers>(onLoopback()); }},
+                    PeerImplementation{"libwebrtcOnALoop", [] { return std::make_unique<PeersOnALoop>(); }}),
+    [](const auto& implementation) { return implementation.param.name; });
 
 /// Keeps the engine's thread in a completion: nothing goes to the network meanwhile.
 class HeldEngine {

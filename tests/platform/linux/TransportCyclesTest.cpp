@@ -21,6 +21,8 @@ constexpr int kSessions = 1000;
 
 class TransportCycles : public EngineGround {
  protected:
+  TransportCycles() : EngineGround(Threads::one) {}
+
   void sessions(int count) {
     for (int done = 0; done < count && !HasFatalFailure(); done += kAtOnce) cycle(kAtOnce);
     ASSERT_TRUE(rests());

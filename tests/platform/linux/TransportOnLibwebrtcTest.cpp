@@ -16,9 +16,15 @@ namespace {
 
 using namespace test;
 
-class TransportOnLibwebrtc : public EngineGround {};
+class TransportOnLibwebrtc : public EngineGround, public testing::WithParamInterface<bool> {
+ protected:
+  TransportOnLibwebrtc() : EngineGround(GetParam() ? Threads::one : Threads::several) {}
+};
 
-TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
+INSTANTIATE_TEST_SUITE_P(OnThreads, TransportOnLibwebrtc, testing::Bool(),
+                         [](const auto& isOneLoop) { return isOneLoop.param ? "one" : "several"; });
+
+TEST_P(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   TransportPair pair(ground);
   std::atomic<int> routes = 0;
   pair.phone.transport->onRelayRouteChanged = [&](bool) { ++routes; };
@@ -44,7 +50,7 @@ TEST_F(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   ground.main->sync([] {});
 }
 
-TEST_F(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
+TEST_P(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
   TransportPair pair(ground);
   pair.start();
   ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
@@ -59,7 +65,7 @@ TEST_F(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
   again.transport->stop();
 }
 
-TEST_F(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady) {
+TEST_P(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady) {
   for (int round = 0; round < 10; ++round) {
     TransportPair pair(ground);
     // As soon as it can: the other side may not have met the control channel yet.
@@ -74,7 +80,7 @@ TEST_F(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady
   }
 }
 
-TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
+TEST_P(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
   TransportPair pair(ground);
   pair.start();
   ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
@@ -84,7 +90,7 @@ TEST_F(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
   pair.computer.transport->stop();
 }
 
-TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
+TEST_P(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
   cycle();
   ASSERT_TRUE(rests());
   const auto threads = threadCount();
@@ -96,7 +102,7 @@ TEST_F(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
       << threadCount() - threads << " threads, " << openDescriptors() - descriptors << " descriptors";
 }
 
-TEST_F(TransportOnLibwebrtc, aHundredStopAtOnce) {
+TEST_P(TransportOnLibwebrtc, aHundredStopAtOnce) {
   std::vector<std::unique_ptr<TransportPair>> pairs;
   for (int batch = 0; batch < 5; ++batch) {
     // Ten at a time, or on a busy machine the engine gives up some whose checks take too long.

@@ -1,0 +1,202 @@
+// The engine's signaling thread on a loop of ours.
+
+#include "platform/linux/LibwebrtcSignaling.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "core/EventLoop.h"
+#include "tests/support/Eventually.h"
+
+namespace tevanto {
+namespace {
+
+using namespace std::chrono_literals;
+using test::eventually;
+using webrtc::TimeDelta;
+
+std::chrono::microseconds processorTimeOfThisThread() {
+  rusage usage{};
+  ::getrusage(RUSAGE_THREAD, &usage);
+  const auto of = [](const timeval& time) {
+    return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+  };
+  return of(usage.ru_utime) + of(usage.ru_stime);
+}
+
+class LibwebrtcSignalingTest : public testing::Test {
+ protected:
+  ~LibwebrtcSignalingTest() override {
+    signaling_.reset();
+    loop_->stop();
+  }
+
+  void post(std::string name) {
+    signaling_->post([this, name = std::move(name)] { done_ += name; });
+  }
+  void postLater(std::string name, std::chrono::milliseconds delay) {
+    signaling_->thread().PostDelayedTask([this, name = std::move(name)] { done_ += name; },
+                                         TimeDelta::Millis(delay.count()));
+  }
+  /// What has run so far, in its order.
+  std::string done() {
+    return signaling_->call([this] { return done_; });
+  }
+  /// Keeps the loop in a task of its own until the end of this.
+  class HeldLoop {
+   public:
+    explicit HeldLoop(SerialQueue& queue) {
+      std::promise<void> entered;
+      queue.async([&entered, released = released_.get_future().share()] {
+        entered.set_value();
+        released.wait();
+      });
+      entered.get_future().wait();
+    }
+    ~HeldLoop() { released_.set_value(); }
+    HeldLoop(const HeldLoop&) = delete;
+    HeldLoop& operator=(const HeldLoop&) = delete;
+
+   private:
+    std::promise<void> released_;
+  };
+
+  const std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
+  const std::shared_ptr<SerialQueue> other_ = loop_->makeQueue("other");
+  std::optional<LibwebrtcSignaling> signaling_{std::in_place, loop_->makeQueue("signaling")};
+  std::string done_;  // the loop's
+};
+
+TEST_F(LibwebrtcSignalingTest, isTheThreadOfItsLoop) {
+  EXPECT_FALSE(signaling_->isCurrent());
+  other_->sync([&] {
+    EXPECT_TRUE(signaling_->isCurrent());
+    EXPECT_EQ(rtc::Thread::Current(), &signaling_->thread());
+    EXPECT_EQ(webrtc::TaskQueueBase::Current(), &signaling_->thread());
+  });
+}
+
+TEST_F(LibwebrtcSignalingTest, beginsOnItsOwnLoopToo) {
+  const auto loop = EventLoop::background(1);
+  loop->makeQueue("first")->sync([&] {
+    LibwebrtcSignaling signaling(loop->makeQueue("signaling"));
+    EXPECT_TRUE(signaling.isCurrent());
+  });
+  loop->stop();
+}
+
+TEST_F(LibwebrtcSignalingTest, runsWhatIsPostedInItsOrder) {
+  {
+    const HeldLoop held(*other_);
+    for (const auto* name : {"a", "b", "c"}) post(name);
+  }
+  EXPECT_EQ(done(), "abc");
+}
+
+TEST_F(LibwebrtcSignalingTest, runsWhatATaskPosts) {
+  std::promise<void> last;
+  signaling_->post([&] { signaling_->post([&] { last.set_value(); }); });
+  last.get_future().wait();
+}
+
+TEST_F(LibwebrtcSignalingTest, runsWhatIsPostedForLaterWhenItIsDue) {
+  postLater("b", 40ms);
+  postLater("a", 5ms);  // before the one that the loop waits for already
+  postLater("c", 80ms);
+  EXPECT_TRUE(eventually([&] { return done() == "abc"; }));
+}
+
+TEST_F(LibwebrtcSignalingTest, callsFromAnyThread) {
+  EXPECT_EQ(signaling_->call([&] { return signaling_->isCurrent(); }), true);
+  other_->sync([&] { EXPECT_EQ(signaling_->call([] { return 7; }), 7); });
+}
+
+TEST_F(LibwebrtcSignalingTest, dispatchesAtOnceOnItsThreadAndElseInTurn) {
+  other_->sync([&] {
+    post("b");
+    signaling_->dispatch([&] { done_ += "a"; });
+    EXPECT_EQ(done_, "a");
+  });
+  {
+    const HeldLoop held(*other_);
+    post("c");
+    signaling_->dispatch([&] { done_ += "d"; });
+  }
+  EXPECT_EQ(done(), "abcd");
+}
+
+TEST_F(LibwebrtcSignalingTest, sleepsWhileAnotherThreadOfTheEngineWorks) {
+  const auto network = rtc::Thread::Create();
+  network->Start();
+  other_->sync([&] {
+    const auto start = std::chrono::steady_clock::now();
+    const auto before = processorTimeOfThisThread();
+    network->BlockingCall([&] {
+      post("meanwhile");
+      postLater(" and later", 1ms);
+      std::this_thread::sleep_for(100ms);  // its work
+    });
+    EXPECT_LT(processorTimeOfThisThread() - before, (std::chrono::steady_clock::now() - start) / 2);
+    EXPECT_EQ(done_, "");
+  });
+  EXPECT_TRUE(eventually([&] { return done() == "meanwhile and later"; }));
+}
+
+TEST_F(LibwebrtcSignalingTest, finishesWithWhatWasPostedAndGivesTheThreadBack) {
+  for (const bool onTheLoop : {false, true}) {
+    SCOPED_TRACE(onTheLoop);
+    done_.clear();
+    const auto finish = [&] {
+      for (const auto* name : {"a", "b"}) post(name);
+      signaling_->finish([&] { done_ += "."; });
+    };
+    if (onTheLoop) {
+      other_->sync(finish);
+    } else {
+      finish();
+    }
+    EXPECT_EQ(done_, "ab.");
+    other_->sync([] { EXPECT_EQ(rtc::Thread::Current(), nullptr); });
+    signaling_.emplace(loop_->makeQueue("next"));
+    EXPECT_EQ(signaling_->call([&] { return signaling_->isCurrent(); }), true);
+  }
+}
+
+TEST_F(LibwebrtcSignalingTest, isNotWokenUpAfterItsEnd) {
+  postLater("never", 1ms);
+  std::thread ending;
+  {
+    const HeldLoop held(*other_);
+    post("a");  // whose turn comes before the end, which runs more than it
+    ending = std::thread([&] { signaling_->finish([this] { post("after the last"); }); });
+  }
+  ending.join();
+  signaling_.reset();
+  other_->sync([] {});
+  EXPECT_EQ(done_.substr(0, 1), "a");
+  EXPECT_EQ(done_.find("after"), std::string::npos);
+}
+
+TEST_F(LibwebrtcSignalingTest, finishesOnTheCallersThreadWhereTheLoopHasEnded) {
+  loop_->stop();
+  post("a");
+  postLater("never", 1h);
+  signaling_->finish([&] {
+    EXPECT_EQ(rtc::Thread::Current(), &signaling_->thread());
+    EXPECT_EQ(webrtc::TaskQueueBase::Current(), &signaling_->thread());
+    done_ += ".";
+  });
+  EXPECT_EQ(done_, "a.");
+  EXPECT_EQ(rtc::Thread::Current(), nullptr);
+  EXPECT_EQ(webrtc::TaskQueueBase::Current(), nullptr);
+}
+
+}  // namespace
+}  // namespace tevanto
