@@ -41,7 +41,9 @@ TEST_F(ControlOnBadLine, everyMessageArrivesOnceAndInOrder) {
       SCOPED_TRACE("loss " + std::to_string(loss) + ", delay " + std::to_string(delay.count()) + " ms");
       world->line().set({.loss = loss, .delay = delay, .reorder = 0.1});
       say(kMessages, kPacketful);
-      if (loss < 0.1) say(1, 70'000);  // in chunks; of so many packets too many are lost on the worst line
+      // In chunks. It arrives on the worst lines as well, in the same session, but late: with a quarter lost
+      // it took 6 s without a delay, 35 s at 50 ms and 278 s at 200 ms.
+      if (loss < 0.1 || delay == 0ms) say(1, 60'100);
       ASSERT_TRUE(isHeard()) << computer->heard->numbered << " and " << phone->heard->numbered << " of "
                              << said;
     }
