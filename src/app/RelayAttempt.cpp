@@ -1,6 +1,7 @@
 #include "app/RelayAttempt.h"
 
 #include <chrono>
+#include <functional>
 #include <utility>
 
 #include "core/FirstAnswer.h"
@@ -88,7 +89,7 @@ Result<std::vector<RemoteIceServerConfig>> tryCredentials(HttpClient& http,
   auto servers = decodeRemoteIceServersResponse(response.body);
   if (!servers)
     return noCredentials(relayURL, "it answers with the status " + std::to_string(response.status));
-  std::erase_if(*servers, [](const RemoteIceServerConfig& server) { return !isTURNServer(server); });
+  std::erase_if(*servers, std::not_fn(isTURNServer));
   return std::move(*servers);
 }
 

@@ -1,5 +1,6 @@
 #include "p2p/RemoteIceServerPersistentCache.h"
 
+#include <functional>
 #include <span>
 #include <utility>
 
@@ -18,7 +19,7 @@ std::string_view textOf(const DefaultsData& data) {
 }
 
 std::vector<RemoteIceServerConfig> turnServersOf(std::vector<RemoteIceServerConfig> servers) {
-  std::erase_if(servers, [](const auto& server) { return !hasTURNServer({server}); });
+  std::erase_if(servers, std::not_fn(isTURNServer));
   return servers;
 }
 
