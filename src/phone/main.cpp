@@ -53,9 +53,9 @@ class Away {
           "No relay is known at which to meet the companion. Name the one that it waits at: "
           "TEVANTO_RELAY_URLS=wss://relay.example.org"};
     }
-    // The call waits for it, and it would wait for whatever else is loaded at that moment. Where it cannot be
-    // loaded, the call says so.
-    (void)peers_->load();
+    // The call waits for it, and it would wait for whatever else is loaded at that moment.
+    const auto loaded = peers_->load();
+    if (!loaded.ok()) return Failure{loaded.error()};
     return AwayLink::Environment{
         mainQueue_, [this](const std::string& room) {
           auto made = transports_.factory().makeOfferer(room);

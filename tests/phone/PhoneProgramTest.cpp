@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,20 @@ TEST_F(PhoneProgramTest, pairsOnceAndIsKnownFromThenOn) {
   EXPECT_EQ(paired.output, "Paired with Desk.\n");
   EXPECT_EQ(run({"mute"}).exitStatus, 0);
   EXPECT_EQ(run({"state"}).exitStatus, 0);
+}
+
+TEST_F(PhoneProgramTest, doesNotCallWithoutTheEngine) {
+  // The engine's module lies beside the folder of the program.
+  const test::TemporaryFolder folder;
+  std::filesystem::create_directory(folder / "bin");
+  std::filesystem::copy_file(TEVANTO_PHONE, folder / "bin" / "tevanto-phone");
+  const auto result = test::runProgram({(folder / "bin" / "tevanto-phone").string(), "--away",
+                                        "9F1D7E52-6F0B-4C43-8C59-6E0E3C3E4D11", "--timeout", "3600", "hello"},
+                                       {.environment = {{"XDG_CONFIG_HOME", configuration_.path().string()},
+                                                        {"TEVANTO_RELAY_URLS", "ws://127.0.0.1:9"}},
+                                        .mergeErrors = true});
+  EXPECT_NE(result.exitStatus, 0);
+  EXPECT_THAT(result.output, HasSubstr("A part of this program cannot be loaded: peers"));
 }
 
 TEST_F(PhoneProgramTest, keepsTheTokenToItself) {
