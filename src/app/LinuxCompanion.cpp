@@ -162,7 +162,8 @@ class LinuxCompanion {
     terminal_.stopFollowing();
     services_.networkQueue()->async([socket = std::shared_ptr(std::move(controlSocket_))] {});
     application_.applicationWillTerminate();
-    impatience_ = services_.mainQueue()->asyncAfter(kEndingPatience, [] {
+    // On a thread that nothing holds up.
+    impatience_ = patience_->makeQueue("patience")->asyncAfter(kEndingPatience, [] {
       complain("Something in the background does not end; leaving it behind.");
       std::_Exit(static_cast<int>(ExitCode::done));
     });
@@ -194,6 +195,7 @@ class LinuxCompanion {
   const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
   Timer giving_;
+  const std::shared_ptr<EventLoop> patience_ = EventLoop::background(1);
   Timer impatience_;
   std::thread ending_;
 };

@@ -81,7 +81,8 @@ class DataChannel {
   virtual DataChannelState state() const = 0;
   /// Bytes given to `send` that the network has not taken yet.
   virtual std::uint64_t bufferedAmount() const = 0;
-  /// Sends one binary message; false when the channel is not open or its buffer is full.
+  /// Sends one binary message; false when the channel is not open or its buffer is full. Messages keep the
+  /// order of the calls of one thread. The observer may hear of the channel's end inside the call.
   virtual bool send(std::span<const std::byte> message) = 0;
   /// No observer call comes after this has returned with an empty one, unless it is made inside such a call.
   virtual void setObserver(std::weak_ptr<Observer> observer) = 0;
@@ -98,8 +99,9 @@ class PeerConnectionObserver {
   virtual void peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) = 0;
 };
 
-/// One peer connection. Calls may come from any thread but those of the engine; completions come once, on a
-/// thread of the engine, never inside the call.
+/// One peer connection. Calls may come from any thread but the engine's own ones, which a loop of the program
+/// that it signals on is not; completions come once, on a thread of the engine or in a turn of that loop,
+/// never inside the call.
 class PeerConnection {
  public:
   using DescriptionHandler = std::function<void(Result<SessionDescription>)>;

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <utility>
 
 #include "platform/linux/LibwebrtcSocketServer.h"
 #include "platform/linux/ShallowSctpTransportFactory.h"
@@ -73,12 +74,14 @@ bool LibwebrtcEngine::isOnOwnThread() const {
 }
 
 void LibwebrtcEngine::end(LibwebrtcEngine* engine) {
-  if (!engine->isOnOwnThread()) {
-    delete engine;
-    return;
+  std::unique_ptr<LibwebrtcEngine> last(engine);
+  if (!engine->isOnOwnThread()) return;
+  // A thread cannot wait for its own end, nor does the engine end inside one of its tasks.
+  if (engine->ownLoop_) {
+    std::thread([last = std::move(last)] {}).detach();
+  } else {
+    engine->signaling_.afterwards([last = std::move(last)] {});
   }
-  // A thread cannot wait for its own end.
-  std::thread([engine] { delete engine; }).detach();
 }
 
 }  // namespace tevanto

@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <thread>
-#include <utility>
 
 #include "core/EventLoop.h"
 #include "platform/linux/LibwebrtcLog.h"
@@ -16,7 +15,7 @@
 namespace tevanto {
 
 /// The engine's threads and its factory. Shared by all that uses it; the last of them ends it, also when that
-/// one is let go on a thread of the engine.
+/// one is let go on a thread of the engine: then in a later turn of the loop that it signals on.
 class LibwebrtcEngine {
  public:
   /// Null when the engine does not come up.

@@ -114,7 +114,7 @@ std::shared_ptr<DataChannel> LibwebrtcPeer::createDataChannel(const std::string&
   if (options.maxRetransmits) parameters.maxRetransmits = *options.maxRetransmits;
   return engine_->signaling().call([&]() -> std::shared_ptr<DataChannel> {
     auto* connection = link_->connection();
-    if (!connection) return nullptr;
+    if (!connection || link_->isShut()) return nullptr;
     auto made = connection->CreateDataChannelOrError(label, &parameters);
     return made.ok() ? LibwebrtcDataChannel::adopt(engine_, made.MoveValue()) : nullptr;
   });

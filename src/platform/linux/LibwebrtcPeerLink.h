@@ -34,6 +34,7 @@ class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
   // On any thread.
   /// From now on nothing is reported, besides what runs in the caller's own call.
   void shut();
+  bool isShut() const { return shut_; }
   IceConnectionState iceConnectionState() const { return iceConnectionState_; }
 
   void OnSignalingChange(webrtc::PeerConnectionInterface::SignalingState) override {}

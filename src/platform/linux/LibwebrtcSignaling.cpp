@@ -1,5 +1,6 @@
 #include "platform/linux/LibwebrtcSignaling.h"
 
+#include <cassert>
 #include <chrono>
 #include <future>
 
@@ -46,6 +47,7 @@ void LibwebrtcSignaling::wakeUp() {
 }
 
 void LibwebrtcSignaling::takeTurn() {
+  assert(isCurrent() && "the loop has one thread, and one engine");
   isWoken_ = false;
   thread_.ProcessMessages(0);
   lookAhead();

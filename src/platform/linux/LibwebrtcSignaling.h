@@ -19,7 +19,7 @@ namespace tevanto {
 /// have to be woken up in between, both times.
 class LibwebrtcSignaling final {
  public:
-  /// `queue`: nobody else's, of a loop with one thread, which has no other engine.
+  /// `queue`: nobody else's, of a loop with one thread, which runs and has no other engine.
   explicit LibwebrtcSignaling(std::shared_ptr<SerialQueue> queue);
   ~LibwebrtcSignaling();
   LibwebrtcSignaling(const LibwebrtcSignaling&) = delete;
@@ -46,8 +46,12 @@ class LibwebrtcSignaling final {
     return thread_.BlockingCall(std::forward<F>(function));
   }
 
-  /// Runs what was posted, then `last`, and gives the thread back to its loop. Where the loop has ended
-  /// before, the caller's thread takes the place of that one.
+  /// In a turn of the loop, outside of all that was posted here; destroyed with the loop where that ends
+  /// before. From any thread.
+  void afterwards(Task work) { queue_->async(std::move(work)); }
+
+  /// Runs what was posted, then `last`, and gives the thread back to its loop. Not inside a task of this
+  /// thread. Where the loop has ended before, with its thread, the caller's takes the place of that one.
   void finish(const std::function<void()>& last);
 
  private:

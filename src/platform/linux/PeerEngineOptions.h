@@ -15,7 +15,8 @@ struct PeerEngineOptions {
   bool verbose = false;
   Logger log;
   /// Where the engine signals, and calls back: a queue for this alone, of a loop with one thread that has no
-  /// other engine and runs until this one is gone. Messages come and go fastest where it is the loop of those
+  /// other engine and runs until this one is gone; the first peer is made on this loop, or while nobody there
+  /// makes one. Messages come and go fastest where it is the loop of those
   /// who send and get them. Null: on a thread of its own.
   std::shared_ptr<SerialQueue> signalingQueue;
 };

@@ -7,8 +7,8 @@
 namespace tevanto {
 namespace {
 
-// What waits in SCTP beyond what is in flight. Enough to keep the network busy while the signaling thread
-// brings more; little against the 64 KiB at which frames begin to be dropped.
+// What waits in SCTP beyond what is in flight. Enough to keep the network busy while the signaling thread,
+// which is the program's loop, brings more; little against the 64 KiB at which frames begin to be dropped.
 constexpr std::size_t kSendBuffer = 64 * 1024;
 constexpr std::size_t kRefillBelow = 32 * 1024;
 // What the other side may have in flight to us: 20 Mbit/s over a way of 200 ms. For each acknowledgement the
