@@ -192,7 +192,7 @@ TEST_F(LibwebrtcSignalingTest, finishesWithWhatWasPostedAndGivesTheThreadBack) {
 }
 
 TEST_F(LibwebrtcSignalingTest, isNotWokenUpAfterItsEnd) {
-  postLater("never", 1ms);
+  postLater("never", 1h);
   std::thread ending;
   {
     const HeldLoop held(*other_);
@@ -202,8 +202,7 @@ TEST_F(LibwebrtcSignalingTest, isNotWokenUpAfterItsEnd) {
   ending.join();
   signaling_.reset();
   other_->sync([] {});
-  EXPECT_EQ(done_.substr(0, 1), "a");
-  EXPECT_EQ(done_.find("after"), std::string::npos);
+  EXPECT_EQ(done_, "a");
 }
 
 TEST_F(LibwebrtcSignalingTest, finishesOnTheCallersThreadWhereTheLoopHasEnded) {
