@@ -205,7 +205,7 @@ Trips roundTrips() {
 
 int main() {
   std::vector<double> bareRate, rate, bareLoad, load;
-  for (int round = 0; round < (getenv("TRIPS_ONLY") ? 1 : kRounds); ++round) {
+  for (int round = 0; round < kRounds; ++round) {
     const auto bare = BareChannels().throughput(kDuration);
     const auto ours = transportThroughput();
     bareRate.push_back(bare.bytesPerSecond / 1e6);

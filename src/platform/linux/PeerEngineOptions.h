@@ -15,9 +15,9 @@ struct PeerEngineOptions {
   bool verbose = false;
   Logger log;
   /// Where the engine signals, and calls back: a queue for this alone, of a loop with one thread that has no
-  /// other engine and runs until this one is gone; the first peer is made on this loop, or while nobody there
-  /// makes one. Messages come and go fastest where it is the loop of those
-  /// who send and get them. Null: on a thread of its own.
+  /// other engine and runs until this one is gone. The first peer is made on this loop, or while nobody there
+  /// makes one. Messages come and go fastest where it is the loop of those who send and get them. Null: on a
+  /// thread of its own.
   std::shared_ptr<SerialQueue> signalingQueue;
 };
 
