@@ -15,8 +15,8 @@
 #include <thread>
 
 #include "bench/BareEngine.h"
-#include "core/EventLoop.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto::bench {
 namespace {

@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "bench/SceneXClient.h"
-#include "core/EventLoop.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 #include "phone/MirrorStream.h"
 #include "phone/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"

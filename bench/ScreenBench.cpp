@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/AsioTcpListener.h"
 #include "screen/FramedConnection.h"
 #include "screen/ScreenPackets.h"

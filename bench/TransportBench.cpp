@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bench/BareChannels.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "p2p/WebRTCTransport.h"
 #include "platform/linux/LoadedPeers.h"
 #include "remote/RemoteMessageCodec.h"

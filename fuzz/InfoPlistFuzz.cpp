@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "core/InfoPlist.h"
+#include "core/settings/InfoPlist.h"
 
 /// Nothing that a property list holds does harm, and the values that are not of our kinds are not there.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/EventLoop.h"
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/EventLoopCore.h"
 #include "relay/RelayServer.h"
 #include "tests/support/RawSocket.h"
 

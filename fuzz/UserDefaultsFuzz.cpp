@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "core/Descriptor.h"
-#include "core/FileSystem.h"
-#include "core/JsonUserDefaults.h"
+#include "core/settings/FileSystem.h"
+#include "core/settings/JsonUserDefaults.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "app/RelayAttempt.h"
 #include "app/TurnAttempt.h"
-#include "core/FirstAnswer.h"
+#include "core/queue/FirstAnswer.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudKitServerKey.h"
 #include "p2p/PeerConnection.h"

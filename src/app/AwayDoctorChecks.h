@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "app/Doctor.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "p2p/DeploymentSettings.h"
 
 namespace tevanto {

@@ -10,7 +10,7 @@
 #include "app/ControlSocketClient.h"
 #include "app/DefaultsText.h"
 #include "app/RuntimeFolder.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 namespace {

@@ -7,8 +7,8 @@
 #include "app/TevantoMacRuntime.h"
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
-#include "core/DeviceIdentity.h"
-#include "core/UserDefaults.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/UserDefaults.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {

@@ -8,7 +8,7 @@
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 #include "p2p/CloudPairingInvites.h"
 #include "p2p/DeployedTransports.h"
 #include "remote/MacRemoteServer.h"

@@ -7,10 +7,10 @@
 #include <string>
 
 #include "app/TevantoMacRuntime.h"
-#include "core/EventLoop.h"
 #include "core/Log.h"
-#include "core/Published.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/Published.h"
+#include "core/queue/SerialQueue.h"
 #include "remote/AwayRoad.h"
 
 namespace tevanto {

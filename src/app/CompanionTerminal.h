@@ -8,8 +8,8 @@
 #include "app/CompanionStatus.h"
 #include "app/CompanionText.h"
 #include "app/SetupWindow.h"
-#include "core/Published.h"
-#include "core/SerialQueue.h"
+#include "core/queue/Published.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

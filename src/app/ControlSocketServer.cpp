@@ -13,7 +13,7 @@
 
 #include "app/ControlProtocol.h"
 #include "app/ProcessFacts.h"
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoopCore.h"
 
 namespace tevanto {
 namespace {

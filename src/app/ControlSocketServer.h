@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "core/EventLoop.h"
 #include "core/Result.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <variant>
 
-#include "core/DefaultsJson.h"
-#include "core/DeviceIdentity.h"
+#include "core/settings/DefaultsJson.h"
+#include "core/settings/DeviceIdentity.h"
 
 namespace tevanto {
 namespace {

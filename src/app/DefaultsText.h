@@ -5,7 +5,7 @@
 
 #include "app/CommandLine.h"
 #include "core/Result.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

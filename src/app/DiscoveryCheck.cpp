@@ -3,8 +3,8 @@
 #include <chrono>
 #include <memory>
 
-#include "core/FirstAnswer.h"
-#include "core/Uuid.h"
+#include "core/queue/FirstAnswer.h"
+#include "core/text/Uuid.h"
 
 namespace tevanto {
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 

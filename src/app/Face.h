@@ -7,7 +7,7 @@
 #include "app/CompanionOperations.h"
 #include "app/PublicLinks.h"
 #include "app/SetupWindow.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

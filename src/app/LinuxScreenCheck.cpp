@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "app/LoadedEncoders.h"
-#include "core/EventLoop.h"
-#include "core/FirstAnswer.h"
 #include "core/Log.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/FirstAnswer.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/CaptureEngine.h"
 

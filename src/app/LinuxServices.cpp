@@ -8,7 +8,7 @@
 #include "app/LoadedEncoders.h"
 #include "app/StartupPowerSources.h"
 #include "app/StartupScreenPermission.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 #include "net/AsioTcpListener.h"
 #include "net/NoAdvertiser.h"
 #include "p2p/DeployedTransports.h"

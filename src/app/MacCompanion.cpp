@@ -22,8 +22,8 @@
 #include "app/PublicLinks.h"
 #include "app/RuntimeFolder.h"
 #include "control/MacPowerManager.h"
-#include "core/DeviceIdentity.h"
-#include "core/UserDefaults.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/UserDefaults.h"
 #include "platform/macos/MacRoad.h"
 #include "platform/macos/UnifiedLogSink.h"
 

@@ -5,7 +5,7 @@
 #include "app/DiscoveryCheck.h"
 #include "app/PortCheck.h"
 #include "control/ScriptHost.h"
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "platform/macos/AppleScriptHost.h"
 #include "platform/macos/AxAccessibilityPermission.h"
 #include "platform/macos/BonjourResolution.h"

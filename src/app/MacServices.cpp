@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "app/CompanionServices.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 #include "net/AsioTcpListener.h"
 #include "net/NoAdvertiser.h"
 #include "p2p/CloudDatabase.h"

@@ -6,9 +6,9 @@
 
 #include "app/CommandLine.h"
 #include "app/TevantoMacRuntime.h"
-#include "core/EventLoop.h"
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

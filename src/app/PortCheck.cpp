@@ -2,7 +2,7 @@
 
 #include "app/ControlSocketClient.h"
 #include "app/RuntimeFolder.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/AsioTcpListener.h"
 
 namespace tevanto {

@@ -4,8 +4,8 @@
 #include <functional>
 #include <utility>
 
-#include "core/FirstAnswer.h"
-#include "core/Uuid.h"
+#include "core/queue/FirstAnswer.h"
+#include "core/text/Uuid.h"
 #include "net/HttpClient.h"
 #include "net/WebSocketConnection.h"
 #include "p2p/SignalingClient.h"

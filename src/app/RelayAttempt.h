@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/RemoteIceServerConfig.h"
 
 namespace tevanto {

@@ -3,7 +3,7 @@
 #include <array>
 #include <utility>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "screen/ScreenStreamServer.h"
 
 namespace tevanto {

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "core/FirstAnswer.h"
+#include "core/queue/FirstAnswer.h"
 #include "p2p/PeerConnection.h"
 #include "p2p/StunProbe.h"
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

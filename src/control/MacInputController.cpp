@@ -7,7 +7,7 @@
 
 #include "control/KeyCodes.h"
 #include "control/Workspace.h"
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

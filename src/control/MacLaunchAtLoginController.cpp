@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "control/LoginItem.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 namespace {

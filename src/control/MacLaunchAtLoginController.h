@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "core/Log.h"
-#include "core/Published.h"
+#include "core/queue/Published.h"
 
 namespace tevanto {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "core/Published.h"
+#include "core/queue/Published.h"
 #include "remote/RemoteMessage.h"
 
 namespace tevanto {

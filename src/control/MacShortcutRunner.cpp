@@ -10,9 +10,9 @@
 #include "control/InputEvents.h"
 #include "control/KeyCodes.h"
 #include "control/Workspace.h"
-#include "core/Base64.h"
-#include "core/SerialQueue.h"
-#include "core/Text.h"
+#include "core/queue/SerialQueue.h"
+#include "core/text/Base64.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoopCore.h"
 
 namespace tevanto {
 

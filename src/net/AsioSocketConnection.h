@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoopCore.h"
 #include "net/TcpConnection.h"
 
 namespace tevanto {

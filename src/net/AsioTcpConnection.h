@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "core/EventLoop.h"
 #include "core/Result.h"
+#include "core/queue/EventLoop.h"
 #include "net/TcpConnection.h"
 
 namespace tevanto {

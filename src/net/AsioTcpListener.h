@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/KeepAlive.h"
 #include "net/TcpListener.h"
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/HttpClient.h"
 #include "net/TlsTrust.h"
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/TlsTrust.h"
 #include "net/WebSocketConnection.h"
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoopCore.h"
 #include "net/AsioOpening.h"
 #include "net/BeastWebSocketFactory.h"
 

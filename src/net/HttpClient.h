@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

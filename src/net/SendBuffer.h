@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/Task.h"
+#include "core/queue/Task.h"
 #include "net/TcpConnection.h"
 
 namespace tevanto {

@@ -1,6 +1,6 @@
 #include "net/ServiceRecord.h"
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

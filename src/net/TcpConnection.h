@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "core/SerialQueue.h"
-#include "core/Task.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/Task.h"
 
 namespace tevanto {
 

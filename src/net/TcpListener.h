@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "core/Result.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "net/TcpConnection.h"
 
 namespace tevanto {

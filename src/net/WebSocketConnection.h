@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "core/ExactJson.h"
-#include "core/Text.h"
+#include "core/text/ExactJson.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

@@ -8,8 +8,8 @@
 #include <ctime>
 #include <span>
 
-#include "core/Base64.h"
-#include "core/FileSystem.h"
+#include "core/settings/FileSystem.h"
+#include "core/text/Base64.h"
 
 namespace tevanto {
 namespace {

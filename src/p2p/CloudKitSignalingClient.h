@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
-#include "core/WallClock.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/WallClock.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudSignaling.h"
 #include "p2p/SpentSessions.h"

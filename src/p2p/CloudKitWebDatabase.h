@@ -8,8 +8,8 @@
 #include <string>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
-#include "core/WallClock.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/WallClock.h"
 #include "net/HttpClient.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudKitServerKey.h"

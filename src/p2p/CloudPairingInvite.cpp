@@ -4,8 +4,8 @@
 #include <boost/json/value.hpp>
 #include <utility>
 
-#include "core/ExactJson.h"
-#include "core/Text.h"
+#include "core/text/ExactJson.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

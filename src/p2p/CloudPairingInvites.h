@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "core/Log.h"
-#include "core/WallClock.h"
+#include "core/queue/WallClock.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/PairingInvites.h"
 

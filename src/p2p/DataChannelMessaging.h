@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/IncomingChunks.h"
 #include "p2p/PeerConnection.h"
 #include "p2p/RelayAccount.h"

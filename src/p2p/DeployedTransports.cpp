@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "net/BeastHttpClient.h"
 #include "net/BeastWebSocketFactory.h"
 #include "p2p/CloudKitSignalingClient.h"

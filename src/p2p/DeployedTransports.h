@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "core/EventLoop.h"
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/DeploymentSettings.h"
 #include "p2p/TransportFactory.h"
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/InfoPlist.h"
+#include "core/settings/InfoPlist.h"
 #include "p2p/RemoteIceServerConfig.h"
 
 namespace tevanto {

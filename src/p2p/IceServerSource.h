@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
-#include "core/WallClock.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/WallClock.h"
 #include "p2p/DeploymentSettings.h"
 #include "p2p/RemoteIceServerConfig.h"
 #include "p2p/RemoteIceServerPersistentCache.h"

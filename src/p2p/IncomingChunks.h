@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/ControlFrames.h"
 
 namespace tevanto {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/CloudSnapshot.h"
 #include "p2p/Negotiation.h"
 #include "p2p/PeerSession.h"

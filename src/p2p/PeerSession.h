@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/DataChannelKind.h"
 #include "p2p/PeerConnection.h"
 

@@ -4,7 +4,7 @@
 #include <span>
 #include <utility>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 namespace {

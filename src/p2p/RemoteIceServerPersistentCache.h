@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "core/WallClock.h"
+#include "core/queue/WallClock.h"
 #include "p2p/RemoteIceServerConfig.h"
 
 namespace tevanto {

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <optional>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/PeerConnection.h"
 
 namespace tevanto {

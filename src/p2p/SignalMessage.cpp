@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "core/ExactJson.h"
-#include "core/Text.h"
+#include "core/text/ExactJson.h"
+#include "core/text/Text.h"
 
 namespace tevanto {
 namespace {

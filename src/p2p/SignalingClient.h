@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "net/Url.h"
 #include "net/WebSocketConnection.h"
 #include "p2p/RelaySignaling.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/IceServerSource.h"
 #include "p2p/WebRTCTransport.h"
 

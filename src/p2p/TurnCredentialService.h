@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "net/HttpClient.h"
 #include "p2p/RemoteIceServerConfig.h"
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/FirstAnswer.h"
+#include "core/queue/FirstAnswer.h"
 #include "remote/RemoteMessageCodec.h"
 
 namespace tevanto::phone {

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "phone/Answer.h"
 #include "phone/Inbox.h"
 #include "phone/Road.h"

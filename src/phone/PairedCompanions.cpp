@@ -6,8 +6,8 @@
 #include <array>
 #include <set>
 
-#include "core/DeviceIdentity.h"
-#include "core/UserDefaults.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto::phone {
 namespace {

@@ -8,7 +8,7 @@
 #include <ostream>
 #include <utility>
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 #include "phone/AwayRoad.h"
 #include "phone/LocalRoad.h"
 #include "phone/RawRelay.h"

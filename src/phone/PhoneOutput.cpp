@@ -9,8 +9,8 @@
 #include <sstream>
 #include <utility>
 
-#include "core/Base64.h"
-#include "core/Text.h"
+#include "core/text/Base64.h"
+#include "core/text/Text.h"
 #include "phone/CompanionFinder.h"
 #include "phone/PairedCompanions.h"
 #include "remote/RemoteMessageCodec.h"

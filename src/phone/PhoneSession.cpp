@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "remote/RemoteMessageCodec.h"
 
 namespace tevanto::phone {

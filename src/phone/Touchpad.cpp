@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <chrono>
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 #include "phone/PhoneOutput.h"
 #include "phone/RawTerminal.h"
 #include "remote/RemoteMessageCodec.h"

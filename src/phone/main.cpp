@@ -7,9 +7,9 @@
 #include <optional>
 #include <utility>
 
-#include "core/EventLoop.h"
-#include "core/JsonUserDefaults.h"
 #include "core/Log.h"
+#include "core/queue/EventLoop.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "p2p/DeployedTransports.h"
 #include "phone/CommandLine.h"
 #include "phone/MirrorMediaModule.h"

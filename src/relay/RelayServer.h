@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "core/EventLoop.h"
 #include "core/Log.h"
 #include "core/Result.h"
+#include "core/queue/EventLoop.h"
 #include "relay/RelayOptions.h"
 
 namespace tevanto::relay {

@@ -8,7 +8,7 @@
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
 
-#include "core/Base64.h"
+#include "core/text/Base64.h"
 
 namespace tevanto::relay {
 namespace {

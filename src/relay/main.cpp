@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <variant>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "relay/CommandLine.h"
 #include "relay/DescriptorLimit.h"
 #include "relay/RelayServer.h"

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "remote/AwayRoad.h"
 
 namespace tevanto {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "remote/RemoteMessage.h"
 
 namespace tevanto {

@@ -8,7 +8,7 @@
 #include "control/MacInputController.h"
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
-#include "core/Text.h"
+#include "core/text/Text.h"
 #include "remote/AppListCache.h"
 
 namespace tevanto {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "remote/RemoteMessage.h"
 
 namespace tevanto {

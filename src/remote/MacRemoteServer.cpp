@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "control/AccessibilityPermission.h"
-#include "core/DeviceIdentity.h"
-#include "core/Text.h"
-#include "core/Uuid.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/text/Text.h"
+#include "core/text/Uuid.h"
 #include "remote/LineProtocolConnection.h"
 #include "remote/PairingCode.h"
 #include "remote/ServerMessages.h"

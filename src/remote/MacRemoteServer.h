@@ -6,8 +6,8 @@
 #include <string>
 
 #include "core/Log.h"
-#include "core/Published.h"
-#include "core/UserDefaults.h"
+#include "core/queue/Published.h"
+#include "core/settings/UserDefaults.h"
 #include "net/ServiceAdvertiser.h"
 #include "net/TcpListener.h"
 #include "remote/AwayRoad.h"

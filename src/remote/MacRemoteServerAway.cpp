@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 #include "remote/AnswererKeeper.h"
 #include "remote/PairingInvitePublisher.h"
 #include "remote/ServerStatus.h"

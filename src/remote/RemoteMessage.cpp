@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 
 namespace tevanto {
 namespace {

@@ -3,7 +3,7 @@
 #include <exception>
 #include <limits>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 #include "remote/RemoteMessageCodec.h"
 #include "remote/RemoteMessageFields.h"
 

@@ -2,7 +2,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 #include "remote/RemoteMessageCodec.h"
 #include "remote/RemoteMessageFields.h"
 

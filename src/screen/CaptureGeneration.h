@@ -3,7 +3,7 @@
 #include <mutex>
 #include <string>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 
 namespace tevanto {
 

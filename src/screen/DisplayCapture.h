@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "screen/PixelBuffer.h"
 
 namespace tevanto {

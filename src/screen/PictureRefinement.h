@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 #include "screen/CaptureGeneration.h"
 #include "screen/FramedConnection.h"
 #include "screen/ScreenCaptureSession.h"

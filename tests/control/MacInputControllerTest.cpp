@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "core/Text.h"
+#include "core/text/Text.h"
 #include "tests/support/FakeUserPreferences.h"
 #include "tests/support/FakeWorkspace.h"
 #include "tests/support/RecordingInputEvents.h"

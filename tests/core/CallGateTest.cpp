@@ -1,4 +1,4 @@
-#include "core/CallGate.h"
+#include "core/queue/CallGate.h"
 
 #include <gtest/gtest.h>
 

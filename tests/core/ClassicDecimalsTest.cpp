@@ -1,4 +1,4 @@
-#include "core/ClassicDecimals.h"
+#include "core/text/ClassicDecimals.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 
 namespace tevanto {
 namespace {

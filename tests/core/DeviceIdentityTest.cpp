@@ -1,4 +1,4 @@
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/DurableFile.h"
+#include "core/settings/DurableFile.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/FileSystem.h"
+#include "core/settings/FileSystem.h"
 #include "tests/support/RecordingFileSystem.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestFiles.h"

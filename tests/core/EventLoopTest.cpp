@@ -1,4 +1,4 @@
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoopCore.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoopCore.h"
+#include "core/queue/SerialQueue.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto {

@@ -1,4 +1,4 @@
-#include "core/InfoPlist.h"
+#include "core/settings/InfoPlist.h"
 
 #include <gtest/gtest.h>
 

@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/JsonUserDefaults.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "tests/support/RecordingFileSystem.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/TemporaryFolder.h"

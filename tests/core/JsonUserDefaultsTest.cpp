@@ -1,4 +1,4 @@
-#include "core/JsonUserDefaults.h"
+#include "core/settings/JsonUserDefaults.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 #include "tests/support/RecordingFileSystem.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/TemporaryFolder.h"

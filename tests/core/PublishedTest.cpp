@@ -1,4 +1,4 @@
-#include "core/Published.h"
+#include "core/queue/Published.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "tests/support/ManualQueue.h"
 
 namespace tevanto {

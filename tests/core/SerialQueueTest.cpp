@@ -1,4 +1,4 @@
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 #include <gtest/gtest.h>
 

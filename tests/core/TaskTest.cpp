@@ -1,4 +1,4 @@
-#include "core/Task.h"
+#include "core/queue/Task.h"
 
 #include <gtest/gtest.h>
 

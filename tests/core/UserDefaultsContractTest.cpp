@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "core/JsonUserDefaults.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "tests/support/FakeUserDefaults.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 
 #include <gtest/gtest.h>
 

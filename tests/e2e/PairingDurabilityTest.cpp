@@ -6,8 +6,8 @@
 #include <string>
 #include <thread>
 
-#include "core/DeviceIdentity.h"
-#include "core/JsonUserDefaults.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/RawSocket.h"

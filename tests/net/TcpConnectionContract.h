@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/AsioTcpConnection.h"
 #include "net/AsioTcpListener.h"
 #include "net/TcpConnection.h"

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "p2p/ControlFrames.h"
 #include "p2p/DataChannelMessaging.h"
 #include "remote/RemoteMessageCodec.h"

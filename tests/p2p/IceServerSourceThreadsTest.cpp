@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
-#include "core/JsonUserDefaults.h"
+#include "core/queue/EventLoop.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "p2p/IceServerSource.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include "core/JsonUserDefaults.h"
+#include "core/settings/JsonUserDefaults.h"
 #include "tests/support/FakeUserDefaults.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/BeastWebSocketFactory.h"
 #include "p2p/SignalingClient.h"
 #include "tests/support/Eventually.h"

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ScreenBytes.h"
 #include "tests/support/ThreadedPeers.h"

@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/FakeScreenTransport.h"
 

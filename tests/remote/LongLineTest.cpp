@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "net/AsioTcpListener.h"
 #include "remote/LineProtocolConnection.h"
 #include "tests/support/Eventually.h"

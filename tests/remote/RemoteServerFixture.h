@@ -10,7 +10,7 @@
 #include "control/MacInputController.h"
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/FakeAccessibilityPermission.h"

@@ -6,8 +6,8 @@
 
 #include "control/MacInputController.h"
 #include "control/MacShortcutRunner.h"
-#include "core/DeviceIdentity.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
+#include "core/settings/DeviceIdentity.h"
 #include "net/AsioTcpListener.h"
 #include "remote/MacRemoteServer.h"
 #include "remote/RemoteMessageCodec.h"

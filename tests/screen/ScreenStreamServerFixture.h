@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 #include "screen/ScreenStreamMessage.h"
 #include "screen/ScreenStreamServer.h"
 #include "tests/support/FakeDisplayCapture.h"

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <thread>
 
-#include "core/DeviceIdentity.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
+#include "core/settings/DeviceIdentity.h"
 #include "net/AsioTcpListener.h"
 #include "screen/CaptureEngine.h"
 #include "screen/FramedConnection.h"

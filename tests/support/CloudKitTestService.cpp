@@ -11,7 +11,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "core/Base64.h"
+#include "core/text/Base64.h"
 
 namespace tevanto::test {
 namespace {

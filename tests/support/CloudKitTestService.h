@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/WallClock.h"
+#include "core/queue/WallClock.h"
 #include "tests/support/TestHttpServer.h"
 
 namespace tevanto::test {

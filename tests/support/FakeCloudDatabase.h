@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
-#include "core/WallClock.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/WallClock.h"
 #include "p2p/CloudDatabase.h"
 
 namespace tevanto::test {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto::test {
 

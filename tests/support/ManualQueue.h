@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto::test {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/RelaySignaling.h"
 
 namespace tevanto::test {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/FileSystem.h"
+#include "core/settings/FileSystem.h"
 
 namespace tevanto::test {
 

@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "core/Base64.h"
+#include "core/text/Base64.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/NetworkNamespace.h"
 

@@ -5,7 +5,7 @@
 #include "app/ui/StatusTexts.h"
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {

@@ -10,7 +10,7 @@
 #include "app/CompanionOperations.h"
 #include "app/PublicLinks.h"
 #include "app/ScreenService.h"
-#include "core/Published.h"
+#include "core/queue/Published.h"
 
 namespace tevanto {
 

@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "core/SyncTurn.h"
+#include "core/queue/SyncTurn.h"
 
 namespace tevanto {
 namespace {

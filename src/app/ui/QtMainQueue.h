@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

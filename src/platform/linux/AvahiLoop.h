@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "core/Task.h"
+#include "core/queue/Task.h"
 
 namespace tevanto {
 

@@ -1,6 +1,6 @@
 #include "platform/linux/CommandModifier.h"
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

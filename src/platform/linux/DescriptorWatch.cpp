@@ -4,7 +4,7 @@
 #include <boost/asio/posix/stream_descriptor.hpp>
 #include <utility>
 
-#include "core/EventLoopCore.h"
+#include "core/queue/EventLoopCore.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

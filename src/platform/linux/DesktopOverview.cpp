@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "platform/linux/BusConnection.h"
 #include "platform/linux/CurrentDesktop.h"
 #include "platform/linux/GlibOwned.h"

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

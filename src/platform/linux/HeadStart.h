@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "core/CallGate.h"
+#include "core/queue/CallGate.h"
 #include "p2p/PeerConnection.h"
 
 namespace tevanto {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/LibwebrtcLog.h"
 #include "platform/linux/LibwebrtcSignaling.h"
 #include "platform/linux/PeerEngineOptions.h"

@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/CallGate.h"
+#include "core/queue/CallGate.h"
 #include "p2p/PeerConnection.h"
 #include "platform/linux/LibwebrtcEngine.h"
 

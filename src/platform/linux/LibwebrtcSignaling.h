@@ -9,7 +9,7 @@
 #include <optional>
 #include <utility>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

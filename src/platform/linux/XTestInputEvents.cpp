@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "platform/linux/HeldInput.h"
 #include "platform/linux/XConnection.h"
 #include "platform/linux/XKeyboard.h"

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "control/InputEvents.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "platform/linux/HeldInput.h"
 #include "platform/linux/PointerTrack.h"
 #include "platform/linux/WheelSteps.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "platform/linux/HeldInput.h"
 #include "platform/linux/XKeyboard.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <vector>
 
-#include "core/CallGate.h"
-#include "core/SerialQueue.h"
+#include "core/queue/CallGate.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/PeerConnection.h"
 
 namespace tevanto {

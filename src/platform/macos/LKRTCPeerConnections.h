@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/PeerConnection.h"
 
 namespace tevanto {

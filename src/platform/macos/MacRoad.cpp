@@ -1,6 +1,6 @@
 #include "platform/macos/MacRoad.h"
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/macos/CloudKitDatabase.h"
 #include "platform/macos/LKRTCPeerConnections.h"
 #include "platform/macos/MainBundleInfo.h"

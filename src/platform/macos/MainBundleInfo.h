@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/InfoPlist.h"
 #include "core/Log.h"
+#include "core/settings/InfoPlist.h"
 
 namespace tevanto {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <utility>
 
-#include "core/CallGate.h"
-#include "core/SerialQueue.h"
+#include "core/queue/CallGate.h"
+#include "core/queue/SerialQueue.h"
 #include "p2p/PeerConnection.h"
 
 namespace tevanto {

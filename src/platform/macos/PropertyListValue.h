@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "control/UserPreferences.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

@@ -15,7 +15,7 @@
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamMessage.h"
 #include "screen/ScreenStreamServer.h"

@@ -10,8 +10,8 @@
 #include <string>
 #include <thread>
 
-#include "core/EventLoop.h"
-#include "core/Published.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/Published.h"
 
 namespace tevanto {
 namespace {

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "screen/DisplayCapture.h"
 #include "tests/support/Eventually.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 #include "tests/platform/contracts/ContractTest.h"
 
 namespace tevanto::test {

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "tests/support/DrawingXClient.h"
 #include "tests/support/Eventually.h"

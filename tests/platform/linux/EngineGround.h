@@ -5,7 +5,7 @@
 #include <chrono>
 #include <memory>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TransportPair.h"

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/LibwebrtcPeerFactory.h"
 
 namespace tevanto {

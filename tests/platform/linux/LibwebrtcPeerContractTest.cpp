@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/LoadedPeers.h"
 
 namespace tevanto::test {

@@ -16,7 +16,7 @@
 #include <string>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto {

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/ProbingEncoderFactory.h"
 #include "platform/linux/X11DisplayCapture.h"
 #include "screen/ScreenCaptureSession.h"

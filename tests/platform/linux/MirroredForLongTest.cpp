@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "core/DeviceIdentity.h"
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
+#include "core/settings/DeviceIdentity.h"
 #include "net/AsioTcpListener.h"
 #include "phone/MirrorStream.h"
 #include "phone/ScreenSocket.h"

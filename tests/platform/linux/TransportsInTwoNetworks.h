@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/AwayWorld.h"
 #include "tests/support/Eventually.h"

@@ -6,8 +6,8 @@
 #include <functional>
 #include <iterator>
 
-#include "core/EventLoop.h"
-#include "core/Text.h"
+#include "core/queue/EventLoop.h"
+#include "core/text/Text.h"
 #include "platform/linux/SpareKeyPool.h"
 #include "platform/linux/XKeyboard.h"
 #include "platform/linux/XcbXkb.h"

@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "platform/macos/AnyInterfaceSockets.h"
 #include "platform/macos/BonjourResolution.h"
 #include "tests/support/Eventually.h"

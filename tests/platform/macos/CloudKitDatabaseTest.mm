@@ -11,7 +11,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 
 namespace tevanto::test {
 namespace {

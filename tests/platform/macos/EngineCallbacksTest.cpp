@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/macos/ChannelCallbacks.h"
 #include "platform/macos/PeerCallbacks.h"
 #include "platform/macos/PeerStates.h"

@@ -1,6 +1,6 @@
 // Peers of the WebRTC framework, on the loopback interface.
 
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 #include "platform/macos/LKRTCPeerConnections.h"
 #include "tests/platform/contracts/PeerConnectionContract.h"
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "platform/macos/AppKitWorkspace.h"
 #include "platform/macos/AppleScriptHost.h"
 #include "platform/macos/CfUserDefaults.h"

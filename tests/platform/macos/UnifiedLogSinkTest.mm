@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 #include "platform/macos/FoundationText.h"
 #include "tests/support/Eventually.h"
 

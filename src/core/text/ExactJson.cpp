@@ -1,4 +1,4 @@
-#include "core/ExactJson.h"
+#include "core/text/ExactJson.h"
 
 #include <boost/json/basic_parser_impl.hpp>
 #include <boost/json/value.hpp>
@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 
 namespace tevanto {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "core/Task.h"
+#include "core/queue/Task.h"
 
 namespace tevanto {
 

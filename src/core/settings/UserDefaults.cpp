@@ -1,4 +1,4 @@
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 #include <utility>
 

@@ -1,11 +1,11 @@
-#include "core/DefaultsJson.h"
+#include "core/settings/DefaultsJson.h"
 
 #include <boost/json.hpp>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
-#include "core/Base64.h"
+#include "core/text/Base64.h"
 
 namespace tevanto {
 namespace {

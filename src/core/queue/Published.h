@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

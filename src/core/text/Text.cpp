@@ -1,4 +1,4 @@
-#include "core/Text.h"
+#include "core/text/Text.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/coll.h>

@@ -3,7 +3,7 @@
 #include <memory>
 #include <mutex>
 
-#include "core/SerialQueue.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -1,14 +1,14 @@
-#include "core/JsonUserDefaults.h"
+#include "core/settings/JsonUserDefaults.h"
 
 #include <boost/json.hpp>
 #include <cstdlib>
 #include <functional>
 #include <utility>
 
-#include "core/DefaultsJson.h"
-#include "core/DurableFile.h"
-#include "core/ExactJson.h"
-#include "core/FileSystem.h"
+#include "core/settings/DefaultsJson.h"
+#include "core/settings/DurableFile.h"
+#include "core/settings/FileSystem.h"
+#include "core/text/ExactJson.h"
 
 namespace tevanto {
 namespace {

@@ -1,4 +1,4 @@
-#include "core/Uuid.h"
+#include "core/text/Uuid.h"
 
 #include <algorithm>
 #include <boost/uuid/random_generator.hpp>

@@ -1,4 +1,4 @@
-#include "core/ClassicDecimals.h"
+#include "core/text/ClassicDecimals.h"
 
 #include <locale.h>
 #include <stdlib.h>

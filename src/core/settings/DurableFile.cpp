@@ -1,4 +1,4 @@
-#include "core/DurableFile.h"
+#include "core/settings/DurableFile.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-#include "core/FileSystem.h"
+#include "core/settings/FileSystem.h"
 
 namespace tevanto {
 namespace {

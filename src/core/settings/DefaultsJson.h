@@ -3,7 +3,7 @@
 #include <boost/json/value.hpp>
 #include <optional>
 
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "core/Base64.h"
+#include "core/text/Base64.h"
 
 #include <boost/archive/iterators/base64_from_binary.hpp>
 #include <boost/archive/iterators/transform_width.hpp>

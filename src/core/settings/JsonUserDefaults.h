@@ -5,7 +5,7 @@
 #include <mutex>
 
 #include "core/Log.h"
-#include "core/UserDefaults.h"
+#include "core/settings/UserDefaults.h"
 
 namespace tevanto {
 

@@ -1,7 +1,7 @@
-#include "core/DeviceIdentity.h"
+#include "core/settings/DeviceIdentity.h"
 
-#include "core/UserDefaults.h"
-#include "core/Uuid.h"
+#include "core/settings/UserDefaults.h"
+#include "core/text/Uuid.h"
 
 namespace tevanto {
 

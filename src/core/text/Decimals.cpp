@@ -1,8 +1,8 @@
-#include "core/Decimals.h"
+#include "core/text/Decimals.h"
 
 #include <version>
 
-#include "core/ClassicDecimals.h"
+#include "core/text/ClassicDecimals.h"
 
 namespace tevanto {
 

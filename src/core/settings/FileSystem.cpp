@@ -1,4 +1,4 @@
-#include "core/FileSystem.h"
+#include "core/settings/FileSystem.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

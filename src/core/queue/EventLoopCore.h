@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "core/EventLoop.h"
-#include "core/SerialQueue.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/SerialQueue.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "core/EventLoop.h"
+#include "core/queue/EventLoop.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,8 +10,8 @@
 #include <cassert>
 #include <utility>
 
-#include "core/EventLoopCore.h"
-#include "core/SyncTurn.h"
+#include "core/queue/EventLoopCore.h"
+#include "core/queue/SyncTurn.h"
 
 namespace tevanto {
 
