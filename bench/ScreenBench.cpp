@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "screen/FramedConnection.h"
 #include "screen/ScreenPackets.h"
 #include "screen/WebRTCScreenPacketAssembler.h"

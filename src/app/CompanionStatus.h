@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

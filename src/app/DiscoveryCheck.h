@@ -4,7 +4,7 @@
 #include <string>
 
 #include "core/Result.h"
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

@@ -4,8 +4,8 @@
 
 #include "app/CompanionServices.h"
 #include "core/settings/UserDefaults.h"
-#include "net/AsioTcpListener.h"
-#include "net/NoAdvertiser.h"
+#include "net/discovery/NoAdvertiser.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/DeployedTransports.h"
 #include "platform/macos/AnyInterfaceSockets.h"

@@ -3,7 +3,7 @@
 #include "app/ControlSocketClient.h"
 #include "app/RuntimeFolder.h"
 #include "core/queue/EventLoop.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 
 namespace tevanto {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "core/queue/FirstAnswer.h"
 #include "core/text/Uuid.h"
-#include "net/HttpClient.h"
-#include "net/WebSocketConnection.h"
+#include "net/web/HttpClient.h"
+#include "net/web/WebSocketConnection.h"
 #include "p2p/SignalingClient.h"
 #include "p2p/TurnCredentialService.h"
 

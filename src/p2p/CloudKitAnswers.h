@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "net/HttpClient.h"
+#include "net/web/HttpClient.h"
 #include "p2p/CloudDatabase.h"
 
 namespace tevanto {

@@ -10,7 +10,7 @@
 #include "core/Log.h"
 #include "core/queue/SerialQueue.h"
 #include "core/queue/WallClock.h"
-#include "net/HttpClient.h"
+#include "net/web/HttpClient.h"
 #include "p2p/CloudDatabase.h"
 #include "p2p/CloudKitServerKey.h"
 #include "p2p/DeploymentSettings.h"

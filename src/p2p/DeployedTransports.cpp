@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "core/text/Uuid.h"
-#include "net/BeastHttpClient.h"
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/BeastHttpClient.h"
+#include "net/web/BeastWebSocketFactory.h"
 #include "p2p/CloudKitSignalingClient.h"
 #include "p2p/CloudKitWebDatabase.h"
 #include "p2p/CloudPairingInvites.h"

@@ -11,7 +11,7 @@
 #include "core/Log.h"
 #include "core/queue/SerialQueue.h"
 #include "net/Url.h"
-#include "net/WebSocketConnection.h"
+#include "net/web/WebSocketConnection.h"
 #include "p2p/RelaySignaling.h"
 
 namespace tevanto {

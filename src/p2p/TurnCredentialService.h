@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/queue/SerialQueue.h"
-#include "net/HttpClient.h"
+#include "net/web/HttpClient.h"
 #include "p2p/RemoteIceServerConfig.h"
 
 namespace tevanto {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "net/ServiceBrowser.h"
+#include "net/discovery/ServiceBrowser.h"
 #include "phone/Answer.h"
 #include "phone/Endpoint.h"
 #include "phone/PairedCompanions.h"

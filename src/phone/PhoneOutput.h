@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "net/ServiceBrowser.h"
+#include "net/discovery/ServiceBrowser.h"
 #include "phone/Answer.h"
 #include "phone/MirrorStatistics.h"
 #include "remote/RemoteMessage.h"

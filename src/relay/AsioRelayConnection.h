@@ -5,7 +5,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <memory>
 
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 #include "relay/RelayConnection.h"
 
 namespace tevanto::relay {

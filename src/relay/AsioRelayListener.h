@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 namespace tevanto::relay {
 

@@ -13,7 +13,7 @@
 #include <memory>
 #include <utility>
 
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 namespace tevanto::relay {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 #include "remote/LineBuffer.h"
 #include "remote/MessageChannel.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <span>
 
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 #include "screen/FrameExtractor.h"
 
 namespace tevanto {

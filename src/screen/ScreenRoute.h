@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <functional>
 
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

@@ -8,8 +8,8 @@
 
 #include "core/queue/Published.h"
 #include "core/settings/UserDefaults.h"
-#include "net/ServiceAdvertiser.h"
-#include "net/TcpListener.h"
+#include "net/discovery/ServiceAdvertiser.h"
+#include "net/tcp/TcpListener.h"
 #include "screen/DisplayCapture.h"
 #include "screen/EncoderSession.h"
 #include "screen/ScreenCapturePermission.h"

@@ -7,8 +7,8 @@
 #include <thread>
 
 #include "app/DefaultsText.h"
-#include "net/BeastHttpClient.h"
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/BeastHttpClient.h"
+#include "net/web/BeastWebSocketFactory.h"
 #include "p2p/CloudKitWebDatabase.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/ChildProcess.h"

@@ -1,4 +1,4 @@
-#include "net/AsioDialer.h"
+#include "net/web/AsioDialer.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,4 +1,4 @@
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

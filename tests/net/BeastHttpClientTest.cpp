@@ -1,4 +1,4 @@
-#include "net/BeastHttpClient.h"
+#include "net/web/BeastHttpClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

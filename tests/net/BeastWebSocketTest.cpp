@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <future>
 
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/BeastWebSocketFactory.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TestHttpServer.h"
 

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "net/AsioTcpConnection.h"
-#include "net/AsioTcpListener.h"
-#include "net/TcpConnection.h"
+#include "net/tcp/AsioTcpConnection.h"
+#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/TcpConnection.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeTcpConnection.h"
 #include "tests/support/ManualQueue.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "net/BeastHttpClient.h"
+#include "net/web/BeastHttpClient.h"
 #include "p2p/CloudKitSignalingClient.h"
 #include "p2p/CloudKitWebDatabase.h"
 #include "p2p/CloudPairingInvites.h"

@@ -5,7 +5,7 @@
 #include <future>
 #include <string>
 
-#include "net/BeastHttpClient.h"
+#include "net/web/BeastHttpClient.h"
 #include "tests/support/CloudKitTestService.h"
 #include "tests/support/DeploymentSources.h"
 #include "tests/support/RecordingLogSink.h"

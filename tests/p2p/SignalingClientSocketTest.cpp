@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "core/queue/EventLoop.h"
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/BeastWebSocketFactory.h"
 #include "p2p/SignalingClient.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/RecordingLogSink.h"

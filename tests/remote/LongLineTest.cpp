@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "core/queue/EventLoop.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "remote/LineProtocolConnection.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ProcessMemory.h"

@@ -8,7 +8,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "remote/MacRemoteServer.h"
 #include "remote/RemoteMessageCodec.h"
 #include "tests/support/Eventually.h"

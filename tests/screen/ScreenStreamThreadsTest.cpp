@@ -10,7 +10,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "screen/CaptureEngine.h"
 #include "screen/FramedConnection.h"
 #include "screen/ScreenStreamMessage.h"

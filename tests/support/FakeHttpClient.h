@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/HttpClient.h"
+#include "net/web/HttpClient.h"
 
 namespace tevanto::test {
 

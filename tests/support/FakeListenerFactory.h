@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "net/TcpListener.h"
+#include "net/tcp/TcpListener.h"
 #include "tests/support/FakeTcpConnection.h"
 
 namespace tevanto::test {

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto::test {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "net/ServiceBrowser.h"
+#include "net/discovery/ServiceBrowser.h"
 
 namespace tevanto::test {
 

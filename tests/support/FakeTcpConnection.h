@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto::test {
 

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/WebSocketConnection.h"
+#include "net/web/WebSocketConnection.h"
 
 namespace tevanto::test {
 

@@ -9,8 +9,8 @@
 #include <memory>
 #include <string>
 
-#include "net/ServiceAdvertiser.h"
-#include "net/StatusOutlet.h"
+#include "net/discovery/ServiceAdvertiser.h"
+#include "net/discovery/StatusOutlet.h"
 
 namespace tevanto {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <utility>
 
-#include "net/ServiceRecord.h"
-#include "net/StatusOutlet.h"
+#include "net/discovery/ServiceRecord.h"
+#include "net/discovery/StatusOutlet.h"
 #include "platform/linux/AvahiLoop.h"
 #include "platform/linux/AvahiPublisher.h"
 

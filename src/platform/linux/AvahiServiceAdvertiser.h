@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

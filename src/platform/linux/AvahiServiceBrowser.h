@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "net/ServiceBrowser.h"
+#include "net/discovery/ServiceBrowser.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

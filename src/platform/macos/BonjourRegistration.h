@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "net/ServiceAdvertiser.h"
-#include "net/StatusOutlet.h"
+#include "net/discovery/ServiceAdvertiser.h"
+#include "net/discovery/StatusOutlet.h"
 #include "platform/macos/BonjourErrors.h"
 
 namespace tevanto {

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "net/ServiceRecord.h"
+#include "net/discovery/ServiceRecord.h"
 
 // bonjourFailureOf knows these numbers.
 static_assert(kDNSServiceErr_BadParam == -65540 && kDNSServiceErr_NameConflict == -65548 &&

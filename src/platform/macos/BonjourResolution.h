@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "core/Result.h"
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <utility>
 
-#include "net/ServiceRecord.h"
+#include "net/discovery/ServiceRecord.h"
 #include "platform/macos/BonjourErrors.h"
 
 namespace tevanto {

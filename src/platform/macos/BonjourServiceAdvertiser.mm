@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "net/ServiceRecord.h"
-#include "net/StatusOutlet.h"
+#include "net/discovery/ServiceRecord.h"
+#include "net/discovery/StatusOutlet.h"
 #include "platform/macos/BonjourRegistration.h"
 
 namespace tevanto {

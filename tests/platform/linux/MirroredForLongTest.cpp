@@ -11,7 +11,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "phone/MirrorStream.h"
 #include "phone/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/NetworkNamespace.h"
 #include "tests/support/RawSocket.h"

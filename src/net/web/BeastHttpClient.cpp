@@ -1,4 +1,4 @@
-#include "net/BeastHttpClient.h"
+#include "net/web/BeastHttpClient.h"
 
 #include <algorithm>
 #include <boost/asio/steady_timer.hpp>
@@ -10,7 +10,7 @@
 #include <optional>
 #include <utility>
 
-#include "net/AsioOpening.h"
+#include "net/web/AsioOpening.h"
 
 namespace tevanto {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/queue/Task.h"
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "core/queue/EventLoop.h"
-#include "net/HttpClient.h"
-#include "net/TlsTrust.h"
+#include "net/web/HttpClient.h"
+#include "net/web/TlsTrust.h"
 
 namespace tevanto {
 

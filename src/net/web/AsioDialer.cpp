@@ -1,10 +1,10 @@
-#include "net/AsioDialer.h"
+#include "net/web/AsioDialer.h"
 
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 namespace tevanto {
 

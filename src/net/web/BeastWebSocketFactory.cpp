@@ -1,10 +1,10 @@
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/BeastWebSocketFactory.h"
 
 #include <boost/asio/post.hpp>
 #include <cassert>
 #include <utility>
 
-#include "net/BeastWebSocketLink.h"
+#include "net/web/BeastWebSocketLink.h"
 
 namespace tevanto {
 namespace {

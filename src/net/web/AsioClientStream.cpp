@@ -1,4 +1,4 @@
-#include "net/AsioClientStream.h"
+#include "net/web/AsioClientStream.h"
 
 #include <boost/asio/ip/address.hpp>
 

@@ -1,4 +1,4 @@
-#include "net/BeastWebSocketLink.h"
+#include "net/web/BeastWebSocketLink.h"
 
 #include <boost/asio/post.hpp>
 #include <charconv>

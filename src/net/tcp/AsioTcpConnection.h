@@ -6,7 +6,7 @@
 
 #include "core/Result.h"
 #include "core/queue/EventLoop.h"
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

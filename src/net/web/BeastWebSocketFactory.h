@@ -5,8 +5,8 @@
 #include <string>
 
 #include "core/queue/EventLoop.h"
-#include "net/TlsTrust.h"
-#include "net/WebSocketConnection.h"
+#include "net/web/TlsTrust.h"
+#include "net/web/WebSocketConnection.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "net/AsioTlsContext.h"
+#include "net/web/AsioTlsContext.h"
 
 #include <boost/asio/buffer.hpp>
 

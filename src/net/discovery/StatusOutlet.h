@@ -4,7 +4,7 @@
 #include <mutex>
 #include <thread>
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

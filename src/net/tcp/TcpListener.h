@@ -6,7 +6,7 @@
 
 #include "core/Result.h"
 #include "core/queue/SerialQueue.h"
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "net/AsioOpening.h"
+#include "net/web/AsioOpening.h"
 
 #include <utility>
 

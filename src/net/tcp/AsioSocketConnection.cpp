@@ -1,4 +1,4 @@
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 #include <fcntl.h>
 #include <netinet/tcp.h>
@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/SendBuffer.h"
+#include "net/tcp/SendBuffer.h"
 
 namespace tevanto {
 

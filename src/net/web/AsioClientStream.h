@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
-#include "net/AsioDialer.h"
-#include "net/AsioTlsContext.h"
+#include "net/web/AsioDialer.h"
+#include "net/web/AsioTlsContext.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <string>
 
-#include "net/TlsTrust.h"
+#include "net/web/TlsTrust.h"
 
 namespace tevanto {
 

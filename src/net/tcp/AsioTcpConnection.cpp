@@ -1,8 +1,8 @@
-#include "net/AsioTcpConnection.h"
+#include "net/tcp/AsioTcpConnection.h"
 
 #include <utility>
 
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "net/SendBuffer.h"
+#include "net/tcp/SendBuffer.h"
 
 #include <algorithm>
 #include <utility>

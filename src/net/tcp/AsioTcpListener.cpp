@@ -1,4 +1,4 @@
-#include "net/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListener.h"
 
 #include <boost/asio/bind_executor.hpp>
 #include <boost/asio/ip/v6_only.hpp>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/AsioSocketConnection.h"
+#include "net/tcp/AsioSocketConnection.h"
 
 namespace tevanto {
 namespace {

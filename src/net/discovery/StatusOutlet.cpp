@@ -1,4 +1,4 @@
-#include "net/StatusOutlet.h"
+#include "net/discovery/StatusOutlet.h"
 
 #include <utility>
 

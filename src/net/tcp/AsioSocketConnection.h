@@ -8,7 +8,7 @@
 #include <string>
 
 #include "core/queue/EventLoopCore.h"
-#include "net/TcpConnection.h"
+#include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "net/KeepAlive.h"
+#include "net/tcp/KeepAlive.h"
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/ServiceAdvertiser.h"
+#include "net/discovery/ServiceAdvertiser.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "net/ServiceRecord.h"
+#include "net/discovery/ServiceRecord.h"
 
 #include "core/text/Text.h"
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "net/AsioClientStream.h"
 #include "net/Url.h"
+#include "net/web/AsioClientStream.h"
 
 namespace tevanto {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "core/queue/EventLoop.h"
-#include "net/KeepAlive.h"
-#include "net/TcpListener.h"
+#include "net/tcp/KeepAlive.h"
+#include "net/tcp/TcpListener.h"
 
 namespace tevanto {
 

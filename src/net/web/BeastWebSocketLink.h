@@ -14,8 +14,8 @@
 #include <string_view>
 
 #include "core/queue/EventLoopCore.h"
-#include "net/AsioOpening.h"
-#include "net/BeastWebSocketFactory.h"
+#include "net/web/AsioOpening.h"
+#include "net/web/BeastWebSocketFactory.h"
 
 namespace tevanto {
 
