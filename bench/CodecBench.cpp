@@ -5,7 +5,7 @@
 #include <string>
 
 #include "bench/AllocationCount.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto {
 namespace {

@@ -15,7 +15,7 @@
 #include "core/queue/EventLoop.h"
 #include "p2p/WebRTCTransport.h"
 #include "platform/linux/LoadedPeers.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "screen/ScreenStreamMessage.h"
 #include "tests/support/FakeCloudSignaling.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 /// What decodes must encode, and decode again to the same message.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

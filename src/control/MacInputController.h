@@ -6,7 +6,7 @@
 
 #include "control/InputEvents.h"
 #include "control/SymbolicHotKeys.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "core/queue/Published.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "control/ScriptHost.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -4,7 +4,7 @@
 #include <variant>
 #include <vector>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -9,7 +9,7 @@
 #include "core/Log.h"
 #include "core/queue/WallClock.h"
 #include "p2p/CloudDatabase.h"
-#include "p2p/PairingInvites.h"
+#include "remote/PairingInvites.h"
 
 namespace tevanto {
 

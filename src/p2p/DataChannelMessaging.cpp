@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "p2p/ControlFrames.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "screen/ScreenPackets.h"
 
 namespace tevanto {

@@ -14,7 +14,7 @@
 #include "p2p/IncomingChunks.h"
 #include "p2p/PeerConnection.h"
 #include "p2p/RelayAccount.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 #include "screen/ScreenPacketReceiver.h"
 
 namespace tevanto {

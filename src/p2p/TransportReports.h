@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "remote/MessageChannel.h"
+#include "remote/message/MessageChannel.h"
 
 namespace tevanto {
 

@@ -10,7 +10,7 @@
 
 #include "p2p/DataChannelMessaging.h"
 #include "p2p/PeerConnector.h"
-#include "remote/MessageChannel.h"
+#include "remote/message/MessageChannel.h"
 #include "screen/ScreenTransport.h"
 
 namespace tevanto {

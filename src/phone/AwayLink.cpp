@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/queue/FirstAnswer.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
 namespace {

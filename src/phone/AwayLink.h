@@ -13,7 +13,7 @@
 #include "phone/Answer.h"
 #include "phone/Inbox.h"
 #include "phone/Road.h"
-#include "remote/MessageChannel.h"
+#include "remote/message/MessageChannel.h"
 #include "screen/ScreenTransport.h"
 
 namespace tevanto::phone {

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 

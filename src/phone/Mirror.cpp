@@ -11,7 +11,7 @@
 #include "phone/PhoneOutput.h"
 #include "phone/PhoneSession.h"
 #include "phone/RawTerminal.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "screen/ScreenStreamMessage.h"
 
 namespace tevanto::phone {

@@ -13,7 +13,7 @@
 #include "core/text/Text.h"
 #include "phone/CompanionFinder.h"
 #include "phone/PairedCompanions.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
 namespace {

@@ -10,7 +10,7 @@
 #include "net/discovery/ServiceBrowser.h"
 #include "phone/Answer.h"
 #include "phone/MirrorStatistics.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "core/text/Uuid.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
 namespace {

@@ -13,7 +13,7 @@
 #include "phone/Answer.h"
 #include "phone/LineChannel.h"
 #include "phone/PairedCompanions.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 

@@ -6,7 +6,7 @@
 #include <array>
 #include <cerrno>
 
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
 

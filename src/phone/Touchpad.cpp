@@ -10,7 +10,7 @@
 #include "core/text/Text.h"
 #include "phone/PhoneOutput.h"
 #include "phone/RawTerminal.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
 

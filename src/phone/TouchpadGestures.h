@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "phone/TerminalEvents.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 

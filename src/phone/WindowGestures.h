@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "phone/MirrorWindow.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "p2p/PairingInvites.h"
-#include "remote/MessageChannel.h"
+#include "remote/PairingInvites.h"
+#include "remote/message/MessageChannel.h"
 #include "screen/ScreenTransport.h"
 
 namespace tevanto {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/queue/SerialQueue.h"
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <span>
 #include <utility>
 
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto {
 namespace {

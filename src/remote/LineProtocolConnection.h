@@ -5,7 +5,7 @@
 
 #include "net/tcp/TcpConnection.h"
 #include "remote/LineBuffer.h"
-#include "remote/MessageChannel.h"
+#include "remote/message/MessageChannel.h"
 
 namespace tevanto {
 

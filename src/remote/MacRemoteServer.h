@@ -12,7 +12,7 @@
 #include "net/tcp/TcpListener.h"
 #include "remote/AwayRoad.h"
 #include "remote/CommandDispatch.h"
-#include "remote/MessageChannel.h"
+#include "remote/message/MessageChannel.h"
 
 namespace tevanto {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/queue/SerialQueue.h"
-#include "p2p/PairingInvites.h"
+#include "remote/PairingInvites.h"
 
 namespace tevanto {
 

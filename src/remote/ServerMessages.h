@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

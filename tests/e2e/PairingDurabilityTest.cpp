@@ -8,7 +8,7 @@
 
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/RawSocket.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "p2p/ControlFrames.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "screen/ScreenStreamMessage.h"
 #include "tests/p2p/DataChannelMessagingFixture.h"
 

@@ -8,7 +8,7 @@
 #include "core/queue/EventLoop.h"
 #include "p2p/ControlFrames.h"
 #include "p2p/DataChannelMessaging.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "screen/ScreenPackets.h"
 #include "screen/ScreenStreamMessage.h"
 #include "tests/support/Eventually.h"

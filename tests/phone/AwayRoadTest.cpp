@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "core/queue/EventLoop.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/FakeScreenTransport.h"
 
 namespace tevanto::phone {

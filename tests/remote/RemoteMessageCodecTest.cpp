@@ -1,4 +1,4 @@
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto {
 namespace {

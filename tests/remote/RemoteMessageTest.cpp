@@ -1,4 +1,4 @@
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/FakeAccessibilityPermission.h"
 #include "tests/support/FakeAwayTransport.h"
 #include "tests/support/FakeListenerFactory.h"

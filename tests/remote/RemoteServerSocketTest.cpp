@@ -10,7 +10,7 @@
 #include "core/settings/DeviceIdentity.h"
 #include "net/tcp/AsioTcpListener.h"
 #include "remote/MacRemoteServer.h"
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeAccessibilityPermission.h"
 #include "tests/support/FakeScriptHost.h"

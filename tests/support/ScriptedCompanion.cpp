@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "remote/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/Sockets.h"
 
 namespace tevanto::test {

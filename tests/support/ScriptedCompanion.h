@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::test {
 

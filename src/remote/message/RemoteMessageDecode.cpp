@@ -4,8 +4,8 @@
 #include <limits>
 
 #include "core/text/Decimals.h"
-#include "remote/RemoteMessageCodec.h"
-#include "remote/RemoteMessageFields.h"
+#include "remote/message/RemoteMessageCodec.h"
+#include "remote/message/RemoteMessageFields.h"
 
 namespace tevanto {
 namespace {

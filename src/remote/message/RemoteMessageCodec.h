@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 #include <algorithm>
 #include <cmath>
