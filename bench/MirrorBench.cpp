@@ -29,9 +29,9 @@
 #include "phone/media/LibavVideoDecoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
 #include "platform/linux/X11DisplayCapture.h"
-#include "screen/CaptureEngine.h"
-#include "screen/H264Encoder.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/capture/CaptureEngine.h"
+#include "screen/encode/H264Encoder.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto::bench {
 namespace {

@@ -19,9 +19,9 @@
 
 #include "core/queue/EventLoop.h"
 #include "net/tcp/AsioTcpListener.h"
-#include "screen/FramedConnection.h"
-#include "screen/ScreenPackets.h"
-#include "screen/WebRTCScreenPacketAssembler.h"
+#include "screen/wire/FramedConnection.h"
+#include "screen/wire/ScreenPackets.h"
+#include "screen/wire/WebRTCScreenPacketAssembler.h"
 
 namespace tevanto {
 namespace {

@@ -16,7 +16,7 @@
 #include "p2p/WebRTCTransport.h"
 #include "platform/linux/LoadedPeers.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/FakeCloudSignaling.h"
 
 // Two whole transports on the loopback interface, in turns with a bare pair of the engine's channels: what

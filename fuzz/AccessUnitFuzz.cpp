@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <span>
 
-#include "screen/AccessUnit.h"
-#include "screen/BigEndian.h"
-#include "screen/IdrPictureId.h"
+#include "screen/encode/AccessUnit.h"
+#include "screen/encode/IdrPictureId.h"
+#include "screen/wire/BigEndian.h"
 
 using namespace tevanto;
 

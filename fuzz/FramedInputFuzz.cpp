@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "screen/FrameExtractor.h"
+#include "screen/wire/FrameExtractor.h"
 
 namespace {
 

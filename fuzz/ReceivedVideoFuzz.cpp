@@ -5,7 +5,7 @@
 
 #include "phone/ByteStream.h"
 #include "phone/MirrorStream.h"
-#include "screen/FrameExtractor.h"
+#include "screen/wire/FrameExtractor.h"
 
 using namespace tevanto;
 using namespace tevanto::phone;

@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "screen/BigEndian.h"
-#include "screen/WebRTCScreenPacketAssembler.h"
+#include "screen/wire/BigEndian.h"
+#include "screen/wire/WebRTCScreenPacketAssembler.h"
 
 namespace {
 

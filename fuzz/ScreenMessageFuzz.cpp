@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 using namespace tevanto;
 

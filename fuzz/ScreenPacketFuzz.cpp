@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "screen/ScreenPackets.h"
+#include "screen/wire/ScreenPackets.h"
 
 using namespace tevanto;
 

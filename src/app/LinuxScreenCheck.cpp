@@ -11,7 +11,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/queue/FirstAnswer.h"
 #include "platform/linux/X11DisplayCapture.h"
-#include "screen/CaptureEngine.h"
+#include "screen/capture/CaptureEngine.h"
 
 namespace tevanto {
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/Log.h"
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
 
 namespace tevanto {
 

@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "screen/ScreenCapturePermission.h"
+#include "screen/capture/ScreenCapturePermission.h"
 
 namespace tevanto {
 

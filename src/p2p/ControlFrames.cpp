@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "screen/BigEndian.h"
+#include "screen/wire/BigEndian.h"
 
 namespace tevanto {
 namespace {

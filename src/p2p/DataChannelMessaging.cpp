@@ -5,7 +5,7 @@
 
 #include "p2p/ControlFrames.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "screen/ScreenPackets.h"
+#include "screen/wire/ScreenPackets.h"
 
 namespace tevanto {
 namespace {

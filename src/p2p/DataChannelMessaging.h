@@ -15,7 +15,7 @@
 #include "p2p/PeerConnection.h"
 #include "p2p/RelayAccount.h"
 #include "remote/message/RemoteMessage.h"
-#include "screen/ScreenPacketReceiver.h"
+#include "screen/wire/ScreenPacketReceiver.h"
 
 namespace tevanto {
 

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "screen/BigEndian.h"
+#include "screen/wire/BigEndian.h"
 
 namespace tevanto::phone {
 namespace {

@@ -12,7 +12,7 @@
 #include "phone/PhoneSession.h"
 #include "phone/RawTerminal.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto::phone {
 namespace {

@@ -1,7 +1,7 @@
 #include "phone/MirrorStream.h"
 
 #include "phone/ByteStream.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto::phone {
 

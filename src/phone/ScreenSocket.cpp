@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "screen/BigEndian.h"
+#include "screen/wire/BigEndian.h"
 
 namespace tevanto::phone {
 namespace {

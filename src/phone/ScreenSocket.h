@@ -10,7 +10,7 @@
 #include "phone/Endpoint.h"
 #include "phone/ScreenChannel.h"
 #include "phone/TcpSocket.h"
-#include "screen/FrameExtractor.h"
+#include "screen/wire/FrameExtractor.h"
 
 namespace tevanto::phone {
 

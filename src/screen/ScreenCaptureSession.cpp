@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "screen/PictureRefinement.h"
 #include "screen/ScreenFrameDelivery.h"
+#include "screen/encode/PictureRefinement.h"
 
 namespace tevanto {
 

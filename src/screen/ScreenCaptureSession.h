@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "screen/CaptureEngine.h"
-#include "screen/H264Encoder.h"
 #include "screen/ScreenRoute.h"
+#include "screen/capture/CaptureEngine.h"
+#include "screen/encode/H264Encoder.h"
 
 namespace tevanto {
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto {
 namespace {

@@ -6,9 +6,9 @@
 
 #include "core/settings/DeviceIdentity.h"
 #include "screen/CaptureGeneration.h"
-#include "screen/FramedConnection.h"
 #include "screen/ScreenCaptureSession.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/FramedConnection.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto {
 namespace {

@@ -10,11 +10,11 @@
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/ServiceAdvertiser.h"
 #include "net/tcp/TcpListener.h"
-#include "screen/DisplayCapture.h"
-#include "screen/EncoderSession.h"
-#include "screen/ScreenCapturePermission.h"
 #include "screen/ScreenCaptureSession.h"
 #include "screen/ScreenTransport.h"
+#include "screen/capture/DisplayCapture.h"
+#include "screen/capture/ScreenCapturePermission.h"
+#include "screen/encode/EncoderSession.h"
 
 namespace tevanto {
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "screen/AccessUnit.h"
+#include "screen/encode/AccessUnit.h"
 #include "tests/e2e/AwayFixture.h"
 #include "tests/support/H264TestDecoder.h"
 #include "tests/support/MovingPage.h"

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/RawSocket.h"

@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/e2e/MirroringFixture.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/DrawingXClient.h"

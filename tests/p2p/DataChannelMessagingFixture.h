@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "p2p/DataChannelMessaging.h"
-#include "screen/ScreenPackets.h"
+#include "screen/wire/ScreenPackets.h"
 #include "tests/support/FakeDataChannel.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/RecordingLogSink.h"

@@ -4,7 +4,7 @@
 
 #include "p2p/ControlFrames.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/DataChannelMessagingFixture.h"
 
 namespace tevanto {

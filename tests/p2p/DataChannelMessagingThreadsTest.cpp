@@ -9,8 +9,8 @@
 #include "p2p/ControlFrames.h"
 #include "p2p/DataChannelMessaging.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "screen/ScreenPackets.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenPackets.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ScreenBytes.h"
 

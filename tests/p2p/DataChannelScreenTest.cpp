@@ -4,8 +4,8 @@
 
 #include "p2p/ControlFrames.h"
 #include "p2p/DataChannelMessaging.h"
-#include "screen/ScreenPackets.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenPackets.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/DataChannelMessagingFixture.h"
 
 namespace tevanto {

@@ -4,7 +4,7 @@
 
 #include <deque>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto::phone {

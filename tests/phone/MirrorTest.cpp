@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "phone/media/LibraryMirrorMedia.h"
-#include "screen/BigEndian.h"
+#include "screen/wire/BigEndian.h"
 #include "tests/phone/PhoneFixture.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/EncodedVideo.h"

@@ -1,4 +1,4 @@
-#include "screen/AccessUnit.h"
+#include "screen/encode/AccessUnit.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "screen/CaptureEngine.h"
+#include "screen/capture/CaptureEngine.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "screen/DataRateAccount.h"
+#include "screen/encode/DataRateAccount.h"
 
 #include <gtest/gtest.h>
 

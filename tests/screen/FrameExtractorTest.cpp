@@ -1,4 +1,4 @@
-#include "screen/FrameExtractor.h"
+#include "screen/wire/FrameExtractor.h"
 
 #include <gtest/gtest.h>
 

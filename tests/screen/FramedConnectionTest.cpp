@@ -1,4 +1,4 @@
-#include "screen/FramedConnection.h"
+#include "screen/wire/FramedConnection.h"
 
 #include <gtest/gtest.h>
 

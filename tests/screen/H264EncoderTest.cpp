@@ -1,4 +1,4 @@
-#include "screen/H264Encoder.h"
+#include "screen/encode/H264Encoder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "screen/KeyFrameRequests.h"
+#include "screen/encode/KeyFrameRequests.h"
 
 #include <gtest/gtest.h>
 

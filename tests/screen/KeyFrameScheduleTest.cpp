@@ -1,4 +1,4 @@
-#include "screen/KeyFrameSchedule.h"
+#include "screen/encode/KeyFrameSchedule.h"
 
 #include <gtest/gtest.h>
 

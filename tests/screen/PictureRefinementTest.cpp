@@ -1,4 +1,4 @@
-#include "screen/PictureRefinement.h"
+#include "screen/encode/PictureRefinement.h"
 
 #include <gtest/gtest.h>
 

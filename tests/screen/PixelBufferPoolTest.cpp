@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto {
 namespace {

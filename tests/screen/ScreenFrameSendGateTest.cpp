@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "screen/ManagedAtomicFlag.h"
+#include "screen/encode/ManagedAtomicFlag.h"
 
 namespace tevanto {
 namespace {

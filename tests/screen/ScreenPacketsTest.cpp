@@ -1,4 +1,4 @@
-#include "screen/ScreenPackets.h"
+#include "screen/wire/ScreenPackets.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 
 #include <gtest/gtest.h>
 

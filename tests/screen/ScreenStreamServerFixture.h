@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "core/settings/DeviceIdentity.h"
-#include "screen/ScreenStreamMessage.h"
 #include "screen/ScreenStreamServer.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/FakeDisplayCapture.h"
 #include "tests/support/FakeEncoderSession.h"
 #include "tests/support/FakeListenerFactory.h"

@@ -1,13 +1,13 @@
-#include "screen/WebRTCScreenPacketAssembler.h"
+#include "screen/wire/WebRTCScreenPacketAssembler.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 
-#include "screen/BigEndian.h"
-#include "screen/ScreenPacketReceiver.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/BigEndian.h"
+#include "screen/wire/ScreenPacketReceiver.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto::test {
 

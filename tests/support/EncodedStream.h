@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ScreenBytes.h"
 

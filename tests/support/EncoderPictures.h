@@ -7,7 +7,7 @@
 #include <memory>
 #include <span>
 
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto::test {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
 
 namespace tevanto::test {
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto::test {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "screen/BigEndian.h"
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/BigEndian.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto::test {

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "screen/FrameExtractor.h"
+#include "screen/wire/FrameExtractor.h"
 #include "tests/support/Sockets.h"
 
 namespace tevanto::test {

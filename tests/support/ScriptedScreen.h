@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/ScreenBytes.h"
 
 namespace tevanto::test {

@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 #include "tests/support/DrawingXClient.h"
 
 namespace tevanto::test {

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "screen/BigEndian.h"
-#include "screen/DisplayCapture.h"
-#include "screen/EncoderSession.h"
+#include "screen/capture/DisplayCapture.h"
+#include "screen/encode/EncoderSession.h"
+#include "screen/wire/BigEndian.h"
 
 namespace tevanto::test {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/linux/PictureEncoder.h"
+#include "screen/encode/PictureEncoder.h"
 
 namespace tevanto {
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/EncoderSettings.h"
+#include "screen/encode/EncoderSettings.h"
 
 struct AVCodecContext;
 

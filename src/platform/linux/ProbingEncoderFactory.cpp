@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "platform/linux/LibavLogCapture.h"
-#include "platform/linux/PictureEncoder.h"
-#include "platform/linux/PictureEncoderSession.h"
+#include "screen/encode/PictureEncoder.h"
+#include "screen/encode/PictureEncoderSession.h"
 
 namespace tevanto {
 namespace {

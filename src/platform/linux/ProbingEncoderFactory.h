@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "platform/linux/PictureEncoderSession.h"
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
+#include "screen/encode/PictureEncoderSession.h"
 
 namespace tevanto {
 

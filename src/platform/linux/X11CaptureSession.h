@@ -8,16 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/ChangedArea.h"
 #include "platform/linux/DescriptorWatch.h"
-#include "platform/linux/FramePacer.h"
-#include "platform/linux/HeadStart.h"
-#include "platform/linux/ParallelScaler.h"
-#include "platform/linux/PictureHistory.h"
 #include "platform/linux/XPointerImage.h"
 #include "platform/linux/XScreen.h"
 #include "platform/linux/XScreenImage.h"
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
+#include "screen/picture/ChangedArea.h"
+#include "screen/picture/FramePacer.h"
+#include "screen/picture/HeadStart.h"
+#include "screen/picture/ParallelScaler.h"
+#include "screen/picture/PictureHistory.h"
 
 namespace tevanto {
 

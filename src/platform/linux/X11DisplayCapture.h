@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
 
 namespace tevanto {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "screen/ScreenCapturePermission.h"
+#include "screen/capture/ScreenCapturePermission.h"
 
 namespace tevanto {
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/ChangedArea.h"
-#include "platform/linux/ScrollProbe.h"
+#include "screen/encode/ScrollProbe.h"
+#include "screen/picture/ChangedArea.h"
 
 extern "C" {
 #include <x264.h>

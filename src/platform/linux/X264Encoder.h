@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "platform/linux/PictureEncoder.h"
+#include "screen/encode/PictureEncoder.h"
 
 namespace tevanto {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/ChangedArea.h"
+#include "screen/picture/ChangedArea.h"
 
 namespace tevanto {
 

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "platform/linux/ChangedArea.h"
 #include "platform/linux/XcbOwned.h"
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
+#include "screen/picture/ChangedArea.h"
 
 namespace tevanto {
 

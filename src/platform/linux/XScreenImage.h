@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "platform/linux/ChangedArea.h"
+#include "screen/picture/ChangedArea.h"
 
 namespace tevanto {
 

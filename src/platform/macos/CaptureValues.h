@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "platform/macos/FourCharacterCode.h"
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
 
 namespace tevanto {
 

@@ -9,7 +9,7 @@
 #include <variant>
 
 #include "core/Result.h"
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
 
 namespace tevanto {
 

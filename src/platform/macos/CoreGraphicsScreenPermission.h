@@ -1,6 +1,6 @@
 #pragma once
 
-#include "screen/ScreenCapturePermission.h"
+#include "screen/capture/ScreenCapturePermission.h"
 
 namespace tevanto {
 

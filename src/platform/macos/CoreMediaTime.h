@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "platform/macos/MediaTime.h"
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto {
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "platform/macos/CfOwned.h"
-#include "screen/PixelBuffer.h"
+#include "screen/picture/PixelBuffer.h"
 
 namespace tevanto {
 

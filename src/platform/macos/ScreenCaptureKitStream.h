@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
 
 namespace tevanto {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
 
 namespace tevanto {
 

@@ -7,7 +7,7 @@
 #include <mutex>
 
 #include "platform/macos/CfOwned.h"
-#include "screen/EncoderSession.h"
+#include "screen/encode/EncoderSession.h"
 
 namespace tevanto {
 

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "screen/DisplayCapture.h"
+#include "screen/capture/DisplayCapture.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {

@@ -1,10 +1,10 @@
-#include "platform/linux/ChangedArea.h"
+#include "screen/picture/ChangedArea.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "platform/linux/PictureHistory.h"
+#include "screen/picture/PictureHistory.h"
 
 namespace tevanto {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
+#include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
 

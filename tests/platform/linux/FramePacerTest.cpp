@@ -1,4 +1,4 @@
-#include "platform/linux/FramePacer.h"
+#include "screen/picture/FramePacer.h"
 
 #include <gtest/gtest.h>
 

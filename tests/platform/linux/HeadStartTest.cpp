@@ -1,4 +1,4 @@
-#include "platform/linux/HeadStart.h"
+#include "screen/picture/HeadStart.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "screen/IdrPictureId.h"
+#include "screen/encode/IdrPictureId.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
-#include "screen/BigEndian.h"
+#include "screen/encode/PictureEncoder.h"
+#include "screen/wire/BigEndian.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/H264TestDecoder.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/ParallelScaler.h"
+#include "screen/picture/ParallelScaler.h"
 
 #include <gtest/gtest.h>
 

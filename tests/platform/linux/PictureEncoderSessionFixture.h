@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
+#include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 
 namespace tevanto {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "screen/H264Encoder.h"
+#include "screen/encode/H264Encoder.h"
 #include "tests/platform/linux/PictureEncoderSessionFixture.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/H264TestDecoder.h"

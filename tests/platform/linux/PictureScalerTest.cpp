@@ -1,4 +1,4 @@
-#include "platform/linux/PictureScaler.h"
+#include "screen/picture/PictureScaler.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <random>
 #include <tuple>
 
-#include "platform/linux/PixelRows.h"
-#include "screen/CaptureEngine.h"
+#include "screen/capture/CaptureEngine.h"
+#include "screen/picture/PixelRows.h"
 #include "tests/support/TestPictures.h"
 
 namespace tevanto {

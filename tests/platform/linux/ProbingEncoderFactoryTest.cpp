@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/PictureEncoder.h"
 #include "platform/linux/ProbingEncoderFactory.h"
+#include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/RecordingLogSink.h"

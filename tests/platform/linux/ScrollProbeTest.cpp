@@ -1,4 +1,4 @@
-#include "platform/linux/ScrollProbe.h"
+#include "screen/encode/ScrollProbe.h"
 
 #include <gtest/gtest.h>
 

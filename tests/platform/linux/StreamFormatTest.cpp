@@ -2,8 +2,8 @@
 
 #include <fstream>
 
-#include "screen/AccessUnit.h"
-#include "screen/BigEndian.h"
+#include "screen/encode/AccessUnit.h"
+#include "screen/wire/BigEndian.h"
 #include "tests/platform/linux/PictureEncoderSessionFixture.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/EncoderPictures.h"

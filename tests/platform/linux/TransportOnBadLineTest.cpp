@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "screen/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamMessage.h"
 #include "tests/platform/linux/TransportsInTwoNetworks.h"
 
 namespace tevanto {

@@ -1,7 +1,7 @@
 #include <numeric>
 #include <random>
 
-#include "platform/linux/ChangedArea.h"
+#include "screen/picture/ChangedArea.h"
 #include "tests/platform/linux/CaptureOnXvfb.h"
 
 namespace tevanto {

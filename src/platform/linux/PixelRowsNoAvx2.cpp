@@ -1,7 +1,0 @@
-#include "platform/linux/PixelRows.h"
-
-namespace tevanto {
-
-const PixelRows* avx2PixelRows() { return nullptr; }
-
-}  // namespace tevanto

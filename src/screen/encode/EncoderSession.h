@@ -1,0 +1,103 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+
+#include "core/Result.h"
+#include "screen/picture/PixelBuffer.h"
+
+namespace tevanto {
+
+enum class VideoCodec : std::uint32_t { h264 = 0x61766331 };  // 'avc1'
+
+enum class EncoderProperty {
+  realTime,                     // bool
+  profileLevel,                 // EncoderProfileLevel
+  allowFrameReordering,         // bool
+  maxKeyFrameInterval,          // std::int64_t, frames
+  maxKeyFrameIntervalDuration,  // std::int64_t, seconds, also when frames are far apart
+  averageBitRate,               // std::int64_t, bits per second
+  dataRateLimits,               // DataRateLimit
+  expectedFrameRate,            // std::int64_t, frames per second
+};
+
+enum class EncoderProfileLevel { h264MainAutoLevel };
+
+/// At most `bytes` in every window of `window`, by the clock: a picture that is delivered again has a time of
+/// its own making, and what goes out in a second is what the network has to carry.
+struct DataRateLimit {
+  std::int64_t bytes = 0;
+  std::chrono::seconds window{1};
+
+  bool operator==(const DataRateLimit&) const = default;
+};
+
+using EncoderPropertyValue = std::variant<bool, std::int64_t, EncoderProfileLevel, DataRateLimit>;
+
+struct EncodeFrameProperties {
+  bool forceKeyFrame = false;
+
+  bool operator==(const EncodeFrameProperties&) const = default;
+};
+
+/// What came out for one frame. The bytes are valid during the output handler only.
+struct EncodedSample {
+  /// The sample's attachments; `notSync` absent or false marks a key frame (IDR).
+  struct Attachments {
+    std::optional<bool> notSync;
+  };
+  std::optional<Attachments> attachments;
+  /// From the sample's format: NAL units without start code or length; needed on key frames only.
+  std::optional<std::span<const std::byte>> sps;
+  std::optional<std::span<const std::byte>> pps;
+  /// Slices and SEI only, each NAL unit behind its length as a 4-byte big-endian integer.
+  std::optional<std::span<const std::byte>> data;
+  /// Whether the encoder did its best, so that the same picture again would gain nothing; absent when it does
+  /// not tell.
+  std::optional<bool> isFinest;
+};
+
+enum class EncodeStatus { success, failure };
+
+/// One compression session for pictures of one size. Any thread may call `invalidate`; the other calls come
+/// one at a time. May be destroyed on any thread, from within an output handler too.
+class EncoderSession {
+ public:
+  /// `sample` is null when nothing came out: a picture is left out where the data rate does not allow for it,
+  /// or key frames are asked for one right behind the other; the key frame that was asked for with it then
+  /// comes with a later one. Comes on any thread, also
+  /// within `encodeFrame`; never later than the next frame's.
+  using OutputHandler = std::function<void(EncodeStatus status, const EncodedSample* sample)>;
+
+  virtual ~EncoderSession() = default;
+
+  /// Before `prepareToEncodeFrames`. A failure changes nothing; the session still works.
+  virtual Result<void> setProperty(EncoderProperty property, const EncoderPropertyValue& value) = 0;
+  virtual void prepareToEncodeFrames() = 0;
+  /// Calls `output` once at most. After `invalidate` the frame is dropped.
+  virtual void encodeFrame(std::shared_ptr<const PixelBuffer> picture, PresentationTime presentationTime,
+                           const EncodeFrameProperties& properties, OutputHandler output) = 0;
+  /// Ends the session and gives back what it holds. May be called while a frame is being encoded and from an
+  /// output handler, and does not wait for either: a frame under way may still come out.
+  virtual void invalidate() = 0;
+};
+
+/// Makes compression sessions, with the best encoder of this computer. Any thread may call.
+class EncoderSessionFactory {
+ public:
+  virtual ~EncoderSessionFactory() = default;
+  virtual Result<std::shared_ptr<EncoderSession>> create(std::int32_t width, std::int32_t height,
+                                                         VideoCodec codec) = 0;
+  /// Which encoder its sessions use, for status and diagnosis: "libx264", "h264_vaapi"; empty when none
+  /// works.
+  virtual std::string encoderName() const = 0;
+};
+
+}  // namespace tevanto

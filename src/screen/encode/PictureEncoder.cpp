@@ -1,0 +1,13 @@
+#include "screen/encode/PictureEncoder.h"
+
+#include "platform/linux/LibavcodecEncoder.h"
+#include "platform/linux/X264Encoder.h"
+
+namespace tevanto {
+
+Result<std::unique_ptr<PictureEncoder>> openEncoder(const std::string& name,
+                                                    const EncoderSettings& settings) {
+  return name == kSoftwareEncoder ? X264Encoder::open(settings) : LibavcodecEncoder::open(name, settings);
+}
+
+}  // namespace tevanto

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/Result.h"
+#include "screen/encode/AccessUnit.h"
+#include "screen/encode/EncoderSettings.h"
+
+namespace tevanto {
+
+/// One opened encoder. Used by one thread at a time.
+class PictureEncoder {
+ public:
+  virtual ~PictureEncoder() = default;
+
+  /// What came out, which is for this picture, as nothing is held back: absent when the encoder put nothing
+  /// out. The picture is read where it lies; the encoder lets go of it by its return. Key frames carry their
+  /// parameter sets.
+  virtual Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture,
+                                                   bool forceKeyFrame) = 0;
+  /// The mean quantiser of what came out last; absent for encoders that do not tell.
+  virtual std::optional<double> lastQuantizer() const = 0;
+};
+
+/// libx264 by its own name, every other by libavcodec. The failure is a reason for a person.
+Result<std::unique_ptr<PictureEncoder>> openEncoder(const std::string& name, const EncoderSettings& settings);
+
+}  // namespace tevanto

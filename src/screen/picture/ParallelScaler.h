@@ -1,0 +1,53 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "screen/picture/PictureScaler.h"
+
+namespace tevanto {
+
+/// A picture's scaler that draws what is large together with a second thread, because that is time by which
+/// every picture of a moving page comes later. Both take band after band, so that a thread that the system
+/// lets wait holds up nothing but the band that it is at. The thread begins with the first large part and
+/// ends with the object; in between it sleeps. Called by one thread.
+class ParallelScaler {
+ public:
+  ParallelScaler(int sourceWidth, int sourceHeight, int outputWidth, int outputHeight);
+  ~ParallelScaler();
+  ParallelScaler(const ParallelScaler&) = delete;
+  ParallelScaler& operator=(const ParallelScaler&) = delete;
+
+  const PixelRect& viewport() const { return own_.viewport(); }
+  PixelRect outputOf(const PixelRect& source) const { return own_.outputOf(source); }
+  /// As `PictureScaler::draw`; all is drawn when it returns.
+  void draw(const std::byte* source, std::size_t stride, const PixelRect& part, PixelBuffer& buffer);
+
+ private:
+  struct Drawing {
+    const std::byte* source;
+    std::size_t stride;
+    PixelRect part;
+    PixelBuffer* buffer;
+  };
+
+  void drawBands(PictureScaler& scaler, const Drawing& drawing);
+  void help();
+
+  PictureScaler own_;
+  PictureScaler helpers_;
+  std::atomic<int> nextBand_ = 0;
+  std::mutex mutex_;
+  std::condition_variable wanted_;
+  std::condition_variable helped_;
+  std::optional<Drawing> drawing_;  // that the helper may take up
+  bool isHelping_ = false;
+  bool isEnding_ = false;
+  std::thread helper_;
+};
+
+}  // namespace tevanto
