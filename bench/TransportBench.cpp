@@ -13,7 +13,7 @@
 
 #include "bench/BareChannels.h"
 #include "core/queue/EventLoop.h"
-#include "p2p/WebRTCTransport.h"
+#include "p2p/transport/WebRTCTransport.h"
 #include "platform/linux/LoadedPeers.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenStreamMessage.h"

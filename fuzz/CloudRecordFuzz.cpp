@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <string>
 
-#include "p2p/CloudKitAnswers.h"
-#include "p2p/CloudPairingInvite.h"
-#include "p2p/RemoteIceServerConfig.h"
-#include "p2p/SignalMessage.h"
+#include "p2p/cloud/CloudKitAnswers.h"
+#include "p2p/cloud/CloudPairingInvite.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
+#include "p2p/signaling/SignalMessage.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "p2p/RemoteIceServerConfig.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
 
 /// What a credential service, a cache or a peer's record says either decodes to something that is written and
 /// read again as the same, or is nothing.

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "p2p/DataChannelMessaging.h"
+#include "p2p/channels/DataChannelMessaging.h"
 #include "tests/support/FakeDataChannel.h"
 #include "tests/support/ManualQueue.h"
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "p2p/IncomingChunks.h"
+#include "p2p/channels/IncomingChunks.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "p2p/CandidateSummary.h"
-#include "p2p/WebRTCTransport.h"
+#include "p2p/transport/CandidateSummary.h"
+#include "p2p/transport/WebRTCTransport.h"
 #include "tests/support/FakeCloudSignaling.h"
 #include "tests/support/FakePeerConnection.h"
 #include "tests/support/FakeRelaySignaling.h"

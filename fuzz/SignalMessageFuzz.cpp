@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "p2p/SignalMessage.h"
+#include "p2p/signaling/SignalMessage.h"
 
 /// What decodes must encode, and decode again to the same message.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "p2p/StunMessage.h"
+#include "p2p/ice/StunMessage.h"
 
 /// Whatever comes back from the network is an address or an error in its range, and never both, or it is
 /// nothing; in an answer to another request it is always nothing.

@@ -8,10 +8,10 @@
 #include "app/RelayAttempt.h"
 #include "app/TurnAttempt.h"
 #include "core/queue/FirstAnswer.h"
-#include "p2p/CloudDatabase.h"
-#include "p2p/CloudKitServerKey.h"
-#include "p2p/PeerConnection.h"
-#include "p2p/StunProbe.h"
+#include "p2p/cloud/CloudDatabase.h"
+#include "p2p/cloud/CloudKitServerKey.h"
+#include "p2p/ice/StunProbe.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 namespace {

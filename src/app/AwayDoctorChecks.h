@@ -6,7 +6,7 @@
 
 #include "app/Doctor.h"
 #include "core/queue/EventLoop.h"
-#include "p2p/DeploymentSettings.h"
+#include "p2p/ice/DeploymentSettings.h"
 
 namespace tevanto {
 

@@ -9,8 +9,8 @@
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
 #include "core/settings/UserDefaults.h"
-#include "p2p/CloudPairingInvites.h"
-#include "p2p/DeployedTransports.h"
+#include "p2p/cloud/CloudPairingInvites.h"
+#include "p2p/transport/DeployedTransports.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "app/AwayDoctorChecks.h"
-#include "p2p/DeployedTransports.h"
+#include "p2p/transport/DeployedTransports.h"
 #include "platform/linux/LinuxRoad.h"
 
 namespace tevanto {

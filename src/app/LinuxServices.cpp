@@ -11,7 +11,7 @@
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/NoAdvertiser.h"
 #include "net/tcp/AsioTcpListener.h"
-#include "p2p/DeployedTransports.h"
+#include "p2p/transport/DeployedTransports.h"
 #include "platform/linux/AvahiServiceAdvertiser.h"
 #include "platform/linux/CommandModifier.h"
 #include "platform/linux/ComputerName.h"

@@ -1,7 +1,7 @@
 #include "app/MacAwayDoctorChecks.h"
 
 #include "app/AwayDoctorChecks.h"
-#include "p2p/DeployedTransports.h"
+#include "p2p/transport/DeployedTransports.h"
 #include "platform/macos/CloudKitDatabase.h"
 #include "platform/macos/MacRoad.h"
 

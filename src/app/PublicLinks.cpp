@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "p2p/DeploymentSettings.h"
+#include "p2p/ice/DeploymentSettings.h"
 
 namespace tevanto {
 namespace {

@@ -8,8 +8,8 @@
 #include "core/text/Uuid.h"
 #include "net/web/HttpClient.h"
 #include "net/web/WebSocketConnection.h"
-#include "p2p/SignalingClient.h"
-#include "p2p/TurnCredentialService.h"
+#include "p2p/ice/TurnCredentialService.h"
+#include "p2p/signaling/SignalingClient.h"
 
 namespace tevanto {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "core/Result.h"
 #include "core/queue/SerialQueue.h"
-#include "p2p/RemoteIceServerConfig.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
 
 namespace tevanto {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "core/queue/FirstAnswer.h"
-#include "p2p/PeerConnection.h"
-#include "p2p/StunProbe.h"
+#include "p2p/ice/StunProbe.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 namespace {

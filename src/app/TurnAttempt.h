@@ -3,7 +3,7 @@
 #include <string>
 
 #include "core/Result.h"
-#include "p2p/RemoteIceServerConfig.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
 
 namespace tevanto {
 

@@ -10,7 +10,7 @@
 #include "core/Log.h"
 #include "core/queue/EventLoop.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "p2p/DeployedTransports.h"
+#include "p2p/transport/DeployedTransports.h"
 #include "phone/CommandLine.h"
 #include "phone/MirrorMediaModule.h"
 #include "platform/linux/AvahiServiceBrowser.h"

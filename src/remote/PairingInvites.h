@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "p2p/CloudPairingInvite.h"
+#include "p2p/cloud/CloudPairingInvite.h"
 
 namespace tevanto {
 

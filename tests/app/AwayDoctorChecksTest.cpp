@@ -9,7 +9,7 @@
 #include "app/DefaultsText.h"
 #include "net/web/BeastHttpClient.h"
 #include "net/web/BeastWebSocketFactory.h"
-#include "p2p/CloudKitWebDatabase.h"
+#include "p2p/cloud/CloudKitWebDatabase.h"
 #include "platform/linux/LoadedPeers.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/CloudKitTestService.h"

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "p2p/CloudDatabase.h"
+#include "p2p/cloud/CloudDatabase.h"
 
 namespace tevanto {
 namespace {

@@ -1,4 +1,4 @@
-#include "p2p/CloudKitAnswers.h"
+#include "p2p/cloud/CloudKitAnswers.h"
 
 #include <gtest/gtest.h>
 

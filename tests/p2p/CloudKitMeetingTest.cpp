@@ -5,9 +5,9 @@
 #include <string>
 
 #include "net/web/BeastHttpClient.h"
-#include "p2p/CloudKitSignalingClient.h"
-#include "p2p/CloudKitWebDatabase.h"
-#include "p2p/CloudPairingInvites.h"
+#include "p2p/cloud/CloudKitSignalingClient.h"
+#include "p2p/cloud/CloudKitWebDatabase.h"
+#include "p2p/cloud/CloudPairingInvites.h"
 #include "tests/support/CloudKitTestService.h"
 
 namespace tevanto {

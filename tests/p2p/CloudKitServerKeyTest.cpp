@@ -1,4 +1,4 @@
-#include "p2p/CloudKitServerKey.h"
+#include "p2p/cloud/CloudKitServerKey.h"
 
 #include <gtest/gtest.h>
 

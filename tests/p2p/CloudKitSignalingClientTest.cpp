@@ -1,4 +1,4 @@
-#include "p2p/CloudKitSignalingClient.h"
+#include "p2p/cloud/CloudKitSignalingClient.h"
 
 #include <gtest/gtest.h>
 

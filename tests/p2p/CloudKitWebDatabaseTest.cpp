@@ -1,4 +1,4 @@
-#include "p2p/CloudKitWebDatabase.h"
+#include "p2p/cloud/CloudKitWebDatabase.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "p2p/CloudKitWebDatabase.h"
+#include "p2p/cloud/CloudKitWebDatabase.h"
 #include "tests/support/CloudKitTestService.h"
 #include "tests/support/FakeHttpClient.h"
 #include "tests/support/ManualQueue.h"

@@ -1,4 +1,4 @@
-#include "p2p/CloudPairingInvites.h"
+#include "p2p/cloud/CloudPairingInvites.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/CloudKitSignalingClient.h"
+#include "p2p/cloud/CloudKitSignalingClient.h"
 #include "tests/support/FakeCloudDatabase.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/RecordingLogSink.h"

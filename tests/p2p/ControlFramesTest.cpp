@@ -1,4 +1,4 @@
-#include "p2p/ControlFrames.h"
+#include "p2p/channels/ControlFrames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "p2p/DataChannelMessaging.h"
+#include "p2p/channels/DataChannelMessaging.h"
 
 #include <gtest/gtest.h>
 
-#include "p2p/ControlFrames.h"
+#include "p2p/channels/ControlFrames.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/DataChannelMessagingFixture.h"

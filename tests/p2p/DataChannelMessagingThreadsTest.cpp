@@ -6,8 +6,8 @@
 #include <thread>
 
 #include "core/queue/EventLoop.h"
-#include "p2p/ControlFrames.h"
-#include "p2p/DataChannelMessaging.h"
+#include "p2p/channels/ControlFrames.h"
+#include "p2p/channels/DataChannelMessaging.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenPackets.h"
 #include "screen/wire/ScreenStreamMessage.h"

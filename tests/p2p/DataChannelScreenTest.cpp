@@ -2,8 +2,8 @@
 
 #include <limits>
 
-#include "p2p/ControlFrames.h"
-#include "p2p/DataChannelMessaging.h"
+#include "p2p/channels/ControlFrames.h"
+#include "p2p/channels/DataChannelMessaging.h"
 #include "screen/wire/ScreenPackets.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/DataChannelMessagingFixture.h"

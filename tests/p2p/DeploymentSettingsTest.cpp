@@ -1,4 +1,4 @@
-#include "p2p/DeploymentSettings.h"
+#include "p2p/ice/DeploymentSettings.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "p2p/IceServerSource.h"
+#include "p2p/ice/IceServerSource.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "p2p/IceServerSource.h"
+#include "p2p/ice/IceServerSource.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "p2p/IncomingChunks.h"
+#include "p2p/channels/IncomingChunks.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "p2p/RelayAccount.h"
+#include "p2p/channels/RelayAccount.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "p2p/RemoteIceServerConfig.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
 
 #include <gtest/gtest.h>
 

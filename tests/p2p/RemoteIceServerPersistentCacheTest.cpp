@@ -1,4 +1,4 @@
-#include "p2p/RemoteIceServerPersistentCache.h"
+#include "p2p/ice/RemoteIceServerPersistentCache.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "p2p/SignalMessage.h"
+#include "p2p/signaling/SignalMessage.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "net/web/BeastWebSocketFactory.h"
-#include "p2p/SignalingClient.h"
+#include "p2p/signaling/SignalingClient.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/RecordingLogSink.h"
 #include "tests/support/TestHttpServer.h"

@@ -1,4 +1,4 @@
-#include "p2p/SignalingClient.h"
+#include "p2p/signaling/SignalingClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

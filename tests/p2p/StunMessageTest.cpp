@@ -1,4 +1,4 @@
-#include "p2p/StunMessage.h"
+#include "p2p/ice/StunMessage.h"
 
 #include <gtest/gtest.h>
 

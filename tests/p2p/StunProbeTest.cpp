@@ -1,4 +1,4 @@
-#include "p2p/StunProbe.h"
+#include "p2p/ice/StunProbe.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

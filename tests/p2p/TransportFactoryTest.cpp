@@ -1,4 +1,4 @@
-#include "p2p/TransportFactory.h"
+#include "p2p/transport/TransportFactory.h"
 
 #include <gtest/gtest.h>
 

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "p2p/CandidateSummary.h"
-#include "p2p/DataChannelKind.h"
-#include "p2p/RouteWatch.h"
-#include "p2p/TransportReports.h"
-#include "p2p/TransportRole.h"
+#include "p2p/peer/DataChannelKind.h"
+#include "p2p/signaling/TransportRole.h"
+#include "p2p/transport/CandidateSummary.h"
+#include "p2p/transport/RouteWatch.h"
+#include "p2p/transport/TransportReports.h"
 
 namespace tevanto {
 namespace {

@@ -1,4 +1,4 @@
-#include "p2p/TurnCredentialService.h"
+#include "p2p/ice/TurnCredentialService.h"
 
 #include <gtest/gtest.h>
 

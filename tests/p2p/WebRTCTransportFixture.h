@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "p2p/WebRTCTransport.h"
+#include "p2p/transport/WebRTCTransport.h"
 #include "tests/support/FakeCloudSignaling.h"
 #include "tests/support/FakePeerConnection.h"
 #include "tests/support/FakeRelaySignaling.h"

@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "p2p/DeploymentSettings.h"
+#include "p2p/ice/DeploymentSettings.h"
 #include "tests/support/FakeUserDefaults.h"
 
 namespace tevanto::test {

@@ -11,7 +11,7 @@
 
 #include "core/queue/SerialQueue.h"
 #include "core/queue/WallClock.h"
-#include "p2p/CloudDatabase.h"
+#include "p2p/cloud/CloudDatabase.h"
 
 namespace tevanto::test {
 

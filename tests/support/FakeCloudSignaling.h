@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/CloudSignaling.h"
+#include "p2p/signaling/CloudSignaling.h"
 
 namespace tevanto::test {
 

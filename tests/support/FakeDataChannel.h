@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto::test {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "tests/support/FakeDataChannel.h"
 #include "tests/support/ManualQueue.h"
 

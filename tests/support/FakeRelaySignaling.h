@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/RelaySignaling.h"
+#include "p2p/signaling/RelaySignaling.h"
 
 namespace tevanto::test {
 

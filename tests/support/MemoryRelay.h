@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/queue/SerialQueue.h"
-#include "p2p/RelaySignaling.h"
+#include "p2p/signaling/RelaySignaling.h"
 
 namespace tevanto::test {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto::test {
 

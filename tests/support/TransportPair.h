@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "p2p/WebRTCTransport.h"
+#include "p2p/transport/WebRTCTransport.h"
 #include "tests/support/FakeCloudSignaling.h"
 #include "tests/support/MemoryRelay.h"
 

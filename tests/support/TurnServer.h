@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "p2p/RemoteIceServerConfig.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestAuthority.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/queue/CallGate.h"
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/linux/LibwebrtcPeerLink.h"
 
 namespace tevanto {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/linux/LibwebrtcChannelLink.h"
 #include "platform/linux/LibwebrtcEngine.h"
 

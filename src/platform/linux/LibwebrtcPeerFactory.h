@@ -3,7 +3,7 @@
 #include <memory>
 #include <mutex>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/linux/PeerEngineOptions.h"
 
 namespace tevanto {

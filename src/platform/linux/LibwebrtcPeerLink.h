@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "core/queue/CallGate.h"
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/linux/LibwebrtcEngine.h"
 
 namespace tevanto {

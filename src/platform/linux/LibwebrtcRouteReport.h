@@ -2,7 +2,7 @@
 
 #include <api/stats/rtc_stats_report.h>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/Log.h"
-#include "p2p/DeploymentSettings.h"
+#include "p2p/ice/DeploymentSettings.h"
 #include "platform/linux/LoadedPeers.h"
 
 namespace tevanto {

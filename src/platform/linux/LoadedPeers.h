@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "core/Result.h"
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/linux/PeerEngineOptions.h"
 
 namespace tevanto {

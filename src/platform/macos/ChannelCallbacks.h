@@ -8,7 +8,7 @@
 
 #include "core/queue/CallGate.h"
 #include "core/queue/SerialQueue.h"
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

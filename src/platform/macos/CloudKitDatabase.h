@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "p2p/CloudDatabase.h"
+#include "p2p/cloud/CloudDatabase.h"
 
 namespace tevanto {
 

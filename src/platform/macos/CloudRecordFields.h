@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/CloudDatabase.h"
+#include "p2p/cloud/CloudDatabase.h"
 
 namespace tevanto {
 

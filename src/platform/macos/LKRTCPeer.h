@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 #include "platform/macos/LKRTCFramework.h"
 #include "platform/macos/PeerCallbacks.h"
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "core/queue/SerialQueue.h"
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

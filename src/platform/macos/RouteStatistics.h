@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "p2p/PeerConnection.h"
+#include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
 

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "core/Log.h"
+#include "core/queue/SerialQueue.h"
+#include "p2p/channels/IncomingChunks.h"
+#include "p2p/channels/RelayAccount.h"
+#include "p2p/peer/PeerConnection.h"
+#include "remote/message/RemoteMessage.h"
+#include "screen/wire/ScreenPacketReceiver.h"
+
+namespace tevanto {
+
+/// What travels on the three data channels of a transport, which owns this and tells it of its channels:
+///
+///     channel  carries
+///     control  messages, whole or in chunks; screen messages that must not get lost
+///     motion   "movePointer" commands, framed like those on the control channel
+///     screen   screen packets, which are dropped before they queue
+///
+/// All of it may be called from any thread. A lock rather than a queue guards the state: the threads of the
+/// engine, which bring the frames, must not wait for another thread, and a packet is not worth a hop.
+class DataChannelMessaging {
+ public:
+  struct Environment {
+    std::shared_ptr<SerialQueue> mainQueue;
+    std::string role;  // stands in brackets before each log line
+    Logger log = {};
+  };
+
+  /// Who hears of what arrives; held weakly.
+  class Delegate {
+   public:
+    virtual ~Delegate() = default;
+    /// On the main queue.
+    virtual void messageArrived(RemoteMessage message) = 0;
+    /// On the main queue; the bytes are valid during the call only.
+    virtual void screenDataArrived(std::span<const std::byte> message) = 0;
+    /// On the main queue: so many bytes of screen data came through a relay since the last such report.
+    virtual void relayScreenBytesArrived(std::uint64_t bytes) = 0;
+    /// On the thread that brought screen data, before it counts as relayed or direct: a moment to look
+    /// whether the route has changed.
+    virtual void screenDataArriving() = 0;
+  };
+
+  DataChannelMessaging(Environment environment, std::weak_ptr<Delegate> delegate);
+  DataChannelMessaging(const DataChannelMessaging&) = delete;
+  DataChannelMessaging& operator=(const DataChannelMessaging&) = delete;
+
+  /// The current channels; null for none. A new control channel forgets unfinished messages of the one before
+  /// it, a new screen channel its unfinished packets and the last frame's id.
+  void setControlChannel(std::shared_ptr<DataChannel> channel);
+  void setMotionChannel(std::shared_ptr<DataChannel> channel);
+  void setScreenChannel(std::shared_ptr<DataChannel> channel);
+  std::shared_ptr<DataChannel> controlChannel() const;
+  std::shared_ptr<DataChannel> motionChannel() const;
+  std::shared_ptr<DataChannel> screenChannel() const;
+
+  /// Sends on the motion channel what belongs there and can go there, else on the control channel; nothing
+  /// when that is not open.
+  void send(const RemoteMessage& message);
+  /// Sends one video frame; false when the drop rule or the channel refused it.
+  bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame);
+  /// Whether the drop rule would let a key frame of so many bytes pass now.
+  bool takesKeyFrame(std::size_t bytes) const;
+  /// Sends a screen message of at most 60,000 bytes on the control channel; false when it was not sent.
+  bool sendScreenPayload(std::span<const std::byte> message);
+
+  /// A frame came. Those of channels that are not current are ignored.
+  void received(const DataChannel& channel, std::span<const std::byte> frame);
+
+  /// The route that ICE selected; what the change, if it is one, means for the account.
+  RelayAccount::RouteChange routeSelected(bool relayed);
+
+ private:
+  struct Channels {
+    std::shared_ptr<DataChannel> control;
+    std::shared_ptr<DataChannel> motion;
+    std::shared_ptr<DataChannel> screen;
+  };
+
+  std::shared_ptr<DataChannel> openChannelFor(const RemoteMessage& message) const;
+  void sendInChunks(DataChannel& channel, std::span<const std::byte> document);
+  bool admit(std::uint64_t buffered, std::size_t messageBytes, bool isKeyFrame) const;
+  void controlFrameReceived(std::span<const std::byte> frame);
+  void chunkReceived(std::span<const std::byte> frame);
+  void screenPacketReceived(std::span<const std::byte> packet);
+  void decode(std::span<const std::byte> document);
+  void deliverScreen(std::vector<std::byte> message);
+  void logLine(const std::string& text) const;
+
+  const Environment environment_;
+  const std::weak_ptr<Delegate> delegate_;
+
+  mutable std::mutex mutex_;  // guards all below
+  Channels channels_;
+  std::uint32_t outgoingMessageID_ = 0;
+  std::uint32_t outgoingScreenPacketID_ = 0;
+  IncomingChunks incomingChunks_;
+  ScreenPacketReceiver screenPackets_;
+  RelayAccount relayAccount_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/Log.h"
+#include "core/queue/SerialQueue.h"
+#include "core/queue/WallClock.h"
+#include "p2p/cloud/CloudDatabase.h"
+#include "p2p/cloud/SpentSessions.h"
+#include "p2p/signaling/CloudSignaling.h"
+
+namespace tevanto {
+
+/// Negotiates through records of the cloud: writes this side's description with all its candidates into one
+/// record and looks for the other side's every few seconds. Lives on its own queue, "tevanto.cksignal"; one
+/// life each: start, then stop.
+///
+///     off ── start, account available ──> polling ── stop ──> off
+///      └── no account: off for good
+class CloudKitSignalingClient final : public CloudSignaling,
+                                      public std::enable_shared_from_this<CloudKitSignalingClient> {
+ public:
+  struct Environment {
+    std::shared_ptr<CloudDatabase> database;
+    std::shared_ptr<SerialQueue> queue;
+    std::shared_ptr<SerialQueue> mainQueue;
+    WallClock now;
+    /// Identifies this side's negotiation in the records of an offerer.
+    std::string session;
+    std::shared_ptr<SpentSessions> spent = std::make_shared<SpentSessions>();
+    Logger log = {};
+  };
+
+  static constexpr std::string_view kQueueLabel = "tevanto.cksignal";
+  static constexpr std::string_view kLogCategory = "cksignal";
+
+  // The side that waits for an answer looks more often.
+  static constexpr std::chrono::seconds kPhoneInterval{1};
+  static constexpr std::chrono::seconds kMacInterval{3};
+  static constexpr std::chrono::seconds kFirstBackoff{5};
+  static constexpr std::chrono::seconds kLongestBackoff{60};
+  /// Older records are from a negotiation that is over.
+  static constexpr std::chrono::seconds kRecordLife{90};
+
+  explicit CloudKitSignalingClient(Environment environment) : environment_(std::move(environment)) {}
+
+  void start(const std::string& room, SignalRole role) override;
+  void stop() override;
+  void conclude() override;
+  void write(const std::string& kind, const SignalMessage& message) override;
+  void publishTURN(const std::vector<RemoteIceServerConfig>& servers) override;
+  void loadTURN(std::function<void(std::optional<BrokeredIceServers>)> done) override;
+
+ private:
+  enum class Stage { idle, starting, polling, over };
+
+  void begin(const std::string& room, SignalRole role);
+  void accountAnswered(CloudAccountStatus status);
+  void poll();
+  void polled(CloudOutcome<CloudRecord> outcome);
+  void pollFailed(const CloudError& error);
+  void accept(const CloudRecord& record);
+  bool isYoung(const CloudRecord& record) const;
+  bool follows(const std::string& session) const;
+  void save(const std::string& kind, const std::string& session, std::string payload,
+            const std::string& success, const std::string& failure);
+  /// Calls `report` on the main queue, unless the client has been stopped by then.
+  void report(std::function<void(CloudKitSignalingClient&)> report);
+  std::string recordName(std::string_view kind) const;
+  std::string_view awaitedKind() const;
+  std::chrono::seconds interval() const;
+
+  const Environment environment_;
+  std::atomic<bool> stopped_ = false;
+  std::string room_;
+  SignalRole role_ = SignalRole::mac;
+  Stage stage_ = Stage::idle;
+  std::optional<std::string> session_;  // the one that is followed
+  std::optional<std::string> lastDeliveredPayload_;
+  std::chrono::seconds pollBackoff_{0};
+  Timer nextPoll_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "core/Log.h"
+#include "core/queue/WallClock.h"
+#include "p2p/cloud/CloudDatabase.h"
+#include "remote/PairingInvites.h"
+
+namespace tevanto {
+
+/// Leaves invites in the cloud and withdraws them. Any thread may call; each call is independent, whether or
+/// not a negotiation goes on.
+class CloudPairingInvites final : public PairingInvites {
+ public:
+  struct Found {
+    std::string room;
+    CloudPairingInvite invite;
+  };
+
+  CloudPairingInvites(std::shared_ptr<CloudDatabase> database, WallClock now, const Logger& log = {});
+
+  /// Nothing is written when the code has not six digits.
+  void publishPairInvite(const std::string& code, const std::string& room,
+                         const CloudPairingInvite& invite) override;
+  void deletePairInvite(const std::string& code) override;
+  /// Looks up the invite for a code. `done` is called once, on a thread of the database's choosing, with
+  /// nothing when there is none.
+  void loadPairInvite(std::string_view code, std::function<void(std::optional<Found>)> done);
+
+ private:
+  class Reports;
+
+  const std::shared_ptr<CloudDatabase> database_;
+  const WallClock now_;
+  const std::shared_ptr<Reports> published_;
+  const std::shared_ptr<Reports> deleted_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/queue/SerialQueue.h"
+#include "net/web/HttpClient.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
+
+namespace tevanto {
+
+/// "https://host[:port]/turn-credentials" for "wss://host[:port]", "http://..." for "ws://..."; nothing for
+/// another scheme or no host.
+std::optional<std::string> credentialURL(std::string_view relayURL);
+
+/// Asks the credential services, which live beside the signaling relays, for TURN servers. Any thread may
+/// call.
+class TurnCredentialService {
+ public:
+  /// Nothing when no service gave a readable answer.
+  using Completion = std::function<void(std::optional<std::vector<RemoteIceServerConfig>>)>;
+
+  /// For each relay: a slow service must not hold up a call.
+  static constexpr std::chrono::milliseconds kTimeout{4000};
+
+  explicit TurnCredentialService(std::shared_ptr<HttpClient> http) : http_(std::move(http)) {}
+
+  /// Asks the services of the relays one after another until one answers readably. `done` is called once, on
+  /// `queue`, never inside this call.
+  void fetch(const std::vector<std::string>& relayURLs, std::shared_ptr<SerialQueue> queue,
+             Completion done) const;
+
+ private:
+  const std::shared_ptr<HttpClient> http_;
+};
+
+}  // namespace tevanto

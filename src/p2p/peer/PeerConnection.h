@@ -1,0 +1,141 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/Result.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
+
+namespace tevanto {
+
+/// The state of ICE (RFC 8445) as WebRTC 1.0 names it; `count` and anything later are not states.
+enum class IceConnectionState { new_, checking, connected, completed, failed, disconnected, closed, count };
+enum class IceGatheringState { new_, gathering, complete };
+enum class DataChannelState { connecting, open, closing, closed };
+enum class SdpType { offer, answer };
+
+/// A session description (RFC 8866) of a peer.
+struct SessionDescription {
+  SdpType type = SdpType::offer;
+  std::string sdp;
+
+  bool operator==(const SessionDescription&) const = default;
+};
+
+/// `sdp` is the candidate line.
+struct IceCandidate {
+  std::string sdp;
+  std::string sdpMid;
+  std::int32_t sdpMLineIndex = 0;
+
+  bool operator==(const IceCandidate&) const = default;
+};
+
+/// Ordered and reliable unless it says otherwise.
+struct DataChannelOptions {
+  bool ordered = true;
+  std::optional<int> maxRetransmits;
+};
+
+/// What the statistics say of ICE (W3C WebRTC statistics identifiers): enough to find the selected pair.
+struct RouteReport {
+  struct CandidatePair {
+    std::string id = {};
+    std::string localCandidateId = {};
+    std::string remoteCandidateId = {};
+    std::optional<bool> selected = {};
+    bool nominated = false;
+    std::string state = {};
+  };
+  struct Candidate {
+    std::string id;
+    std::string candidateType;  // "host", "srflx", "prflx" or "relay"
+  };
+  std::optional<std::string> selectedCandidatePairId;  // of the "transport" report
+  std::vector<CandidatePair> pairs;
+  std::vector<Candidate> candidates;
+};
+
+/// One data channel. Calls may come from any thread. A channel that is no longer held by its owner and its
+/// peer is gone.
+class DataChannel {
+ public:
+  /// Called on threads of the engine; must return soon and must not wait for another thread.
+  class Observer {
+   public:
+    virtual ~Observer() = default;
+    virtual void dataChannelDidChangeState(DataChannel& channel) = 0;
+    /// The bytes are valid during the call only.
+    virtual void dataChannelDidReceive(DataChannel& channel, std::span<const std::byte> message) = 0;
+  };
+
+  virtual ~DataChannel() = default;
+  virtual std::string label() const = 0;
+  virtual DataChannelState state() const = 0;
+  /// Bytes given to `send` that the network has not taken yet.
+  virtual std::uint64_t bufferedAmount() const = 0;
+  /// Sends one binary message; false when the channel is not open or its buffer is full. Messages keep the
+  /// order of the calls of one thread. The observer may hear of the channel's end inside the call.
+  virtual bool send(std::span<const std::byte> message) = 0;
+  /// No observer call comes after this has returned with an empty one, unless it is made inside such a call.
+  virtual void setObserver(std::weak_ptr<Observer> observer) = 0;
+  virtual void close() = 0;
+};
+
+/// Called on threads of the engine; must return soon and must not wait for another thread.
+class PeerConnectionObserver {
+ public:
+  virtual ~PeerConnectionObserver() = default;
+  virtual void peerDidChangeIceConnectionState(IceConnectionState state) = 0;
+  virtual void peerDidChangeIceGatheringState(IceGatheringState state) = 0;
+  virtual void peerDidGenerateCandidate(const IceCandidate& candidate) = 0;
+  virtual void peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) = 0;
+};
+
+/// One peer connection. Calls may come from any thread but the engine's own ones, which a loop of the program
+/// that it signals on is not; completions come once, on a thread of the engine or in a turn of that loop,
+/// never inside the call.
+class PeerConnection {
+ public:
+  using DescriptionHandler = std::function<void(Result<SessionDescription>)>;
+  using DoneHandler = std::function<void(Result<void>)>;
+  using StatisticsHandler = std::function<void(RouteReport)>;
+
+  virtual ~PeerConnection() = default;
+  virtual void createOffer(DescriptionHandler done) = 0;
+  virtual void createAnswer(DescriptionHandler done) = 0;
+  virtual void setLocalDescription(const SessionDescription& description, DoneHandler done) = 0;
+  virtual void setRemoteDescription(const SessionDescription& description, DoneHandler done) = 0;
+  /// Only after the remote description is set. One that does not parse is dropped.
+  virtual void addCandidate(const IceCandidate& candidate) = 0;
+  /// Null when the engine refuses.
+  virtual std::shared_ptr<DataChannel> createDataChannel(const std::string& label,
+                                                         const DataChannelOptions& options) = 0;
+  virtual IceConnectionState iceConnectionState() const = 0;
+  virtual void statistics(StatisticsHandler done) = 0;
+  /// Ends it; no observer call and no completion comes after this has returned.
+  virtual void close() = 0;
+};
+
+/// How a peer is made. Gathering is continual, descriptions are unified plan, the ICE transport policy is
+/// "all".
+struct PeerConfiguration {
+  std::vector<RemoteIceServerConfig> iceServers;
+};
+
+class PeerConnectionFactory {
+ public:
+  virtual ~PeerConnectionFactory() = default;
+  /// Null when the engine refuses the configuration.
+  virtual std::shared_ptr<PeerConnection> create(const PeerConfiguration& configuration,
+                                                 std::weak_ptr<PeerConnectionObserver> observer) = 0;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,164 @@
+#include "p2p/signaling/SignalingClient.h"
+
+#include <string_view>
+#include <utility>
+
+namespace tevanto {
+std::optional<Url> relayRoom(const std::string& relayURL, const std::string& room, SignalRole role) {
+  auto url = parseUrl(relayURL);
+  if (!url || !url->isWebSocket()) return std::nullopt;
+  url->target = "/connect?room=" + percentEncoded(room) + "&role=" + std::string(toString(role));
+  return url;
+}
+
+std::shared_ptr<SignalingClient> SignalingClient::create(std::vector<std::string> relays,
+                                                         std::shared_ptr<WebSocketFactory> sockets,
+                                                         std::shared_ptr<SerialQueue> stateQueue,
+                                                         std::shared_ptr<LogSink> log) {
+  return std::shared_ptr<SignalingClient>(
+      new SignalingClient(std::move(relays), std::move(sockets), std::move(stateQueue), std::move(log)));
+}
+
+SignalingClient::SignalingClient(std::vector<std::string> relays, std::shared_ptr<WebSocketFactory> sockets,
+                                 std::shared_ptr<SerialQueue> stateQueue, std::shared_ptr<LogSink> log)
+    : relays_(std::move(relays)),
+      sockets_(std::move(sockets)),
+      stateQueue_(std::move(stateQueue)),
+      log_(std::move(log), "signaling") {}
+
+SignalingClient::~SignalingClient() = default;
+
+template <class Work>
+void SignalingClient::onStateQueue(Work work) {
+  stateQueue_->async([weak = weak_from_this(), work = std::move(work)]() mutable {
+    if (const auto self = weak.lock()) work(*self);
+  });
+}
+
+template <class Work>
+auto SignalingClient::ofCurrentTask(Work work) {
+  return [weak = weak_from_this(), task = std::weak_ptr(task_), work](auto&&... arguments) {
+    const auto self = weak.lock();
+    if (!self || self->closed_ || !self->task_ || self->task_ != task.lock()) return;
+    work(*self, arguments...);
+  };
+}
+
+void SignalingClient::connect(const std::string& room, SignalRole role) {
+  onStateQueue([room, role](SignalingClient& self) {
+    if (self.closed_ || self.task_) return;
+    self.room_ = room;
+    self.role_ = role;
+    self.attempt();
+  });
+}
+
+void SignalingClient::send(const SignalMessage& message) {
+  onStateQueue([message](SignalingClient& self) { self.sendNow(message); });
+}
+
+void SignalingClient::close() {
+  if (closed_.exchange(true)) return;
+  // Holds the client: its owner may let go of it right after this, and the relay is to hear of it still.
+  stateQueue_->async([self = shared_from_this()] { self->closeNow(); });
+}
+
+void SignalingClient::attempt() {
+  if (urlIndex_ >= relays_.size()) {
+    log_.info("all signaling hosts failed");
+    if (onClose) onClose();
+    return;
+  }
+  const auto& endpoint = relays_[urlIndex_];
+  const auto url = relayRoom(endpoint, room_, role_);
+  host_ = url ? url->host : endpoint;
+  log_.info("connecting role=" + std::string(toString(role_)) + " via " + host_);
+  // An endpoint that is none fails as any other: the socket says why.
+  startTask(url ? url->text() : endpoint);
+}
+
+void SignalingClient::startTask(const std::string& url) {
+  task_ = sockets_->create(url);
+  isConnected_ = false;
+  WebSocketConnection::Handlers handlers;
+  handlers.onOpen = ofCurrentTask([](SignalingClient& self) { self.opened(); });
+  handlers.onMessage =
+      ofCurrentTask([](SignalingClient& self, std::string_view frame) { self.received(frame); });
+  handlers.onEnd =
+      ofCurrentTask([](SignalingClient& self, const WebSocketConnection::End& end) { self.ended(end); });
+  task_->start(stateQueue_, std::move(handlers));
+  openTimeout_ = stateQueue_->asyncAfter(kOpenTimeout, ofCurrentTask([](SignalingClient& self) {
+                                           if (!self.isConnected_) {
+                                             self.fail("open timed out via " + self.host_);
+                                           }
+                                         }));
+}
+
+void SignalingClient::opened() {
+  isConnected_ = true;
+  openTimeout_.cancel();
+  log_.info("open via " + host_);
+  if (onOpen) onOpen();
+  schedulePing();
+}
+
+void SignalingClient::schedulePing() {
+  nextPing_ =
+      stateQueue_->asyncAfter(kPingInterval, ofCurrentTask([](SignalingClient& self) { self.ping(); }));
+}
+
+void SignalingClient::ping() {
+  if (!isConnected_) return;
+  task_->ping(ofCurrentTask([](SignalingClient& self, const std::optional<std::string>& error) {
+    if (error) return self.fail("ping failed: " + *error);
+    self.schedulePing();
+  }));
+}
+
+void SignalingClient::received(std::string_view frame) {
+  auto message = decodeSignalMessage(frame);
+  if (message && onMessage) onMessage(std::move(*message));
+}
+
+void SignalingClient::ended(const WebSocketConnection::End& end) {
+  if (end.closeCode) return fail("server closed (code " + std::to_string(*end.closeCode) + ")");
+  fail("receive failed: " + end.error);
+}
+
+// What is said before the relay is open, its owner says again once it is. Kept for then, an offer would come
+// twice, and the second one would be answered by what there was before the first.
+void SignalingClient::sendNow(const SignalMessage& message) {
+  if (!isConnected_) return;
+  task_->sendText(
+      encodeSignalMessage(message),
+      ofCurrentTask([type = message.type](SignalingClient& self, const std::optional<std::string>& error) {
+        if (error) self.log_.info("send " + type + " failed: " + *error);
+      }));
+}
+
+void SignalingClient::fail(const std::string& reason) {
+  log_.info(reason);
+  const bool hadOpened = isConnected_;
+  dropTask(WebSocketConnection::kGoingAway);
+  if (hadOpened) {
+    if (onClose) onClose();
+    return;
+  }
+  ++urlIndex_;
+  attempt();
+}
+
+void SignalingClient::closeNow() {
+  if (isConnected_) sendNow({.type = "bye"});
+  dropTask(WebSocketConnection::kGoingAway);
+}
+
+/// The socket sends what it was given, the goodbye above all, before it closes.
+void SignalingClient::dropTask(std::uint16_t closeCode) {
+  isConnected_ = false;
+  openTimeout_.cancel();
+  nextPing_.cancel();
+  if (const auto task = std::exchange(task_, nullptr)) task->cancel(closeCode);
+}
+
+}  // namespace tevanto

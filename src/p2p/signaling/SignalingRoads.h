@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "p2p/signaling/CloudSignaling.h"
+#include "p2p/signaling/RelaySignaling.h"
+#include "p2p/signaling/TransportRole.h"
+
+namespace tevanto {
+
+/// The two ways by which the peers negotiate, side by side, and what has become of each. On the state queue,
+/// but for the callbacks, which their user hops with.
+class SignalingRoads {
+ public:
+  SignalingRoads(std::shared_ptr<RelaySignaling> relay, std::shared_ptr<CloudSignaling> cloud,
+                 std::string room, TransportRole role);
+
+  /// Whose callbacks are to be set before the start.
+  RelaySignaling& relay() { return *relay_; }
+  CloudSignaling& cloud() { return *cloud_; }
+
+  void connectRelay() { relay_->connect(room_, signalRole(role_)); }
+  /// Only the first call starts it.
+  void startCloud();
+  void stopCloud() { cloud_->stop(); }
+  void concludeCloud() { cloud_->conclude(); }
+  void close();
+
+  void send(const SignalMessage& message) { relay_->send(message); }
+  void write(const SignalMessage& snapshot) { cloud_->write(snapshot.type, snapshot); }
+
+  void relayClosed() { relayClosed_ = true; }
+  void cloudUnavailable() { cloudUnavailable_ = true; }
+  bool isRelayClosed() const { return relayClosed_; }
+  bool isCloudStarted() const { return cloudStarted_; }
+  bool mayUseCloud() const { return cloudStarted_ && !cloudUnavailable_; }
+
+ private:
+  const std::shared_ptr<RelaySignaling> relay_;
+  const std::shared_ptr<CloudSignaling> cloud_;
+  const std::string room_;
+  const TransportRole role_;
+  bool relayClosed_ = false;
+  bool cloudStarted_ = false;
+  bool cloudUnavailable_ = false;
+};
+
+}  // namespace tevanto

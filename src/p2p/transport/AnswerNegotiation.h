@@ -1,0 +1,33 @@
+#pragma once
+
+#include "p2p/transport/Negotiation.h"
+
+namespace tevanto {
+
+/// The computer's side: answers each new offer with a session of its own, and one that it has seen already
+/// with the same answer again.
+class AnswerNegotiation final : public Negotiation {
+ public:
+  using Negotiation::Negotiation;
+
+  void begin() override {}
+  void replay(std::string_view) override {}
+  void offered(const SignalMessage& offer, bool viaCloud) override;
+  void answered(const SignalMessage&, bool) override {}
+  bool wantsSnapshot() const override { return replyViaCloud_ && localAnswer_; }
+
+ private:
+  const std::optional<SessionDescription>& localDescription() const override { return localAnswer_; }
+  void offeredAgain(const SignalMessage& offer, bool viaCloud);
+  void apply(const SignalMessage& offer);
+  void offerIsSet(const SignalMessage& offer);
+  void answerIsSet(SessionDescription answer);
+
+  /// Of the last offer that was applied or is being applied.
+  std::optional<std::string> lastOfferSDP_;
+  std::optional<SessionDescription> localAnswer_;
+  /// The current offer came through the cloud, so that is where its answer has to be.
+  bool replyViaCloud_ = false;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/queue/SerialQueue.h"
+#include "p2p/peer/DataChannelKind.h"
+#include "p2p/peer/PeerConnection.h"
+
+namespace tevanto {
+
+class DataChannelLink;
+class DataChannelMessaging;
+
+/// One peer connection with its channels and candidates, from its making to its close. It turns what the
+/// engine's threads bring into work on the state queue, where all of it lives; once it is closed, nothing
+/// that was still under way gets through. A fresh start is a new session.
+class PeerSession final : public PeerConnectionObserver, public std::enable_shared_from_this<PeerSession> {
+ public:
+  /// The owner. Called on the state queue, until the close.
+  class Delegate {
+   public:
+    virtual ~Delegate() = default;
+    virtual void iceConnectionStateDidChange(IceConnectionState state) = 0;
+    virtual void iceGatheringDidComplete() = 0;
+    virtual void localCandidateWasGathered(const IceCandidate& candidate) = 0;
+    virtual void channelDidOpen(DataChannelKind kind) = 0;
+    virtual void channelDidClose(DataChannelKind kind) = 0;
+    virtual void channelWasRejected(const std::string& label) = 0;
+  };
+  struct Environment {
+    std::shared_ptr<SerialQueue> queue;
+    std::shared_ptr<DataChannelMessaging> messaging;
+  };
+  using DescriptionHandler = std::function<void(Result<SessionDescription>)>;
+  using DoneHandler = std::function<void(Result<void>)>;
+  using StatisticsHandler = std::function<void(RouteReport)>;
+
+  /// More candidates than any peer has. They come from outside before anything is known of who sends them.
+  static constexpr std::size_t kMaxPendingCandidates = 1024;
+
+  /// Null when the engine refuses. `delegate` closes the session before it goes.
+  static std::shared_ptr<PeerSession> make(PeerConnectionFactory& factory,
+                                           const PeerConfiguration& configuration, Environment environment,
+                                           Delegate& delegate);
+  PeerSession(Environment environment, Delegate& delegate);
+  ~PeerSession() override;
+
+  /// Makes a channel, unless there is one of its label already. False when the engine refuses.
+  bool createChannel(std::string_view label, const DataChannelOptions& options);
+  bool hasChannel(DataChannelKind kind) const;
+
+  /// Creates an offer or an answer and sets it as the local description. No completion comes after `close`.
+  void describe(SdpType type, DescriptionHandler done);
+  /// Sets the other side's description; then adds the candidates that came before it.
+  void setRemoteDescription(const SessionDescription& description, DoneHandler done);
+  bool hasRemoteDescription() const { return hasRemoteDescription_; }
+  /// Adds a candidate of the other side, as soon as its description is there.
+  void addRemoteCandidate(IceCandidate candidate);
+  /// All that were gathered.
+  const std::vector<IceCandidate>& localCandidates() const { return localCandidates_; }
+
+  IceConnectionState iceConnectionState() const { return peer_->iceConnectionState(); }
+  void statistics(StatisticsHandler done);
+
+  /// Lets go of the channels and the peer.
+  void close();
+
+ private:
+  void peerDidChangeIceConnectionState(IceConnectionState state) override;
+  void peerDidChangeIceGatheringState(IceGatheringState state) override;
+  void peerDidGenerateCandidate(const IceCandidate& candidate) override;
+  void peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) override;
+
+  std::shared_ptr<DataChannelLink> attach(std::shared_ptr<DataChannel> channel, DataChannelKind kind);
+  void adopt(const std::shared_ptr<DataChannelLink>& link);
+  void reject(const std::shared_ptr<DataChannel>& channel);
+  void channelEnters(DataChannelLink& link, DataChannelState state);
+  /// Motion waits for the control channel as well: its answers go there, and nobody knows of the phone
+  /// before.
+  void admit(DataChannelLink& opened);
+  void publish(DataChannelKind kind, std::shared_ptr<DataChannel> channel);
+  std::shared_ptr<DataChannelLink>& link(DataChannelKind kind) {
+    return links_[static_cast<std::size_t>(kind)];
+  }
+  void setLocalDescription(const SessionDescription& description, const DescriptionHandler& done);
+  void remoteDescriptionIsSet();
+  /// A closure for the engine's threads: goes on with `work` on the state queue, unless closed by then.
+  template <class Work>
+  auto onQueue(Work work);
+
+  const Environment environment_;
+  Delegate& delegate_;
+  std::shared_ptr<PeerConnection> peer_;
+  bool closed_ = false;
+  bool hasRemoteDescription_ = false;
+  bool controlHasOpened_ = false;
+  std::vector<IceCandidate> pendingCandidates_;
+  std::vector<IceCandidate> localCandidates_;
+  std::array<std::shared_ptr<DataChannelLink>, 3> links_;  // by kind
+};
+
+}  // namespace tevanto
