@@ -5,8 +5,8 @@
 
 #include <utility>
 
-#include "platform/linux/LibwebrtcSocketServer.h"
-#include "platform/linux/ShallowSctpTransportFactory.h"
+#include "platform/linux/webrtc/LibwebrtcSocketServer.h"
+#include "platform/linux/webrtc/ShallowSctpTransportFactory.h"
 
 namespace tevanto::bench {
 

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "bench/BareChannels.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/PeerSide.h"
 #include "tests/support/ProcessMemory.h"
 

@@ -14,7 +14,7 @@
 #include "bench/BareChannels.h"
 #include "core/queue/EventLoop.h"
 #include "p2p/transport/WebRTCTransport.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/FakeCloudSignaling.h"

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <thread>
 
-#include "platform/linux/XcbOwned.h"
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbOwned.h"
+#include "platform/linux/x11/XcbServer.h"
 
 namespace tevanto::bench {
 namespace {

@@ -4,7 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "platform/linux/XSettings.h"
+#include "platform/linux/x11/windows/XSettings.h"
 
 /// The list of whoever owns the desktop's settings: what it says of a name (of the length that the first byte
 /// tells) stays so however it goes on, and a list that ends sooner says the same or nothing.

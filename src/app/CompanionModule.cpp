@@ -15,7 +15,7 @@
 #include "app/SingleCompanion.h"
 #include "core/Log.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "platform/linux/DisplayReach.h"
+#include "platform/linux/x11/DisplayReach.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
 

@@ -4,7 +4,7 @@
 
 #include "app/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/linux/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
 
 namespace tevanto {
 

@@ -31,9 +31,9 @@
 #include "core/Descriptor.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "platform/linux/JournalLogSink.h"
-#include "platform/linux/LinuxRoad.h"
-#include "platform/linux/StartAnew.h"
+#include "platform/linux/process/JournalLogSink.h"
+#include "platform/linux/process/StartAnew.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {

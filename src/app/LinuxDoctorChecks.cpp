@@ -16,13 +16,13 @@
 #include "app/PortCheck.h"
 #include "core/queue/EventLoop.h"
 #include "core/text/Uuid.h"
-#include "platform/linux/AvahiServiceAdvertiser.h"
-#include "platform/linux/AvahiServiceBrowser.h"
-#include "platform/linux/LoadedAudio.h"
-#include "platform/linux/LogindSleepAssertions.h"
-#include "platform/linux/XPointerWindow.h"
-#include "platform/linux/XServerLink.h"
-#include "platform/linux/XTestInputEvents.h"
+#include "platform/linux/audio/LoadedAudio.h"
+#include "platform/linux/avahi/AvahiServiceAdvertiser.h"
+#include "platform/linux/avahi/AvahiServiceBrowser.h"
+#include "platform/linux/session/LogindSleepAssertions.h"
+#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/input/XPointerWindow.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
 
 namespace tevanto {
 namespace {

@@ -8,9 +8,9 @@
 #include <variant>
 
 #include "app/FaceModule.h"
-#include "platform/linux/BusConnection.h"
-#include "platform/linux/ProgramModule.h"
-#include "platform/linux/XDesktop.h"
+#include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/x11/XDesktop.h"
 
 namespace tevanto {
 namespace {

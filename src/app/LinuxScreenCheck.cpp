@@ -6,11 +6,11 @@
 #include <memory>
 #include <utility>
 
-#include "app/LoadedEncoders.h"
 #include "core/Log.h"
 #include "core/queue/EventLoop.h"
 #include "core/queue/FirstAnswer.h"
-#include "platform/linux/X11DisplayCapture.h"
+#include "platform/linux/video/LoadedEncoders.h"
+#include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/capture/CaptureEngine.h"
 
 namespace tevanto {

@@ -2,8 +2,8 @@
 
 #include "app/Face.h"
 #include "app/FaceModule.h"
-#include "platform/linux/DisplayReach.h"
-#include "platform/linux/ProgramModule.h"
+#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/x11/DisplayReach.h"
 
 namespace tevanto {
 

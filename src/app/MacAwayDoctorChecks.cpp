@@ -2,8 +2,8 @@
 
 #include "app/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/macos/CloudKitDatabase.h"
-#include "platform/macos/MacRoad.h"
+#include "platform/macos/away/CloudKitDatabase.h"
+#include "platform/macos/away/MacRoad.h"
 
 namespace tevanto {
 

@@ -24,8 +24,8 @@
 #include "control/MacPowerManager.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/UserDefaults.h"
-#include "platform/macos/MacRoad.h"
-#include "platform/macos/UnifiedLogSink.h"
+#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/foundation/UnifiedLogSink.h"
 
 namespace tevanto {
 namespace {

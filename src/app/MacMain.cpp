@@ -12,7 +12,7 @@
 #include "app/MacDoctorChecks.h"
 #include "app/SingleCompanion.h"
 #include "app/ui/MacFace.h"
-#include "platform/macos/CfUserDefaults.h"
+#include "platform/macos/foundation/CfUserDefaults.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "app/CompanionModule.h"
-#include "platform/linux/ProgramModule.h"
+#include "platform/linux/process/ProgramModule.h"
 
 int main(int argc, char** argv) {
   using namespace tevanto;

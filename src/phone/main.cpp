@@ -13,9 +13,9 @@
 #include "p2p/transport/DeployedTransports.h"
 #include "phone/CommandLine.h"
 #include "phone/MirrorMediaModule.h"
-#include "platform/linux/AvahiServiceBrowser.h"
-#include "platform/linux/LinuxRoad.h"
-#include "platform/linux/ProgramModule.h"
+#include "platform/linux/avahi/AvahiServiceBrowser.h"
+#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "net/web/BeastHttpClient.h"
 #include "net/web/BeastWebSocketFactory.h"
 #include "p2p/cloud/CloudKitWebDatabase.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/CloudKitTestService.h"
 #include "tests/support/DeploymentSources.h"

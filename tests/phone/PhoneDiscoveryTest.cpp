@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/AvahiServiceAdvertiser.h"
+#include "platform/linux/avahi/AvahiServiceAdvertiser.h"
 #include "tests/support/AvahiDaemon.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"

@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/linux/XcbOwned.h"
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbOwned.h"
+#include "platform/linux/x11/XcbServer.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {

@@ -5,7 +5,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbServer.h"
 
 namespace tevanto::test {
 

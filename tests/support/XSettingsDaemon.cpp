@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbServer.h"
 
 namespace tevanto::test {
 namespace {

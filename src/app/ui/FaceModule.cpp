@@ -5,7 +5,7 @@
 
 #include "app/ui/InstalledFonts.h"
 #include "app/ui/QtFace.h"
-#include "platform/linux/DisplayReach.h"
+#include "platform/linux/x11/DisplayReach.h"
 
 namespace {
 

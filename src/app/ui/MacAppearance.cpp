@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "app/ui/DesktopAppearance.h"
-#include "platform/macos/AppKitMotion.h"
+#include "platform/macos/application/AppKitMotion.h"
 
 namespace tevanto {
 namespace {

@@ -16,8 +16,8 @@
 #include "app/ui/QtMainQueue.h"
 #include "app/ui/QtSetupWindow.h"
 #include "app/ui/WindowActivation.h"
-#include "platform/macos/AppKitApplication.h"
-#include "platform/macos/AppKitStatusItem.h"
+#include "platform/macos/application/AppKitApplication.h"
+#include "platform/macos/application/AppKitStatusItem.h"
 
 namespace tevanto {
 namespace {

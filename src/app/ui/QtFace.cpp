@@ -24,7 +24,7 @@
 #include "app/ui/ToolkitMotion.h"
 #include "app/ui/TrayIcon.h"
 #include "app/ui/ViewEngine.h"
-#include "platform/linux/XDesktop.h"
+#include "platform/linux/x11/XDesktop.h"
 
 namespace tevanto {
 namespace {

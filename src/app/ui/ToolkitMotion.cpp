@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "platform/linux/GSettingsBoolean.h"
-#include "platform/linux/XSettings.h"
+#include "platform/linux/desktop/GSettingsBoolean.h"
+#include "platform/linux/x11/windows/XSettings.h"
 
 namespace tevanto {
 namespace {

@@ -9,8 +9,8 @@
 #include <QTimer>
 #include <string>
 
-#include "platform/linux/XcbOwned.h"
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbOwned.h"
+#include "platform/linux/x11/XcbServer.h"
 
 namespace tevanto {
 namespace {

@@ -4,7 +4,7 @@
 #include <QWindow>
 #include <utility>
 
-#include "platform/linux/XWindowActivation.h"
+#include "platform/linux/x11/windows/XWindowActivation.h"
 
 namespace tevanto {
 namespace {

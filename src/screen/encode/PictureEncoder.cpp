@@ -1,7 +1,7 @@
 #include "screen/encode/PictureEncoder.h"
 
-#include "platform/linux/LibavcodecEncoder.h"
-#include "platform/linux/X264Encoder.h"
+#include "platform/linux/video/LibavcodecEncoder.h"
+#include "platform/linux/video/X264Encoder.h"
 
 namespace tevanto {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/AvahiServiceAdvertiser.h"
+#include "platform/linux/avahi/AvahiServiceAdvertiser.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/AvahiServiceBrowser.h"
+#include "platform/linux/avahi/AvahiServiceBrowser.h"
 #include "tests/support/AvahiDaemon.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/PrivateBus.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/BusConnection.h"
+#include "platform/linux/dbus/BusConnection.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

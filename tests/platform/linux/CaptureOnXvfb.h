@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/X11DisplayCapture.h"
+#include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "tests/support/DrawingXClient.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TestPictures.h"

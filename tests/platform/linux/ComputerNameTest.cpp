@@ -1,4 +1,4 @@
-#include "platform/linux/ComputerName.h"
+#include "platform/linux/session/ComputerName.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

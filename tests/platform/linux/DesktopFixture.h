@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/DesktopFolders.h"
+#include "platform/linux/desktop/applications/DesktopFolders.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tevanto::test {

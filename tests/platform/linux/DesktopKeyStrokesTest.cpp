@@ -1,8 +1,8 @@
-#include "platform/linux/DesktopKeyStrokes.h"
+#include "platform/linux/desktop/shortcuts/DesktopKeyStrokes.h"
 
 #include <gmock/gmock.h>
 
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/input/VirtualKeyCodes.h"
 #include "tests/support/RecordingInputEvents.h"
 
 namespace tevanto {

@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopOverview.h"
+#include "platform/linux/desktop/shortcuts/DesktopOverview.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "platform/linux/BusConnection.h"
+#include "platform/linux/dbus/BusConnection.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/ManualQueue.h"

@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopPreferences.h"
+#include "platform/linux/desktop/shortcuts/DesktopPreferences.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 #include "control/InputEvents.h"
 #include "control/SymbolicHotKeys.h"
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/input/VirtualKeyCodes.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace tevanto {

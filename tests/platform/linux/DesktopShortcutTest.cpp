@@ -1,11 +1,11 @@
-#include "platform/linux/DesktopShortcut.h"
+#include "platform/linux/desktop/shortcuts/DesktopShortcut.h"
 
 #include <gtest/gtest.h>
 
 #include <ostream>
 
 #include "control/InputEvents.h"
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/input/VirtualKeyCodes.h"
 
 namespace tevanto {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/desktop/applications/DesktopWorkspace.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 #include <map>
 #include <set>
 
-#include "platform/linux/DesktopEntry.h"
+#include "platform/linux/desktop/applications/DesktopEntry.h"
 #include "tests/platform/linux/DesktopFixture.h"
 
 namespace tevanto {

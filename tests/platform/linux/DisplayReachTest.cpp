@@ -1,4 +1,4 @@
-#include "platform/linux/DisplayReach.h"
+#include "platform/linux/x11/DisplayReach.h"
 
 #include <gtest/gtest.h>
 

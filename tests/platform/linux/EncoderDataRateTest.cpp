@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "platform/linux/ProbingEncoderFactory.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
 #include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"

@@ -1,6 +1,6 @@
 // Every encoder that this machine has, and the fake.
 
-#include "platform/linux/ProbingEncoderFactory.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
 #include "tests/platform/contracts/EncoderSessionContract.h"
 #include "tests/support/EncoderPictures.h"
 #include "tests/support/FakeEncoderSession.h"

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/TransportPair.h"
 

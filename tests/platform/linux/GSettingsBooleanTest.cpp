@@ -1,4 +1,4 @@
-#include "platform/linux/GSettingsBoolean.h"
+#include "platform/linux/desktop/GSettingsBoolean.h"
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>

@@ -4,8 +4,8 @@
 
 #include <iostream>
 
-#include "platform/linux/XServerLink.h"
-#include "platform/linux/XTestInputEvents.h"
+#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
 #include "tests/support/ManualQueue.h"
 
 int main() {

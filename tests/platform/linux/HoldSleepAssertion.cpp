@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-#include "platform/linux/LogindSleepAssertions.h"
+#include "platform/linux/session/LogindSleepAssertions.h"
 
 int main() {
   tevanto::LogindSleepAssertions assertions{tevanto::Logger()};

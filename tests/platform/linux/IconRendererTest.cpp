@@ -1,4 +1,4 @@
-#include "platform/linux/IconRenderer.h"
+#include "platform/linux/desktop/applications/IconRenderer.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,4 +1,4 @@
-#include "platform/linux/IconTheme.h"
+#include "platform/linux/desktop/applications/IconTheme.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

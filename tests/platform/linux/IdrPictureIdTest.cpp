@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "platform/linux/ProbingEncoderFactory.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
 #include "screen/encode/PictureEncoder.h"
 #include "screen/wire/BigEndian.h"
 #include "tests/support/EncodedStream.h"

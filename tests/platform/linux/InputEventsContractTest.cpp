@@ -12,9 +12,9 @@
 
 #include "control/InputEvents.h"
 #include "control/KeyCodes.h"
-#include "platform/linux/XConnection.h"
-#include "platform/linux/XServerLink.h"
-#include "platform/linux/XTestInputEvents.h"
+#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/RecordingInputEvents.h"
 #include "tests/support/RecordingXClient.h"

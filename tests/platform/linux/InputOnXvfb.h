@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/XConnection.h"
-#include "platform/linux/XServerLink.h"
-#include "platform/linux/XTestInputEvents.h"
-#include "platform/linux/XTestPermission.h"
+#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
+#include "platform/linux/x11/input/XTestPermission.h"
 #include "tests/support/ManualQueue.h"
 #include "tests/support/RecordingXClient.h"
 #include "tests/support/XvfbServer.h"

@@ -1,7 +1,7 @@
 // The journal's address is fixed, so that each test runs in a child with a mount namespace of its own, in
 // which a socket of the test stands at that address. Where namespaces are not allowed these tests are
 // skipped.
-#include "platform/linux/JournalLogSink.h"
+#include "platform/linux/process/JournalLogSink.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/LibwebrtcPeerFactory.h"
+#include "platform/linux/webrtc/LibwebrtcPeerFactory.h"
 
 namespace tevanto {
 namespace {

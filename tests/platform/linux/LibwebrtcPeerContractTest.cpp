@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 
 namespace tevanto::test {
 namespace {

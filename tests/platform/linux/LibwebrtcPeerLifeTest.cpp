@@ -12,8 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/LinuxRoad.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/PeerSide.h"

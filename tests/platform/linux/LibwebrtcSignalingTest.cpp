@@ -1,6 +1,6 @@
 // The engine's signaling thread on a loop of ours.
 
-#include "platform/linux/LibwebrtcSignaling.h"
+#include "platform/linux/webrtc/LibwebrtcSignaling.h"
 
 #include <gtest/gtest.h>
 #include <rtc_base/time_utils.h>

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/PeerSide.h"
 #include "tests/support/RecordingLogSink.h"

@@ -1,9 +1,9 @@
-#include "platform/linux/LinuxScriptHost.h"
+#include "platform/linux/audio/LinuxScriptHost.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/LogindSession.h"
-#include "platform/linux/PulseAudioOutput.h"
+#include "platform/linux/audio/PulseAudioOutput.h"
+#include "platform/linux/session/LogindSession.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/PulseServer.h"
 

@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 
 // Says whether the module of the peer connections can be loaded from where this program lies.
 int main() {

@@ -1,4 +1,4 @@
-#include "platform/linux/LogindSession.h"
+#include "platform/linux/session/LogindSession.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/LogindSleepAssertions.h"
+#include "platform/linux/session/LogindSleepAssertions.h"
 
 #include <gtest/gtest.h>
 

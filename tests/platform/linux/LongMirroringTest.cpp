@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/ProbingEncoderFactory.h"
-#include "platform/linux/X11DisplayCapture.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
+#include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/ScreenCaptureSession.h"
 #include "tests/support/DrawingXClient.h"
 #include "tests/support/Eventually.h"

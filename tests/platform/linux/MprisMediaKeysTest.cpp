@@ -1,4 +1,4 @@
-#include "platform/linux/MprisMediaKeys.h"
+#include "platform/linux/session/MprisMediaKeys.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/linux/DesktopWorkspace.h"
+#include "platform/linux/desktop/applications/DesktopWorkspace.h"
 
 namespace {
 

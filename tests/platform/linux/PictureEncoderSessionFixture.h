@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/linux/ProbingEncoderFactory.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
 #include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 

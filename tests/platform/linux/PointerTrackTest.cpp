@@ -1,4 +1,4 @@
-#include "platform/linux/PointerTrack.h"
+#include "platform/linux/input/PointerTrack.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "platform/linux/SysfsPowerSources.h"
-#include "platform/linux/UPowerSources.h"
+#include "platform/linux/session/SysfsPowerSources.h"
+#include "platform/linux/session/UPowerSources.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/TemporaryFolder.h"
 

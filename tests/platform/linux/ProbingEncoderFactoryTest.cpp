@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/linux/ProbingEncoderFactory.h"
+#include "platform/linux/video/ProbingEncoderFactory.h"
 #include "screen/encode/PictureEncoder.h"
 #include "tests/support/EncodedStream.h"
 #include "tests/support/EncoderPictures.h"

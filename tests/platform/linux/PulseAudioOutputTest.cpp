@@ -1,4 +1,4 @@
-#include "platform/linux/PulseAudioOutput.h"
+#include "platform/linux/audio/PulseAudioOutput.h"
 
 #include <gtest/gtest.h>
 

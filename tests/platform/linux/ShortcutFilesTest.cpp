@@ -1,4 +1,4 @@
-#include "platform/linux/ShortcutFiles.h"
+#include "platform/linux/desktop/shortcuts/ShortcutFiles.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "platform/linux/SpareKeyPool.h"
+#include "platform/linux/x11/input/SpareKeyPool.h"
 
 #include <gtest/gtest.h>
 

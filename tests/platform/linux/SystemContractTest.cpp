@@ -8,13 +8,13 @@
 #include <functional>
 #include <memory>
 
-#include "platform/linux/LinuxScriptHost.h"
-#include "platform/linux/LogindSession.h"
-#include "platform/linux/LogindSleepAssertions.h"
-#include "platform/linux/PulseAudioOutput.h"
-#include "platform/linux/SysfsPowerSources.h"
-#include "platform/linux/UPowerSources.h"
-#include "platform/linux/XdgAutostartLoginItem.h"
+#include "platform/linux/audio/LinuxScriptHost.h"
+#include "platform/linux/audio/PulseAudioOutput.h"
+#include "platform/linux/desktop/applications/XdgAutostartLoginItem.h"
+#include "platform/linux/session/LogindSession.h"
+#include "platform/linux/session/LogindSleepAssertions.h"
+#include "platform/linux/session/SysfsPowerSources.h"
+#include "platform/linux/session/UPowerSources.h"
 #include "tests/platform/contracts/SystemContracts.h"
 #include "tests/support/DBusMock.h"
 #include "tests/support/FakeLoginItem.h"

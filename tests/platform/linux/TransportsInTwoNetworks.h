@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "platform/linux/LoadedPeers.h"
+#include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/AwayWorld.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/PeerSide.h"

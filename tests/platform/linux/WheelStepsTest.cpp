@@ -1,4 +1,4 @@
-#include "platform/linux/WheelSteps.h"
+#include "platform/linux/input/WheelSteps.h"
 
 #include <gtest/gtest.h>
 

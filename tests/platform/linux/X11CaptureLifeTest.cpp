@@ -3,7 +3,7 @@
 #include <csignal>
 #include <thread>
 
-#include "platform/linux/X11ScreenCapturePermission.h"
+#include "platform/linux/x11/capture/X11ScreenCapturePermission.h"
 #include "tests/platform/linux/CaptureOnXvfb.h"
 
 namespace tevanto {

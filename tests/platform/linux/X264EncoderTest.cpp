@@ -1,6 +1,6 @@
 // What is told to libx264 about each picture must never show in it.
 
-#include "platform/linux/X264Encoder.h"
+#include "platform/linux/video/X264Encoder.h"
 
 #include <gtest/gtest.h>
 

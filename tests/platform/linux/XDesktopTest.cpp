@@ -1,4 +1,4 @@
-#include "platform/linux/XDesktop.h"
+#include "platform/linux/x11/XDesktop.h"
 
 #include <gtest/gtest.h>
 
@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/XcbOwned.h"
-#include "platform/linux/XcbServer.h"
+#include "platform/linux/x11/XcbOwned.h"
+#include "platform/linux/x11/XcbServer.h"
 #include "tests/support/XvfbServer.h"
 
 namespace tevanto {

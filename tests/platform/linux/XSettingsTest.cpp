@@ -1,4 +1,4 @@
-#include "platform/linux/XSettings.h"
+#include "platform/linux/x11/windows/XSettings.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

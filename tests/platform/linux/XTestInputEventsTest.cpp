@@ -1,4 +1,4 @@
-#include "platform/linux/XTestInputEvents.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-#include "platform/linux/VirtualKeyCodes.h"
+#include "platform/linux/input/VirtualKeyCodes.h"
 #include "tests/platform/linux/InputOnXvfb.h"
 
 namespace tevanto {

@@ -8,9 +8,9 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/text/Text.h"
-#include "platform/linux/SpareKeyPool.h"
-#include "platform/linux/XKeyboard.h"
-#include "platform/linux/XcbXkb.h"
+#include "platform/linux/x11/XcbXkb.h"
+#include "platform/linux/x11/input/SpareKeyPool.h"
+#include "platform/linux/x11/input/XKeyboard.h"
 #include "tests/platform/linux/InputOnXvfb.h"
 #include "tests/platform/linux/TypingSamples.h"
 #include "tests/support/Eventually.h"

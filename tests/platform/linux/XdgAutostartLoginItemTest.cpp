@@ -1,4 +1,4 @@
-#include "platform/linux/XdgAutostartLoginItem.h"
+#include "platform/linux/desktop/applications/XdgAutostartLoginItem.h"
 
 #include <gtest/gtest.h>
 

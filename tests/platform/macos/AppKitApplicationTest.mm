@@ -1,13 +1,13 @@
 // This process as an application of the Mac. Needs a session with a display.
 
-#include "platform/macos/AppKitApplication.h"
+#include "platform/macos/application/AppKitApplication.h"
 
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
 
 #include <optional>
 
-#include "platform/macos/AppKitMotion.h"
+#include "platform/macos/application/AppKitMotion.h"
 #include "tests/platform/macos/DesktopUser.h"
 
 namespace tevanto::test {

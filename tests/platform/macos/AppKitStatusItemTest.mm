@@ -1,6 +1,6 @@
 // The icon in the menu bar. Needs a session with a display.
 
-#include "platform/macos/AppKitStatusItem.h"
+#include "platform/macos/application/AppKitStatusItem.h"
 
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "platform/macos/ApplicationFolders.h"
+#include "platform/macos/values/ApplicationFolders.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "platform/macos/BonjourErrors.h"
+#include "platform/macos/values/BonjourErrors.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Services at the responder of this Mac. macOS 15 asks once whether the program that starts the test may use
 // the local network.
 
-#include "platform/macos/BonjourServiceAdvertiser.h"
+#include "platform/macos/network/BonjourServiceAdvertiser.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "core/text/Uuid.h"
-#include "platform/macos/AnyInterfaceSockets.h"
-#include "platform/macos/BonjourResolution.h"
+#include "platform/macos/network/AnyInterfaceSockets.h"
+#include "platform/macos/network/BonjourResolution.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {

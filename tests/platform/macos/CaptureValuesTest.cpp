@@ -1,4 +1,4 @@
-#include "platform/macos/CaptureValues.h"
+#include "platform/macos/values/CaptureValues.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The public database of a container, as the user who is signed in to iCloud. Needs a test program that was
 // signed with the entitlement of iCloud services, and the container in TEVANTO_TEST_CLOUDKIT_CONTAINER.
 
-#include "platform/macos/CloudKitDatabase.h"
+#include "platform/macos/away/CloudKitDatabase.h"
 
 #include <gtest/gtest.h>
 

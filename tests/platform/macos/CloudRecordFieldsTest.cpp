@@ -1,4 +1,4 @@
-#include "platform/macos/CloudRecordFields.h"
+#include "platform/macos/values/CloudRecordFields.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

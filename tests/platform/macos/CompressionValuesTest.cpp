@@ -1,4 +1,4 @@
-#include "platform/macos/CompressionValues.h"
+#include "platform/macos/values/CompressionValues.h"
 
 #include <gtest/gtest.h>
 

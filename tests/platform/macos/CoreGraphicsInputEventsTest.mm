@@ -1,7 +1,7 @@
 // What is posted, seen by an event tap that lets none of it on to the applications. Whoever runs this sees
 // the pointer move. Needs the accessibility permission for the program that starts the test.
 
-#include "platform/macos/CoreGraphicsInputEvents.h"
+#include "platform/macos/control/CoreGraphicsInputEvents.h"
 
 #import <ApplicationServices/ApplicationServices.h>
 #include <gtest/gtest.h>
@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/macos/AxAccessibilityPermission.h"
-#include "platform/macos/CfOwned.h"
+#include "platform/macos/control/AxAccessibilityPermission.h"
+#include "platform/macos/foundation/CfOwned.h"
 #include "tests/platform/macos/DesktopUser.h"
 
 namespace tevanto::test {

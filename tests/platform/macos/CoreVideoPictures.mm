@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "platform/macos/CfOwned.h"
-#include "platform/macos/CoreVideoPixelBuffer.h"
+#include "platform/macos/foundation/CfOwned.h"
+#include "platform/macos/screen/CoreVideoPixelBuffer.h"
 #include "tests/support/EncoderPictures.h"
 
 namespace tevanto::test {

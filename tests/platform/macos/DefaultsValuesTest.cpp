@@ -1,4 +1,4 @@
-#include "platform/macos/DefaultsValues.h"
+#include "platform/macos/values/DefaultsValues.h"
 
 #include <gtest/gtest.h>
 

@@ -6,9 +6,9 @@
 #include <thread>
 
 #include "core/queue/EventLoop.h"
-#include "platform/macos/ChannelCallbacks.h"
-#include "platform/macos/PeerCallbacks.h"
-#include "platform/macos/PeerStates.h"
+#include "platform/macos/values/ChannelCallbacks.h"
+#include "platform/macos/values/PeerCallbacks.h"
+#include "platform/macos/values/PeerStates.h"
 #include "tests/support/FakeDataChannel.h"
 #include "tests/support/ManualQueue.h"
 

@@ -1,7 +1,7 @@
 // Peers of the WebRTC framework, on the loopback interface.
 
 #include "core/queue/EventLoop.h"
-#include "platform/macos/LKRTCPeerConnections.h"
+#include "platform/macos/away/LKRTCPeerConnections.h"
 #include "tests/platform/contracts/PeerConnectionContract.h"
 
 namespace tevanto::test {

@@ -1,4 +1,4 @@
-#include "platform/macos/LoginItemStates.h"
+#include "platform/macos/values/LoginItemStates.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The bundle of this program, whose information is in Info.plist.
 
-#include "platform/macos/MainBundleInfo.h"
+#include "platform/macos/foundation/MainBundleInfo.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/macos/MediaKeyEvent.h"
+#include "platform/macos/values/MediaKeyEvent.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/macos/MediaTime.h"
+#include "platform/macos/values/MediaTime.h"
 
 #include <gtest/gtest.h>
 

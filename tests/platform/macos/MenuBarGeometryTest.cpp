@@ -1,4 +1,4 @@
-#include "platform/macos/MenuBarGeometry.h"
+#include "platform/macos/values/MenuBarGeometry.h"
 
 #include <gtest/gtest.h>
 

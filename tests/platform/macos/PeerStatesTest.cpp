@@ -1,4 +1,4 @@
-#include "platform/macos/PeerStates.h"
+#include "platform/macos/values/PeerStates.h"
 
 #include <gtest/gtest.h>
 

@@ -10,10 +10,10 @@
 #include <memory>
 #include <utility>
 
-#include "platform/macos/AxAccessibilityPermission.h"
-#include "platform/macos/CoreGraphicsInputEvents.h"
-#include "platform/macos/CoreGraphicsScreenPermission.h"
-#include "platform/macos/ScreenCaptureKitSource.h"
+#include "platform/macos/control/AxAccessibilityPermission.h"
+#include "platform/macos/control/CoreGraphicsInputEvents.h"
+#include "platform/macos/screen/CoreGraphicsScreenPermission.h"
+#include "platform/macos/screen/ScreenCaptureKitSource.h"
 #include "tests/platform/macos/DesktopUser.h"
 #include "tests/support/Eventually.h"
 

@@ -1,4 +1,4 @@
-#include "platform/macos/PowerSourceDescription.h"
+#include "platform/macos/values/PowerSourceDescription.h"
 
 #include <gtest/gtest.h>
 

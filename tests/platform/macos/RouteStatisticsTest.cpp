@@ -1,4 +1,4 @@
-#include "platform/macos/RouteStatistics.h"
+#include "platform/macos/values/RouteStatistics.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 
 #import <CoreGraphics/CoreGraphics.h>
 
-#include "platform/macos/ScreenCaptureKitSource.h"
+#include "platform/macos/screen/ScreenCaptureKitSource.h"
 #include "tests/platform/contracts/DisplayCaptureContract.h"
 
 namespace tevanto::test {

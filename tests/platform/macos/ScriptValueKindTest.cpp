@@ -1,8 +1,8 @@
-#include "platform/macos/ScriptValueKind.h"
+#include "platform/macos/values/ScriptValueKind.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/macos/FourCharacterCode.h"
+#include "platform/macos/values/FourCharacterCode.h"
 
 namespace tevanto {
 namespace {

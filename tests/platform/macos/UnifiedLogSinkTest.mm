@@ -1,6 +1,6 @@
 // What this process has written to the unified log, as the log has it.
 
-#include "platform/macos/UnifiedLogSink.h"
+#include "platform/macos/foundation/UnifiedLogSink.h"
 
 #import <OSLog/OSLog.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <string>
 
 #include "core/text/Uuid.h"
-#include "platform/macos/FoundationText.h"
+#include "platform/macos/foundation/FoundationText.h"
 #include "tests/support/Eventually.h"
 
 namespace tevanto::test {

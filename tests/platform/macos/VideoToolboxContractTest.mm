@@ -1,6 +1,6 @@
 // The encoder of this Mac.
 
-#include "platform/macos/VideoToolboxEncoder.h"
+#include "platform/macos/screen/VideoToolboxEncoder.h"
 #include "tests/platform/contracts/EncoderSessionContract.h"
 #include "tests/platform/macos/CoreVideoPictures.h"
 #include "tests/support/EncoderPictures.h"

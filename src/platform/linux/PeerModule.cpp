@@ -1,8 +1,0 @@
-#include "platform/linux/PeerModule.h"
-
-#include "platform/linux/LibwebrtcPeerFactory.h"
-
-extern "C" __attribute__((visibility("default"))) tevanto::PeerConnectionFactory* tevantoMakePeers(
-    const tevanto::PeerEngineOptions& options) {
-  return new tevanto::LibwebrtcPeerFactory(options);
-}

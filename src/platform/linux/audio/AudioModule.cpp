@@ -1,0 +1,7 @@
+#include "platform/linux/audio/AudioModule.h"
+
+#include "platform/linux/audio/PulseAudioOutput.h"
+
+extern "C" __attribute__((visibility("default"))) tevanto::AudioOutput* tevantoMakeAudio() {
+  return new tevanto::PulseAudioOutput();
+}

@@ -1,0 +1,76 @@
+#include "platform/linux/avahi/AvahiServiceAdvertiser.h"
+
+#include <map>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "net/discovery/ServiceRecord.h"
+#include "net/discovery/StatusOutlet.h"
+#include "platform/linux/avahi/AvahiLoop.h"
+#include "platform/linux/avahi/AvahiPublisher.h"
+
+namespace tevanto {
+
+/// What the advertiser and its registrations share; it ends with the advertiser.
+struct AvahiServiceAdvertiser::Core {
+  explicit Core(std::chrono::milliseconds retryEvery) {
+    // Made and destroyed on the loop's thread, as everything that the client library gives out.
+    loop.post(
+        [publisher = publisher, poll = loop.poll(), retryEvery] { publisher->emplace(poll, retryEvery); });
+    loop.postLast([publisher = publisher] { publisher->reset(); });
+  }
+  ~Core() {
+    for (auto& [id, outlet] : outlets) outlet->close();
+  }
+
+  AvahiPublisher::Id add(const ServiceDescription& service, const std::shared_ptr<StatusOutlet>& outlet);
+  void remove(AvahiPublisher::Id id);
+
+  using Publisher = std::optional<AvahiPublisher>;
+  const std::shared_ptr<Publisher> publisher = std::make_shared<Publisher>();
+  std::mutex mutex;
+  AvahiPublisher::Id lastId = 0;
+  std::map<AvahiPublisher::Id, std::shared_ptr<StatusOutlet>> outlets;
+  AvahiLoop loop;  // ends first: its thread uses the rest
+};
+
+AvahiPublisher::Id AvahiServiceAdvertiser::Core::add(const ServiceDescription& service,
+                                                     const std::shared_ptr<StatusOutlet>& outlet) {
+  AvahiPublisher::Id id = 0;
+  {
+    const std::lock_guard lock(mutex);
+    id = ++lastId;
+    outlets.emplace(id, outlet);
+  }
+  loop.post([publisher = publisher, id, service, outlet] { (*publisher)->add(id, service, outlet); });
+  return id;
+}
+
+void AvahiServiceAdvertiser::Core::remove(AvahiPublisher::Id id) {
+  {
+    const std::lock_guard lock(mutex);
+    outlets.erase(id);
+  }
+  loop.post([publisher = publisher, id] { (*publisher)->remove(id); });
+}
+
+AvahiServiceAdvertiser::AvahiServiceAdvertiser(std::chrono::milliseconds retryEvery)
+    : core_(std::make_shared<Core>(retryEvery)) {}
+
+AvahiServiceAdvertiser::~AvahiServiceAdvertiser() = default;
+
+ServiceAdvertiser::Registration AvahiServiceAdvertiser::advertise(const ServiceDescription& service,
+                                                                  StatusHandler onStatus) {
+  auto cleaned = service;
+  cleaned.name = serviceNameFrom(service.name);
+  const auto outlet = std::make_shared<StatusOutlet>(
+      AdvertisingStatus{AdvertisingState::pending, cleaned.name, ""}, std::move(onStatus));
+  const auto id = core_->add(cleaned, outlet);
+  return Registration(outlet.get(), [outlet, id, core = std::weak_ptr(core_)](void*) {
+    outlet->close();
+    if (const auto alive = core.lock()) alive->remove(id);
+  });
+}
+
+}  // namespace tevanto

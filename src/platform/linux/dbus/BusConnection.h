@@ -1,0 +1,89 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/linux/dbus/BusReply.h"
+
+struct sd_bus;
+
+namespace tevanto {
+
+/// Which bus: the system's, or the one of the user's session; at `address`, or where the environment says.
+struct BusAddress {
+  enum class Kind { system, session };
+
+  static BusAddress system(std::string address = {}) { return {Kind::system, std::move(address)}; }
+  static BusAddress session(std::string address = {}) { return {Kind::session, std::move(address)}; }
+
+  Kind kind;
+  std::string address;
+};
+
+/// A variant that holds a boolean, as the Set method of properties takes it.
+struct BusVariant {
+  bool value = false;
+};
+using BusArgument = std::variant<bool, std::int32_t, std::uint32_t, std::string, BusVariant>;
+
+/// One method call. Services are called only where they already run: what this program needs of them is
+/// pointless in one that would first have to be started.
+struct BusCall {
+  std::string service;
+  std::string path;
+  std::string interface;
+  std::string method;
+  std::vector<BusArgument> arguments = {};
+};
+
+/// A connection to a D-Bus bus. Every operation is bounded by the timeout, and a service that did not answer
+/// is not asked again on the same connection, so that one that hangs costs its caller no more than the
+/// timeout, however many questions there are. It has no part in an event loop, so it costs nothing while
+/// unused; it hears of its own death only when it is used, so whoever needs one opens it when needed (about a
+/// millisecond) and keeps it only while it stands for something. Use it on one thread at a time.
+class BusConnection {
+ public:
+  static constexpr std::chrono::milliseconds kTimeout{2000};
+
+  /// An error when there is no such bus, or it does not take us in within the timeout.
+  static std::variant<BusConnection, BusError> open(const BusAddress& address,
+                                                    std::chrono::milliseconds timeout = kTimeout);
+
+  BusReply call(const BusCall& call);
+  /// All at once, each with its own reply, in the order of the calls; the timeout is that of the whole.
+  std::vector<BusReply> callAll(const std::vector<BusCall>& calls);
+
+  /// Whether a service was given up because it did not answer.
+  bool isHung(std::string_view service) const;
+
+  /// org.freedesktop.DBus.Properties
+  BusReply property(const std::string& service, const std::string& path, const std::string& interface,
+                    const std::string& name);
+  static BusCall getAll(std::string service, std::string path, std::string interface);
+
+ private:
+  struct Close {
+    void operator()(sd_bus* bus) const;
+  };
+  using Owner = std::unique_ptr<sd_bus, Close>;
+  BusConnection(Owner bus, std::chrono::milliseconds timeout) : bus_(std::move(bus)), timeout_(timeout) {}
+  /// Runs the connection until `done`, its end or the deadline: 0, or a negative errno.
+  template <class Done>
+  static int runUntil(sd_bus* bus, std::chrono::steady_clock::time_point deadline, Done done);
+
+  Owner bus_;
+  std::chrono::milliseconds timeout_;
+  std::set<std::string, std::less<>> hung_;  // services that did not answer
+};
+
+/// Opens a connection, makes one call and closes it again.
+BusReply callOnce(const BusAddress& address, const BusCall& call,
+                  std::chrono::milliseconds timeout = BusConnection::kTimeout);
+
+}  // namespace tevanto

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/session/SysfsPowerSources.h"
+
+namespace tevanto {
+
+/// The batteries that UPower knows where it runs, else those that the kernel shows. UPower is not started for
+/// this. Main queue only: a snapshot takes a few milliseconds; with a UPower that hangs it takes the
+/// bus timeout once, and the next `kSnapshotsWithoutHungService` do not ask it.
+class UPowerSources final : public PowerSources {
+ public:
+  static constexpr int kSnapshotsWithoutHungService = 10;
+
+  explicit UPowerSources(BusAddress systemBus = BusAddress::system(),
+                         std::filesystem::path sysfsFolder = "/sys/class/power_supply");
+  std::vector<PowerSource> snapshot() override;
+
+ private:
+  std::optional<std::vector<PowerSource>> ask();
+  std::optional<std::vector<PowerSource>> giveUp(const BusError& error);
+
+  BusAddress systemBus_;
+  SysfsPowerSources kernel_;
+  int skipped_ = 0;
+};
+
+}  // namespace tevanto

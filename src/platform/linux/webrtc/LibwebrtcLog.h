@@ -1,0 +1,25 @@
+#pragma once
+
+#include <rtc_base/logging.h>
+
+#include <string>
+
+#include "platform/linux/webrtc/PeerEngineOptions.h"
+
+namespace tevanto {
+
+/// What the engine says of itself, on its way to our log while this exists; nowhere unless it was asked for.
+class LibwebrtcLog final : public rtc::LogSink {
+ public:
+  explicit LibwebrtcLog(const PeerEngineOptions& options);
+  ~LibwebrtcLog() override;
+
+  void OnLogMessage(const std::string& message) override;
+  void OnLogMessage(const std::string& message, rtc::LoggingSeverity severity) override;
+
+ private:
+  const Logger log_;
+  const bool verbose_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <api/peer_connection_interface.h>
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+#include "core/queue/CallGate.h"
+#include "p2p/peer/PeerConnection.h"
+#include "platform/linux/webrtc/LibwebrtcEngine.h"
+
+namespace tevanto {
+
+/// The engine's end of a peer: lives on the signaling thread until the peer is closed there.
+class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
+ public:
+  LibwebrtcPeerLink(std::weak_ptr<LibwebrtcEngine> engine,
+                    std::weak_ptr<tevanto::PeerConnectionObserver> observer);
+
+  // On the signaling thread.
+  bool open(webrtc::PeerConnectionFactoryInterface& factory,
+            const webrtc::PeerConnectionInterface::RTCConfiguration& configuration);
+  /// Null before `open` and after `end`.
+  webrtc::PeerConnectionInterface* connection() const { return connection_.get(); }
+  void end();
+  /// Calls it unless `shut` was called.
+  template <class F>
+  void report(F&& function) {
+    const CallGate::Call call(gate_);
+    if (!shut_) std::forward<F>(function)();
+  }
+
+  // On any thread.
+  /// From now on nothing is reported, besides what runs in the caller's own call.
+  void shut();
+  bool isShut() const { return shut_; }
+  IceConnectionState iceConnectionState() const { return iceConnectionState_; }
+
+  void OnSignalingChange(webrtc::PeerConnectionInterface::SignalingState) override {}
+  void OnDataChannel(rtc::scoped_refptr<webrtc::DataChannelInterface> channel) override;
+  void OnIceConnectionChange(webrtc::PeerConnectionInterface::IceConnectionState state) override;
+  void OnIceGatheringChange(webrtc::PeerConnectionInterface::IceGatheringState state) override;
+  void OnIceCandidate(const webrtc::IceCandidateInterface* candidate) override;
+
+ private:
+  template <class F>
+  void tell(F&& function) {
+    report([&] {
+      if (const auto observer = observer_.lock()) function(*observer);
+    });
+  }
+
+  const std::weak_ptr<LibwebrtcEngine> engine_;
+  const std::weak_ptr<tevanto::PeerConnectionObserver> observer_;
+  rtc::scoped_refptr<webrtc::PeerConnectionInterface> connection_;
+  CallGate gate_;
+  std::atomic<bool> shut_ = false;
+  std::atomic<IceConnectionState> iceConnectionState_ = IceConnectionState::new_;
+};
+
+}  // namespace tevanto

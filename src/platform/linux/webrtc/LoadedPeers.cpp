@@ -1,0 +1,39 @@
+#include "platform/linux/webrtc/LoadedPeers.h"
+
+#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/webrtc/PeerModule.h"
+
+namespace tevanto {
+
+LoadedPeers::~LoadedPeers() = default;
+
+Result<PeerConnectionFactory*> LoadedPeers::loaded() {
+  const std::lock_guard lock(mutex_);
+  if (peers_) return peers_.get();
+  const auto make = functionOfModule(kPeerModule, kMakePeers);
+  if (!make) return Failure{make.error()};
+  peers_.reset(reinterpret_cast<MakePeers>(make.value())(options_));
+  return peers_.get();
+}
+
+Result<void> LoadedPeers::load() {
+  const auto peers = loaded();
+  if (!peers) return Failure{peers.error()};
+  return {};
+}
+
+void LoadedPeers::release() {
+  std::unique_ptr<PeerConnectionFactory> last;
+  const std::lock_guard lock(mutex_);
+  last.swap(peers_);  // which goes after the lock
+}
+
+std::shared_ptr<PeerConnection> LoadedPeers::create(const PeerConfiguration& configuration,
+                                                    std::weak_ptr<PeerConnectionObserver> observer) {
+  const auto peers = loaded();
+  if (peers) return peers.value()->create(configuration, std::move(observer));
+  options_.log.error(peers.error());
+  return nullptr;
+}
+
+}  // namespace tevanto

@@ -1,0 +1,73 @@
+#include "platform/linux/x11/XServerLink.h"
+
+#include <utility>
+
+#include "platform/linux/x11/XConnection.h"
+
+namespace tevanto {
+
+XServerLink::XServerLink(std::string displayName, std::shared_ptr<SerialQueue> clock, Logger log)
+    : displayName_(std::move(displayName)), clock_(std::move(clock)), log_(std::move(log)) {}
+
+XServerLink::~XServerLink() = default;
+
+std::shared_ptr<XConnection> XServerLink::connection() {
+  std::shared_ptr<XConnection> lost;  // closed outside the lock
+  {
+    const std::lock_guard lock(mutex_);
+    if (stillAlive()) return connection_;
+    lost = std::exchange(connection_, nullptr);
+    if (lost) generation_.fetch_add(1, std::memory_order_release);
+    if (!beginAttempt()) return nullptr;
+  }
+  if (lost) log_.warning("The X server is gone; input waits for it to come back");
+  return attempt();
+}
+
+bool XServerLink::stillAlive() {
+  if (!connection_ || connection_->broken()) return false;
+  const auto now = clock_->now();
+  if (now < aliveUntil_) return true;
+  if (!connection_->alive()) return false;
+  aliveUntil_ = now + kTrustFor;
+  return true;
+}
+
+bool XServerLink::beginAttempt() {
+  const auto now = clock_->now();
+  if (connecting_ || now < nextAttempt_) return false;
+  nextAttempt_ = now + kRetryAfter;
+  connecting_ = true;
+  return true;
+}
+
+std::shared_ptr<XConnection> XServerLink::attempt() {
+  auto made = XConnection::connect(displayName_);
+  bool report = false;
+  std::shared_ptr<XConnection> result;
+  {
+    const std::lock_guard lock(mutex_);
+    connecting_ = false;
+    report = reported_ == made.ok();
+    reported_ = !made.ok();
+    if (made) {
+      result = connection_ = std::move(made).value();
+      generation_.fetch_add(1, std::memory_order_release);
+    }
+  }
+  if (!result && !report) return nullptr;
+  if (result) {
+    log_.info("Input goes to the X server");
+  } else {
+    // NOLINTNEXTLINE(bugprone-use-after-move): a result is moved from only when it holds a value
+    log_.warning(made.error() + " Input waits for one.");
+  }
+  return result;
+}
+
+void XServerLink::retryNow() {
+  const std::lock_guard lock(mutex_);
+  nextAttempt_ = SerialQueue::TimePoint::min();
+}
+
+}  // namespace tevanto

@@ -1,0 +1,50 @@
+#include "platform/macos/application/AppKitMotion.h"
+
+#import <AppKit/AppKit.h>
+
+#include <utility>
+
+@interface TevantoMotionObserver : NSObject
+- (instancetype)initWithHandler:(std::function<void(bool)>)handler;
+- (void)optionsChanged:(NSNotification*)notification;
+@end
+
+@implementation TevantoMotionObserver {
+  std::function<void(bool)> _handler;
+}
+
+- (instancetype)initWithHandler:(std::function<void(bool)>)handler {
+  if ((self = [super init])) _handler = std::move(handler);
+  return self;
+}
+
+- (void)optionsChanged:(NSNotification*)notification {
+  (void)notification;
+  _handler(tevanto::AppKitMotion::isReduced());
+}
+
+@end
+
+namespace tevanto {
+
+struct AppKitMotion::Observation {
+  TevantoMotionObserver* observer;
+};
+
+AppKitMotion::AppKitMotion(std::function<void(bool)> onChange)
+    : observation_(std::make_unique<Observation>()) {
+  observation_->observer = [[TevantoMotionObserver alloc] initWithHandler:std::move(onChange)];
+  [NSWorkspace.sharedWorkspace.notificationCenter
+      addObserver:observation_->observer
+         selector:@selector(optionsChanged:)
+             name:NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification
+           object:nil];
+}
+
+AppKitMotion::~AppKitMotion() {
+  [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:observation_->observer];
+}
+
+bool AppKitMotion::isReduced() { return NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion; }
+
+}  // namespace tevanto

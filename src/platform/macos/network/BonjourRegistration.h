@@ -1,0 +1,46 @@
+#pragma once
+
+#include <dispatch/dispatch.h>
+#include <dns_sd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+
+#include "net/discovery/ServiceAdvertiser.h"
+#include "net/discovery/StatusOutlet.h"
+#include "platform/macos/values/BonjourErrors.h"
+
+namespace tevanto {
+
+/// One service at the system's responder, from `begin` to `end`. Lives on the dispatch queue that it is
+/// given, besides its making and its destruction.
+class BonjourRegistration final : public std::enable_shared_from_this<BonjourRegistration> {
+ public:
+  BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
+                      std::shared_ptr<StatusOutlet> outlet);
+  BonjourRegistration(const BonjourRegistration&) = delete;
+  BonjourRegistration& operator=(const BonjourRegistration&) = delete;
+
+  void begin();
+  /// For good; nothing is reported any more.
+  void end();
+
+ private:
+  static void replied(DNSServiceRef reference, DNSServiceFlags flags, DNSServiceErrorType error,
+                      const char* name, const char* type, const char* domain, void* context);
+  DNSServiceErrorType registerService();
+  void report(AdvertisingState state, const char* name, const char* message);
+  void fail(DNSServiceErrorType error);
+  void tryAgainLater();
+  void letGo();
+
+  const dispatch_queue_t queue_;
+  const ServiceDescription service_;
+  const std::shared_ptr<StatusOutlet> outlet_;
+  DNSServiceRef reference_ = nullptr;
+  std::chrono::seconds nextRetry_ = kFirstBonjourRetry;
+  bool hasEnded_ = false;
+};
+
+}  // namespace tevanto
