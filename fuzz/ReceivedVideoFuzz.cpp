@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <span>
 
-#include "phone/ByteStream.h"
-#include "phone/MirrorStream.h"
+#include "phone/mirror/ByteStream.h"
+#include "phone/mirror/MirrorStream.h"
 #include "screen/wire/FrameExtractor.h"
 
 using namespace tevanto;

@@ -1,4 +1,4 @@
-#include "phone/AwayRoad.h"
+#include "phone/connection/AwayRoad.h"
 
 #include <gmock/gmock.h>
 #include <poll.h>

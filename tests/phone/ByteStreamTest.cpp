@@ -1,4 +1,4 @@
-#include "phone/ByteStream.h"
+#include "phone/mirror/ByteStream.h"
 
 #include <gtest/gtest.h>
 

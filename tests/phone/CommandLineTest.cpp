@@ -1,4 +1,4 @@
-#include "phone/CommandLine.h"
+#include "phone/terminal/CommandLine.h"
 
 #include <gmock/gmock.h>
 

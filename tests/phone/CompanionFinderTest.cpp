@@ -1,4 +1,4 @@
-#include "phone/CompanionFinder.h"
+#include "phone/connection/CompanionFinder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "phone/Endpoint.h"
+#include "phone/connection/Endpoint.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "phone/Inbox.h"
+#include "phone/connection/Inbox.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>

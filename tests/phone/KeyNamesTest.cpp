@@ -1,4 +1,4 @@
-#include "phone/KeyNames.h"
+#include "phone/commands/KeyNames.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "phone/LineSocket.h"
+#include "phone/connection/LineSocket.h"
 
 #include <gtest/gtest.h>
 

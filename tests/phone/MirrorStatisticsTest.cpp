@@ -1,4 +1,4 @@
-#include "phone/MirrorStatistics.h"
+#include "phone/mirror/MirrorStatistics.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "phone/MirrorStream.h"
+#include "phone/mirror/MirrorStream.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "phone/CommandLine.h"
+#include "phone/terminal/CommandLine.h"
 #include "tests/support/FakeServiceBrowser.h"
 #include "tests/support/FakeUserDefaults.h"
 #include "tests/support/ScriptedCompanion.h"

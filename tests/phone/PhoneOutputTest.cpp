@@ -1,4 +1,4 @@
-#include "phone/PhoneOutput.h"
+#include "phone/terminal/PhoneOutput.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

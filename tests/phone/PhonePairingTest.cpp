@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "phone/CommandLine.h"
+#include "phone/terminal/CommandLine.h"
 #include "tests/phone/CommandLineFixture.h"
 
 namespace tevanto::phone {

@@ -13,7 +13,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/queue/SerialQueue.h"
 #include "net/tcp/AsioTcpListener.h"
-#include "phone/CommandLine.h"
+#include "phone/terminal/CommandLine.h"
 #include "remote/MacRemoteServer.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FakeAccessibilityPermission.h"

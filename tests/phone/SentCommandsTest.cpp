@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "phone/CommandLine.h"
+#include "phone/terminal/CommandLine.h"
 #include "tests/phone/CommandLineFixture.h"
 #include "tests/support/TemporaryFolder.h"
 

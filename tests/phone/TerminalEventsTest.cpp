@@ -1,4 +1,4 @@
-#include "phone/TerminalEvents.h"
+#include "phone/terminal/TerminalEvents.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "phone/TouchpadGestures.h"
+#include "phone/terminal/TouchpadGestures.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "phone/Touchpad.h"
+#include "phone/terminal/Touchpad.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "phone/WindowGestures.h"
+#include "phone/mirror/WindowGestures.h"
 
 #include <gtest/gtest.h>
 

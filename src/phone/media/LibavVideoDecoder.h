@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "phone/VideoDecoder.h"
+#include "phone/mirror/VideoDecoder.h"
 
 namespace tevanto::phone {
 

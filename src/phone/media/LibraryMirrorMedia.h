@@ -1,6 +1,6 @@
 #pragma once
 
-#include "phone/MirrorMedia.h"
+#include "phone/mirror/MirrorMedia.h"
 
 namespace tevanto::phone {
 

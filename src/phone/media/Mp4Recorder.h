@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "phone/StreamRecorder.h"
+#include "phone/mirror/StreamRecorder.h"
 
 namespace tevanto::phone {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 
 #include "core/Result.h"
-#include "phone/DecodedPicture.h"
+#include "phone/mirror/DecodedPicture.h"
 
 namespace tevanto::phone {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "core/Result.h"
-#include "phone/MirrorWindow.h"
+#include "phone/mirror/MirrorWindow.h"
 
 namespace tevanto::phone {
 

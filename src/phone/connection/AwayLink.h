@@ -1,0 +1,96 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "core/queue/SerialQueue.h"
+#include "phone/connection/Answer.h"
+#include "phone/connection/Inbox.h"
+#include "phone/connection/Road.h"
+#include "remote/message/MessageChannel.h"
+#include "screen/ScreenTransport.h"
+
+namespace tevanto::phone {
+
+/// A transport to a companion, made but not started.
+struct AwayTransport {
+  std::shared_ptr<MessageChannel> messages;
+  std::shared_ptr<ScreenTransport> screen;
+  std::function<void()> start;
+  /// Whether what is sent goes through a TURN relay; nothing while that is not known.
+  std::function<std::optional<bool>()> isRelayed = [] { return std::optional<bool>(); };
+  /// Whether nothing but records in the cloud leads to the companion.
+  std::function<bool()> goesByRecords = [] { return false; };
+};
+
+/// One session with a companion that is not on this network, for a caller that waits. Held by its channels;
+/// ends with the last of them.
+///
+///     dial: transport -- failed, after a pause: the next one -- ... -- ready
+class AwayLink : public std::enable_shared_from_this<AwayLink> {
+ public:
+  /// How long after a failure the next attempt begins.
+  static constexpr auto kPause = std::chrono::seconds(1);
+  /// How long an attempt may take: two sides that have misunderstood one another would wait for ever.
+  struct Patience {
+    std::chrono::milliseconds usual = std::chrono::seconds(15);
+    /// Where records in the cloud alone lead to the companion: it looks every few seconds, and takes an offer
+    /// only once it has given up the session before, a quarter of a minute after that has died. Who gave up
+    /// then, just as the companion turns to the offer, would never meet it.
+    std::chrono::milliseconds byRecords = std::chrono::seconds(45);
+    /// How long the end waits for the transport's, so that the companion hears of it: else that would wait
+    /// for the line to come back.
+    std::chrono::milliseconds farewell = std::chrono::seconds(2);
+  };
+
+  struct Environment {
+    /// Where the transports call back; not the caller's own thread.
+    std::shared_ptr<SerialQueue> mainQueue;
+    std::function<AwayTransport(const std::string& room)> makeTransport;
+    Patience patience = {};
+  };
+
+  /// Tries until the companion answers, the time is over or the user gives up.
+  static Answer<std::shared_ptr<AwayLink>> dial(const Environment& environment, const std::string& room,
+                                                std::chrono::milliseconds timeout,
+                                                const GivesUp& givesUp = {});
+  ~AwayLink();
+  AwayLink(const AwayLink&) = delete;
+  AwayLink& operator=(const AwayLink&) = delete;
+
+  std::unique_ptr<LineChannel> lines();
+  std::unique_ptr<ScreenChannel> screen();
+  bool isReady() const;
+  std::optional<bool> isRelayed() const { return transport_.isRelayed(); }
+
+ private:
+  enum class State { connecting, ready, failed };
+  class Lines;
+  class Screen;
+
+  AwayLink(Environment environment, const std::string& room)
+      : environment_(std::move(environment)), room_(room) {}
+  /// What became of it by the deadline, or by the time that the user gave up.
+  State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
+  std::chrono::steady_clock::duration patience() const;
+  void startTransport();
+  void endTransport();
+  void stateDidChange(ChannelState state);
+
+  const Environment environment_;
+  const std::string room_;
+  AwayTransport transport_;
+  Inbox lines_;
+  Inbox screen_;
+  mutable std::mutex mutex_;  // guards state_
+  std::condition_variable changed_;
+  State state_ = State::connecting;
+};
+
+}  // namespace tevanto::phone

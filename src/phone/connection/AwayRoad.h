@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "phone/connection/AwayLink.h"
+#include "phone/connection/Road.h"
+
+namespace tevanto::phone {
+
+/// Between two peers that meet in a room, from any network. Lines and screen share one link.
+class AwayRoad final : public Road {
+ public:
+  AwayRoad(AwayLink::Environment environment, std::string room, std::chrono::milliseconds timeout)
+      : environment_(std::move(environment)), room_(std::move(room)), timeout_(timeout) {}
+
+  /// The room is named by the companion's device identifier.
+  Answer<Target> find(CompanionFinder::For) const override { return Target{{{}, 0}, room_}; }
+  Answer<std::unique_ptr<LineChannel>> connect(const Target& target, const GivesUp& givesUp) override;
+  Answer<Target> findScreen(const std::optional<Endpoint>&,
+                            const std::optional<std::string>&) const override {
+    return Target{{{}, 0}, room_};
+  }
+  Answer<std::unique_ptr<ScreenChannel>> connectScreen(const Target& target, const GivesUp& givesUp) override;
+  bool comesBack() const override { return true; }
+  std::string route() const override;
+
+ private:
+  Answer<std::shared_ptr<AwayLink>> link(const GivesUp& givesUp);
+
+  const AwayLink::Environment environment_;
+  const std::string room_;
+  const std::chrono::milliseconds timeout_;
+  std::weak_ptr<AwayLink> link_;
+};
+
+}  // namespace tevanto::phone

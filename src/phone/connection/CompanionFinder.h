@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "net/discovery/ServiceBrowser.h"
+#include "phone/connection/Answer.h"
+#include "phone/connection/Endpoint.h"
+#include "phone/connection/PairedCompanions.h"
+
+namespace tevanto::phone {
+
+/// A companion to talk to, and who it is, as far as that is known before it was asked.
+struct Target {
+  Endpoint endpoint;
+  std::optional<std::string> deviceID;
+};
+
+/// Decides with which companion a command talks: the one that the user names by its address, name or
+/// identifier, else the one that is there, else the one that we are paired with.
+class CompanionFinder {
+ public:
+  struct Choice {
+    std::optional<Endpoint> host;
+    std::string companion;  // name or device identifier; empty: any
+    std::chrono::milliseconds timeout{5000};
+  };
+
+  /// Without a `browser` only an address finds anything.
+  CompanionFinder(ServiceBrowser* browser, const PairedCompanions& paired, Choice choice)
+      : browser_(browser), paired_(paired), choice_(std::move(choice)) {}
+
+  /// Every companion on the local network, each once.
+  Answer<std::vector<FoundService>> discover() const;
+  /// Where the screen of a companion can be seen: of this one, or where it is not named, of the one that a
+  /// command would go to.
+  Answer<Target> findScreen(const std::optional<std::string>& deviceID) const;
+  /// The companion that the user named by its address, else the one met at `endpoint`.
+  std::optional<std::string> pairedAt(const Endpoint& endpoint) const;
+  /// Whether the user gave an address.
+  bool hasAddress() const { return choice_.host.has_value(); }
+  enum class For { pairing, command };
+  Answer<Target> find(For purpose) const;
+
+ private:
+  bool isPaired(const FoundService& service) const;
+  Answer<std::vector<FoundService>> browse(const std::string& type) const;
+  Answer<Target> pick(std::vector<FoundService> found, For purpose) const;
+  Answer<Target> choose(std::vector<FoundService> found, For purpose) const;
+
+  ServiceBrowser* browser_;
+  const PairedCompanions& paired_;
+  Choice choice_;
+};
+
+/// The device identifier that a companion advertises.
+std::optional<std::string> advertisedID(const FoundService& service);
+
+}  // namespace tevanto::phone

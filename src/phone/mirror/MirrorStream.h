@@ -1,0 +1,61 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "phone/mirror/StreamRecorder.h"
+#include "phone/mirror/VideoDecoder.h"
+
+namespace tevanto::phone {
+
+/// Turns the messages of the screen stream into pictures. Begins with a key frame that came behind its
+/// parameter sets; after one that cannot be decoded, nothing is shown until the next key frame, which it asks
+/// for.
+///
+///     waiting --key frame, decoded--> showing --cannot be decoded--> waiting (asks; again every second)
+class MirrorStream {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  /// How long an answer may take before it is asked again.
+  static constexpr auto kPatience = std::chrono::seconds(1);
+  /// So many frames in a row may give no picture before the decoder counts as stuck.
+  static constexpr int kMostHeldBack = 4;
+
+  struct Outlets {
+    std::function<void()> askForKeyFrame;
+    /// Each frame that was decoded, and its picture, unless the decoder held that back. The spans are valid
+    /// during the call only.
+    std::function<void(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture)> onFrame;
+    /// A frame came that is not shown.
+    std::function<void()> onDropped;
+  };
+
+  MirrorStream(VideoDecoder& decoder, Outlets outlets) : decoder_(decoder), outlets_(std::move(outlets)) {}
+
+  void take(std::span<const std::byte> message, Time now);
+
+ private:
+  void takeParameterSets(std::span<const std::byte> body);
+  void takeFrame(std::span<const std::byte> body, Time now);
+  bool assemble(std::span<const std::byte> data, bool isKeyframe);
+  void drop();
+  void loseTrack(Time now);
+  void ask(Time now);
+
+  VideoDecoder& decoder_;
+  const Outlets outlets_;
+  std::vector<std::byte> sps_;
+  std::vector<std::byte> pps_;
+  std::vector<std::byte> byteStream_;  // of the frame at hand
+  bool isWaiting_ = true;
+  int width_ = 0;  // of the last picture
+  int height_ = 0;
+  int heldBack_ = 0;
+  std::optional<Time> asked_;
+};
+
+}  // namespace tevanto::phone
