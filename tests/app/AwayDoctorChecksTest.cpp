@@ -1,4 +1,4 @@
-#include "app/AwayDoctorChecks.h"
+#include "app/doctor/AwayDoctorChecks.h"
 
 #include <gmock/gmock.h>
 
@@ -6,7 +6,7 @@
 #include <future>
 #include <thread>
 
-#include "app/DefaultsText.h"
+#include "app/cli/DefaultsText.h"
 #include "net/web/BeastHttpClient.h"
 #include "net/web/BeastWebSocketFactory.h"
 #include "p2p/cloud/CloudKitWebDatabase.h"

@@ -1,8 +1,8 @@
-#include "app/CompanionControl.h"
+#include "app/ipc/CompanionControl.h"
 
 #include <gmock/gmock.h>
 
-#include "app/MacAppDelegate.h"
+#include "app/runtime/MacAppDelegate.h"
 #include "tests/app/RuntimeFixture.h"
 
 namespace tevanto {

@@ -1,8 +1,8 @@
-#include "app/CompanionText.h"
+#include "app/cli/CompanionText.h"
 
 #include <gtest/gtest.h>
 
-#include "app/DefaultsText.h"
+#include "app/cli/DefaultsText.h"
 
 namespace tevanto {
 namespace {

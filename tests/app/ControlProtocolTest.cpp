@@ -1,4 +1,4 @@
-#include "app/ControlProtocol.h"
+#include "app/ipc/ControlProtocol.h"
 
 #include <gtest/gtest.h>
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "app/ControlSocketClient.h"
-#include "app/ControlSocketServer.h"
+#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/ControlSocketServer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Sockets.h"

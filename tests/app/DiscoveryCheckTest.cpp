@@ -1,4 +1,4 @@
-#include "app/DiscoveryCheck.h"
+#include "app/doctor/DiscoveryCheck.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "app/Doctor.h"
+#include "app/doctor/Doctor.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "app/PublicLinks.h"
+#include "app/runtime/PublicLinks.h"
 
 #include <gtest/gtest.h>
 

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "app/MacSetupWindowPresenter.h"
-#include "app/ScreenService.h"
-#include "app/TevantoMacRuntime.h"
+#include "app/runtime/MacSetupWindowPresenter.h"
+#include "app/runtime/ScreenService.h"
+#include "app/runtime/TevantoMacRuntime.h"
 #include "control/MacInputController.h"
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"

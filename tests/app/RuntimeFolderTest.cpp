@@ -1,4 +1,4 @@
-#include "app/RuntimeFolder.h"
+#include "app/ipc/RuntimeFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "app/CompanionLock.h"
+#include "app/ipc/CompanionLock.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 

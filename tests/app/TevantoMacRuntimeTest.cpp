@@ -1,8 +1,8 @@
-#include "app/TevantoMacRuntime.h"
+#include "app/runtime/TevantoMacRuntime.h"
 
 #include <gmock/gmock.h>
 
-#include "app/MacAppDelegate.h"
+#include "app/runtime/MacAppDelegate.h"
 #include "tests/app/RuntimeFixture.h"
 
 namespace tevanto {

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/ControlSocketClient.h"
+#include "app/ipc/ControlSocketClient.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/FaceDesktop.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "app/ControlSocketClient.h"
+#include "app/ipc/ControlSocketClient.h"
 #include "tests/support/CompanionProcess.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/WaylandCompositor.h"

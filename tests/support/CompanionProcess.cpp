@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "app/ControlSocketClient.h"
+#include "app/ipc/ControlSocketClient.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/NetworkNamespace.h"
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/CompanionStatus.h"
+#include "app/ipc/CompanionStatus.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/TemporaryFolder.h"

@@ -7,9 +7,9 @@
 #include <functional>
 #include <vector>
 
-#include "app/CompanionOperations.h"
-#include "app/PublicLinks.h"
-#include "app/ScreenService.h"
+#include "app/runtime/CompanionOperations.h"
+#include "app/runtime/PublicLinks.h"
+#include "app/runtime/ScreenService.h"
 #include "core/queue/Published.h"
 
 namespace tevanto {

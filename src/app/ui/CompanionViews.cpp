@@ -6,7 +6,7 @@
 #include <QVariant>
 #include <utility>
 
-#include "app/SetupWindow.h"
+#include "app/runtime/SetupWindow.h"
 #include "app/ui/CompanionModel.h"
 #include "app/ui/DesktopAppearance.h"
 #include "app/ui/ViewEngine.h"

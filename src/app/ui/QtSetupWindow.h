@@ -4,7 +4,7 @@
 #include <QPointer>
 #include <functional>
 
-#include "app/SetupWindow.h"
+#include "app/runtime/SetupWindow.h"
 
 class QQuickView;
 

@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "app/CompanionOperations.h"
-#include "app/MacSetupWindowPresenter.h"
-#include "app/SetupWindow.h"
-#include "app/StreamScreenService.h"
-#include "app/TevantoMacRuntime.h"
+#include "app/runtime/CompanionOperations.h"
+#include "app/runtime/MacSetupWindowPresenter.h"
+#include "app/runtime/SetupWindow.h"
+#include "app/runtime/StreamScreenService.h"
+#include "app/runtime/TevantoMacRuntime.h"
 #include "app/ui/CompanionModel.h"
 #include "control/MacInputController.h"
 #include "control/MacLaunchAtLoginController.h"

@@ -1,4 +1,4 @@
-#include "app/ui/PortalAppearance.h"
+#include "app/ui/linux/PortalAppearance.h"
 
 #include <gtest/gtest.h>
 

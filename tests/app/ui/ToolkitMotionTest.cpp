@@ -1,4 +1,4 @@
-#include "app/ui/ToolkitMotion.h"
+#include "app/ui/linux/ToolkitMotion.h"
 
 #include <gtest/gtest.h>
 

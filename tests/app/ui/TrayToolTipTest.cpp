@@ -1,4 +1,4 @@
-#include "app/ui/TrayToolTip.h"
+#include "app/ui/linux/TrayToolTip.h"
 
 #include <gtest/gtest.h>
 

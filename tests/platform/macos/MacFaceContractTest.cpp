@@ -12,8 +12,8 @@
 #include <thread>
 #include <utility>
 
-#include "app/ui/MacFace.h"
 #include "app/ui/PanelPlacement.h"
+#include "app/ui/macos/MacFace.h"
 #include "tests/app/ui/FaceWorld.h"
 #include "tests/platform/macos/DesktopUser.h"
 #include "tests/support/Eventually.h"

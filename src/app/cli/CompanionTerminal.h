@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "app/cli/CompanionText.h"
+#include "app/ipc/CompanionStatus.h"
+#include "app/runtime/SetupWindow.h"
+#include "core/queue/Published.h"
+#include "core/queue/SerialQueue.h"
+
+namespace tevanto {
+
+class TevantoMacRuntime;
+
+/// The setup window of a program without windows: the panel as text, on standard output, and after it a line
+/// for each change. There is no Dock to appear in and nothing to close. Main queue only.
+class CompanionTerminal final : public SetupWindowHost, public ApplicationPresence {
+ public:
+  struct Environment {
+    std::shared_ptr<SerialQueue> mainQueue;
+    std::function<CompanionStatus()> status;
+    std::function<void(const std::string&)> print;
+    std::string phoneProgram;
+    TextStyle style;
+  };
+  explicit CompanionTerminal(Environment environment);
+  ~CompanionTerminal() override;
+
+  /// Follows the published values of the services from now on.
+  void follow(TevantoMacRuntime& runtime);
+  /// What still changes while the services end is of no interest to anybody.
+  void stopFollowing();
+
+  std::unique_ptr<SetupWindow> makeWindow(const SetupWindowStyle& style,
+                                          std::function<void()> onClose) override;
+  void setActivationPolicy(ActivationPolicy) override {}
+  void activateIgnoringOtherApps() override {}
+
+ private:
+  class Panel;
+
+  void showPanel();
+  void printPanel();
+  void changed();
+
+  const Environment environment_;
+  std::vector<Subscription> subscriptions_;
+  CompanionStatus shown_;
+  bool panelPrinted_ = false;
+  Timer patience_;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/ipc/CompanionStatus.h"
+#include "app/ipc/ControlProtocol.h"
+
+namespace tevanto {
+
+class MacAppDelegate;
+class TevantoMacRuntime;
+class UserDefaults;
+
+/// Carries out what comes through the control socket. Main queue only.
+class CompanionControl {
+ public:
+  struct Environment {
+    TevantoMacRuntime& runtime;
+    MacAppDelegate& application;
+    UserDefaults& defaults;
+    std::string computerName;
+    std::function<std::vector<std::string>()> addresses;  // under which others reach this computer
+    std::function<void()> reloadDefaults;
+    std::function<void(const std::string& token)> useActivationToken;  // of the next window
+    std::function<bool()> giveWay;  // whether it ends, for a companion that has a display
+  };
+
+  explicit CompanionControl(Environment environment) : environment_(std::move(environment)) {}
+
+  /// One line to the line that answers it.
+  std::string answer(std::string_view line);
+  ControlReply carryOut(const ControlRequest& request);
+  CompanionStatus status() const;
+
+ private:
+  const Environment environment_;
+};
+
+}  // namespace tevanto

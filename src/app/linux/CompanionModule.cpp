@@ -1,0 +1,66 @@
+#include "app/linux/CompanionModule.h"
+
+#include <csignal>
+#include <filesystem>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "app/cli/CommandLine.h"
+#include "app/cli/Commands.h"
+#include "app/cli/SingleCompanion.h"
+#include "app/linux/LinuxAwayDoctorChecks.h"
+#include "app/linux/LinuxCompanion.h"
+#include "app/linux/LinuxDoctorChecks.h"
+#include "app/linux/LinuxFaceChecks.h"
+#include "core/Log.h"
+#include "core/settings/JsonUserDefaults.h"
+#include "platform/linux/x11/DisplayReach.h"
+#include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamServer.h"
+
+namespace tevanto {
+namespace {
+
+constexpr auto kDefaultsName = "defaults.json";
+
+JsonUserDefaults openDefaults() {
+  return {JsonUserDefaults::standardFile(kDefaultsName), Logger(LogSink::standardError(), "defaults")};
+}
+
+ExitCode run(const CompanionOptions& options) {
+  const bool wantsDisplay = !options.headless && canReachDisplay();
+  return runSingleCompanion(wantsDisplay, [&](const std::filesystem::path& folder) {
+    auto defaults = openDefaults();
+    return runLinuxCompanion(options, defaults, folder);
+  });
+}
+
+ExitCode run(const StatusOptions& options) { return runStatus(options); }
+ExitCode run(const KeepAwakeOptions& options) { return runKeepAwake(options); }
+ExitCode run(const DefaultsOptions& options) {
+  auto defaults = openDefaults();
+  return runDefaults(options, defaults);
+}
+
+ExitCode run(const DoctorOptions& options) {
+  auto defaults = openDefaults();
+  auto checks = linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
+                                  options.screenPort.value_or(ScreenStreamServer::kDefaultPort),
+                                  JsonUserDefaults::standardFile(kDefaultsName));
+  for (auto& check : linuxFaceChecks()) checks.push_back(std::move(check));
+  for (auto& check : linuxAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
+  runDoctor(checks, options.json);
+}
+
+ExitCode run(const EndNow& end) { return static_cast<ExitCode>(end.exitStatus); }
+
+}  // namespace
+}  // namespace tevanto
+
+extern "C" __attribute__((visibility("default"))) int tevantoRunProgram(int argc, char** argv) {
+  // A reader that has gone away is an error of the write, not the end of the program.
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto invocation = tevanto::parseCommandLine(argc, argv);
+  return static_cast<int>(std::visit([](const auto& options) { return tevanto::run(options); }, invocation));
+}

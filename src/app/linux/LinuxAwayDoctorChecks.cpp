@@ -1,0 +1,28 @@
+#include "app/linux/LinuxAwayDoctorChecks.h"
+
+#include <memory>
+
+#include "app/doctor/AwayDoctorChecks.h"
+#include "p2p/transport/DeployedTransports.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
+
+namespace tevanto {
+
+std::vector<DoctorCheck> linuxAwayDoctorChecks(UserDefaults& defaults) {
+  const auto loop = EventLoop::background(2);
+  // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
+  // computer is one, too.
+  const auto peers = linuxPeers(LogSink::none(), true);
+  const DeployedTransports transports(
+      {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
+      {.settings = linuxDeployment(defaults, LogSink::none()), .peers = peers});
+  return awayDoctorChecks({.settings = transports.settings(),
+                           .loop = loop,
+                           .http = transports.http(),
+                           .webSockets = transports.webSockets(),
+                           .loadPeers = [peers] { return peers->load(); },
+                           .peers = transports.peers(),
+                           .database = transports.database()});
+}
+
+}  // namespace tevanto

@@ -1,0 +1,210 @@
+#include "app/linux/LinuxCompanion.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "app/cli/Commands.h"
+#include "app/cli/CompanionTerminal.h"
+#include "app/ipc/CompanionControl.h"
+#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/RuntimeFolder.h"
+#include "app/linux/LinuxServices.h"
+#include "app/linux/LoadedFace.h"
+#include "app/runtime/CompanionOperations.h"
+#include "app/runtime/Face.h"
+#include "app/runtime/LocalAddresses.h"
+#include "app/runtime/MacAppDelegate.h"
+#include "app/runtime/PublicLinks.h"
+#include "app/runtime/ScreenService.h"
+#include "app/runtime/TevantoMacRuntime.h"
+#include "control/MacPowerManager.h"
+#include "core/Descriptor.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/JsonUserDefaults.h"
+#include "platform/linux/process/JournalLogSink.h"
+#include "platform/linux/process/StartAnew.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
+#include "remote/MacRemoteServer.h"
+
+namespace tevanto {
+namespace {
+
+/// How long an answer may take through the control socket.
+constexpr auto kAnswering = std::chrono::milliseconds(100);
+/// How long work in the background may hold up the end of the process.
+constexpr auto kEndingPatience = std::chrono::seconds(3);
+
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+bool hasTerminal() { return Descriptor(::open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC)).get() >= 0; }
+
+class LinuxCompanion {
+ public:
+  LinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults)
+      : options_(options),
+        defaults_(defaults),
+        log_(makeSystemLogSink()),
+        face_(options.headless ? nullptr : loadFace(Logger(log_, "face"))),
+        services_(options, defaults, log_, face_ ? face_->mainQueue() : nullptr),
+        terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
+                   TextStyle::forStandardOutput()}),
+        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
+        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
+        control_(
+            {runtime_, application_, defaults, advertisedName(services_.computerName()),
+             [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
+             [this] { defaults_.reload(); },
+             [this](const std::string& token) {
+               if (face_) face_->useActivationToken(token);
+             },
+             [this] {
+               // Behind the answer.
+               if (options_.lostDisplay && !giving_)
+                 giving_ = services_.mainQueue()->asyncAfter(kAnswering, [this] { end(); });
+               return options_.lostDisplay;
+             }}) {}
+
+  ~LinuxCompanion() {
+    if (ending_.joinable()) ending_.join();
+  }
+
+  ExitCode run(const std::filesystem::path& runtimeFolder) {
+    if (!face_) terminal_.follow(runtime_);
+    handleSignals();
+    // On the main queue, as everything the services are told.
+    services_.mainQueue()->async([this] { launch(); });
+    auto server = ControlSocketServer::listen(
+        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return control_.answer(line); }, services_.mainQueue());
+    if (!server) return complain(server.error());
+    controlSocket_ = std::move(server).value();
+    runLoops();
+    if (services_.hasRoad()) {
+      // Its engine's threads may still be closing peers, and must not meet the libraries' cleanup at the
+      // exit.
+      std::fflush(nullptr);
+      std::_Exit(static_cast<int>(ExitCode::done));
+    }
+    return ExitCode::done;
+  }
+
+ private:
+  /// Until `end`.
+  void runLoops() {
+    if (!face_) return services_.networkLoop().run();
+    auto operations = CompanionOperations::of(runtime_);
+    operations.quit = [this] { end(); };
+    face_->present({.runtime = runtime_,
+                    .defaults = defaults_,
+                    .operations = std::move(operations),
+                    .links = PublicLinks::of(linuxDeployment(defaults_, log_)),
+                    .displayLost = [this] { goOnHeadless(); }});
+    face_->run();
+    services_.networkLoop().stop();
+  }
+
+  /// The same program in the same process once more, without windows, on the same ports: phones find it
+  /// again, and it waits for a display to come back as it would have without windows.
+  void goOnHeadless() {
+    std::vector<std::string> arguments{"tevanto",
+                                       "--headless",
+                                       "--lost-display",
+                                       "--remote-port",
+                                       std::to_string(runtime_.server().port.get()),
+                                       "--screen-port",
+                                       std::to_string(runtime_.screen().state().port)};
+    if (options_.loopbackOnly) arguments.emplace_back("--loopback-only");
+    if (options_.noDiscovery) arguments.emplace_back("--no-discovery");
+    startAnew(arguments);
+  }
+
+  void launch() {
+    application_.applicationDidFinishLaunching();
+    services_.started();
+    // Nobody has looked at the permission yet, and a window shows it.
+    if (face_) runtime_.screen().state();
+    // Behind the listener's own first steps on this loop.
+    services_.networkQueue()->async(
+        [this] { services_.mainQueue()->async([this] { runtime_.power().refreshBattery(); }); });
+  }
+
+  void handleSignals() {
+    services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP}, [this](int signal) {
+      services_.mainQueue()->async([this, signal] {
+        // Somebody's wish to read the settings again, unless it says that the terminal was closed.
+        const bool wasClosed = startedInTerminal_ && !hasTerminal();
+        if (signal == SIGHUP && !wasClosed) {
+          defaults_.reload();
+        } else {
+          end();
+        }
+      });
+    });
+  }
+
+  /// Lets go of everything that others would notice, then ends both loops.
+  void end() {
+    if (isEnding_) return;
+    isEnding_ = true;
+    terminal_.stopFollowing();
+    services_.networkQueue()->async([socket = std::shared_ptr(std::move(controlSocket_))] {});
+    application_.applicationWillTerminate();
+    // On a thread that nothing holds up.
+    impatience_ = patience_->makeQueue("patience")->asyncAfter(kEndingPatience, [] {
+      complain("Something in the background does not end; leaving it behind.");
+      std::_Exit(static_cast<int>(ExitCode::done));
+    });
+    // The server ends on its own queue; behind that, work in the background may still wait for the main
+    // queue, so this loop runs on until the other one has ended.
+    services_.networkQueue()->async([this] {
+      ending_ = std::thread([this] {
+        services_.endBackgroundWork();
+        services_.endRoad();
+        if (face_) {
+          face_->stop();
+        } else {
+          services_.networkLoop().stop();
+        }
+      });
+    });
+  }
+
+  const CompanionOptions options_;
+  JsonUserDefaults& defaults_;
+  const std::shared_ptr<LogSink> log_;
+  const std::unique_ptr<Face> face_;  // null when headless
+  LinuxServices services_;
+  CompanionTerminal terminal_;
+  TevantoMacRuntime runtime_;
+  MacAppDelegate application_;
+  CompanionControl control_;
+  std::unique_ptr<ControlSocketServer> controlSocket_;
+  const bool startedInTerminal_ = hasTerminal();
+  bool isEnding_ = false;
+  Timer giving_;
+  const std::shared_ptr<EventLoop> patience_ = EventLoop::background(1);
+  Timer impatience_;
+  std::thread ending_;
+};
+
+}  // namespace
+
+ExitCode runLinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
+                           const std::filesystem::path& runtimeFolder) {
+  return LinuxCompanion(options, defaults).run(runtimeFolder);
+}
+
+}  // namespace tevanto

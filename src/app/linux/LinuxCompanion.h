@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+
+#include "app/cli/CommandLine.h"
+
+namespace tevanto {
+
+class JsonUserDefaults;
+
+/// Puts the companion of a Linux desktop together and runs it on the calling thread until SIGINT or SIGTERM.
+/// The caller holds the `CompanionLock` of `runtimeFolder`.
+ExitCode runLinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
+                           const std::filesystem::path& runtimeFolder);
+
+}  // namespace tevanto

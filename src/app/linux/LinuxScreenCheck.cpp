@@ -1,0 +1,67 @@
+#include "app/linux/LinuxScreenCheck.h"
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "core/Log.h"
+#include "core/queue/EventLoop.h"
+#include "core/queue/FirstAnswer.h"
+#include "platform/linux/video/LoadedEncoders.h"
+#include "platform/linux/x11/capture/X11DisplayCapture.h"
+#include "screen/capture/CaptureEngine.h"
+
+namespace tevanto {
+namespace {
+
+constexpr std::int64_t kLongSide = 1280;
+constexpr std::int64_t kFramesPerSecond = 15;
+constexpr auto kPatience = std::chrono::seconds(5);
+
+std::string displayText() {
+  const char* display = std::getenv("DISPLAY");
+  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
+}
+
+/// The first thing that the capture says.
+Result<std::string> firstWord(CaptureEngine& engine) {
+  using Word = Result<std::string>;
+  const auto answer = std::make_shared<FirstAnswer<Word>>();
+  engine.setPixelBufferHandler([answer](const auto&, PresentationTime, std::int64_t width,
+                                        std::int64_t height) {
+    answer->say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
+  });
+  engine.setErrorHandler([answer](const std::string& text) { answer->say(Failure{text}); });
+  engine.start();
+  return answer->waitFor(kPatience).value_or(Failure{"No picture came"});
+}
+
+}  // namespace
+
+Result<std::string> tryScreenCapture() {
+  const auto loop = EventLoop::background(1);
+  X11DisplayCapture displays;
+  const auto engine = std::make_shared<CaptureEngine>(displays, kLongSide, kFramesPerSecond,
+                                                      loop->makeQueue("tevanto.screen.capture"));
+  auto word = firstWord(*engine);
+  engine->stop();
+  loop->stop();
+  if (word) return word;
+  return Failure{"The screen cannot be mirrored: " + word.error() + " (" + displayText() +
+                 "); run this in a graphical X11 session, or start one with scripts/start."};
+}
+
+Result<std::string> tryEncoders() {
+  const LoadedEncoders encoders{Logger()};
+  auto description = encoders.description();
+  if (!description) return description;
+  if (encoders.encoderName().empty()) {
+    return Failure{"No H.264 encoder works here: " + description.value() +
+                   "; install the package libavcodec59 with libx264."};
+  }
+  return description;
+}
+
+}  // namespace tevanto

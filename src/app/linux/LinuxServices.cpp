@@ -1,0 +1,207 @@
+#include "app/linux/LinuxServices.h"
+
+#include <malloc.h>
+
+#include <chrono>
+
+#include "app/runtime/CompanionServices.h"
+#include "app/runtime/StartupPowerSources.h"
+#include "app/runtime/StartupScreenPermission.h"
+#include "core/settings/UserDefaults.h"
+#include "net/discovery/NoAdvertiser.h"
+#include "net/tcp/AsioTcpListener.h"
+#include "p2p/transport/DeployedTransports.h"
+#include "platform/linux/audio/LinuxScriptHost.h"
+#include "platform/linux/audio/LoadedAudio.h"
+#include "platform/linux/avahi/AvahiServiceAdvertiser.h"
+#include "platform/linux/desktop/applications/DesktopWorkspace.h"
+#include "platform/linux/desktop/applications/XdgAutostartLoginItem.h"
+#include "platform/linux/desktop/shortcuts/DesktopKeyStrokes.h"
+#include "platform/linux/desktop/shortcuts/DesktopOverview.h"
+#include "platform/linux/desktop/shortcuts/DesktopPreferences.h"
+#include "platform/linux/input/CommandModifier.h"
+#include "platform/linux/session/ComputerName.h"
+#include "platform/linux/session/LogindSession.h"
+#include "platform/linux/session/LogindSleepAssertions.h"
+#include "platform/linux/session/MprisMediaKeys.h"
+#include "platform/linux/session/SysfsPowerSources.h"
+#include "platform/linux/session/UPowerSources.h"
+#include "platform/linux/video/LoadedEncoders.h"
+#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/capture/X11DisplayCapture.h"
+#include "platform/linux/x11/capture/X11ScreenCapturePermission.h"
+#include "platform/linux/x11/input/XTestInputEvents.h"
+#include "platform/linux/x11/input/XTestPermission.h"
+
+namespace tevanto {
+namespace {
+
+std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& options) {
+  if (options.noDiscovery) return std::make_unique<NoAdvertiser>();
+  return std::make_unique<AvahiServiceAdvertiser>();
+}
+
+DesktopWorkspace::Overviews asLocations(const std::shared_ptr<DesktopOverview>& overview) {
+  return {[overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            return kind && overview->available(*kind);
+          },
+          [overview](const std::string& location) {
+            const auto kind = DesktopOverview::kindAt(location);
+            if (kind) overview->open(*kind);
+            return kind.has_value();
+          }};
+}
+
+/// Within a second of a session's end nothing of it is held any more; another may follow at once.
+constexpr auto kMemoryKept = std::chrono::milliseconds(500);
+
+}  // namespace
+
+struct LinuxServices::Parts {
+  Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
+        const std::shared_ptr<LogSink>& logSink, const std::shared_ptr<SerialQueue>& windowsQueue)
+      : options(companionOptions),
+        defaults(userDefaults),
+        sink(logSink),
+        loops{.network = windowsQueue ? EventLoop::background(1) : EventLoop::forCallingThread()},
+        queues(loops, windowsQueue ? windowsQueue : loops.network->makeQueue("main")),
+        listeners(loops.network, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
+        advertiser(makeAdvertiser(options)),
+        xServer(std::make_shared<XServerLink>(std::string(), queues.main, Logger(sink, "input"))),
+        permission(xServer),
+        xEvents(XTestInputEvents::open(
+            xServer, queues.main, [this] { return commandModifierOf(defaults); }, Logger(sink, "input"))),
+        overview(DesktopOverview::ofSession(queues.shortcuts, Logger(sink, "applications"))),
+        events(std::make_shared<DesktopKeyStrokes>(xEvents, keyStrokes())),
+        preferences(DesktopPreferences::sessionOfThisProcess()),
+        workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
+        scripts(audio, session),
+        assertions(Logger(sink, "power")),
+        powerSources(kernelPowerSources, upower),
+        screenPermission(displayPermission),
+        encoders(Logger(sink, "screen")),
+        services(queues, system(), {name, options.remotePort, options.screenPort}, defaults, sink) {}
+
+  const CompanionOptions options;
+  UserDefaults& defaults;
+  const std::shared_ptr<LogSink> sink;
+  const CompanionServices::Loops loops;
+  const CompanionServices::Queues queues;
+
+  AsioTcpListenerFactory listeners;
+  std::unique_ptr<ServiceAdvertiser> advertiser;
+  std::shared_ptr<XServerLink> xServer;
+  XTestPermission permission;
+  std::shared_ptr<XTestInputEvents> xEvents;
+  std::shared_ptr<DesktopOverview> overview;
+  std::shared_ptr<DesktopKeyStrokes> events;
+  DesktopPreferences preferences;
+  DesktopWorkspace workspace;
+  LoadedAudio audio;
+  LogindSession session;
+  MprisMediaKeys mediaKeys;
+  LinuxScriptHost scripts;
+  LogindSleepAssertions assertions;
+  SysfsPowerSources kernelPowerSources;
+  UPowerSources upower;
+  StartupPowerSources powerSources;
+  XdgAutostartLoginItem loginItem;
+  X11DisplayCapture displays;
+  X11ScreenCapturePermission displayPermission;
+  StartupScreenPermission screenPermission;
+  LoadedEncoders encoders;
+  std::shared_ptr<LoadedPeers> peers;  // null without a road away
+  Timer trimming;
+  const std::optional<std::string> name = tevanto::computerName();
+  CompanionServices services;
+
+  /// What key strokes do that are the desktop's rather than an application's. Main queue.
+  DesktopKeyStrokes::Actions keyStrokes() {
+    return {.lockSession = [this] { return session.lockSession().ok(); },
+            .openOverview =
+                [this] {
+                  if (!overview->available(DesktopOverview::Kind::windows)) return false;
+                  overview->open(DesktopOverview::Kind::windows);
+                  return true;
+                },
+            .pressMediaKey = [this](MediaKey key) { return mediaKeys.press(key); }};
+  }
+
+  CompanionServices::System system() {
+    return {.inputEvents = *events,
+            .preferences = preferences,
+            .workspace = workspace,
+            .scripts = scripts,
+            .accessibility = permission,
+            .sleepAssertions = assertions,
+            .powerSources = powerSources,
+            .loginItem = loginItem,
+            .displays = displays,
+            .encoders = encoders,
+            .screenPermission = screenPermission,
+            .listeners = listeners,
+            .advertiser = *advertiser,
+            .displayQueue = queues.shortcuts,
+            .usedEncoder = [this] { return encoders.usedEncoder(); },
+            .makeTransports = [this] { return makeTransports(); },
+            .onStreaming = [this](bool isStreaming) { giveMemoryBack(!isStreaming); }};
+  }
+
+  std::unique_ptr<DeployedTransports> makeTransports() {
+    const auto settings = linuxDeployment(defaults, sink);
+    if (!DeployedTransports::canMeet(settings)) return nullptr;
+    peers = linuxPeers(sink, options.loopbackOnly, loops.network->makeQueue("peer-signaling"));
+    return std::make_unique<DeployedTransports>(
+        DeployedTransports::Environment{
+            .loop = loops.network, .mainQueue = queues.main, .defaults = defaults, .log = sink},
+        DeployedTransports::Platform{.settings = settings, .peers = peers});
+  }
+
+  // A session's pictures and its encoder leave some twenty megabytes behind that the allocator would keep for
+  // the next one, which may never come.
+  void giveMemoryBack(bool isAtRest) {
+    trimming.cancel();
+    if (isAtRest) trimming = queues.capture->asyncAfter(kMemoryKept, [] { ::malloc_trim(0); });
+  }
+};
+
+LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defaults,
+                             const std::shared_ptr<LogSink>& log,
+                             const std::shared_ptr<SerialQueue>& windowsQueue)
+    : parts_(std::make_unique<Parts>(options, defaults, log, windowsQueue)) {}
+
+LinuxServices::~LinuxServices() = default;
+
+EventLoop& LinuxServices::networkLoop() { return *parts_->loops.network; }
+void LinuxServices::endBackgroundWork() {
+  parts_->loops.capture->stop();
+  parts_->loops.background->stop();
+}
+
+void LinuxServices::endRoad() {
+  if (!parts_->peers) return;
+  // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
+  // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.
+  parts_->queues.main->sync([] {});
+  parts_->queues.main->sync([] {});
+  parts_->queues.remote->sync([] {});
+  parts_->peers->release();
+}
+
+std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->queues.main; }
+std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->queues.remote; }
+std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
+bool LinuxServices::hasRoad() const { return parts_->services.hasRoad(); }
+void LinuxServices::started() {
+  parts_->powerSources.started();
+  parts_->screenPermission.started();
+}
+
+TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,
+                                                      SetupWindowHost& windows) {
+  return parts_->services.factories(presence, windows);
+}
+
+}  // namespace tevanto

@@ -1,0 +1,137 @@
+#include "app/macos/MacCompanion.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "app/cli/Commands.h"
+#include "app/cli/CompanionTerminal.h"
+#include "app/ipc/CompanionControl.h"
+#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/RuntimeFolder.h"
+#include "app/macos/MacServices.h"
+#include "app/runtime/CompanionOperations.h"
+#include "app/runtime/Face.h"
+#include "app/runtime/LocalAddresses.h"
+#include "app/runtime/MacAppDelegate.h"
+#include "app/runtime/PublicLinks.h"
+#include "control/MacPowerManager.h"
+#include "core/settings/DeviceIdentity.h"
+#include "core/settings/UserDefaults.h"
+#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/foundation/UnifiedLogSink.h"
+
+namespace tevanto {
+namespace {
+
+/// How long work in the background may hold up the end of the process.
+constexpr auto kEndingPatience = std::chrono::seconds(3);
+
+void print(const std::string& text) {
+  std::fputs(text.c_str(), stdout);
+  std::fflush(stdout);
+}
+
+class MacCompanion {
+ public:
+  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<Face> face)
+      : defaults_(defaults),
+        face_(std::move(face)),
+        mainLoop_(face_ ? nullptr : EventLoop::forCallingThread()),
+        mainQueue_(face_ ? face_->mainQueue() : mainLoop_->makeQueue("main")),
+        services_(options, defaults, log_, mainQueue_),
+        terminal_({mainQueue_, [this] { return control_.status(); }, print, phoneProgramForUser(),
+                   TextStyle::forStandardOutput()}),
+        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
+        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
+        control_(
+            {runtime_, application_, defaults, advertisedName(services_.computerName()),
+             [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
+             [] {}, [](const std::string&) {}, [] { return false; }}) {}
+
+  ~MacCompanion() {
+    if (ending_.joinable()) ending_.join();
+  }
+
+  ExitCode run(const std::filesystem::path& runtimeFolder) {
+    if (!face_) terminal_.follow(runtime_);
+    services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
+                                      [this](int) { mainQueue_->async([this] { end(); }); });
+    mainQueue_->async([this] { launch(); });
+    auto server = ControlSocketServer::listen(
+        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return control_.answer(line); }, mainQueue_);
+    if (!server) return complain(server.error());
+    controlSocket_ = std::move(server).value();
+    runLoop();
+    return ExitCode::done;
+  }
+
+ private:
+  /// Until `end`.
+  void runLoop() {
+    if (!face_) return mainLoop_->run();
+    auto operations = CompanionOperations::of(runtime_);
+    operations.quit = [this] { end(); };
+    face_->present({.runtime = runtime_,
+                    .defaults = defaults_,
+                    .operations = std::move(operations),
+                    .links = PublicLinks::of(macDeployment(defaults_, log_)),
+                    .displayLost = {}});  // a Mac's does not go away
+    face_->run();
+  }
+
+  void launch() {
+    application_.applicationDidFinishLaunching();
+    runtime_.power().refreshBattery();
+  }
+
+  /// Lets go of everything that others would notice, then ends the loops.
+  void end() {
+    if (std::exchange(isEnding_, true)) return;
+    terminal_.stopFollowing();
+    application_.applicationWillTerminate();
+    impatience_ = mainQueue_->asyncAfter(kEndingPatience, [] {
+      complain("Something in the background does not end; leaving it behind.");
+      std::_Exit(static_cast<int>(ExitCode::done));
+    });
+    // The server ends on its own queue; behind that, work in the background may still wait for the main
+    // queue, so this loop runs on until the other ones have ended.
+    services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(controlSocket_))] {
+      ending_ = std::thread([this] {
+        services_.endThreads();
+        face_ ? face_->stop() : mainLoop_->stop();
+      });
+    });
+  }
+
+  UserDefaults& defaults_;
+  const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
+  const std::unique_ptr<Face> face_;           // null when headless
+  const std::shared_ptr<EventLoop> mainLoop_;  // without a face
+  const std::shared_ptr<SerialQueue> mainQueue_;
+  MacServices services_;
+  CompanionTerminal terminal_;
+  TevantoMacRuntime runtime_;
+  MacAppDelegate application_;
+  CompanionControl control_;
+  std::unique_ptr<ControlSocketServer> controlSocket_;
+  bool isEnding_ = false;
+  Timer impatience_;
+  std::thread ending_;
+};
+
+}  // namespace
+
+ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
+                         const std::filesystem::path& runtimeFolder, std::unique_ptr<Face> face) {
+  return MacCompanion(options, defaults, std::move(face)).run(runtimeFolder);
+}
+
+}  // namespace tevanto

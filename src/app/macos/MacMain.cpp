@@ -1,0 +1,54 @@
+#include <csignal>
+#include <filesystem>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "app/cli/CommandLine.h"
+#include "app/cli/Commands.h"
+#include "app/cli/SingleCompanion.h"
+#include "app/macos/MacAwayDoctorChecks.h"
+#include "app/macos/MacCompanion.h"
+#include "app/macos/MacDoctorChecks.h"
+#include "app/runtime/Face.h"
+#include "app/ui/macos/MacFace.h"
+#include "platform/macos/foundation/CfUserDefaults.h"
+#include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamServer.h"
+
+namespace tevanto {
+namespace {
+
+ExitCode run(const CompanionOptions& options) {
+  return runSingleCompanion(false, [&](const std::filesystem::path& folder) {
+    CfUserDefaults defaults;
+    return runMacCompanion(options, defaults, folder, options.headless ? nullptr : makeMacFace());
+  });
+}
+
+ExitCode run(const StatusOptions& options) { return runStatus(options); }
+ExitCode run(const KeepAwakeOptions& options) { return runKeepAwake(options); }
+ExitCode run(const DefaultsOptions& options) {
+  CfUserDefaults defaults;
+  return runDefaults(options, defaults);
+}
+
+ExitCode run(const DoctorOptions& options) {
+  CfUserDefaults defaults;
+  auto checks = macDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
+                                options.screenPort.value_or(ScreenStreamServer::kDefaultPort));
+  for (auto& check : macAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
+  runDoctor(checks, options.json);
+}
+
+ExitCode run(const EndNow& end) { return static_cast<ExitCode>(end.exitStatus); }
+
+}  // namespace
+}  // namespace tevanto
+
+int main(int argc, char** argv) {
+  // A reader that has gone away is an error of the write, not the end of the program.
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto invocation = tevanto::parseCommandLine(argc, argv);
+  return static_cast<int>(std::visit([](const auto& options) { return tevanto::run(options); }, invocation));
+}

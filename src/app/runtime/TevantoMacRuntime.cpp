@@ -1,0 +1,43 @@
+#include "app/runtime/TevantoMacRuntime.h"
+
+#include <utility>
+
+#include "app/runtime/MacSetupWindowPresenter.h"
+#include "app/runtime/ScreenService.h"
+#include "control/MacLaunchAtLoginController.h"
+#include "control/MacPowerManager.h"
+#include "remote/MacRemoteServer.h"
+
+namespace tevanto {
+
+TevantoMacRuntime::TevantoMacRuntime(const Factories& factories)
+    : server_(factories.server()),
+      screen_(factories.screen()),
+      power_(factories.power()),
+      launchAtLogin_(factories.launchAtLogin()),
+      setupWindow_(factories.setupWindow()) {}
+
+void TevantoMacRuntime::start() {
+  if (std::exchange(didStart_, true)) return;
+  launchAtLogin_->applyDefault();
+  server_->setPower(power_);
+  power_->onStateChanged = [weak = std::weak_ptr(server_)](RemoteMessage state) {
+    if (const auto server = weak.lock()) server->send(std::move(state));
+  };
+  server_->setScreen(screen_);
+  server_->start();
+  screen_->start();
+}
+
+void TevantoMacRuntime::openSetupWindow() {
+  start();
+  setupWindow_->show();
+}
+
+void TevantoMacRuntime::willTerminate() {
+  power_->appWillTerminate();
+  screen_->stop();
+  server_->stop();
+}
+
+}  // namespace tevanto

@@ -1,0 +1,27 @@
+#include "app/runtime/FaceModule.h"
+
+#include <QFile>
+#include <QLibraryInfo>
+
+#include "app/ui/linux/InstalledFonts.h"
+#include "app/ui/linux/QtFace.h"
+#include "platform/linux/x11/DisplayReach.h"
+
+namespace {
+
+/// Qt ends the process where it has no plugin for the display that there is; that for Wayland is a package of
+/// its own.
+bool hasPluginForDisplay() {
+  return tevanto::canReachXServer() ||
+         QFile::exists(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms/libqwayland-generic.so");
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) tevanto::Face* tevantoMakeFace() {
+  return hasPluginForDisplay() ? new tevanto::QtFace() : nullptr;
+}
+
+extern "C" __attribute__((visibility("default"))) std::string* tevantoDescribeFonts() {
+  return new std::string(tevanto::describeInstalledFonts());
+}

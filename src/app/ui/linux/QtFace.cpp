@@ -1,0 +1,180 @@
+#include "app/ui/linux/QtFace.h"
+
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QIcon>
+#include <QLocale>
+#include <QQuickView>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
+#include <QTimer>
+#include <QUrl>
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+#include "app/runtime/TevantoMacRuntime.h"
+#include "app/ui/CompanionModel.h"
+#include "app/ui/CompanionViews.h"
+#include "app/ui/DesktopAppearance.h"
+#include "app/ui/MenuBarLabel.h"
+#include "app/ui/PanelWindow.h"
+#include "app/ui/QtMainQueue.h"
+#include "app/ui/QtSetupWindow.h"
+#include "app/ui/ViewEngine.h"
+#include "app/ui/linux/ToolkitMotion.h"
+#include "app/ui/linux/TrayIcon.h"
+#include "platform/linux/x11/XDesktop.h"
+
+namespace tevanto {
+namespace {
+
+/// How long the icons wait for a window's first frame.
+constexpr auto kWindowPatience = std::chrono::seconds(1);
+
+constexpr auto kApplicationIdentifier = "app.tevanto.Tevanto";
+/// Where translations are, "tevanto_<language>.qm", from the folder of the program. The sources are English.
+constexpr auto kTranslations = "/../share/tevanto/translations";
+
+/// Small, mostly still windows: drawing them on the processor starts sooner than a graphics driver, and holds
+/// a tenth of its memory.
+void chooseRenderer() {
+  if (qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND")) return;
+  QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
+void addDesktopOperations(CompanionOperations& operations) {
+  operations.openUrl = [](const std::string& url) {
+    QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
+  };
+  operations.copyText = [](const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+  };
+}
+
+/// A compositor of Wayland always does; on X11 it is a program beside the server.
+bool isTransparencyShown() {
+  if (!qGuiApp->nativeInterface<QNativeInterface::QX11Application>()) return true;
+  const auto desktop = XDesktop::current();
+  return desktop && desktop->isComposited;
+}
+
+/// The one of the desktop's theme; the product's mark where it is not installed, as when it runs from where
+/// it was built.
+QIcon applicationIcon() {
+  const auto themed = QIcon::fromTheme(kApplicationIdentifier);
+  return themed.isNull() ? MenuBarLabel::mark() : themed;
+}
+
+/// The face whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
+/// connection broken, so that what runs at the exit is all that hears of it.
+QtFace* runningFace = nullptr;
+
+}  // namespace
+
+/// Qt keeps references to them.
+struct QtFace::Arguments {
+  char name[8] = "tevanto";
+  char* values[2] = {name, nullptr};
+  int count = 1;
+};
+
+QtFace::QtFace()
+    : arguments_(std::make_unique<Arguments>()),
+      application_(arguments_->count, arguments_->values),
+      queue_(std::make_shared<QtMainQueue>("main")) {
+  fonts_.goOnWithApplication();
+  QApplication::setApplicationName(QStringLiteral("Tevanto"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Tevanto"));
+  QApplication::setApplicationVersion(QStringLiteral(TEVANTO_VERSION));
+  QApplication::setDesktopFileName(kApplicationIdentifier);
+  // Closing the window leaves the companion running.
+  QApplication::setQuitOnLastWindowClosed(false);
+  speakTheUsersLanguage();
+  chooseRenderer();
+  engine_ = std::make_unique<ViewEngine>();
+}
+
+void QtFace::speakTheUsersLanguage() {
+  const auto folder = QApplication::applicationDirPath() + kTranslations;
+  if (translator_.load(QLocale(), QStringLiteral("tevanto"), QStringLiteral("_"), folder))
+    QApplication::installTranslator(&translator_);
+}
+
+QtFace::~QtFace() {
+  endWindows();
+  fonts_.wait();
+}
+
+std::shared_ptr<SerialQueue> QtFace::mainQueue() { return queue_; }
+
+void QtFace::present(FaceSubject subject) {
+  addDesktopOperations(subject.operations);
+  subject_.emplace(std::move(subject));
+  auto& runtime = subject_->runtime;
+  model_ = std::make_unique<CompanionModel>(
+      CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
+                               subject_->defaults},
+      subject_->operations, subject_->links);
+  views_ = std::make_unique<CompanionViews>(*model_, std::move(engine_));
+  panel_ = std::make_unique<PanelWindow>(*model_, *views_, isTransparencyShown);
+  tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
+  // Where no window comes, or one that nobody can see.
+  QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
+}
+
+void QtFace::showIcons() {
+  if (std::exchange(showsIcons_, true)) return;
+  QApplication::setWindowIcon(applicationIcon());
+  tray_->lookForTray();
+  motion_ = std::make_unique<ToolkitMotion>(
+      [this](bool isReduced) { views_->appearance().setMotionReducedByToolkit(isReduced); });
+}
+
+std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
+                                                std::function<void()> onClose) {
+  fonts_.finish();
+  setupView_ = views_->makeSetupWindow();
+  QObject::connect(
+      setupView_.get(), &QQuickWindow::frameSwapped, model_.get(), [this] { showIcons(); },
+      static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+  // Whoever comes back from the settings wants to see what changed there.
+  QObject::connect(setupView_.get(), &QWindow::activeChanged, model_.get(), [this] {
+    if (setupView_->isActive()) model_->refresh();
+  });
+  return std::make_unique<QtSetupWindow>(*setupView_, style, std::move(onClose), activation_);
+}
+
+void QtFace::exitedFromWithin() {
+  // Elsewhere exit() was somebody else's, and the main thread still stands in the loop.
+  if (runningFace && runningFace->queue_->isCurrent()) runningFace->subject_->displayLost();
+}
+
+void QtFace::run() {
+  runningFace = this;
+  std::atexit(&QtFace::exitedFromWithin);
+  // The session, too, may ask the application to quit; then the companion ends what it began.
+  while (!stopping_) {
+    QApplication::exec();
+    if (!stopping_) subject_->operations.quit();
+  }
+  runningFace = nullptr;
+  endWindows();
+  queue_->stop();
+}
+
+void QtFace::stop() {
+  stopping_ = true;
+  queue_->async([] { QApplication::exit(); });
+}
+
+void QtFace::endWindows() {
+  tray_.reset();
+  panel_.reset();
+  setupView_.reset();
+  motion_.reset();
+  views_.reset();
+  model_.reset();
+}
+
+}  // namespace tevanto

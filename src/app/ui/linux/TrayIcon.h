@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QAction>
+#include <QMenu>
+#include <QObject>
+#include <QRect>
+#include <QSystemTrayIcon>
+#include <functional>
+
+#include "app/ui/linux/TrayAvailability.h"
+
+namespace tevanto {
+
+class CompanionModel;
+
+/// The icon in the desktop's tray, from the moment that there is a tray: it shows whether a phone is
+/// connected, a click opens the panel, and its menu has what must be at hand even then. Main thread.
+class TrayIcon {
+ public:
+  /// `model` outlives it. `clicked` gets the icon's place on the screen, empty where the tray does not tell.
+  TrayIcon(CompanionModel& model, std::function<void(const QRect&)> clicked);
+  ~TrayIcon();
+  TrayIcon(const TrayIcon&) = delete;
+  TrayIcon& operator=(const TrayIcon&) = delete;
+
+  /// Into a tray that is there already; into others it comes by itself.
+  void lookForTray() { availability_.lookSoon(); }
+
+ private:
+  void appear();
+  void fillMenu();
+  void show();
+
+  CompanionModel& model_;
+  const std::function<void(const QRect&)> clicked_;
+  TrayAvailability availability_;
+  QObject context_;  // ends the connections with this
+  QMenu menu_;
+  QAction* disconnect_ = nullptr;
+  std::unique_ptr<QSystemTrayIcon> icon_;
+  bool showsConnected_ = false;
+};
+
+}  // namespace tevanto

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <memory>
+
+#include "app/runtime/Face.h"
+
+namespace tevanto {
+
+/// The face on a Mac: the icon and the application are AppKit's, the windows and the loop Qt's, which runs
+/// AppKit's underneath. On the main thread, once.
+std::unique_ptr<Face> makeMacFace();
+
+}  // namespace tevanto
