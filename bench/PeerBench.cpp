@@ -5,8 +5,8 @@
 
 #include "bench/BareChannels.h"
 #include "platform/linux/webrtc/LoadedPeers.h"
-#include "tests/support/PeerSide.h"
-#include "tests/support/ProcessMemory.h"
+#include "tests/support/peers/PeerSide.h"
+#include "tests/support/programs/ProcessMemory.h"
 
 // What a bare pair of the engine's data channels costs and carries. Prints one JSON object.
 

@@ -17,7 +17,7 @@
 #include "platform/linux/webrtc/LoadedPeers.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenStreamMessage.h"
-#include "tests/support/FakeCloudSignaling.h"
+#include "tests/support/fakes/FakeCloudSignaling.h"
 
 // Two whole transports on the loopback interface, in turns with a bare pair of the engine's channels: what
 // the transport adds. Each transport has a loop of its own, as in the programs. Prints one JSON object.

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "p2p/channels/DataChannelMessaging.h"
-#include "tests/support/FakeDataChannel.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeDataChannel.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace {
 

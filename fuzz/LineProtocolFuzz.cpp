@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "remote/LineProtocolConnection.h"
-#include "tests/support/FakeTcpConnection.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeTcpConnection.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/queue/EventLoopCore.h"
 #include "relay/RelayServer.h"
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
 
 namespace {
 

@@ -11,10 +11,10 @@
 
 #include "p2p/transport/CandidateSummary.h"
 #include "p2p/transport/WebRTCTransport.h"
-#include "tests/support/FakeCloudSignaling.h"
-#include "tests/support/FakePeerConnection.h"
-#include "tests/support/FakeRelaySignaling.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeCloudSignaling.h"
+#include "tests/support/fakes/FakePeerConnection.h"
+#include "tests/support/fakes/FakeRelaySignaling.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace {
 

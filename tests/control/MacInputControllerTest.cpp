@@ -7,9 +7,9 @@
 #include <string>
 
 #include "core/text/Text.h"
-#include "tests/support/FakeUserPreferences.h"
-#include "tests/support/FakeWorkspace.h"
-#include "tests/support/RecordingInputEvents.h"
+#include "tests/support/fakes/FakeUserPreferences.h"
+#include "tests/support/fakes/FakeWorkspace.h"
+#include "tests/support/fakes/RecordingInputEvents.h"
 
 namespace tevanto {
 namespace {

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/FakeLoginItem.h"
-#include "tests/support/FakeUserDefaults.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeLoginItem.h"
+#include "tests/support/fakes/FakeUserDefaults.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 namespace {

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/FakePowerSources.h"
-#include "tests/support/FakeSleepAssertions.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakePowerSources.h"
+#include "tests/support/fakes/FakeSleepAssertions.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 namespace {

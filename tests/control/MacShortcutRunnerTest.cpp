@@ -6,11 +6,11 @@
 #include <limits>
 #include <span>
 
-#include "tests/support/FakeAccessibilityPermission.h"
-#include "tests/support/FakeScriptHost.h"
-#include "tests/support/FakeWorkspace.h"
-#include "tests/support/ManualQueue.h"
-#include "tests/support/RecordingInputEvents.h"
+#include "tests/support/fakes/FakeAccessibilityPermission.h"
+#include "tests/support/fakes/FakeScriptHost.h"
+#include "tests/support/fakes/FakeWorkspace.h"
+#include "tests/support/fakes/ManualQueue.h"
+#include "tests/support/fakes/RecordingInputEvents.h"
 
 namespace tevanto {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "tests/support/FakeUserPreferences.h"
+#include "tests/support/fakes/FakeUserPreferences.h"
 
 namespace tevanto {
 namespace {

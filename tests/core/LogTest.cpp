@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/RecordingLogSink.h"
+#include "tests/support/fakes/RecordingLogSink.h"
 
 namespace tevanto {
 namespace {

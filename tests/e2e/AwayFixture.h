@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/AwayWorld.h"
-#include "tests/support/CloudKitTestService.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/TestHttpServer.h"
+#include "tests/support/network/AwayWorld.h"
+#include "tests/support/peers/CloudKitTestService.h"
+#include "tests/support/peers/TestHttpServer.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 namespace tevanto {
 

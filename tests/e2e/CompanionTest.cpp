@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/AvahiDaemon.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/DBusMock.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/PseudoTerminal.h"
-#include "tests/support/PulseServer.h"
-#include "tests/support/RawSocket.h"
+#include "tests/support/desktop/AvahiDaemon.h"
+#include "tests/support/desktop/DBusMock.h"
+#include "tests/support/desktop/PulseServer.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/PseudoTerminal.h"
 
 // The real program, from outside: its command line, its signals, its sockets, and the desktop that it acts
 // on.

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "app/ipc/ControlSocketClient.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/FaceDesktop.h"
+#include "tests/support/desktop/FaceDesktop.h"
+#include "tests/support/programs/Eventually.h"
 
 // The real companion with its windows, on a real X server with a window manager, trays and an accessibility
 // bus; used as a person uses it.

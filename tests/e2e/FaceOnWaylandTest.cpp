@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "app/ipc/ControlSocketClient.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/WaylandCompositor.h"
+#include "tests/support/desktop/WaylandCompositor.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
 
 namespace tevanto {
 namespace {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/DBusMock.h"
+#include "tests/support/desktop/DBusMock.h"
 
 namespace tevanto {
 namespace {

@@ -7,9 +7,9 @@
 #include <random>
 #include <string>
 
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
 
 namespace tevanto::test {
 namespace {

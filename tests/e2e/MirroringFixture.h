@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "screen/wire/ScreenStreamMessage.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/RawSocket.h"
-#include "tests/support/ScreenBytes.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/peers/ScreenBytes.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 namespace tevanto {
 

@@ -21,12 +21,12 @@
 
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/e2e/MirroringFixture.h"
-#include "tests/support/CompanionProcess.h"
-#include "tests/support/DrawingXClient.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/RawSocket.h"
-#include "tests/support/ScreenBytes.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/desktop/DrawingXClient.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/peers/ScreenBytes.h"
+#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 // The screen's road from one end to the other: a client draws on a real X server, the real companion
 // captures, encodes and sends, the real phone's program decodes.

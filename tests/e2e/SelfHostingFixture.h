@@ -14,14 +14,14 @@
 
 #include "tests/relay/RawWebSocket.h"
 #include "tests/relay/TlsSocket.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/EmptyServer.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/GuidePage.h"
-#include "tests/support/NetworkNamespace.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/TestAuthority.h"
-#include "tests/support/TestFiles.h"
+#include "tests/support/network/EmptyServer.h"
+#include "tests/support/network/NetworkNamespace.h"
+#include "tests/support/peers/TestAuthority.h"
+#include "tests/support/programs/ChildProcess.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/GuidePage.h"
+#include "tests/support/programs/TemporaryFolder.h"
+#include "tests/support/programs/TestFiles.h"
 
 namespace tevanto {
 

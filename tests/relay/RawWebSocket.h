@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
 
 namespace tevanto::relay::test {
 

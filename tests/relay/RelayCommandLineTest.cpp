@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "relay/CommandLine.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 namespace tevanto::relay {
 namespace {

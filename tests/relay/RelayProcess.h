@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/ChildProcess.h"
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/programs/ChildProcess.h"
 
 namespace tevanto::relay::test {
 

@@ -6,8 +6,8 @@
 #include "relay/TurnCredentials.h"
 #include "tests/relay/RawWebSocket.h"
 #include "tests/relay/RelayProcess.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 namespace tevanto::relay {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "tests/relay/RawWebSocket.h"
 #include "tests/relay/RelayProcess.h"
-#include "tests/support/Eventually.h"
+#include "tests/support/programs/Eventually.h"
 
 namespace tevanto::relay {
 namespace {

@@ -5,8 +5,8 @@
 #include "tests/relay/RelayProcess.h"
 #include "tests/relay/TestCertificate.h"
 #include "tests/relay/TlsSocket.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/TemporaryFolder.h"
 
 namespace tevanto::relay {
 namespace {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
 
 namespace tevanto::relay::test {
 

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "tests/support/FakeAwayTransport.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeAwayTransport.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/FakeTcpConnection.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeTcpConnection.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 namespace {

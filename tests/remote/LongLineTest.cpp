@@ -8,9 +8,9 @@
 #include "core/queue/EventLoop.h"
 #include "net/tcp/AsioTcpListener.h"
 #include "remote/LineProtocolConnection.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/ProcessMemory.h"
-#include "tests/support/RawSocket.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/ProcessMemory.h"
 
 namespace tevanto {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/FakeAwayTransport.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeAwayTransport.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 namespace {

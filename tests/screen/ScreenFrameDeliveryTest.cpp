@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/ScreenBytes.h"
+#include "tests/support/peers/ScreenBytes.h"
 
 namespace tevanto {
 namespace {

@@ -10,12 +10,12 @@
 #include "core/settings/DeviceIdentity.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/wire/ScreenStreamMessage.h"
-#include "tests/support/FakeDisplayCapture.h"
-#include "tests/support/FakeEncoderSession.h"
-#include "tests/support/FakeListenerFactory.h"
-#include "tests/support/FakeScreenTransport.h"
-#include "tests/support/FakeUserDefaults.h"
-#include "tests/support/ManualQueue.h"
+#include "tests/support/fakes/FakeDisplayCapture.h"
+#include "tests/support/fakes/FakeEncoderSession.h"
+#include "tests/support/fakes/FakeListenerFactory.h"
+#include "tests/support/fakes/FakeScreenTransport.h"
+#include "tests/support/fakes/FakeUserDefaults.h"
+#include "tests/support/fakes/ManualQueue.h"
 
 namespace tevanto {
 

@@ -15,12 +15,12 @@
 #include "screen/capture/CaptureEngine.h"
 #include "screen/wire/FramedConnection.h"
 #include "screen/wire/ScreenStreamMessage.h"
-#include "tests/support/Eventually.h"
-#include "tests/support/FakeUserDefaults.h"
-#include "tests/support/ProcessMemory.h"
-#include "tests/support/RawSocket.h"
-#include "tests/support/ScreenBytes.h"
-#include "tests/support/ThreadedScreen.h"
+#include "tests/support/fakes/FakeUserDefaults.h"
+#include "tests/support/peers/RawSocket.h"
+#include "tests/support/peers/ScreenBytes.h"
+#include "tests/support/peers/ThreadedScreen.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/programs/ProcessMemory.h"
 
 namespace tevanto {
 namespace {

@@ -17,7 +17,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "screen/capture/DisplayCapture.h"
-#include "tests/support/Eventually.h"
+#include "tests/support/programs/Eventually.h"
 
 namespace tevanto::test {
 

@@ -12,8 +12,8 @@
 #include <ostream>
 #include <string>
 
-#include "tests/support/EncodedStream.h"
-#include "tests/support/Eventually.h"
+#include "tests/support/programs/Eventually.h"
+#include "tests/support/video/EncodedStream.h"
 
 namespace tevanto::test {
 

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/Eventually.h"
-#include "tests/support/PeerSide.h"
+#include "tests/support/peers/PeerSide.h"
+#include "tests/support/programs/Eventually.h"
 
 namespace tevanto::test {
 

@@ -10,7 +10,7 @@
 #include "control/ScriptHost.h"
 #include "control/SleepAssertions.h"
 #include "tests/platform/contracts/ContractTest.h"
-#include "tests/support/FakeScriptHost.h"
+#include "tests/support/fakes/FakeScriptHost.h"
 
 namespace tevanto::test {
 

@@ -1,0 +1,151 @@
+// The face on this Mac, over the real services, which touch nothing but fakes. Needs a session with a
+// display.
+
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QRect>
+#include <QScreen>
+#include <QWindow>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "app/ui/PanelPlacement.h"
+#include "app/ui/macos/MacFace.h"
+#include "tests/app/ui/FaceWorld.h"
+#include "tests/platform/macos/application/DesktopUser.h"
+#include "tests/support/programs/Eventually.h"
+
+namespace tevanto::test {
+namespace {
+
+QRect rectangleOf(const MenuBarIcon& icon) {
+  return QRectF(icon.x, icon.y, icon.width, icon.height).toRect();
+}
+
+QWindow* shownWindow(bool hasFrame) {
+  for (QWindow* window : QGuiApplication::allWindows()) {
+    if (window->isVisible() && window->flags().testFlag(Qt::FramelessWindowHint) != hasFrame) return window;
+  }
+  return nullptr;
+}
+QWindow* panel() { return shownWindow(false); }
+QWindow* setupWindow() { return shownWindow(true); }
+
+class MacFaceContract : public testing::Test {
+ protected:
+  /// Runs the face's loop, and `drive` beside it on another thread, with which both end.
+  void show(const std::function<void()>& drive) {
+    auto operations = CompanionOperations::of(world_.runtime());
+    operations.openSetupWindow = [this] { ++reopenings_; };
+    operations.quit = [this] { face_->stop(); };
+    face_->present({.runtime = world_.runtime(),
+                    .defaults = world_.defaults,
+                    .operations = std::move(operations),
+                    .links = {},
+                    .displayLost = {}});
+    std::thread driver([&] {
+      drive();
+      face_->stop();
+    });
+    face_->run();
+    driver.join();
+  }
+
+  // From the driving thread.
+  void onMain(const std::function<void()>& work) { face_->mainQueue()->sync(work); }
+  bool eventuallyOnMain(const std::function<bool()>& condition) {
+    return eventually([&] {
+      bool holds = false;
+      onMain([&] { holds = condition(); });
+      return holds;
+    });
+  }
+  bool iconIsShown() {
+    return eventuallyOnMain([] {
+      const auto icon = menuBarIcon();
+      return icon && icon->width > 0 && icon->y < 100;
+    });
+  }
+  void press() {
+    onMain([] { EXPECT_TRUE(pressMenuBarIcon()); });
+  }
+
+  FaceWorld world_;
+  std::unique_ptr<Face> face_ = makeMacFace();
+  int reopenings_ = 0;
+};
+
+TEST_F(MacFaceContract, opensThePanelUnderTheIconAndClosesItAtTheNextPress) {
+  show([this] {
+    ASSERT_TRUE(iconIsShown());
+    press();
+    ASSERT_TRUE(eventuallyOnMain([] { return panel() != nullptr; }));
+    onMain([] {
+      const auto icon = rectangleOf(*menuBarIcon());
+      const auto place = panel()->geometry();
+      EXPECT_GE(place.top(), icon.y() + icon.height());
+      EXPECT_EQ(place.topLeft(), placePanel(icon, place.size(), panel()->screen()->availableGeometry()));
+    });
+    press();
+    EXPECT_TRUE(eventuallyOnMain([] { return panel() == nullptr; }));
+  });
+}
+
+TEST_F(MacFaceContract, showsInTheMenuBarThatAPhoneIsConnected) {
+  std::shared_ptr<FakeTcpPeer> phone;
+  show([&] {
+    ASSERT_TRUE(iconIsShown());
+    onMain([&] {
+      const auto alone = menuBarIcon()->imageWidth;
+      phone = world_.connectPhone();
+      EXPECT_GT(menuBarIcon()->imageWidth, alone);
+    });
+  });
+}
+
+TEST_F(MacFaceContract, opensTheSetupWindowWhenTheApplicationIsOpenedAgain) {
+  show([this] {
+    ASSERT_TRUE(iconIsShown());
+    onMain([] { EXPECT_TRUE(openAgain()); });
+    EXPECT_TRUE(eventuallyOnMain([this] { return reopenings_ == 1; }));
+  });
+}
+
+TEST_F(MacFaceContract, showsTheSetupWindowAgainAfterItWasClosed) {
+  show([this] {
+    std::unique_ptr<SetupWindow> window;
+    int closings = 0;
+    onMain([&] {
+      window = face_->makeWindow(SetupWindowStyle(), [&] { ++closings; });
+      window->centre();
+      window->orderFrontAsKey();
+    });
+    ASSERT_TRUE(eventuallyOnMain([] { return setupWindow() != nullptr; }));
+    onMain([&] {
+      EXPECT_EQ(setupWindow()->size(), QSize(SetupWindowStyle::kWidth, SetupWindowStyle::kHeight));
+      setupWindow()->close();
+      EXPECT_EQ(closings, 1);
+      EXPECT_EQ(setupWindow(), nullptr);
+      window->orderFrontAsKey();
+    });
+    EXPECT_TRUE(eventuallyOnMain([] { return setupWindow() != nullptr; }));
+    onMain([&] { window.reset(); });
+  });
+}
+
+TEST_F(MacFaceContract, isInTheDockOnlyWhileItIsRegular) {
+  show([this] {
+    onMain([this] {
+      face_->setActivationPolicy(ActivationPolicy::regular);
+      EXPECT_TRUE(isInTheDock());
+      face_->setActivationPolicy(ActivationPolicy::accessory);
+      EXPECT_FALSE(isInTheDock());
+    });
+  });
+}
+
+}  // namespace
+}  // namespace tevanto::test
