@@ -6,11 +6,26 @@ if(TEVANTO_CCACHE)
   set(CMAKE_C_COMPILER_LAUNCHER ${TEVANTO_CCACHE})
 endif()
 
+# Links the many test programs in a fifth of the time that GNU ld takes.
+find_program(TEVANTO_LLD ld.lld)
+if(TEVANTO_LLD AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  add_link_options(-fuse-ld=lld)
+endif()
+
 add_library(tevanto_options INTERFACE)
 target_compile_options(tevanto_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror -fno-omit-frame-pointer)
+if(TEVANTO_UNITY AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # It takes a source that is compiled together with others for a header.
+  target_compile_options(tevanto_options INTERFACE -Wno-subobject-linkage)
+endif()
 target_include_directories(tevanto_options INTERFACE ${CMAKE_SOURCE_DIR}/src)
 target_compile_definitions(tevanto_options INTERFACE TEVANTO_VERSION="${PROJECT_VERSION}")
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+  # A folder is one object: what a program does not use of it goes.
+  target_compile_options(tevanto_options INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(tevanto_options INTERFACE -Wl,--gc-sections)
+endif()
 if(TEVANTO_SANITIZE)
   target_compile_options(tevanto_options INTERFACE -fsanitize=${TEVANTO_SANITIZE} -fno-sanitize-recover=all)
   target_link_options(tevanto_options INTERFACE -fsanitize=${TEVANTO_SANITIZE})
@@ -39,6 +54,38 @@ function(tevanto_library name)
   target_link_libraries(tevanto_${name} PUBLIC tevanto_options ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
 endfunction()
 
+# tevanto_room(<folder below src/> SOURCES a.cpp ... USES room ...)
+# The one static library of a folder, tevanto_<folder with underscores>. tests/structure reads the same calls: what a room
+# may include is what it links.
+#   SOURCES                on every system; LINUX and MACOS on one only
+#   SEPARATE               sources of another target of the same CMakeLists.txt, or of one of several processors
+#   PUBLIC_HEADERS         what other rooms may include
+#   USES                   the rooms whose public headers it may include; USES_LINUX, USES_MACOS on one system only
+#   LIBRARIES              of third parties, for the sources; PUBLIC_LIBRARIES for the headers too
+function(tevanto_room room)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINUX;MACOS;SEPARATE;PUBLIC_HEADERS;USES;USES_LINUX;USES_MACOS;LIBRARIES;PUBLIC_LIBRARIES;LIBRARIES_LINUX;LIBRARIES_MACOS" ${ARGN})
+  if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
+    list(APPEND ARG_SOURCES ${ARG_MACOS})
+    list(APPEND ARG_USES ${ARG_USES_MACOS})
+    list(APPEND ARG_LIBRARIES ${ARG_LIBRARIES_MACOS})
+  else()
+    list(APPEND ARG_SOURCES ${ARG_LINUX})
+    list(APPEND ARG_USES ${ARG_USES_LINUX})
+    list(APPEND ARG_LIBRARIES ${ARG_LIBRARIES_LINUX})
+  endif()
+  string(REPLACE "/" "_" name ${room})
+  list(TRANSFORM ARG_USES REPLACE "/" "_")
+  list(TRANSFORM ARG_USES PREPEND tevanto_)
+  if(ARG_SOURCES)
+    add_library(tevanto_${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(tevanto_${name} PUBLIC tevanto_options ${ARG_USES} ${ARG_PUBLIC_LIBRARIES} PRIVATE ${ARG_LIBRARIES})
+    set_target_properties(tevanto_${name} PROPERTIES UNITY_BUILD ${TEVANTO_UNITY} UNITY_BUILD_BATCH_SIZE 0)
+  else()
+    add_library(tevanto_${name} INTERFACE)
+    target_link_libraries(tevanto_${name} INTERFACE tevanto_options ${ARG_USES} ${ARG_PUBLIC_LIBRARIES})
+  endif()
+endfunction()
+
 # tevanto_program(<name> SOURCES a.cpp ... LINK lib ...)
 function(tevanto_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
@@ -50,31 +97,48 @@ function(tevanto_program name)
   endif()
 endfunction()
 
-# tevanto_module(<name> SOURCES a.cpp ... LINK lib ...)
-# A part that a program loads when it needs it: lib/tevanto/<name>.so beside the programs' folder.
+# tevanto_module(<name> ENTRY a.cpp [SOURCES b.cpp ...] LINK lib ...)
+# A part that a program loads when it needs it: lib/tevanto/<name>.so beside the programs' folder. It exports the
+# functions of its entry whose C names begin with "tevanto"; all else binds within the module.
+file(WRITE ${CMAKE_BINARY_DIR}/module.map "{ global: tevanto*; local: *; };\n")
 function(tevanto_module name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
-  add_library(${name} MODULE ${ARG_SOURCES})
+  cmake_parse_arguments(ARG "" "ENTRY" "SOURCES;LINK" ${ARGN})
+  add_library(${name} MODULE ${ARG_ENTRY} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tevanto_options ${ARG_LINK})
   set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/tevanto)
-  # What it shares with the program stays its own.
-  target_link_options(${name} PRIVATE -Wl,--exclude-libs,ALL)
+  target_compile_options(${name} PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)
+  target_link_options(${name} PRIVATE -Wl,--as-needed -Wl,--version-script=${CMAKE_BINARY_DIR}/module.map)
   add_dependencies(programs ${name})
 endfunction()
 
-# tevanto_test(<name> SOURCES a.cpp ... LINK lib ... [TIMEOUT seconds] [LABELS label ...] [SERIAL])
+# tevanto_test(<name> SOURCES a.cpp ... LINK lib ... [PROGRAMS target ...] [TIMEOUT seconds] [LABELS label ...] [SERIAL])
 # One GoogleTest program; each of its tests is one CTest test, so that the closing line counts them.
+# PROGRAMS: what the tests start or load. The path of tevanto is TEVANTO_PROGRAM in their sources, of tevanto-phone
+#   TEVANTO_PHONE, of another executable its name in capitals.
 # SERIAL: the tests start servers that would disturb one another.
 # Labels: "threads" also runs under ThreadSanitizer; "e2e" and "long" do not run under AddressSanitizer, where
 # "e2e-asan" does.
 function(tevanto_test name)
-  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK;PROGRAMS;LABELS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE tevanto_options GTest::gtest GTest::gmock GTest::gtest_main ${ARG_LINK})
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${TEVANTO_UNITY} UNITY_BUILD_BATCH_SIZE ${TEVANTO_TESTS_AT_ONCE})
+  foreach(program IN LISTS ARG_PROGRAMS)
+    add_dependencies(${name} ${program})
+    get_target_property(type ${program} TYPE)
+    if(type STREQUAL "EXECUTABLE")
+      string(MAKE_C_IDENTIFIER ${program} variable)
+      string(TOUPPER ${variable} variable)
+      if(program STREQUAL "tevanto")
+        set(variable TEVANTO_PROGRAM)
+      endif()
+      target_compile_definitions(${name} PRIVATE ${variable}="$<TARGET_FILE:${program}>")
+    endif()
+  endforeach()
   set(properties TIMEOUT ${ARG_TIMEOUT})
   if(ARG_SERIAL)
     list(APPEND properties RUN_SERIAL ON)

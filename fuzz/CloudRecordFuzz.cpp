@@ -4,9 +4,9 @@
 #include <string>
 
 #include "p2p/cloud/CloudKitAnswers.h"
-#include "p2p/cloud/CloudPairingInvite.h"
 #include "p2p/ice/RemoteIceServerConfig.h"
 #include "p2p/signaling/SignalMessage.h"
+#include "remote/invites/CloudPairingInvite.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "remote/PairingInvites.h"
+#include "remote/invites/PairingInvites.h"
 #include "remote/message/MessageChannel.h"
 #include "screen/ScreenTransport.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/queue/SerialQueue.h"
-#include "remote/PairingInvites.h"
+#include "remote/invites/PairingInvites.h"
 
 namespace tevanto {
 

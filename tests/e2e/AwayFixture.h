@@ -10,12 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/network/AwayWorld.h"
-#include "tests/support/peers/CloudKitTestService.h"
-#include "tests/support/peers/TestHttpServer.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TemporaryFolder.h"
+#include "tests/support/web/CloudKitTestService.h"
+#include "tests/support/web/TestHttpServer.h"
 
 namespace tevanto {
 

@@ -14,8 +14,8 @@
 
 #include "screen/encode/AccessUnit.h"
 #include "tests/e2e/AwayFixture.h"
-#include "tests/support/desktop/MovingPage.h"
 #include "tests/support/video/H264TestDecoder.h"
+#include "tests/support/video/MovingPage.h"
 
 // The screen over the road away when the line is bad. What is drawn carries numbers, so that what is seen
 // tells how much was left out and how much waits.

@@ -9,8 +9,8 @@
 
 #include "tests/e2e/AwayFixture.h"
 #include "tests/support/desktop/TextXClient.h"
-#include "tests/support/peers/TestAuthority.h"
 #include "tests/support/programs/TestFiles.h"
+#include "tests/support/web/TestAuthority.h"
 
 // The road away from one end to the other: the real companion at home, the real phone's program in a network
 // that cannot see it, a real relay and a real TURN server between them. Where time passes for real, it is the

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/AvahiDaemon.h"
 #include "tests/support/desktop/DBusMock.h"
 #include "tests/support/desktop/PulseServer.h"
 #include "tests/support/peers/RawSocket.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/PseudoTerminal.h"
 

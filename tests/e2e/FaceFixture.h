@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "app/ipc/ControlSocketClient.h"
-#include "tests/support/desktop/FaceDesktop.h"
+#include "tests/support/companion/FaceDesktop.h"
 #include "tests/support/programs/Eventually.h"
 
 // The real companion with its windows, on a real X server with a window manager, trays and an accessibility

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "tests/e2e/FaceFixture.h"
-#include "tests/support/desktop/StartupListener.h"
+#include "tests/support/companion/StartupListener.h"
 
 namespace tevanto {
 namespace {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "app/ipc/ControlSocketClient.h"
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/WaylandCompositor.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 
 namespace tevanto {
@@ -50,7 +50,7 @@ class FaceOnWayland : public ::testing::Test {
 
 TEST_F(FaceOnWayland, aSecondStartBringsTheWindowForwardByTheTokenOfWhoAskedForIt) {
   startCompanion();
-  const ChildProcess other({TEVANTO_OTHER_WINDOW}, options);
+  const ChildProcess other({OTHER_WINDOW}, options);
   ASSERT_TRUE(comesForward("Other"));
   ASSERT_EQ(startOnceMore(""), 0);
   EXPECT_EQ(compositor.focusedWindow(), "Other") << "nobody may come forward unasked";

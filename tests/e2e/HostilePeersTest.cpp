@@ -7,8 +7,8 @@
 #include <random>
 #include <string>
 
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/peers/RawSocket.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 
 namespace tevanto::test {

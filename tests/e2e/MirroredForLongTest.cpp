@@ -15,6 +15,7 @@
 #include "phone/connection/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"
 #include "phone/mirror/MirrorStream.h"
+#include "platform/linux/video/OpenEncoder.h"
 #include "platform/linux/video/ProbingEncoderFactory.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/ScreenStreamServer.h"

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "tests/e2e/MirroringFixture.h"
-#include "tests/support/desktop/MovingPage.h"
 #include "tests/support/video/MirrorViewer.h"
+#include "tests/support/video/MovingPage.h"
 
 namespace tevanto {
 namespace {

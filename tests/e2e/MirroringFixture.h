@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "screen/wire/ScreenStreamMessage.h"
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/peers/ScreenBytes.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TemporaryFolder.h"
 

@@ -21,10 +21,10 @@
 
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/e2e/MirroringFixture.h"
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/DrawingXClient.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/peers/ScreenBytes.h"
-#include "tests/support/programs/CompanionProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TemporaryFolder.h"
 

@@ -9,8 +9,8 @@
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "remote/message/RemoteMessageCodec.h"
+#include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/peers/RawSocket.h"
-#include "tests/support/programs/CompanionProcess.h"
 
 namespace tevanto::test {
 namespace {

@@ -16,12 +16,12 @@
 #include "tests/relay/TlsSocket.h"
 #include "tests/support/network/EmptyServer.h"
 #include "tests/support/network/NetworkNamespace.h"
-#include "tests/support/peers/TestAuthority.h"
 #include "tests/support/programs/ChildProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/GuidePage.h"
 #include "tests/support/programs/TemporaryFolder.h"
 #include "tests/support/programs/TestFiles.h"
+#include "tests/support/web/TestAuthority.h"
 
 namespace tevanto {
 

@@ -11,7 +11,7 @@
 #include "relay/DescriptorLimit.h"
 #include "relay/RelayOptions.h"
 #include "tests/e2e/SelfHostingFixture.h"
-#include "tests/support/programs/CompanionProcess.h"
+#include "tests/support/companion/CompanionProcess.h"
 
 // The guide to an away road of one's own, followed as it is written: its commands are run, its files are put
 // where it says, and the real coturn, nginx and relay start on them. What is not run is apt, certbot and

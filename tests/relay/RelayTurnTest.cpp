@@ -5,7 +5,7 @@
 #include <boost/json.hpp>
 
 #include "tests/relay/RelayProcess.h"
-#include "tests/support/peers/TurnServer.h"
+#include "tests/support/network/TurnServer.h"
 
 namespace tevanto::relay {
 namespace {

@@ -11,7 +11,7 @@ namespace {
 
 constexpr auto kServiceType = "_tevanto-doctor._tcp";
 constexpr std::uint16_t kDiscardPort = 9;  // nobody is to connect
-constexpr auto kPatience = std::chrono::seconds(8);
+constexpr auto kAnswerTimeout = std::chrono::seconds(8);
 
 }  // namespace
 
@@ -23,7 +23,7 @@ Result<std::string> tryDiscovery(const DiscoveryTrial& trial) {
   const auto registration = trial.advertiser.advertise(service, [answer](const AdvertisingStatus& now) {
     if (now.state != AdvertisingState::pending) answer->say(now);
   });
-  const auto status = answer->waitFor(kPatience);
+  const auto status = answer->waitFor(kAnswerTimeout);
   if (!status || status->state != AdvertisingState::advertised) {
     const auto reason = status && !status->message.empty() ? " (" + status->message + ")" : "";
     return Failure{"Phones cannot find this computer by itself" + reason + "; " + trial.advertisingRemedy +

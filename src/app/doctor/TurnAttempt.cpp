@@ -12,7 +12,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kPatience = std::chrono::seconds(8);
+constexpr auto kTurnTimeout = std::chrono::seconds(8);
 constexpr auto kRelayed = " typ relay ";
 
 /// Waits for a candidate that the TURN server relays.
@@ -63,7 +63,7 @@ Result<std::string> tryTurn(PeerConnectionFactory& peers, const RemoteIceServerC
   if (!url || !isTURNServer(server)) {
     return Failure{text + " is no address of a TURN server; write it as turn:host:port?transport=udp."};
   }
-  const auto end = Clock::now() + kPatience;
+  const auto end = Clock::now() + kTurnTimeout;
   const auto gathering = std::make_shared<Gathering>();
   const auto peer = peers.create({{server}}, gathering);
   if (!peer) {

@@ -20,6 +20,7 @@
 #include "platform/linux/avahi/AvahiServiceAdvertiser.h"
 #include "platform/linux/avahi/AvahiServiceBrowser.h"
 #include "platform/linux/session/LogindSleepAssertions.h"
+#include "platform/linux/x11/DisplayReach.h"
 #include "platform/linux/x11/XServerLink.h"
 #include "platform/linux/x11/input/XPointerWindow.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
@@ -28,11 +29,6 @@ namespace tevanto {
 namespace {
 
 using Attempt = Result<std::string>;
-
-std::string displayText() {
-  const char* display = std::getenv("DISPLAY");
-  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
-}
 
 /// Moves the pointer by the companion's own road and puts it back.
 bool pointerReaches(XPointerWindow& window) {

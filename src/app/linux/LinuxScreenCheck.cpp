@@ -10,6 +10,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/queue/FirstAnswer.h"
 #include "platform/linux/video/LoadedEncoders.h"
+#include "platform/linux/x11/DisplayReach.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/capture/CaptureEngine.h"
 
@@ -19,11 +20,6 @@ namespace {
 constexpr std::int64_t kLongSide = 1280;
 constexpr std::int64_t kFramesPerSecond = 15;
 constexpr auto kPatience = std::chrono::seconds(5);
-
-std::string displayText() {
-  const char* display = std::getenv("DISPLAY");
-  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
-}
 
 /// The first thing that the capture says.
 Result<std::string> firstWord(CaptureEngine& engine) {

@@ -9,7 +9,7 @@
 namespace tevanto {
 
 DesktopAppearance::DesktopAppearance(QObject* parent)
-    : QObject(parent), isDark_(isPaletteDark()), source_(followDesktop(*this)) {
+    : QObject(parent), isDark_(isPaletteDark()), source_(follow_ != nullptr ? follow_(*this) : nullptr) {
   connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &DesktopAppearance::changed);
 }
 

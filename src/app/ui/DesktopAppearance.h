@@ -18,6 +18,13 @@ class DesktopAppearance : public QObject {
   Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
 
  public:
+  /// Tells an appearance what the system's desktop wants, now and when that changes, for as long as the
+  /// result lives.
+  using Follow = std::unique_ptr<QObject> (*)(DesktopAppearance&);
+  /// Has every appearance that is made from now on follow the desktop. Without it they keep the palette's
+  /// value.
+  static void followBy(Follow follow) { follow_ = follow; }
+
   explicit DesktopAppearance(QObject* parent = nullptr);
   ~DesktopAppearance() override;
 
@@ -46,10 +53,7 @@ class DesktopAppearance : public QObject {
   bool isMotionReduced_ = false;
   bool isMotionThePortals_ = false;
   std::unique_ptr<QObject> source_;
+  static inline Follow follow_ = nullptr;  // the engine makes appearances by itself, with no argument
 };
-
-/// Tells the appearance what this system's desktop wants, now and when that changes, for as long as the
-/// result lives. Each system has its own.
-std::unique_ptr<QObject> followDesktop(DesktopAppearance& appearance);
 
 }  // namespace tevanto

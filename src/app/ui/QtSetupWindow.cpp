@@ -5,7 +5,7 @@
 #include <QScreen>
 #include <utility>
 
-#include "app/ui/linux/WindowActivation.h"
+#include "app/ui/WindowActivation.h"
 
 namespace tevanto {
 namespace {

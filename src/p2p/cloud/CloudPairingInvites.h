@@ -9,7 +9,7 @@
 #include "core/Log.h"
 #include "core/queue/WallClock.h"
 #include "p2p/cloud/CloudDatabase.h"
-#include "remote/PairingInvites.h"
+#include "remote/invites/PairingInvites.h"
 
 namespace tevanto {
 

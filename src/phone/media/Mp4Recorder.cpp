@@ -20,13 +20,13 @@ using Bytes = std::vector<std::byte>;
 
 constexpr int kTicksPerSecond = 90000;
 
-struct FreeContext {
+struct FreeFormat {
   void operator()(AVFormatContext* context) const {
     if (context->pb) avio_closep(&context->pb);
     avformat_free_context(context);
   }
 };
-struct FreePacket {
+struct FreeOwnPacket {
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
 };
 struct FreeParameters {
@@ -64,8 +64,8 @@ struct Mp4Recorder::File {
   };
 
   std::filesystem::path path;
-  std::unique_ptr<AVFormatContext, FreeContext> context;
-  std::unique_ptr<AVPacket, FreePacket> packet{av_packet_alloc()};
+  std::unique_ptr<AVFormatContext, FreeFormat> context;
+  std::unique_ptr<AVPacket, FreeOwnPacket> packet{av_packet_alloc()};
   bool hasBegun = false;  // the track is there, and needs its end
   Bytes sps;
   Bytes pps;

@@ -14,14 +14,14 @@ extern "C" {
 namespace tevanto::phone {
 namespace {
 
-struct FreeScaler {
+struct FreeConverter {
   void operator()(SwsContext* context) const { sws_freeContext(context); }
 };
 
 /// Rows of red, green and blue; empty when there is no conversion.
 std::vector<std::uint8_t> asRgb(const DecodedPicture& picture) {
   constexpr int kAccurate = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP;
-  const std::unique_ptr<SwsContext, FreeScaler> scaler(
+  const std::unique_ptr<SwsContext, FreeConverter> scaler(
       sws_getContext(picture.width, picture.height, AV_PIX_FMT_YUV420P, picture.width, picture.height,
                      AV_PIX_FMT_RGB24, kAccurate, nullptr, nullptr, nullptr));
   if (!scaler) return {};

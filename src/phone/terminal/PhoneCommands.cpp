@@ -17,7 +17,7 @@
 namespace tevanto::phone {
 namespace {
 
-RemoteCommand command(std::string type) {
+RemoteCommand commandOfType(std::string type) {
   RemoteCommand made;
   made.type = std::move(type);
   return made;
@@ -145,7 +145,7 @@ ExitCode PhoneCommands::perform(const std::vector<RemoteCommand>& commands) {
 }
 
 ExitCode PhoneCommands::type(const std::string& text) {
-  auto typing = command("insertText");
+  auto typing = commandOfType("insertText");
   typing.text = text == "-" ? readAll(environment_.input) : text;
   return perform({typing});
 }
@@ -167,7 +167,7 @@ ExitCode PhoneCommands::performConfirmed(const std::string& question, bool assum
 ExitCode PhoneCommands::apps(const std::string& iconFolder) {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  const auto list = greeted->session.ask(command("queryApps"), "appList");
+  const auto list = greeted->session.ask(commandOfType("queryApps"), "appList");
   if (!list) return output_.trouble(list.trouble());
   output_.apps(*list);
   if (iconFolder.empty() || !list->apps) return ExitCode::done;
@@ -180,7 +180,7 @@ ExitCode PhoneCommands::apps(const std::string& iconFolder) {
 ExitCode PhoneCommands::keepAwake(bool on) {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  auto asked = command("setKeepAwake");
+  auto asked = commandOfType("setKeepAwake");
   asked.on = on;
   const auto reply = greeted->session.ask(asked, "powerState");
   if (!reply) return output_.trouble(reply.trouble());
@@ -191,10 +191,10 @@ ExitCode PhoneCommands::keepAwake(bool on) {
 ExitCode PhoneCommands::state() {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  const auto system = greeted->session.ask(command("querySystemState"), "systemState");
+  const auto system = greeted->session.ask(commandOfType("querySystemState"), "systemState");
   if (!system) return output_.trouble(system.trouble());
   output_.systemState(*system);
-  const auto power = greeted->session.ask(command("queryKeepAwake"), "powerState");
+  const auto power = greeted->session.ask(commandOfType("queryKeepAwake"), "powerState");
   if (!power) return output_.trouble(power.trouble());
   output_.powerState(*power);
   return ExitCode::done;

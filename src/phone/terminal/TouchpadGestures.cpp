@@ -8,7 +8,7 @@ namespace {
 constexpr char kControlC = 3;
 constexpr char kControlD = 4;
 
-RemoteCommand command(std::string type) {
+RemoteCommand gesture(std::string type) {
   RemoteCommand made;
   made.type = std::move(type);
   return made;
@@ -115,7 +115,7 @@ void TouchpadGestures::move(double dx, double dy) {
 
 void TouchpadGestures::flushMotion() {
   if (dx_ == 0 && dy_ == 0) return;
-  auto motion = command("movePointer");
+  auto motion = gesture("movePointer");
   motion.dx = dx_;
   motion.dy = dy_;
   dx_ = dy_ = 0;
@@ -128,14 +128,14 @@ void TouchpadGestures::add(RemoteCommand given) {
 }
 
 void TouchpadGestures::click(std::string_view button, int count) {
-  auto given = command("click");
+  auto given = gesture("click");
   given.button = button;
   given.clicks = count;
   add(std::move(given));
 }
 
 void TouchpadGestures::scroll(double dx, double dy) {
-  auto given = command("scroll");
+  auto given = gesture("scroll");
   given.dx = dx;
   given.dy = dy;
   add(std::move(given));
@@ -143,7 +143,7 @@ void TouchpadGestures::scroll(double dx, double dy) {
 
 void TouchpadGestures::hold(bool down) {
   holding_ = down;
-  add(command(down ? "mouseDown" : "mouseUp"));
+  add(gesture(down ? "mouseDown" : "mouseUp"));
 }
 
 }  // namespace tevanto::phone

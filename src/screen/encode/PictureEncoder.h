@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "core/Result.h"
 #include "screen/encode/AccessUnit.h"
@@ -23,8 +22,5 @@ class PictureEncoder {
   /// The mean quantiser of what came out last; absent for encoders that do not tell.
   virtual std::optional<double> lastQuantizer() const = 0;
 };
-
-/// libx264 by its own name, every other by libavcodec. The failure is a reason for a person.
-Result<std::unique_ptr<PictureEncoder>> openEncoder(const std::string& name, const EncoderSettings& settings);
 
 }  // namespace tevanto

@@ -28,7 +28,7 @@ std::optional<std::int64_t> integer(const json::object& object, std::string_view
   return std::nullopt;
 }
 
-std::optional<json::value> parse(std::span<const std::byte> body) {
+std::optional<json::value> parseObject(std::span<const std::byte> body) {
   if (body.size() > kMaxHelloBytes) return std::nullopt;
   json::parse_options options;
   options.max_depth = kMaxDepth;
@@ -40,7 +40,7 @@ std::optional<json::value> parse(std::span<const std::byte> body) {
 }  // namespace
 
 std::optional<ScreenStreamHello> decodeHello(std::span<const std::byte> body) {
-  const auto document = parse(body);
+  const auto document = parseObject(body);
   const auto* object = document ? document->if_object() : nullptr;
   if (!object) return std::nullopt;
   const auto* token = object->if_contains("token");

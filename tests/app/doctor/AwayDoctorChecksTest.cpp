@@ -12,13 +12,13 @@
 #include "p2p/cloud/CloudKitWebDatabase.h"
 #include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/fakes/DeploymentSources.h"
-#include "tests/support/peers/CloudKitTestService.h"
-#include "tests/support/peers/TestHttpServer.h"
-#include "tests/support/peers/TurnServer.h"
+#include "tests/support/network/TurnServer.h"
 #include "tests/support/peers/UdpServer.h"
 #include "tests/support/programs/ChildProcess.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TestFiles.h"
+#include "tests/support/web/CloudKitTestService.h"
+#include "tests/support/web/TestHttpServer.h"
 
 // The checks on real servers: the relay's program, a TURN server, and what answers in their place.
 

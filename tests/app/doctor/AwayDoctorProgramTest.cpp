@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/peers/TurnServer.h"
+#include "tests/support/network/TurnServer.h"
 #include "tests/support/peers/UdpServer.h"
 #include "tests/support/programs/ChildProcess.h"
 #include "tests/support/programs/TemporaryFolder.h"

@@ -5,7 +5,7 @@
 
 #include <future>
 
-#include "tests/support/peers/TestHttpServer.h"
+#include "tests/support/web/TestHttpServer.h"
 
 namespace tevanto {
 namespace {

@@ -5,8 +5,8 @@
 #include <future>
 
 #include "net/web/BeastWebSocketFactory.h"
-#include "tests/support/peers/TestHttpServer.h"
 #include "tests/support/programs/Eventually.h"
+#include "tests/support/web/TestHttpServer.h"
 
 namespace tevanto {
 namespace {

@@ -8,7 +8,7 @@
 #include "p2p/cloud/CloudKitSignalingClient.h"
 #include "p2p/cloud/CloudKitWebDatabase.h"
 #include "p2p/cloud/CloudPairingInvites.h"
-#include "tests/support/peers/CloudKitTestService.h"
+#include "tests/support/web/CloudKitTestService.h"
 
 namespace tevanto {
 namespace {

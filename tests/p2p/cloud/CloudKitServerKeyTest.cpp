@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "tests/support/peers/CloudKitTestService.h"
 #include "tests/support/programs/TemporaryFolder.h"
 #include "tests/support/programs/TestFiles.h"
+#include "tests/support/web/CloudKitTestService.h"
 
 namespace tevanto {
 namespace {

@@ -8,9 +8,9 @@
 #include "net/web/BeastHttpClient.h"
 #include "tests/support/fakes/DeploymentSources.h"
 #include "tests/support/fakes/RecordingLogSink.h"
-#include "tests/support/peers/CloudKitTestService.h"
 #include "tests/support/programs/TemporaryFolder.h"
 #include "tests/support/programs/TestFiles.h"
+#include "tests/support/web/CloudKitTestService.h"
 
 namespace tevanto {
 namespace {

@@ -6,7 +6,7 @@
 #include "p2p/cloud/CloudKitWebDatabase.h"
 #include "tests/support/fakes/FakeHttpClient.h"
 #include "tests/support/fakes/ManualQueue.h"
-#include "tests/support/peers/CloudKitTestService.h"
+#include "tests/support/web/CloudKitTestService.h"
 
 namespace tevanto {
 namespace {

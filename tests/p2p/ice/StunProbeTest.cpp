@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/support/network/TurnServer.h"
 #include "tests/support/peers/StunAnswers.h"
-#include "tests/support/peers/TurnServer.h"
 #include "tests/support/peers/UdpServer.h"
 
 namespace tevanto {

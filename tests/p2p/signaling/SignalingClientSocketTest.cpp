@@ -5,8 +5,8 @@
 #include "net/web/BeastWebSocketFactory.h"
 #include "p2p/signaling/SignalingClient.h"
 #include "tests/support/fakes/RecordingLogSink.h"
-#include "tests/support/peers/TestHttpServer.h"
 #include "tests/support/programs/Eventually.h"
+#include "tests/support/web/TestHttpServer.h"
 
 namespace tevanto {
 namespace {

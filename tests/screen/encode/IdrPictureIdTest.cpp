@@ -1,3 +1,4 @@
+#include "platform/linux/video/OpenEncoder.h"
 #include "screen/encode/IdrPictureId.h"
 
 #include <gtest/gtest.h>

@@ -18,7 +18,7 @@ constexpr auto kPatience = std::chrono::seconds(60);
 /// The compositor does not run as root.
 constexpr unsigned kNobody = 65534;
 
-constexpr auto kConfiguration = R"(
+constexpr auto kSwayConfiguration = R"(
 xwayland disable
 focus_on_window_activation focus
 output HEADLESS-1 resolution 1280x800
@@ -49,7 +49,7 @@ std::string titleOfFocused(const json::value& node) {
 
 WaylandCompositor::WaylandCompositor() {
   const auto folder = folder_.path().string();
-  std::ofstream(folder_ / "config") << kConfiguration;
+  std::ofstream(folder_ / "config") << kSwayConfiguration;
   if (::geteuid() == 0 && ::chown(folder.c_str(), kNobody, kNobody) != 0)
     throw std::runtime_error("cannot give " + folder + " to the compositor's user");
   // What it grumbles about is of no interest.

@@ -8,7 +8,7 @@
 #include "tests/support/network/NatRouter.h"
 #include "tests/support/network/NetworkNamespace.h"
 #include "tests/support/network/PacketBridge.h"
-#include "tests/support/peers/TurnServer.h"
+#include "tests/support/network/TurnServer.h"
 #include "tests/support/programs/ChildProcess.h"
 
 namespace tevanto::test {

@@ -19,7 +19,7 @@ namespace {
 
 constexpr auto kPatience = std::chrono::seconds(30);
 
-bool sendAll(int socket, std::string_view bytes) {
+bool sendWhole(int socket, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto count = ::send(socket, bytes.data(), bytes.size(), kNoSignal);
     if (count <= 0) return false;
@@ -115,7 +115,7 @@ void ScriptedScreen::converse(int phone) {
     frames.take(std::span(bytes).first(static_cast<std::size_t>(count)),
                 [&](std::span<const std::byte> message) {
                   for (const auto& reply : replies(copyOf(message))) {
-                    isOpen = isOpen && !reply.empty() && sendAll(phone, frameText(reply));
+                    isOpen = isOpen && !reply.empty() && sendWhole(phone, frameText(reply));
                   }
                   return isOpen;
                 });

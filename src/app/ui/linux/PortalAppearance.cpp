@@ -86,7 +86,7 @@ void PortalAppearance::take(const QString& group, const QString& key, const QVar
   }
 }
 
-std::unique_ptr<QObject> followDesktop(DesktopAppearance& appearance) {
+std::unique_ptr<QObject> followPortal(DesktopAppearance& appearance) {
   return std::make_unique<PortalAppearance>(appearance, QDBusConnection::sessionBus());
 }
 

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariant>
+#include <memory>
 
 namespace tevanto {
 
@@ -29,5 +30,8 @@ class PortalAppearance final : public QObject {
   DesktopAppearance& appearance_;
   QDBusConnection bus_;
 };
+
+/// A follower of the session bus's portal.
+std::unique_ptr<QObject> followPortal(DesktopAppearance& appearance);
 
 }  // namespace tevanto

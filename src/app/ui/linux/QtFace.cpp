@@ -22,6 +22,7 @@
 #include "app/ui/QtMainQueue.h"
 #include "app/ui/QtSetupWindow.h"
 #include "app/ui/ViewEngine.h"
+#include "app/ui/linux/PortalAppearance.h"
 #include "app/ui/linux/ToolkitMotion.h"
 #include "app/ui/linux/TrayIcon.h"
 #include "platform/linux/x11/XDesktop.h"
@@ -92,6 +93,7 @@ QtFace::QtFace()
   QApplication::setQuitOnLastWindowClosed(false);
   speakTheUsersLanguage();
   chooseRenderer();
+  DesktopAppearance::followBy(followPortal);
   engine_ = std::make_unique<ViewEngine>();
 }
 

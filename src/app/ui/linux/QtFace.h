@@ -9,7 +9,7 @@
 
 #include "app/runtime/Face.h"
 #include "app/ui/linux/FontPreparation.h"
-#include "app/ui/linux/WindowActivation.h"
+#include "app/ui/linux/TokenActivation.h"
 
 class QQuickView;
 
@@ -57,7 +57,7 @@ class QtFace final : public Face {
   QApplication application_;
   QTranslator translator_;
   const std::shared_ptr<QtMainQueue> queue_;
-  WindowActivation activation_;
+  TokenActivation activation_;
   std::optional<FaceSubject> subject_;
   std::unique_ptr<ViewEngine> engine_;  // until the views have it
   std::unique_ptr<CompanionModel> model_;

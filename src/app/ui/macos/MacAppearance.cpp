@@ -1,3 +1,5 @@
+#include "app/ui/macos/MacAppearance.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 #include <QObject>
@@ -32,7 +34,7 @@ class MacAppearance final : public QObject {
 
 }  // namespace
 
-std::unique_ptr<QObject> followDesktop(DesktopAppearance& appearance) {
+std::unique_ptr<QObject> followAppKit(DesktopAppearance& appearance) {
   return std::make_unique<MacAppearance>(appearance);
 }
 

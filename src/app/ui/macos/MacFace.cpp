@@ -12,10 +12,12 @@
 #include "app/runtime/TevantoMacRuntime.h"
 #include "app/ui/CompanionModel.h"
 #include "app/ui/CompanionViews.h"
+#include "app/ui/DesktopAppearance.h"
 #include "app/ui/PanelWindow.h"
 #include "app/ui/QtMainQueue.h"
 #include "app/ui/QtSetupWindow.h"
-#include "app/ui/linux/WindowActivation.h"
+#include "app/ui/macos/MacAppearance.h"
+#include "app/ui/macos/MacWindowActivation.h"
 #include "platform/macos/application/AppKitApplication.h"
 #include "platform/macos/application/AppKitStatusItem.h"
 
@@ -67,6 +69,7 @@ class MacFace final : public Face {
         CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
                                  subject_->defaults},
         subject_->operations, subject_->links);
+    DesktopAppearance::followBy(followAppKit);
     views_ = std::make_unique<CompanionViews>(*model_);
     panel_ = std::make_unique<PanelWindow>(*model_, *views_);
     item_ = std::make_unique<AppKitStatusItem>(
@@ -117,7 +120,7 @@ class MacFace final : public Face {
   QGuiApplication application_;
   const std::shared_ptr<QtMainQueue> queue_;
   AppKitApplication appKit_;
-  WindowActivation activation_;
+  MacWindowActivation activation_;
   std::optional<FaceSubject> subject_;
   std::unique_ptr<AppKitStatusItem> item_;
   std::unique_ptr<CompanionModel> model_;

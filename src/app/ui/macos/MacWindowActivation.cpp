@@ -1,11 +1,10 @@
-#include <QWindow>
+#include "app/ui/macos/MacWindowActivation.h"
 
-#include "app/ui/linux/WindowActivation.h"
+#include <QWindow>
 
 namespace tevanto {
 
-// An application that is active may raise its own windows; whether it is, is for ApplicationPresence to see.
-void WindowActivation::bringForward(QWindow& window) {
+void MacWindowActivation::bringForward(QWindow& window) {
   window.show();
   window.raise();
   window.requestActivate();

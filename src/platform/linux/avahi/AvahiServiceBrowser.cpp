@@ -15,7 +15,7 @@
 namespace tevanto {
 namespace {
 
-constexpr auto kNoDaemon =
+constexpr auto kCannotSearch =
     "The local network cannot be searched: the Avahi daemon does not answer. Install and start it (sudo apt "
     "install avahi-daemon; sudo systemctl start avahi-daemon), or give the address yourself.";
 
@@ -86,9 +86,9 @@ class Search {
 };
 
 Result<std::vector<FoundService>> Search::run(const std::string& type, std::chrono::milliseconds limit) {
-  if (!begin(type)) return Failure{kNoDaemon};
+  if (!begin(type)) return Failure{kCannotSearch};
   wait(limit);
-  if (failed_) return Failure{kNoDaemon};
+  if (failed_) return Failure{kCannotSearch};
   std::vector<FoundService> services;
   for (auto& [name, service] : found_) services.push_back(std::move(service));
   return services;

@@ -8,7 +8,7 @@ namespace tevanto {
 namespace {
 
 constexpr std::string_view kPlayerPrefix = "org.mpris.MediaPlayer2.";
-constexpr auto kPath = "/org/mpris/MediaPlayer2";
+constexpr auto kPlayerPath = "/org/mpris/MediaPlayer2";
 constexpr auto kPlayer = "org.mpris.MediaPlayer2.Player";
 
 const char* methodOf(MediaKey key) {
@@ -44,7 +44,7 @@ bool MprisMediaKeys::press(MediaKey key) {
   const auto player = choosePlayer(bus);
   if (!player) return false;
   lastPlayer_ = *player;
-  const auto reply = bus.call({*player, kPath, kPlayer, methodOf(key)});
+  const auto reply = bus.call({*player, kPlayerPath, kPlayer, methodOf(key)});
   // A player that takes its time with the answer has got the key all the same.
   return reply.ok() || reply.error().isTimeout();
 }
@@ -53,7 +53,7 @@ std::optional<std::string> MprisMediaKeys::choosePlayer(BusConnection& bus) cons
   const auto names = playersOn(bus);
   std::vector<BusCall> questions;
   questions.reserve(names.size());
-  for (const auto& name : names) questions.push_back(BusConnection::getAll(name, kPath, kPlayer));
+  for (const auto& name : names) questions.push_back(BusConnection::getAll(name, kPlayerPath, kPlayer));
   const auto answers = bus.callAll(questions);
 
   using Rank = std::tuple<bool, bool, bool>;

@@ -6,8 +6,8 @@
 namespace tevanto {
 namespace {
 
-constexpr auto kService = "org.freedesktop.UPower";
-constexpr auto kPath = "/org/freedesktop/UPower";
+constexpr auto kUPower = "org.freedesktop.UPower";
+constexpr auto kUPowerPath = "/org/freedesktop/UPower";
 constexpr auto kDevice = "org.freedesktop.UPower.Device";
 constexpr std::string_view kSumOfAll = "/DisplayDevice";
 constexpr std::uint64_t kBattery = 2;      // of the device property "Type"
@@ -54,14 +54,14 @@ std::optional<std::vector<PowerSource>> UPowerSources::ask() {
   auto opened = BusConnection::open(systemBus_);
   if (const auto* error = std::get_if<BusError>(&opened)) return giveUp(*error);
   auto& bus = std::get<BusConnection>(opened);
-  const auto listed = bus.call({kService, kPath, kService, "EnumerateDevices"});
+  const auto listed = bus.call({kUPower, kUPowerPath, kUPower, "EnumerateDevices"});
   if (!listed) return giveUp(listed.error());
   const auto paths = listed.strings();
   if (!paths) return std::nullopt;
 
-  std::vector<BusCall> questions{BusConnection::getAll(kService, kPath, kService)};
+  std::vector<BusCall> questions{BusConnection::getAll(kUPower, kUPowerPath, kUPower)};
   for (const auto& path : *paths) {
-    if (!path.ends_with(kSumOfAll)) questions.push_back(BusConnection::getAll(kService, path, kDevice));
+    if (!path.ends_with(kSumOfAll)) questions.push_back(BusConnection::getAll(kUPower, path, kDevice));
   }
   const auto answers = bus.callAll(questions);
   if (!answers.front()) return giveUp(answers.front().error());

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/linux/video/LibavLogCapture.h"
+#include "platform/linux/video/OpenEncoder.h"
 #include "screen/encode/PictureEncoder.h"
 #include "screen/encode/PictureEncoderSession.h"
 

@@ -44,4 +44,9 @@ bool canReachXServer() {
 
 bool canReachDisplay() { return canReachXServer() || compositorAnswers(); }
 
+std::string displayText() {
+  const char* display = std::getenv("DISPLAY");
+  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
+}
+
 }  // namespace tevanto

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace tevanto {
 
 /// Whether a display server of this session takes connections: the X server of DISPLAY, or the Wayland
@@ -7,5 +9,8 @@ namespace tevanto {
 bool canReachDisplay();
 /// Whether the X server of DISPLAY is one of them.
 bool canReachXServer();
+
+/// Names the variable that chooses the X server and its value: "DISPLAY is :0".
+std::string displayText();
 
 }  // namespace tevanto

@@ -6,7 +6,7 @@ namespace tevanto {
 namespace {
 
 constexpr std::int64_t kNanoseconds = 1'000'000'000;
-constexpr std::int64_t kMostSeconds = std::numeric_limits<std::int64_t>::max() / kNanoseconds - 1;
+constexpr std::int64_t kMostMediaSeconds = std::numeric_limits<std::int64_t>::max() / kNanoseconds - 1;
 
 /// To the nearest, halves away from zero.
 std::int64_t roundedQuotient(std::int64_t dividend, std::int64_t divisor) {
@@ -31,7 +31,7 @@ MediaTime frameIntervalOf(std::chrono::nanoseconds interval) {
 std::optional<std::chrono::nanoseconds> nanosecondsOf(const MediaTime& time) {
   if (time.timescale <= 0) return std::nullopt;
   const auto seconds = time.value / time.timescale;
-  if (seconds > kMostSeconds || seconds < -kMostSeconds) return std::nullopt;
+  if (seconds > kMostMediaSeconds || seconds < -kMostMediaSeconds) return std::nullopt;
   const auto rest = time.value % time.timescale;
   return std::chrono::nanoseconds(seconds * kNanoseconds +
                                   roundedQuotient(rest * kNanoseconds, time.timescale));

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "platform/linux/video/OpenEncoder.h"
 #include "platform/linux/video/ProbingEncoderFactory.h"
 #include "screen/encode/PictureEncoder.h"
 #include "tests/support/video/EncodedStream.h"

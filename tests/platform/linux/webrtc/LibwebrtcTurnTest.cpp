@@ -9,11 +9,11 @@
 
 #include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/fakes/RecordingLogSink.h"
+#include "tests/support/network/TurnServer.h"
 #include "tests/support/peers/PeerSide.h"
-#include "tests/support/peers/TestAuthority.h"
-#include "tests/support/peers/TurnServer.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TemporaryFolder.h"
+#include "tests/support/web/TestAuthority.h"
 
 // Peers of the real engine through a real TURN server on the loopback interface.
 

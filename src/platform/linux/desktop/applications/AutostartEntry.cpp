@@ -9,7 +9,6 @@
 namespace tevanto {
 namespace {
 
-constexpr auto kGroup = G_KEY_FILE_DESKTOP_GROUP;
 constexpr auto kHidden = G_KEY_FILE_DESKTOP_KEY_HIDDEN;
 constexpr auto kExec = G_KEY_FILE_DESKTOP_KEY_EXEC;
 constexpr auto kGnomeEnabled = "X-GNOME-Autostart-enabled";
@@ -67,14 +66,16 @@ struct AutostartEntry::KeyFile {
 
   std::optional<bool> boolean(const char* key) const {
     Error error;
-    const bool value = g_key_file_get_boolean(file, kGroup, key, error.out()) != FALSE;
+    const bool value = g_key_file_get_boolean(file, G_KEY_FILE_DESKTOP_GROUP, key, error.out()) != FALSE;
     return *error.out() ? std::nullopt : std::optional(value);
   }
   void set(const char* key, const std::string& value) {
-    g_key_file_set_string(file, kGroup, key, value.c_str());
+    g_key_file_set_string(file, G_KEY_FILE_DESKTOP_GROUP, key, value.c_str());
   }
-  void set(const char* key, bool value) { g_key_file_set_boolean(file, kGroup, key, value ? TRUE : FALSE); }
-  void remove(const char* key) { g_key_file_remove_key(file, kGroup, key, nullptr); }
+  void set(const char* key, bool value) {
+    g_key_file_set_boolean(file, G_KEY_FILE_DESKTOP_GROUP, key, value ? TRUE : FALSE);
+  }
+  void remove(const char* key) { g_key_file_remove_key(file, G_KEY_FILE_DESKTOP_GROUP, key, nullptr); }
 
   GKeyFile* const file;
 };
@@ -96,7 +97,7 @@ Result<std::optional<AutostartEntry>> AutostartEntry::load(const std::filesystem
   AutostartEntry entry;
   const auto flags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
   if (!g_key_file_load_from_data(entry.keys_->file, content.get(), size, flags, nullptr) ||
-      !g_key_file_has_group(entry.keys_->file, kGroup)) {
+      !g_key_file_has_group(entry.keys_->file, G_KEY_FILE_DESKTOP_GROUP)) {
     return std::optional<AutostartEntry>();
   }
   return std::optional(std::move(entry));
@@ -127,7 +128,7 @@ bool AutostartEntry::isSwitchedOff() const {
 bool AutostartEntry::isTakenBack() const { return keys_->boolean(kTakenBack) == true; }
 
 bool AutostartEntry::startsSomething() const {
-  const GlibText exec(g_key_file_get_string(keys_->file, kGroup, kExec, nullptr));
+  const GlibText exec(g_key_file_get_string(keys_->file, G_KEY_FILE_DESKTOP_GROUP, kExec, nullptr));
   const auto program = exec ? programOf(exec.get()) : std::nullopt;
   return program && GlibText(g_find_program_in_path(program->c_str()));
 }

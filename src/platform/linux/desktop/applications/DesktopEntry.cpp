@@ -16,17 +16,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr auto kGroup = G_KEY_FILE_DESKTOP_GROUP;
-constexpr std::string_view kExtension = ".desktop";
+constexpr std::string_view kEntryExtension = ".desktop";
 /// Real entries with a hundred translations stay below 100 KiB.
-constexpr std::uintmax_t kMaxFileBytes = 1024 * 1024;
+constexpr std::uintmax_t kMaxEntryBytes = 1024 * 1024;
 /// A folder that links to one of its parents must not keep us.
 constexpr int kMaxDepth = 8;
 
 std::optional<std::string> contents(const std::string& path) {
   std::error_code error;
   // A pipe would keep us waiting for its writer.
-  if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > kMaxFileBytes || error) return {};
+  if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > kMaxEntryBytes || error) return {};
   std::ifstream file(path, std::ios::binary);
   std::string text(std::istreambuf_iterator<char>(file), {});
   if (!file) return {};
@@ -41,11 +40,11 @@ KeyFile parse(const std::string& text) {
 }
 
 std::string text(const KeyFile& keys, const char* key) {
-  return takeText(g_key_file_get_string(keys.get(), kGroup, key, nullptr));
+  return takeText(g_key_file_get_string(keys.get(), G_KEY_FILE_DESKTOP_GROUP, key, nullptr));
 }
 
 bool flag(const KeyFile& keys, const char* key) {
-  return g_key_file_get_boolean(keys.get(), kGroup, key, nullptr) != FALSE;
+  return g_key_file_get_boolean(keys.get(), G_KEY_FILE_DESKTOP_GROUP, key, nullptr) != FALSE;
 }
 
 std::string programOf(const std::string& commandLine) {
@@ -67,7 +66,8 @@ void collect(const fs::path& folder, const std::string& prefix, int depth,
   for (const auto& path : entries) {
     const std::string name = path.filename();
     std::error_code ignored;
-    if (name.ends_with(kExtension) && name.size() > kExtension.size() && !fs::is_directory(path, ignored)) {
+    if (name.ends_with(kEntryExtension) && name.size() > kEntryExtension.size() &&
+        !fs::is_directory(path, ignored)) {
       files.emplace(prefix + name, path);
     } else if (depth < kMaxDepth && fs::is_directory(path, ignored)) {
       collect(path, prefix + name + "-", depth + 1, files);
@@ -96,10 +96,10 @@ std::optional<DesktopEntry> DesktopEntry::read(const std::string& path) {
   if (!keys || text(keys, G_KEY_FILE_DESKTOP_KEY_TYPE) != G_KEY_FILE_DESKTOP_TYPE_APPLICATION) return {};
   DesktopEntry entry;
   entry.path = path;
-  entry.name = takeText(
-      g_key_file_get_locale_string(keys.get(), kGroup, G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
-  entry.icon = takeText(
-      g_key_file_get_locale_string(keys.get(), kGroup, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, nullptr));
+  entry.name = takeText(g_key_file_get_locale_string(keys.get(), G_KEY_FILE_DESKTOP_GROUP,
+                                                     G_KEY_FILE_DESKTOP_KEY_NAME, nullptr, nullptr));
+  entry.icon = takeText(g_key_file_get_locale_string(keys.get(), G_KEY_FILE_DESKTOP_GROUP,
+                                                     G_KEY_FILE_DESKTOP_KEY_ICON, nullptr, nullptr));
   entry.windowClass = text(keys, G_KEY_FILE_DESKTOP_KEY_STARTUP_WM_CLASS);
   const auto command = text(keys, G_KEY_FILE_DESKTOP_KEY_EXEC);
   entry.program = programOf(command);
@@ -123,7 +123,7 @@ std::vector<DesktopFile> desktopFilesIn(const std::string& folder) {
 
 std::vector<std::string> desktopFilesFor(const std::string& folder, std::string_view id) {
   std::vector<std::string> found;
-  if (id.ends_with(kExtension) && id.find_first_of(std::string_view("/\0", 2)) == id.npos) {
+  if (id.ends_with(kEntryExtension) && id.find_first_of(std::string_view("/\0", 2)) == id.npos) {
     findFiles(folder, id, 0, found);
   }
   return found;

@@ -15,7 +15,7 @@
 namespace tevanto {
 namespace {
 
-constexpr off_t kMaxFileBytes = 16 * 1024 * 1024;
+constexpr off_t kMaxIconBytes = 16 * 1024 * 1024;
 constexpr int kMaxSide = 4096;
 
 using Pixbuf = GObjectOwned<GdkPixbuf>;
@@ -116,7 +116,7 @@ std::optional<std::vector<std::byte>> renderIcon(const std::string& path, int pi
   const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return {};
-  if (!S_ISREG(status.st_mode) || status.st_size > kMaxFileBytes) return {};
+  if (!S_ISREG(status.st_mode) || status.st_size > kMaxIconBytes) return {};
   const auto image = Decoder(pixels).decode(file.get());
   const auto square = image ? squared(image, pixels) : Pixbuf();
   return square ? encode(square) : std::nullopt;

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kGroup = "Icon Theme";
+constexpr auto kIconTheme = "Icon Theme";
 /// In the order of preference within one folder.
 constexpr std::array<std::string_view, 3> kExtensions{".png", ".svg", ".xpm"};
 constexpr int kMaxInheritance = 16;
@@ -37,7 +37,7 @@ KeyFile readKeys(const std::string& path) {
 
 std::vector<std::string> listOf(GKeyFile* keys, const char* key) {
   std::vector<std::string> values;
-  const std::string text = takeText(g_key_file_get_string(keys, kGroup, key, nullptr));
+  const std::string text = takeText(g_key_file_get_string(keys, kIconTheme, key, nullptr));
   for (std::string_view rest = text; !rest.empty();) {
     const auto end = std::min(rest.find(','), rest.size());
     if (end > 0) values.emplace_back(rest.substr(0, end));
