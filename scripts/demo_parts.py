@@ -10,7 +10,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAMS = ROOT / "build" / "release" / "bin"
-OUTPUT = ROOT / "build" / "demo"
+OUTPUT = ROOT / "build" / os.environ.get("TEVANTO_DEMO_OUTPUT", "demo")
 
 
 def run(*command, timeout=60):
@@ -173,12 +173,18 @@ def prepare_output():
     os.environ.update(LC_ALL="C.UTF-8", SHELL="/bin/sh", PS1="$ ")
 
 
-def start_companion(folder, *options, enter=()):
-    """A companion with settings of its own, on ports of its own. `enter` is what takes it into another network."""
+def use_own_settings(folder):
     os.environ.update(XDG_CONFIG_HOME=str(folder / "config"), XDG_RUNTIME_DIR=str(folder / "runtime"))
     (folder / "runtime").mkdir(mode=0o700, exist_ok=True)
+
+
+def start_companion(folder, *options, enter=(), has_windows=False):
+    """Starts a companion with its own settings and ports. `enter` is the command that takes it into another network."""
+    use_own_settings(folder)
+    if not has_windows:
+        options = ("--headless", *options)
     output = (OUTPUT / "companion.txt").open("a")
-    companion = subprocess.Popen([*enter, PROGRAMS / "tevanto", "--headless", "--remote-port", "0", "--screen-port", "0", *options],
+    companion = subprocess.Popen([*enter, PROGRAMS / "tevanto", "--remote-port", "0", "--screen-port", "0", *options],
                                  stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
 
     def ready():
