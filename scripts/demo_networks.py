@@ -1,4 +1,4 @@
-"""Networks of the demo's own (Linux network namespaces), with the servers of the road away in their middle.
+"""Networks of the demo's own (Linux network namespaces), with the servers of the away connection in their middle.
 
     home ───────── internet ───────── away
     10.8.1.2       10.8.1.1  10.8.2.1     10.8.2.2
