@@ -156,7 +156,8 @@ function(tevanto_test name)
 endfunction()
 
 # tevanto_fuzz(<name> SOURCES a.cpp ... LINK lib ... [MAX_LENGTH bytes])
-# One libFuzzer program with the seed corpus fuzz/corpus/<name>; as a CTest test it makes a bounded number of runs.
+# One libFuzzer program; as a CTest test it makes a bounded number of runs. Its seeds are fuzz/corpus/<name> and those that
+# scripts/vector-seeds makes for it of tests/vectors.
 function(tevanto_fuzz name)
   cmake_parse_arguments(ARG "" "MAX_LENGTH" "SOURCES;LINK" ${ARGN})
   if(NOT ARG_MAX_LENGTH)
@@ -166,8 +167,9 @@ function(tevanto_fuzz name)
   target_compile_options(${name} PRIVATE -fsanitize=fuzzer)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   target_link_libraries(${name} PRIVATE tevanto_options ${ARG_LINK})
-  add_dependencies(fuzz_targets ${name})
+  add_dependencies(fuzz_targets ${name} vector_seeds)
   add_test(NAME ${name}
-    COMMAND ${CMAKE_SOURCE_DIR}/scripts/fuzz-bounded $<TARGET_FILE:${name}> ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name} ${ARG_MAX_LENGTH})
+    COMMAND ${CMAKE_SOURCE_DIR}/scripts/fuzz-bounded $<TARGET_FILE:${name}> ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name} ${ARG_MAX_LENGTH}
+            ${TEVANTO_VECTOR_SEEDS}/${name})
   set_tests_properties(${name} PROPERTIES LABELS fuzz TIMEOUT 300)
 endfunction()
