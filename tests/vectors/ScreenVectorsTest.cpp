@@ -111,6 +111,14 @@ class Framed {
     queue_->sync([&] { connection_->start(queue_); });
     queue_->runPending();
   }
+  /// On its queue, or what is left there would keep the connection.
+  ~Framed() {
+    queue_->sync([&] { connection_.reset(); });
+    queue_->runPending();
+  }
+  Framed(const Framed&) = delete;
+  Framed& operator=(const Framed&) = delete;
+
   void take(std::string_view stream, std::size_t step) {
     for (; !stream.empty(); stream.remove_prefix(std::min(step, stream.size()))) {
       peer_->send(stream.substr(0, step));

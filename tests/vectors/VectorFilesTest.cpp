@@ -16,6 +16,7 @@ const std::map<std::string, std::set<std::string>> kCheckedKinds = {
      {"delete", "invite", "inviteRecord", "lookup", "lookupAnswer", "save", "signalRecord", "turnRecord"}},
     {"control-frames.json", {"frame", "message", "screenMessage"}},
     {"discovery.json", {"name", "services", "txt"}},
+    {"exchanges.json", {"exchange"}},
     {"frames.json", {"stream"}},
     {"lines.json", {"stream"}},
     {"messages.json", {"appsHash", "message"}},
