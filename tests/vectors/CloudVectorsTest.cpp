@@ -7,12 +7,12 @@
 #include <string>
 #include <utility>
 
-#include "p2p/CloudKitAnswers.h"
-#include "p2p/CloudKitSignalingClient.h"
-#include "p2p/CloudPairingInvite.h"
-#include "p2p/CloudPairingInvites.h"
-#include "tests/support/FakeCloudDatabase.h"
-#include "tests/support/ManualQueue.h"
+#include "p2p/cloud/CloudKitAnswers.h"
+#include "p2p/cloud/CloudKitSignalingClient.h"
+#include "remote/invites/CloudPairingInvite.h"
+#include "p2p/cloud/CloudPairingInvites.h"
+#include "tests/support/fakes/FakeCloudDatabase.h"
+#include "tests/support/fakes/ManualQueue.h"
 #include "tests/vectors/SignalValues.h"
 #include "tests/vectors/Vectors.h"
 

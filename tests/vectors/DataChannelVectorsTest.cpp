@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/ControlFrames.h"
-#include "p2p/DataChannelMessaging.h"
-#include "tests/support/FakeDataChannel.h"
-#include "tests/support/ManualQueue.h"
+#include "p2p/channels/ControlFrames.h"
+#include "p2p/channels/DataChannelMessaging.h"
+#include "tests/support/fakes/FakeDataChannel.h"
+#include "tests/support/fakes/ManualQueue.h"
 #include "tests/vectors/Vectors.h"
 
 namespace tevanto::test {

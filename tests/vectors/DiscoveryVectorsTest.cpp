@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "net/ServiceRecord.h"
+#include "net/discovery/ServiceRecord.h"
 #include "tests/remote/RemoteServerFixture.h"
 #include "tests/screen/ScreenStreamServerFixture.h"
 #include "tests/vectors/Vectors.h"

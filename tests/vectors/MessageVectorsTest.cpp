@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "remote/LineProtocolConnection.h"
-#include "remote/RemoteMessage.h"
-#include "remote/RemoteMessageCodec.h"
-#include "tests/support/FakeTcpConnection.h"
-#include "tests/support/ManualQueue.h"
+#include "remote/message/RemoteMessage.h"
+#include "remote/message/RemoteMessageCodec.h"
+#include "tests/support/fakes/FakeTcpConnection.h"
+#include "tests/support/fakes/ManualQueue.h"
 #include "tests/vectors/Vectors.h"
 
 namespace tevanto::test {

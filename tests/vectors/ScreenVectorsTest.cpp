@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "screen/FramedConnection.h"
-#include "screen/ScreenPacketReceiver.h"
-#include "screen/ScreenPackets.h"
-#include "screen/ScreenStreamMessage.h"
-#include "tests/support/FakeTcpConnection.h"
-#include "tests/support/ManualQueue.h"
+#include "screen/wire/FramedConnection.h"
+#include "screen/wire/ScreenPacketReceiver.h"
+#include "screen/wire/ScreenPackets.h"
+#include "screen/wire/ScreenStreamMessage.h"
+#include "tests/support/fakes/FakeTcpConnection.h"
+#include "tests/support/fakes/ManualQueue.h"
 #include "tests/vectors/Vectors.h"
 
 namespace tevanto::test {

@@ -3,8 +3,8 @@
 #include <boost/json/value.hpp>
 #include <vector>
 
-#include "p2p/RemoteIceServerConfig.h"
-#include "p2p/SignalMessage.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
+#include "p2p/signaling/SignalMessage.h"
 
 namespace tevanto::test {
 

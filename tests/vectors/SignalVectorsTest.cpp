@@ -3,10 +3,10 @@
 #include <boost/json/value.hpp>
 #include <string>
 
-#include "p2p/RemoteIceServerConfig.h"
-#include "p2p/SignalMessage.h"
-#include "p2p/SignalingClient.h"
-#include "p2p/TurnCredentialService.h"
+#include "p2p/ice/RemoteIceServerConfig.h"
+#include "p2p/signaling/SignalMessage.h"
+#include "p2p/signaling/SignalingClient.h"
+#include "p2p/ice/TurnCredentialService.h"
 #include "tests/vectors/SignalValues.h"
 #include "tests/vectors/Vectors.h"
 

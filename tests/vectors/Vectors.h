@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "remote/RemoteMessage.h"
+#include "remote/message/RemoteMessage.h"
 
 namespace tevanto::test {
 
