@@ -23,7 +23,7 @@ constexpr std::int16_t kLookedAt = 16;
 constexpr std::uint32_t kRequestDock = 0;
 
 [[noreturn]] void fail(const char* what) {
-  std::fprintf(stderr, "face_bench: %s\n", what);
+  std::fprintf(stderr, "ui_bench: %s\n", what);
   std::exit(1);
 }
 

@@ -45,7 +45,7 @@ def session(display):
 
 
 def bench(programs, environment, *arguments):
-    output = subprocess.run([programs / "face_bench", programs / "tevanto", *arguments], env=environment, check=True,
+    output = subprocess.run([programs / "ui_bench", programs / "tevanto", *arguments], env=environment, check=True,
                             stdout=subprocess.PIPE, text=True).stdout
     return json.loads(output)
 

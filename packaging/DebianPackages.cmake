@@ -77,11 +77,11 @@ install(FILES ${debian}/relay.env DESTINATION /etc/tevanto
 
 if(TARGET face)
   # What QML loads by name; nothing links to it. "import QtQuick" stands for all three.
-  set(TEVANTO_FACE_PACKAGES
+  set(TEVANTO_UI_PACKAGES
     "hicolor-icon-theme, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qml6-module-qtquick")
 else()
   set(CPACK_DEBIAN_DESKTOP_PACKAGE_SHLIBDEPS OFF)
-  set(TEVANTO_FACE_PACKAGES "hicolor-icon-theme")
+  set(TEVANTO_UI_PACKAGES "hicolor-icon-theme")
 endif()
 configure_file(debian/CPackProject.cmake.in CPackProject.cmake @ONLY)
 set(CPACK_PROJECT_CONFIG_FILE ${made}/CPackProject.cmake)

@@ -12,7 +12,7 @@
 #include "app/linux/LinuxAwayDoctorChecks.h"
 #include "app/linux/LinuxCompanion.h"
 #include "app/linux/LinuxDoctorChecks.h"
-#include "app/linux/LinuxFaceChecks.h"
+#include "app/linux/LinuxUiChecks.h"
 #include "core/Log.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "platform/linux/x11/DisplayReach.h"
@@ -48,7 +48,7 @@ ExitCode run(const DoctorOptions& options) {
   auto checks = linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
                                   options.screenPort.value_or(ScreenStreamServer::kDefaultPort),
                                   JsonUserDefaults::standardFile(kDefaultsName));
-  for (auto& check : linuxFaceChecks()) checks.push_back(std::move(check));
+  for (auto& check : linuxUiChecks()) checks.push_back(std::move(check));
   for (auto& check : linuxAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
   runDoctor(checks, options.json);
 }

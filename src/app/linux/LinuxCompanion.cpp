@@ -19,14 +19,14 @@
 #include "app/ipc/ControlSocketServer.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "app/linux/LinuxServices.h"
-#include "app/linux/LoadedFace.h"
-#include "app/runtime/CompanionOperations.h"
-#include "app/runtime/Face.h"
+#include "app/linux/LoadedDesktopUi.h"
+#include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
 #include "app/runtime/MacAppDelegate.h"
 #include "app/runtime/PublicLinks.h"
 #include "app/runtime/ScreenService.h"
 #include "app/runtime/TevantoMacRuntime.h"
+#include "app/runtime/UiActions.h"
 #include "control/MacPowerManager.h"
 #include "core/Descriptor.h"
 #include "core/settings/DeviceIdentity.h"
@@ -57,7 +57,7 @@ class LinuxCompanion {
       : options_(options),
         defaults_(defaults),
         log_(makeSystemLogSink()),
-        face_(options.headless ? nullptr : loadFace(Logger(log_, "face"))),
+        face_(options.headless ? nullptr : loadDesktopUi(Logger(log_, "face"))),
         services_(options, defaults, log_, face_ ? face_->mainQueue() : nullptr),
         terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
@@ -105,7 +105,7 @@ class LinuxCompanion {
   /// Until `end`.
   void runLoops() {
     if (!face_) return services_.networkLoop().run();
-    auto operations = CompanionOperations::of(runtime_);
+    auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
@@ -185,7 +185,7 @@ class LinuxCompanion {
   const CompanionOptions options_;
   JsonUserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_;
-  const std::unique_ptr<Face> face_;  // null when headless
+  const std::unique_ptr<DesktopUi> face_;  // null when headless
   LinuxServices services_;
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;

@@ -16,11 +16,11 @@
 #include "app/ipc/ControlSocketServer.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "app/macos/MacServices.h"
-#include "app/runtime/CompanionOperations.h"
-#include "app/runtime/Face.h"
+#include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
 #include "app/runtime/MacAppDelegate.h"
 #include "app/runtime/PublicLinks.h"
+#include "app/runtime/UiActions.h"
 #include "control/MacPowerManager.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/UserDefaults.h"
@@ -40,7 +40,7 @@ void print(const std::string& text) {
 
 class MacCompanion {
  public:
-  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<Face> face)
+  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<DesktopUi> face)
       : defaults_(defaults),
         face_(std::move(face)),
         mainLoop_(face_ ? nullptr : EventLoop::forCallingThread()),
@@ -77,7 +77,7 @@ class MacCompanion {
   /// Until `end`.
   void runLoop() {
     if (!face_) return mainLoop_->run();
-    auto operations = CompanionOperations::of(runtime_);
+    auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
     face_->present({.runtime = runtime_,
                     .defaults = defaults_,
@@ -113,7 +113,7 @@ class MacCompanion {
 
   UserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
-  const std::unique_ptr<Face> face_;           // null when headless
+  const std::unique_ptr<DesktopUi> face_;      // null when headless
   const std::shared_ptr<EventLoop> mainLoop_;  // without a face
   const std::shared_ptr<SerialQueue> mainQueue_;
   MacServices services_;
@@ -130,7 +130,7 @@ class MacCompanion {
 }  // namespace
 
 ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
-                         const std::filesystem::path& runtimeFolder, std::unique_ptr<Face> face) {
+                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> face) {
   return MacCompanion(options, defaults, std::move(face)).run(runtimeFolder);
 }
 

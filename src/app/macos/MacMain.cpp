@@ -10,8 +10,8 @@
 #include "app/macos/MacAwayDoctorChecks.h"
 #include "app/macos/MacCompanion.h"
 #include "app/macos/MacDoctorChecks.h"
-#include "app/runtime/Face.h"
-#include "app/ui/macos/MacFace.h"
+#include "app/runtime/DesktopUi.h"
+#include "app/ui/macos/MacDesktopUi.h"
 #include "platform/macos/foundation/CfUserDefaults.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
@@ -22,7 +22,7 @@ namespace {
 ExitCode run(const CompanionOptions& options) {
   return runSingleCompanion(false, [&](const std::filesystem::path& folder) {
     CfUserDefaults defaults;
-    return runMacCompanion(options, defaults, folder, options.headless ? nullptr : makeMacFace());
+    return runMacCompanion(options, defaults, folder, options.headless ? nullptr : makeMacDesktopUi());
   });
 }
 

@@ -21,7 +21,7 @@ void perform(const Operation& operation, Arguments&&... arguments) {
 
 }  // namespace
 
-CompanionModel::CompanionModel(Services services, CompanionOperations operations, PublicLinks links)
+CompanionModel::CompanionModel(Services services, UiActions operations, PublicLinks links)
     : services_(services),
       operations_(std::move(operations)),
       links_(std::move(links)),

@@ -7,9 +7,9 @@
 #include <functional>
 #include <vector>
 
-#include "app/runtime/CompanionOperations.h"
 #include "app/runtime/PublicLinks.h"
 #include "app/runtime/ScreenService.h"
+#include "app/runtime/UiActions.h"
 #include "core/queue/Published.h"
 
 namespace tevanto {
@@ -58,7 +58,7 @@ class CompanionModel : public QObject {
 
   static constexpr const char* kGuideKey = "hasCompletedMacFirstRunGuide";
 
-  CompanionModel(Services services, CompanionOperations operations, PublicLinks links);
+  CompanionModel(Services services, UiActions operations, PublicLinks links);
   ~CompanionModel() override;
 
   QString pairingCode() const;
@@ -112,7 +112,7 @@ class CompanionModel : public QObject {
   void readScreen();
 
   const Services services_;
-  const CompanionOperations operations_;
+  const UiActions operations_;
   const PublicLinks links_;
   ScreenServiceState screenState_;
   bool completedGuideInSession_ = false;

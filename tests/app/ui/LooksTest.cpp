@@ -20,8 +20,8 @@
 namespace tevanto {
 namespace {
 
-using test::FaceWorld;
 using test::ShownView;
+using test::UiWorld;
 
 /// Relative luminance and contrast, as the Web Content Accessibility Guidelines 2.1 define them.
 double luminance(const QColor& colour) {
@@ -46,7 +46,7 @@ class Looks : public ::testing::TestWithParam<bool> {
 };
 
 TEST_P(Looks, textCanBeToldFromItsGround) {
-  FaceWorld world;
+  UiWorld world;
   ShownView view(world, ShownView::Kind::setupWindow);
   view.appearance().setDark(GetParam());
   struct Pair {
@@ -67,7 +67,7 @@ TEST_P(Looks, textCanBeToldFromItsGround) {
 
 /// The states with the most to show: nothing may be cut off, and nothing need be scrolled.
 TEST_P(Looks, everythingFitsIntoTheWindow) {
-  FaceWorld world;
+  UiWorld world;
   world.accessibility.trusted = false;
   world.screenRecording.granted = false;
   world.sources.setBattery(100, PowerSources::kAcPower);
@@ -153,7 +153,7 @@ TEST(Symbols, withoutAColourAnImageKeepsItsOwn) {
 }
 
 TEST(Direction, turnsTheWindowRoundWhenTheInterfaceRunsFromRightToLeft) {
-  FaceWorld world;
+  UiWorld world;
   (void)world.defaults.set(CompanionModel::kGuideKey, true);
   ShownView view(world, ShownView::Kind::setupWindow);
   const auto quitAt = [&view] { return view.find("quit")->mapToScene({0, 0}).x(); };
@@ -167,7 +167,7 @@ TEST(Direction, turnsTheWindowRoundWhenTheInterfaceRunsFromRightToLeft) {
 }
 
 TEST(Screenshots, tellAWordFromAnother) {
-  FaceWorld world;
+  UiWorld world;
   (void)world.defaults.set(CompanionModel::kGuideKey, true);
   world.runtime().server().pairingCode.set("482913");
   ShownView view(world, ShownView::Kind::setupWindow);

@@ -13,8 +13,8 @@
 namespace tevanto {
 namespace {
 
-using test::FaceWorld;
 using test::ShownView;
+using test::UiWorld;
 using ::testing::ElementsAre;
 
 /// The panel in the setup window of somebody who has completed the guide.
@@ -30,7 +30,7 @@ class Panel : public ::testing::Test {
   QString code() { return QString::fromStdString(world.runtime().server().pairingCode.get()); }
   QString keepAwakeSubtitle() { return view().texts(view().find("keepAwake")).value(1); }
 
-  FaceWorld world;
+  UiWorld world;
 
  private:
   std::unique_ptr<ShownView> view_;
@@ -180,7 +180,7 @@ TEST_F(Panel, keepAwakeFallsBackWhenItIsRefused) {
 
 TEST_F(Panel, keepAwakeFollowsThePhone) {
   const auto phone = world.connectPhone();
-  phone->send("{\"type\":\"command\",\"token\":\"" + std::string(FaceWorld::kToken) +
+  phone->send("{\"type\":\"command\",\"token\":\"" + std::string(UiWorld::kToken) +
               "\",\"command\":{\"type\":\"setKeepAwake\",\"on\":true}}\n");
   EXPECT_TRUE((view(), view().control("Keep running after screen lock")->property("isOn").toBool()));
 }

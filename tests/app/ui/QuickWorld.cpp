@@ -22,7 +22,7 @@ QStringList QuickWorld::calls() const {
 void QuickWorld::reset() {
   phone_.reset();
   former_ = std::move(world_);
-  world_ = std::make_unique<FaceWorld>();
+  world_ = std::make_unique<UiWorld>();
   reduceMotion(false);
   Q_EMIT companionChanged();
   former_.reset();

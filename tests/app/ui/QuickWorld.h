@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "app/ui/CompanionModel.h"
-#include "tests/app/ui/FaceWorld.h"
+#include "tests/app/ui/UiWorld.h"
 
 namespace tevanto::test {
 
@@ -46,9 +46,9 @@ class QuickWorld : public QObject {
 
  private:
   QQmlEngine& engine_;
-  std::unique_ptr<FaceWorld> world_ = std::make_unique<FaceWorld>();
+  std::unique_ptr<UiWorld> world_ = std::make_unique<UiWorld>();
   /// The last one goes when the views have left it.
-  std::unique_ptr<FaceWorld> former_;
+  std::unique_ptr<UiWorld> former_;
   std::shared_ptr<FakeTcpPeer> phone_;
 };
 

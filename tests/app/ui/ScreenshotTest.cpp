@@ -11,8 +11,8 @@
 namespace tevanto {
 namespace {
 
-using test::FaceWorld;
 using test::ShownView;
+using test::UiWorld;
 
 enum class Theme { light, dark };
 
@@ -20,14 +20,14 @@ enum class Theme { light, dark };
 struct Scene {
   const char* name;
   ShownView::Kind kind;
-  void (*arrange)(FaceWorld& world);
+  void (*arrange)(UiWorld& world);
 };
 
 void PrintTo(const Scene& scene, std::ostream* out) { *out << scene.name; }
 
-void completeGuide(FaceWorld& world) { (void)world.defaults.set(CompanionModel::kGuideKey, true); }
+void completeGuide(UiWorld& world) { (void)world.defaults.set(CompanionModel::kGuideKey, true); }
 
-void ready(FaceWorld& world) {
+void ready(UiWorld& world) {
   completeGuide(world);
   world.loginItem.current = LoginItemStatus::enabled;
   // It is drawn anew at each start.
@@ -35,39 +35,39 @@ void ready(FaceWorld& world) {
 }
 
 const Scene kScenes[] = {
-    {"guide", ShownView::Kind::setupWindow, [](FaceWorld&) {}},
+    {"guide", ShownView::Kind::setupWindow, [](UiWorld&) {}},
     {"ready", ShownView::Kind::setupWindow, ready},
     {"connected", ShownView::Kind::setupWindow,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        ready(world);
        world.connectPhone();
      }},
     {"mirroring", ShownView::Kind::setupWindow,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        ready(world);
        world.connectPhone();
        world.mirror();
      }},
     {"permissions-missing", ShownView::Kind::setupWindow,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        world.accessibility.trusted = false;
        world.screenRecording.granted = false;
        ready(world);
      }},
     {"battery", ShownView::Kind::setupWindow,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        world.sources.setBattery(64, PowerSources::kBatteryPower);
        ready(world);
        world.runtime().power().setKeepAwake(true);
      }},
     {"approval-required", ShownView::Kind::setupWindow,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        world.loginItem.current = LoginItemStatus::requiresApproval;
        completeGuide(world);
        world.runtime().server().pairingCode.set("482913");
      }},
     {"panel", ShownView::Kind::panel,
-     [](FaceWorld& world) {
+     [](UiWorld& world) {
        ready(world);
        world.connectPhone();
      }},
@@ -77,7 +77,7 @@ class Screenshot : public ::testing::TestWithParam<std::tuple<Scene, Theme>> {};
 
 TEST_P(Screenshot, looksLikeItsReference) {
   const auto& [scene, theme] = GetParam();
-  FaceWorld world;
+  UiWorld world;
   scene.arrange(world);
   world.run();
   ShownView view(world, scene.kind);

@@ -11,8 +11,8 @@
 namespace tevanto {
 namespace {
 
-using test::FaceWorld;
 using test::ShownView;
+using test::UiWorld;
 
 class SetupWindow : public ::testing::Test {
  protected:
@@ -24,7 +24,7 @@ class SetupWindow : public ::testing::Test {
   bool isOnThePanel() { return view().control("Quit") && !view().find("hero"); }
   double progress() { return view().window().rootObject()->property("progress").toDouble(); }
 
-  FaceWorld world;
+  UiWorld world;
 
  private:
   std::unique_ptr<ShownView> view_;

@@ -50,7 +50,7 @@ bool isShown(const QQuickItem* item) {
   return true;
 }
 
-ShownView::ShownView(FaceWorld& world, Kind kind) : world_(world), views_(world.model()) {
+ShownView::ShownView(UiWorld& world, Kind kind) : world_(world), views_(world.model()) {
   view_ = kind == Kind::setupWindow ? views_.makeSetupWindow() : views_.makePanel();
   if (!view_->errors().isEmpty())
     throw std::runtime_error(view_->errors().constFirst().toString().toStdString());

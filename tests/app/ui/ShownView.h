@@ -10,7 +10,7 @@
 
 #include "app/ui/CompanionViews.h"
 #include "app/ui/DesktopAppearance.h"
-#include "tests/app/ui/FaceWorld.h"
+#include "tests/app/ui/UiWorld.h"
 
 /// So that a failing comparison can be read.
 inline void PrintTo(const QString& text, std::ostream* out) { *out << '"' << text.toStdString() << '"'; }
@@ -22,7 +22,7 @@ class ShownView {
  public:
   enum class Kind { setupWindow, panel };
 
-  explicit ShownView(FaceWorld& world, Kind kind);
+  explicit ShownView(UiWorld& world, Kind kind);
   ~ShownView();
   ShownView(const ShownView&) = delete;
   ShownView& operator=(const ShownView&) = delete;
@@ -53,7 +53,7 @@ class ShownView {
   bool tabTo(QQuickItem* item);
 
  private:
-  FaceWorld& world_;
+  UiWorld& world_;
   CompanionViews views_;
   std::unique_ptr<QQuickView> view_;
 };

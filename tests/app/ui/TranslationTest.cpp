@@ -11,8 +11,8 @@
 namespace tevanto {
 namespace {
 
-using test::FaceWorld;
 using test::ShownView;
+using test::UiWorld;
 
 /// A language in which every text stands between brackets.
 class Translation : public ::testing::Test {
@@ -39,7 +39,7 @@ class Translation : public ::testing::Test {
   }
   QString code() { return QString::fromStdString(world.runtime().server().pairingCode.get()); }
 
-  FaceWorld world;
+  UiWorld world;
 
  private:
   QTranslator translator_;

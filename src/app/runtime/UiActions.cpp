@@ -1,4 +1,4 @@
-#include "app/runtime/CompanionOperations.h"
+#include "app/runtime/UiActions.h"
 
 #include "app/runtime/ScreenService.h"
 #include "app/runtime/TevantoMacRuntime.h"
@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-CompanionOperations CompanionOperations::of(TevantoMacRuntime& runtime) {
-  CompanionOperations operations;
+UiActions UiActions::of(TevantoMacRuntime& runtime) {
+  UiActions operations;
   operations.requestAccessibility = [&runtime] { runtime.server().requestAccessibility(); };
   operations.requestScreenRecording = [&runtime] { runtime.screen().requestScreenRecording(); };
   operations.setKeepAwake = [&runtime](bool on) { return runtime.power().setKeepAwake(on); };

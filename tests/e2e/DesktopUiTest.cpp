@@ -1,4 +1,4 @@
-#include "tests/e2e/FaceFixture.h"
+#include "tests/e2e/UiFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -13,15 +13,15 @@
 namespace tevanto {
 namespace {
 
+using test::DesktopUi;
 using test::eventuallySeen;
-using test::Face;
-using test::FaceDesktop;
 using test::kProgram;
+using test::UiDesktop;
 using ::testing::HasSubstr;
 
 constexpr auto kGuideButton = "I have Tevanto on my iPhone";
 
-TEST_F(Face, theGuideIsSeenReadAndLeftByKeyboardOnce) {
+TEST_F(DesktopUi, theGuideIsSeenReadAndLeftByKeyboardOnce) {
   start();
   ASSERT_TRUE(desktop->shows(kGuideButton));
   EXPECT_EQ(desktop->object("QR code for the Tevanto App Store page")->role, "graphic");
@@ -53,7 +53,7 @@ TEST_F(Face, theGuideIsSeenReadAndLeftByKeyboardOnce) {
   EXPECT_FALSE(desktop->object(kGuideButton));
 }
 
-TEST_F(Face, aPhonePairsWhileTheWindowIsLookedAt) {
+TEST_F(DesktopUi, aPhonePairsWhileTheWindowIsLookedAt) {
   startOnThePanel();
   ASSERT_TRUE(desktop->shows("Ready"));
   const auto code = now().pairingCode;
@@ -74,8 +74,8 @@ TEST_F(Face, aPhonePairsWhileTheWindowIsLookedAt) {
   EXPECT_TRUE(eventuallySeen([this] { return greenPixelsBeside("Ready") == 0; }));
 }
 
-TEST_F(Face, controlsActByPointerByKeyboardAndThroughAScreenReader) {
-  desktop = std::make_unique<FaceDesktop>();
+TEST_F(DesktopUi, controlsActByPointerByKeyboardAndThroughAScreenReader) {
+  desktop = std::make_unique<UiDesktop>();
   const auto logind = test::DBusMock::ofTemplate(desktop->bus(), "logind");
   setGuideCompleted();
   startCompanion();
@@ -116,7 +116,7 @@ TEST_F(Face, controlsActByPointerByKeyboardAndThroughAScreenReader) {
   EXPECT_EQ(companion->wait(), 0);
 }
 
-TEST_F(Face, aSwitchThatIsRefusedFallsBack) {
+TEST_F(DesktopUi, aSwitchThatIsRefusedFallsBack) {
   startOnThePanel();  // nobody here keeps computers awake
   ASSERT_TRUE(desktop->shows("Keep running after screen lock"));
   desktop->run("/usr/bin/python3",
@@ -132,8 +132,8 @@ TEST_F(Face, aSwitchThatIsRefusedFallsBack) {
   EXPECT_FALSE(now().keepAwakeOn);
 }
 
-TEST_F(Face, aClickOnAnXembedIconOpensThePanel) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(DesktopUi, aClickOnAnXembedIconOpensThePanel) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   openPanel();
   const auto panel = desktop->object("Open setup window");
   EXPECT_LT(panel->x + panel->width, 1280);
@@ -142,8 +142,8 @@ TEST_F(Face, aClickOnAnXembedIconOpensThePanel) {
   EXPECT_TRUE(desktop->ceasesToShow("Open setup window"));
 }
 
-TEST_F(Face, theMenuOfTheIconDisconnectsThePhone) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(DesktopUi, theMenuOfTheIconDisconnectsThePhone) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   ASSERT_EQ(pair(now().pairingCode).exitStatus, 0);
   const auto connected = phone({"raw"});
   ASSERT_TRUE(eventuallySeen([this] { return now().isClientConnected; }));
@@ -159,7 +159,7 @@ TEST_F(Face, theMenuOfTheIconDisconnectsThePhone) {
   EXPECT_TRUE(eventuallySeen([&] { return !connected->isRunning(); }));
 }
 
-class StatusNotifierFace : public Face {
+class StatusNotifierUi : public DesktopUi {
  protected:
   static constexpr auto kItemPath = "/StatusNotifierItem";
 
@@ -177,8 +177,8 @@ class StatusNotifierFace : public Face {
   }
 };
 
-TEST_F(StatusNotifierFace, theIconTellsWhatThePersonAtTheDeskMustKnow) {
-  startOnThePanel(FaceDesktop::Tray::statusNotifier);
+TEST_F(StatusNotifierUi, theIconTellsWhatThePersonAtTheDeskMustKnow) {
+  startOnThePanel(UiDesktop::Tray::statusNotifier);
   ASSERT_TRUE(eventuallySeen([this] { return !item().empty(); }));
   EXPECT_THAT(property("ToolTip"), HasSubstr("Tevanto: no phone is connected"));
   const auto idle = property("IconPixmap");
@@ -201,8 +201,8 @@ TEST_F(StatusNotifierFace, theIconTellsWhatThePersonAtTheDeskMustKnow) {
   EXPECT_EQ(property("IconPixmap"), idle);
 }
 
-TEST_F(StatusNotifierFace, aClickOnTheIconOpensThePanelAtThePointer) {
-  startOnThePanel(FaceDesktop::Tray::statusNotifier);
+TEST_F(StatusNotifierUi, aClickOnTheIconOpensThePanelAtThePointer) {
+  startOnThePanel(UiDesktop::Tray::statusNotifier);
   ASSERT_TRUE(eventuallySeen([this] { return !item().empty(); }));
   openPanel();
   EXPECT_LT(desktop->object("Open setup window")->x, 100);
@@ -210,15 +210,15 @@ TEST_F(StatusNotifierFace, aClickOnTheIconOpensThePanelAtThePointer) {
   EXPECT_EQ(companion->wait(), 0);
 }
 
-TEST_F(StatusNotifierFace, anIconAppearsInATrayThatComesLater) {
+TEST_F(StatusNotifierUi, anIconAppearsInATrayThatComesLater) {
   startOnThePanel();
   EXPECT_FALSE(desktop->bus().hasOwner("org.kde.StatusNotifierWatcher"));
-  desktop->startTray(FaceDesktop::Tray::statusNotifier);
+  desktop->startTray(UiDesktop::Tray::statusNotifier);
   // Of either kind: such a panel has both.
   EXPECT_TRUE(desktop->showsTrayIcon());
 }
 
-TEST_F(Face, withoutATrayTheWindowIsClosedAndFoundAgain) {
+TEST_F(DesktopUi, withoutATrayTheWindowIsClosedAndFoundAgain) {
   startOnThePanel();
   ASSERT_TRUE(desktop->shows("Quit"));
   ASSERT_TRUE(closeWindow());
@@ -230,7 +230,7 @@ TEST_F(Face, withoutATrayTheWindowIsClosedAndFoundAgain) {
   EXPECT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
-TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
+TEST_F(DesktopUi, aSecondStartBringsTheWindowBeforeTheOthers) {
   startOnThePanel();
   ASSERT_TRUE(desktop->shows("Quit"));
   const test::ChildProcess other({"xterm", "-title", "Other", "-geometry", "100x40+300+100"},
@@ -240,14 +240,14 @@ TEST_F(Face, aSecondStartBringsTheWindowBeforeTheOthers) {
   EXPECT_TRUE(eventuallySeen([this] { return desktop->activeWindow() == "Tevanto"; }));
 }
 
-TEST_F(Face, theDoctorTellsWhatTheDesktopHas) {
-  desktop = std::make_unique<FaceDesktop>();
+TEST_F(DesktopUi, theDoctorTellsWhatTheDesktopHas) {
+  desktop = std::make_unique<UiDesktop>();
   auto told = tevanto({"doctor", "--remote-port", "0", "--screen-port", "0"}).output;
   for (const auto* found : {"no tray was found", " fonts; texts in ", "no settings portal answers",
                             "windows are drawn at 100 %; the desktop sets no Xft.dpi"}) {
     EXPECT_THAT(told, HasSubstr(found));
   }
-  desktop->startTray(FaceDesktop::Tray::xembed);
+  desktop->startTray(UiDesktop::Tray::xembed);
   desktop->run("sh", {"-c", "printf 'Xft.dpi:\\t144\\n' | xrdb -nocpp -merge"});
   EXPECT_TRUE(eventuallySeen([&] {
     told = tevanto({"doctor", "--remote-port", "0", "--screen-port", "0"}).output;
@@ -256,7 +256,7 @@ TEST_F(Face, theDoctorTellsWhatTheDesktopHas) {
   EXPECT_THAT(told, HasSubstr("windows are drawn at 150 %, by the resource Xft.dpi"));
 }
 
-TEST_F(Face, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
+TEST_F(DesktopUi, goesOnWithoutItsDisplayAndGivesWayToOneThatHasOne) {
   startOnThePanel();
   ASSERT_TRUE(desktop->shows("Quit"));
   const auto before = now();

@@ -1,10 +1,10 @@
-#include "app/runtime/FaceModule.h"
+#include "app/runtime/DesktopUiModule.h"
 
 #include <QFile>
 #include <QLibraryInfo>
 
 #include "app/ui/linux/InstalledFonts.h"
-#include "app/ui/linux/QtFace.h"
+#include "app/ui/linux/QtDesktopUi.h"
 #include "platform/linux/x11/DisplayReach.h"
 
 namespace {
@@ -18,8 +18,8 @@ bool hasPluginForDisplay() {
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) tevanto::Face* tevantoMakeFace() {
-  return hasPluginForDisplay() ? new tevanto::QtFace() : nullptr;
+extern "C" __attribute__((visibility("default"))) tevanto::DesktopUi* tevantoMakeDesktopUi() {
+  return hasPluginForDisplay() ? new tevanto::QtDesktopUi() : nullptr;
 }
 
 extern "C" __attribute__((visibility("default"))) std::string* tevantoDescribeFonts() {

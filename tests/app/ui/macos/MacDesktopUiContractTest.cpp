@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "app/ui/PanelPlacement.h"
-#include "app/ui/macos/MacFace.h"
-#include "tests/app/ui/FaceWorld.h"
+#include "app/ui/macos/MacDesktopUi.h"
+#include "tests/app/ui/UiWorld.h"
 #include "tests/platform/macos/application/DesktopUser.h"
 #include "tests/support/programs/Eventually.h"
 
@@ -34,11 +34,11 @@ QWindow* shownWindow(bool hasFrame) {
 QWindow* panel() { return shownWindow(false); }
 QWindow* setupWindow() { return shownWindow(true); }
 
-class MacFaceContract : public testing::Test {
+class MacDesktopUiContract : public testing::Test {
  protected:
   /// Runs the face's loop, and `drive` beside it on another thread, with which both end.
   void show(const std::function<void()>& drive) {
-    auto operations = CompanionOperations::of(world_.runtime());
+    auto operations = UiActions::of(world_.runtime());
     operations.openSetupWindow = [this] { ++reopenings_; };
     operations.quit = [this] { face_->stop(); };
     face_->present({.runtime = world_.runtime(),
@@ -73,12 +73,12 @@ class MacFaceContract : public testing::Test {
     onMain([] { EXPECT_TRUE(pressMenuBarIcon()); });
   }
 
-  FaceWorld world_;
-  std::unique_ptr<Face> face_ = makeMacFace();
+  UiWorld world_;
+  std::unique_ptr<DesktopUi> face_ = makeMacDesktopUi();
   int reopenings_ = 0;
 };
 
-TEST_F(MacFaceContract, opensThePanelUnderTheIconAndClosesItAtTheNextPress) {
+TEST_F(MacDesktopUiContract, opensThePanelUnderTheIconAndClosesItAtTheNextPress) {
   show([this] {
     ASSERT_TRUE(iconIsShown());
     press();
@@ -94,7 +94,7 @@ TEST_F(MacFaceContract, opensThePanelUnderTheIconAndClosesItAtTheNextPress) {
   });
 }
 
-TEST_F(MacFaceContract, showsInTheMenuBarThatAPhoneIsConnected) {
+TEST_F(MacDesktopUiContract, showsInTheMenuBarThatAPhoneIsConnected) {
   std::shared_ptr<FakeTcpPeer> phone;
   show([&] {
     ASSERT_TRUE(iconIsShown());
@@ -106,7 +106,7 @@ TEST_F(MacFaceContract, showsInTheMenuBarThatAPhoneIsConnected) {
   });
 }
 
-TEST_F(MacFaceContract, opensTheSetupWindowWhenTheApplicationIsOpenedAgain) {
+TEST_F(MacDesktopUiContract, opensTheSetupWindowWhenTheApplicationIsOpenedAgain) {
   show([this] {
     ASSERT_TRUE(iconIsShown());
     onMain([] { EXPECT_TRUE(openAgain()); });
@@ -114,7 +114,7 @@ TEST_F(MacFaceContract, opensTheSetupWindowWhenTheApplicationIsOpenedAgain) {
   });
 }
 
-TEST_F(MacFaceContract, showsTheSetupWindowAgainAfterItWasClosed) {
+TEST_F(MacDesktopUiContract, showsTheSetupWindowAgainAfterItWasClosed) {
   show([this] {
     std::unique_ptr<SetupWindow> window;
     int closings = 0;
@@ -136,7 +136,7 @@ TEST_F(MacFaceContract, showsTheSetupWindowAgainAfterItWasClosed) {
   });
 }
 
-TEST_F(MacFaceContract, isInTheDockOnlyWhileItIsRegular) {
+TEST_F(MacDesktopUiContract, isInTheDockOnlyWhileItIsRegular) {
   show([this] {
     onMain([this] {
       face_->setActivationPolicy(ActivationPolicy::regular);

@@ -1,4 +1,4 @@
-#include "tests/support/companion/FaceDesktop.h"
+#include "tests/support/companion/UiDesktop.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -85,7 +85,7 @@ bool AccessibleObject::is(const std::string& state) const {
   return std::find(states.begin(), states.end(), state) != states.end();
 }
 
-FaceDesktop::FaceDesktop(Tray tray) {
+UiDesktop::UiDesktop(Tray tray) {
   environment.insert(environment.end(), {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"},
                                          {"NO_AT_BRIDGE", ""},
                                          {"WAYLAND_DISPLAY", ""},
@@ -103,7 +103,7 @@ FaceDesktop::FaceDesktop(Tray tray) {
   startTray(tray);
 }
 
-void FaceDesktop::startTray(Tray tray) {
+void UiDesktop::startTray(Tray tray) {
   tray_ = tray;
   if (tray == Tray::xembed) {
     launch({"trayer", "--edge", "top", "--align", "right", "--widthtype", "pixel", "--width", "200",
@@ -112,14 +112,14 @@ void FaceDesktop::startTray(Tray tray) {
   if (tray == Tray::statusNotifier) startStatusNotifierTray();
 }
 
-void FaceDesktop::launch(std::vector<std::string> command) {
+void UiDesktop::launch(std::vector<std::string> command) {
   // What they grumble about is of no interest.
   std::vector<std::string> quiet{"sh", "-c", "exec \"$@\" >/dev/null 2>&1", "sh"};
   quiet.insert(quiet.end(), command.begin(), command.end());
   parts_.push_back(std::make_unique<ChildProcess>(std::move(quiet), options()));
 }
 
-void FaceDesktop::startStatusNotifierTray() {
+void UiDesktop::startStatusNotifierTray() {
   const auto folder = configFolder() / "xfce4" / "xfconf" / "xfce-perchannel-xml";
   std::filesystem::create_directories(folder);
   std::ofstream(folder / "xfce4-panel.xml") << kPanelSettings;
@@ -132,7 +132,7 @@ void FaceDesktop::startStatusNotifierTray() {
     throw std::runtime_error("xfce4-panel has no StatusNotifier tray");
 }
 
-bool FaceDesktop::hasWindowManager() const {
+bool UiDesktop::hasWindowManager() const {
   const Connection server(display().display());
   const auto cookie = xcb_get_property(server.connection, 0, server.root,
                                        server.atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
@@ -140,14 +140,14 @@ bool FaceDesktop::hasWindowManager() const {
   return reply && xcb_get_property_value_length(reply.get()) > 0;
 }
 
-bool FaceDesktop::hasStatusNotifierHost() {
+bool UiDesktop::hasStatusNotifierHost() {
   return bus().hasOwner(kWatcher) &&
          bus().call(kWatcher, "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties.Get",
                     {kWatcher, "IsStatusNotifierHostRegistered"})
                  .find("true") != std::string::npos;
 }
 
-bool FaceDesktop::showsTrayIcon() const {
+bool UiDesktop::showsTrayIcon() const {
   return eventually(
       [this] {
         const auto [x, y] = trayIcon();
@@ -159,7 +159,7 @@ bool FaceDesktop::showsTrayIcon() const {
       kPatience);
 }
 
-std::vector<AccessibleObject> FaceDesktop::objects() const {
+std::vector<AccessibleObject> UiDesktop::objects() const {
   // While windows come and go the walk may lose its way; whoever asks asks again.
   const auto result = run("/usr/bin/python3", {TEVANTO_ACCESSIBLE_TREE, "Tevanto"});
   std::vector<AccessibleObject> found;
@@ -171,18 +171,18 @@ std::vector<AccessibleObject> FaceDesktop::objects() const {
   return found;
 }
 
-std::optional<AccessibleObject> FaceDesktop::object(const std::string& name) const {
+std::optional<AccessibleObject> UiDesktop::object(const std::string& name) const {
   for (auto& each : objects()) {
     if (each.name == name) return std::move(each);
   }
   return std::nullopt;
 }
 
-bool FaceDesktop::shows(const std::string& name) const {
+bool UiDesktop::shows(const std::string& name) const {
   return eventually([&] { return object(name).has_value(); }, kPatience);
 }
 
-bool FaceDesktop::ceasesToShow(const std::string& name) const {
+bool UiDesktop::ceasesToShow(const std::string& name) const {
   return eventually(
       [&] {
         const auto now = objects();
@@ -192,7 +192,7 @@ bool FaceDesktop::ceasesToShow(const std::string& name) const {
       kPatience);
 }
 
-bool FaceDesktop::click(const std::string& name) const {
+bool UiDesktop::click(const std::string& name) const {
   // On the screen, where the window manager has put it; and in its place: what moves has not been drawn to
   // its end.
   if (!eventually([this] { return activeWindow() == "Tevanto"; }, kPatience)) return false;
@@ -209,13 +209,13 @@ bool FaceDesktop::click(const std::string& name) const {
   return rests;
 }
 
-void FaceDesktop::clickAt(int x, int y, int button) const {
+void UiDesktop::clickAt(int x, int y, int button) const {
   run("xdotool", {"mousemove", std::to_string(x), std::to_string(y), "click", std::to_string(button)});
 }
 
-void FaceDesktop::key(const std::string& name) const { run("xdotool", {"key", name}); }
+void UiDesktop::key(const std::string& name) const { run("xdotool", {"key", name}); }
 
-bool FaceDesktop::focusByKeyboard(const std::string& name) const {
+bool UiDesktop::focusByKeyboard(const std::string& name) const {
   return eventually(
       [&] {
         const auto now = object(name);
@@ -226,7 +226,7 @@ bool FaceDesktop::focusByKeyboard(const std::string& name) const {
       kPatience);
 }
 
-std::vector<unsigned> FaceDesktop::pixels(int x, int y, int width, int height) const {
+std::vector<unsigned> UiDesktop::pixels(int x, int y, int width, int height) const {
   const Connection server(display().display());
   const auto cookie =
       xcb_get_image(server.connection, XCB_IMAGE_FORMAT_Z_PIXMAP, server.root, static_cast<std::int16_t>(x),
@@ -244,7 +244,7 @@ std::vector<unsigned> FaceDesktop::pixels(int x, int y, int width, int height) c
   return result;
 }
 
-std::string FaceDesktop::clipboard() const {
+std::string UiDesktop::clipboard() const {
   const Connection server(display().display());
   const auto window = xcb_generate_id(server.connection);
   xcb_create_window(server.connection, 0, window, server.root, -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
@@ -270,13 +270,13 @@ std::string FaceDesktop::clipboard() const {
   return text;
 }
 
-std::string FaceDesktop::activeWindow() const {
+std::string UiDesktop::activeWindow() const {
   auto title = run("xdotool", {"getactivewindow", "getwindowname"}).output;
   if (!title.empty() && title.back() == '\n') title.pop_back();
   return title;
 }
 
-std::pair<int, int> FaceDesktop::trayIcon() const {
+std::pair<int, int> UiDesktop::trayIcon() const {
   // The icon is the first in the panel, and the last in the tray that stands to the right.
   const int fromEdge = kTrayHeight / 2;
   return {tray_ == Tray::xembed ? 1280 - fromEdge : fromEdge, fromEdge};

@@ -7,22 +7,22 @@
 #include <memory>
 #include <string>
 
-#include "tests/e2e/FaceFixture.h"
+#include "tests/e2e/UiFixture.h"
 #include "tests/support/companion/StartupListener.h"
 
 namespace tevanto {
 namespace {
 
+using test::DesktopUi;
 using test::eventuallySeen;
-using test::Face;
-using test::FaceDesktop;
+using test::UiDesktop;
 using ::testing::Contains;
 
 /// How the companion gets on with the rest of the desktop: its tray, other windows, other programs.
-class FaceOnItsDesktop : public Face {};
+class UiOnItsDesktop : public DesktopUi {};
 
-TEST_F(FaceOnItsDesktop, anXembedIconTellsUnderThePointerWhatThePersonAtTheDeskMustKnow) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(UiOnItsDesktop, anXembedIconTellsUnderThePointerWhatThePersonAtTheDeskMustKnow) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   ASSERT_TRUE(desktop->showsTrayIcon());
   const auto [x, y] = desktop->trayIcon();
   // It comes when the pointer has moved on the icon and then rests.
@@ -35,8 +35,8 @@ TEST_F(FaceOnItsDesktop, anXembedIconTellsUnderThePointerWhatThePersonAtTheDeskM
   EXPECT_TRUE(test::eventually(restOnIcon, std::chrono::seconds(120)));
 }
 
-TEST_F(FaceOnItsDesktop, thePanelClosesWhenThePersonTurnsToAnotherWindow) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(UiOnItsDesktop, thePanelClosesWhenThePersonTurnsToAnotherWindow) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   openPanel();
   const test::ChildProcess other({"xterm", "-title", "Other", "-geometry", "60x20+100+300"},
                                  desktop->options());
@@ -45,8 +45,8 @@ TEST_F(FaceOnItsDesktop, thePanelClosesWhenThePersonTurnsToAnotherWindow) {
   openPanel();
 }
 
-TEST_F(FaceOnItsDesktop, thePanelHasNoBlackCornersWhereNothingIsTransparent) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(UiOnItsDesktop, thePanelHasNoBlackCornersWhereNothingIsTransparent) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   desktop->run("xsetroot", {"-solid", "#808080"});
   openPanel();
   const auto title = desktop->object("Device companion");
@@ -57,8 +57,8 @@ TEST_F(FaceOnItsDesktop, thePanelHasNoBlackCornersWhereNothingIsTransparent) {
   EXPECT_EQ(std::count(seen.begin(), seen.end(), 0U), 0);
 }
 
-TEST_F(FaceOnItsDesktop, theMenuOfTheIconOpensTheWindowAndQuits) {
-  startOnThePanel(FaceDesktop::Tray::xembed);
+TEST_F(UiOnItsDesktop, theMenuOfTheIconOpensTheWindowAndQuits) {
+  startOnThePanel(UiDesktop::Tray::xembed);
   ASSERT_TRUE(desktop->shows("Quit"));
   ASSERT_TRUE(closeWindow());
   const auto choose = [this](const char* key) {
@@ -80,8 +80,8 @@ TEST_F(FaceOnItsDesktop, theMenuOfTheIconOpensTheWindowAndQuits) {
   EXPECT_EQ(companion->wait(), 0);
 }
 
-TEST_F(FaceOnItsDesktop, theDesktopLearnsThatAStartIsOver) {
-  desktop = std::make_unique<FaceDesktop>();
+TEST_F(UiOnItsDesktop, theDesktopLearnsThatAStartIsOver) {
+  desktop = std::make_unique<UiDesktop>();
   setGuideCompleted();
   test::StartupListener listener(desktop->display().display());
   startCompanion({{"DESKTOP_STARTUP_ID", "launcher/tevanto/1-0-desk_TIME4711"}});
@@ -96,8 +96,8 @@ TEST_F(FaceOnItsDesktop, theDesktopLearnsThatAStartIsOver) {
   EXPECT_THAT(listener.messages(), Contains("remove: ID=launcher/tevanto/2-0-desk_TIME4712"));
 }
 
-TEST_F(FaceOnItsDesktop, linksOpenInTheDesktopsPrograms) {
-  desktop = std::make_unique<FaceDesktop>();
+TEST_F(UiOnItsDesktop, linksOpenInTheDesktopsPrograms) {
+  desktop = std::make_unique<UiDesktop>();
   const auto folder = desktop->configFolder() / "bin";
   const auto opened = (folder / "opened").string();
   std::filesystem::create_directory(folder);
@@ -122,8 +122,8 @@ TEST_F(FaceOnItsDesktop, linksOpenInTheDesktopsPrograms) {
   }
 }
 
-TEST_F(FaceOnItsDesktop, speaksTheLanguageOfTheDesktop) {
-  desktop = std::make_unique<FaceDesktop>();
+TEST_F(UiOnItsDesktop, speaksTheLanguageOfTheDesktop) {
+  desktop = std::make_unique<UiDesktop>();
   setGuideCompleted();
   startCompanion({{"LC_ALL", "eo.UTF-8"}});
   EXPECT_TRUE(desktop->shows("⟦PAIRING CODE⟧"));

@@ -17,9 +17,9 @@ using test::ChildProcess;
 const std::string kProgram = TEVANTO_PROGRAM;
 
 /// The companion with its window on a real Wayland compositor.
-class FaceOnWayland : public ::testing::Test {
+class UiOnWayland : public ::testing::Test {
  protected:
-  FaceOnWayland() {
+  UiOnWayland() {
     const auto more = compositor.environment();
     options.environment = desktop.environment;
     options.environment.insert(options.environment.end(), more.begin(), more.end());
@@ -48,7 +48,7 @@ class FaceOnWayland : public ::testing::Test {
   std::unique_ptr<ChildProcess> companion;
 };
 
-TEST_F(FaceOnWayland, aSecondStartBringsTheWindowForwardByTheTokenOfWhoAskedForIt) {
+TEST_F(UiOnWayland, aSecondStartBringsTheWindowForwardByTheTokenOfWhoAskedForIt) {
   startCompanion();
   const ChildProcess other({OTHER_WINDOW}, options);
   ASSERT_TRUE(comesForward("Other"));
@@ -59,7 +59,7 @@ TEST_F(FaceOnWayland, aSecondStartBringsTheWindowForwardByTheTokenOfWhoAskedForI
   EXPECT_TRUE(comesForward("Tevanto"));
 }
 
-TEST_F(FaceOnWayland, aWindowThatWasClosedIsFoundAgain) {
+TEST_F(UiOnWayland, aWindowThatWasClosedIsFoundAgain) {
   startCompanion();
   compositor.close("Tevanto");
   ASSERT_TRUE(comesForward("")) << "nothing is left on the screen";

@@ -1,4 +1,4 @@
-#include "app/ui/linux/QtFace.h"
+#include "app/ui/linux/QtDesktopUi.h"
 
 #include <QClipboard>
 #include <QDesktopServices>
@@ -44,7 +44,7 @@ void chooseRenderer() {
   QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 
-void addDesktopOperations(CompanionOperations& operations) {
+void addDesktopOperations(UiActions& operations) {
   operations.openUrl = [](const std::string& url) {
     QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
   };
@@ -69,18 +69,18 @@ QIcon applicationIcon() {
 
 /// The face whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
 /// connection broken, so that what runs at the exit is all that hears of it.
-QtFace* runningFace = nullptr;
+QtDesktopUi* runningUi = nullptr;
 
 }  // namespace
 
 /// Qt keeps references to them.
-struct QtFace::Arguments {
+struct QtDesktopUi::Arguments {
   char name[8] = "tevanto";
   char* values[2] = {name, nullptr};
   int count = 1;
 };
 
-QtFace::QtFace()
+QtDesktopUi::QtDesktopUi()
     : arguments_(std::make_unique<Arguments>()),
       application_(arguments_->count, arguments_->values),
       queue_(std::make_shared<QtMainQueue>("main")) {
@@ -97,20 +97,20 @@ QtFace::QtFace()
   engine_ = std::make_unique<ViewEngine>();
 }
 
-void QtFace::speakTheUsersLanguage() {
+void QtDesktopUi::speakTheUsersLanguage() {
   const auto folder = QApplication::applicationDirPath() + kTranslations;
   if (translator_.load(QLocale(), QStringLiteral("tevanto"), QStringLiteral("_"), folder))
     QApplication::installTranslator(&translator_);
 }
 
-QtFace::~QtFace() {
+QtDesktopUi::~QtDesktopUi() {
   endWindows();
   fonts_.wait();
 }
 
-std::shared_ptr<SerialQueue> QtFace::mainQueue() { return queue_; }
+std::shared_ptr<SerialQueue> QtDesktopUi::mainQueue() { return queue_; }
 
-void QtFace::present(FaceSubject subject) {
+void QtDesktopUi::present(UiModelSources subject) {
   addDesktopOperations(subject.operations);
   subject_.emplace(std::move(subject));
   auto& runtime = subject_->runtime;
@@ -125,7 +125,7 @@ void QtFace::present(FaceSubject subject) {
   QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
 }
 
-void QtFace::showIcons() {
+void QtDesktopUi::showIcons() {
   if (std::exchange(showsIcons_, true)) return;
   QApplication::setWindowIcon(applicationIcon());
   tray_->lookForTray();
@@ -133,8 +133,8 @@ void QtFace::showIcons() {
       [this](bool isReduced) { views_->appearance().setMotionReducedByToolkit(isReduced); });
 }
 
-std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
-                                                std::function<void()> onClose) {
+std::unique_ptr<SetupWindow> QtDesktopUi::makeWindow(const SetupWindowStyle& style,
+                                                     std::function<void()> onClose) {
   fonts_.finish();
   setupView_ = views_->makeSetupWindow();
   QObject::connect(
@@ -147,30 +147,30 @@ std::unique_ptr<SetupWindow> QtFace::makeWindow(const SetupWindowStyle& style,
   return std::make_unique<QtSetupWindow>(*setupView_, style, std::move(onClose), activation_);
 }
 
-void QtFace::exitedFromWithin() {
+void QtDesktopUi::exitedFromWithin() {
   // Elsewhere exit() was somebody else's, and the main thread still stands in the loop.
-  if (runningFace && runningFace->queue_->isCurrent()) runningFace->subject_->displayLost();
+  if (runningUi && runningUi->queue_->isCurrent()) runningUi->subject_->displayLost();
 }
 
-void QtFace::run() {
-  runningFace = this;
-  std::atexit(&QtFace::exitedFromWithin);
+void QtDesktopUi::run() {
+  runningUi = this;
+  std::atexit(&QtDesktopUi::exitedFromWithin);
   // The session, too, may ask the application to quit; then the companion ends what it began.
   while (!stopping_) {
     QApplication::exec();
     if (!stopping_) subject_->operations.quit();
   }
-  runningFace = nullptr;
+  runningUi = nullptr;
   endWindows();
   queue_->stop();
 }
 
-void QtFace::stop() {
+void QtDesktopUi::stop() {
   stopping_ = true;
   queue_->async([] { QApplication::exit(); });
 }
 
-void QtFace::endWindows() {
+void QtDesktopUi::endWindows() {
   tray_.reset();
   panel_.reset();
   setupView_.reset();

@@ -1,4 +1,4 @@
-#include "app/linux/LinuxFaceChecks.h"
+#include "app/linux/LinuxUiChecks.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -7,7 +7,7 @@
 #include <string>
 #include <variant>
 
-#include "app/runtime/FaceModule.h"
+#include "app/runtime/DesktopUiModule.h"
 #include "platform/linux/dbus/BusConnection.h"
 #include "platform/linux/process/ProgramModule.h"
 #include "platform/linux/x11/XDesktop.h"
@@ -41,7 +41,7 @@ Attempt tryTray() {
 }
 
 Attempt tryFonts() {
-  const auto describe = functionOfModule(kFaceModule, kDescribeFonts);
+  const auto describe = functionOfModule(kDesktopUiModule, kDescribeFonts);
   if (!describe) return std::string("not needed: this installation has no window");
   const std::unique_ptr<std::string> found(reinterpret_cast<DescribeFonts>(describe.value())());
   if (!found->empty()) return *found;
@@ -69,7 +69,7 @@ Attempt tryScale() {
 
 }  // namespace
 
-std::vector<DoctorCheck> linuxFaceChecks() {
+std::vector<DoctorCheck> linuxUiChecks() {
   return {{"tray", tryTray}, {"fonts", tryFonts}, {"portal", tryPortal}, {"scale", tryScale}};
 }
 

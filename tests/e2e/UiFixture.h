@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "app/ipc/ControlSocketClient.h"
-#include "tests/support/companion/FaceDesktop.h"
+#include "tests/support/companion/UiDesktop.h"
 #include "tests/support/programs/Eventually.h"
 
 // The real companion with its windows, on a real X server with a window manager, trays and an accessibility
@@ -26,10 +26,10 @@ bool eventuallySeen(Condition condition) {
   return eventually(condition, kPatience);
 }
 
-class Face : public ::testing::Test {
+class DesktopUi : public ::testing::Test {
  protected:
-  void start(FaceDesktop::Tray tray = FaceDesktop::Tray::none) {
-    desktop = std::make_unique<FaceDesktop>(tray);
+  void start(UiDesktop::Tray tray = UiDesktop::Tray::none) {
+    desktop = std::make_unique<UiDesktop>(tray);
     startCompanion();
   }
   /// With these in its environment besides the desktop's.
@@ -43,8 +43,8 @@ class Face : public ::testing::Test {
     ASSERT_TRUE(eventuallySeen([this] { return now().remotePort != 0 && now().screenPort != 0; }));
   }
   /// Past the guide, as at every start but the first.
-  void startOnThePanel(FaceDesktop::Tray tray = FaceDesktop::Tray::none) {
-    desktop = std::make_unique<FaceDesktop>(tray);
+  void startOnThePanel(UiDesktop::Tray tray = UiDesktop::Tray::none) {
+    desktop = std::make_unique<UiDesktop>(tray);
     setGuideCompleted();
     startCompanion();
   }
@@ -115,7 +115,7 @@ class Face : public ::testing::Test {
     });
   }
 
-  std::unique_ptr<FaceDesktop> desktop;
+  std::unique_ptr<UiDesktop> desktop;
   std::unique_ptr<ChildProcess> companion;
 };
 

@@ -1,4 +1,4 @@
-#include "app/ui/macos/MacFace.h"
+#include "app/ui/macos/MacDesktopUi.h"
 
 #include <QClipboard>
 #include <QDesktopServices>
@@ -28,7 +28,7 @@ QRect rectangleOf(const AppKitStatusItem::Frame& frame) {
   return QRectF(frame.x, frame.y, frame.width, frame.height).toRect();
 }
 
-void addDesktopOperations(CompanionOperations& operations) {
+void addDesktopOperations(UiActions& operations) {
   operations.openUrl = [](const std::string& url) {
     QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
   };
@@ -44,9 +44,9 @@ struct Arguments {
   int count = 1;
 };
 
-class MacFace final : public Face {
+class MacDesktopUi final : public DesktopUi {
  public:
-  MacFace()
+  MacDesktopUi()
       : application_(arguments_.count, arguments_.values),
         queue_(std::make_shared<QtMainQueue>("main")),
         appKit_([this] {
@@ -57,11 +57,11 @@ class MacFace final : public Face {
     // Closing the window leaves the companion running.
     QGuiApplication::setQuitOnLastWindowClosed(false);
   }
-  ~MacFace() override { endWindows(); }
+  ~MacDesktopUi() override { endWindows(); }
 
   std::shared_ptr<SerialQueue> mainQueue() override { return queue_; }
 
-  void present(FaceSubject subject) override {
+  void present(UiModelSources subject) override {
     addDesktopOperations(subject.operations);
     subject_.emplace(std::move(subject));
     auto& runtime = subject_->runtime;
@@ -121,7 +121,7 @@ class MacFace final : public Face {
   const std::shared_ptr<QtMainQueue> queue_;
   AppKitApplication appKit_;
   MacWindowActivation activation_;
-  std::optional<FaceSubject> subject_;
+  std::optional<UiModelSources> subject_;
   std::unique_ptr<AppKitStatusItem> item_;
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;
@@ -132,6 +132,6 @@ class MacFace final : public Face {
 
 }  // namespace
 
-std::unique_ptr<Face> makeMacFace() { return std::make_unique<MacFace>(); }
+std::unique_ptr<DesktopUi> makeMacDesktopUi() { return std::make_unique<MacDesktopUi>(); }
 
 }  // namespace tevanto

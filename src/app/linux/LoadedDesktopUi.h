@@ -6,10 +6,10 @@
 
 namespace tevanto {
 
-class Face;
+class DesktopUi;
 
 /// The windows and the tray icon, of a module that a headless companion never loads. Null, with the reason in
 /// the log, where no display can be reached or the module is not installed. On the main thread.
-std::unique_ptr<Face> loadFace(const Logger& log);
+std::unique_ptr<DesktopUi> loadDesktopUi(const Logger& log);
 
 }  // namespace tevanto

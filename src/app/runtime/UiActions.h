@@ -8,7 +8,7 @@ namespace tevanto {
 class TevantoMacRuntime;
 
 /// What a face may ask for: of the services, of the application and of the desktop. Main queue only.
-struct CompanionOperations {
+struct UiActions {
   std::function<void()> requestAccessibility;
   std::function<void()> requestScreenRecording;
   std::function<bool(bool on)> setKeepAwake;  // whether it is now as asked
@@ -22,7 +22,7 @@ struct CompanionOperations {
   std::function<void(const std::string& text)> copyText;
 
   /// Those that the services carry out; the others are left empty. `runtime` outlives what is made here.
-  static CompanionOperations of(TevantoMacRuntime& runtime);
+  static UiActions of(TevantoMacRuntime& runtime);
 };
 
 }  // namespace tevanto

@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "app/runtime/CompanionOperations.h"
 #include "app/runtime/MacSetupWindowPresenter.h"
 #include "app/runtime/SetupWindow.h"
 #include "app/runtime/StreamScreenService.h"
 #include "app/runtime/TevantoMacRuntime.h"
+#include "app/runtime/UiActions.h"
 #include "app/ui/CompanionModel.h"
 #include "control/MacInputController.h"
 #include "control/MacLaunchAtLoginController.h"
@@ -52,23 +52,23 @@ class FakeScreenPermission final : public ScreenCapturePermission {
 
 /// The real services, with fakes where they touch the system, and the model over them. Time is virtual; `run`
 /// lets everything happen that is due.
-class FaceWorld {
+class UiWorld {
  public:
   static constexpr auto* kToken = "01234567-89AB-CDEF-0123-456789ABCDEF";
 
-  FaceWorld() {
+  UiWorld() {
     (void)defaults.set(kDeviceIDKey, std::string("DEVICE"));
     encoders.answers = true;
   }
-  ~FaceWorld() {
+  ~UiWorld() {
     model_.reset();
     if (runtime_) runtime_->willTerminate();
     run();
     runtime_.reset();
     run();
   }
-  FaceWorld(const FaceWorld&) = delete;
-  FaceWorld& operator=(const FaceWorld&) = delete;
+  UiWorld(const UiWorld&) = delete;
+  UiWorld& operator=(const UiWorld&) = delete;
 
   /// The runtime is made and started, and the model over it, when first asked for: fakes that are set up
   /// before are what the services meet.
@@ -82,7 +82,7 @@ class FaceWorld {
   }
   CompanionModel& model() {
     if (!model_) {
-      auto operations = CompanionOperations::of(runtime());
+      auto operations = UiActions::of(runtime());
       operations.openSetupWindow = [this] { calls.emplace_back("openSetupWindow"); };
       operations.quit = [this] { calls.emplace_back("quit"); };
       operations.openUrl = [this](const std::string& url) { calls.push_back("open " + url); };

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "app/runtime/Face.h"
+#include "app/runtime/DesktopUi.h"
 #include "app/ui/linux/FontPreparation.h"
 #include "app/ui/linux/TokenActivation.h"
 
@@ -24,13 +24,13 @@ class TrayIcon;
 class ViewEngine;
 
 /// The face with Qt: its application and loop, the setup window, the panel and the icon in the tray.
-class QtFace final : public Face {
+class QtDesktopUi final : public DesktopUi {
  public:
-  QtFace();
-  ~QtFace() override;
+  QtDesktopUi();
+  ~QtDesktopUi() override;
 
   std::shared_ptr<SerialQueue> mainQueue() override;
-  void present(FaceSubject subject) override;
+  void present(UiModelSources subject) override;
   void useActivationToken(const std::string& token) override { activation_.useToken(token); }
   void run() override;
   void stop() override;
@@ -58,7 +58,7 @@ class QtFace final : public Face {
   QTranslator translator_;
   const std::shared_ptr<QtMainQueue> queue_;
   TokenActivation activation_;
-  std::optional<FaceSubject> subject_;
+  std::optional<UiModelSources> subject_;
   std::unique_ptr<ViewEngine> engine_;  // until the views have it
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;

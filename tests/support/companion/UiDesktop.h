@@ -27,11 +27,11 @@ struct AccessibleObject {
 
 /// A desktop with what windows need of one: a window manager, the accessibility bus and, where the test wants
 /// it, a tray. It looks at windows as a screen reader does and acts on them as a person does.
-class FaceDesktop : public CompanionDesktop {
+class UiDesktop : public CompanionDesktop {
  public:
   enum class Tray { none, xembed, statusNotifier };
 
-  explicit FaceDesktop(Tray tray = Tray::none);
+  explicit UiDesktop(Tray tray = Tray::none);
 
   void startTray(Tray tray);
 

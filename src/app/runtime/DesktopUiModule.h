@@ -4,13 +4,13 @@
 
 namespace tevanto {
 
-class Face;
+class DesktopUi;
 
 /// The module that holds the windows and the tray icon, and the function in it that makes them, which the
 /// caller owns. Null where Qt finds no way onto the display.
-inline constexpr auto* kFaceModule = "face";
-inline constexpr auto* kMakeFace = "tevantoMakeFace";
-using MakeFace = Face* (*)();
+inline constexpr auto* kDesktopUiModule = "face";
+inline constexpr auto* kMakeDesktopUi = "tevantoMakeDesktopUi";
+using MakeDesktopUi = DesktopUi* (*)();
 /// What fonts it finds, for a person; empty when there are none.
 inline constexpr auto* kDescribeFonts = "tevantoDescribeFonts";
 using DescribeFonts = std::string* (*)();
