@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 #include "tests/support/companion/UiDesktop.h"
 #include "tests/support/programs/Eventually.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/WaylandCompositor.h"
 #include "tests/support/programs/Eventually.h"

@@ -8,7 +8,7 @@
 
 #include "app/cli/CompanionText.h"
 #include "app/cli/DefaultsText.h"
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "core/settings/UserDefaults.h"
 

@@ -1,6 +1,6 @@
 #include "app/doctor/PortCheck.h"
 
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "core/queue/EventLoop.h"
 #include "net/tcp/AsioTcpListener.h"

@@ -15,8 +15,8 @@
 
 #include "app/cli/Commands.h"
 #include "app/cli/CompanionTerminal.h"
-#include "app/ipc/CompanionControl.h"
-#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/IpcRequestHandler.h"
+#include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "app/linux/LinuxServices.h"
 #include "app/linux/LoadedDesktopUi.h"
@@ -86,7 +86,7 @@ class LinuxCompanion {
     handleSignals();
     // On the main queue, as everything the services are told.
     services_.mainQueue()->async([this] { launch(); });
-    auto server = ControlSocketServer::listen(
+    auto server = IpcServer::listen(
         services_.networkQueue(), controlSocketIn(runtimeFolder), {},
         [this](std::string_view line) { return control_.answer(line); }, services_.mainQueue());
     if (!server) return complain(server.error());
@@ -190,8 +190,8 @@ class LinuxCompanion {
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
-  CompanionControl control_;
-  std::unique_ptr<ControlSocketServer> controlSocket_;
+  IpcRequestHandler control_;
+  std::unique_ptr<IpcServer> controlSocket_;
   const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
   Timer giving_;

@@ -12,8 +12,8 @@
 
 #include "app/cli/Commands.h"
 #include "app/cli/CompanionTerminal.h"
-#include "app/ipc/CompanionControl.h"
-#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/IpcRequestHandler.h"
+#include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "app/macos/MacServices.h"
 #include "app/runtime/DesktopUi.h"
@@ -64,7 +64,7 @@ class MacCompanion {
     services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
                                       [this](int) { mainQueue_->async([this] { end(); }); });
     mainQueue_->async([this] { launch(); });
-    auto server = ControlSocketServer::listen(
+    auto server = IpcServer::listen(
         services_.networkQueue(), controlSocketIn(runtimeFolder), {},
         [this](std::string_view line) { return control_.answer(line); }, mainQueue_);
     if (!server) return complain(server.error());
@@ -120,8 +120,8 @@ class MacCompanion {
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
-  CompanionControl control_;
-  std::unique_ptr<ControlSocketServer> controlSocket_;
+  IpcRequestHandler control_;
+  std::unique_ptr<IpcServer> controlSocket_;
   bool isEnding_ = false;
   Timer impatience_;
   std::thread ending_;

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "app/ipc/ControlSocketClient.h"
-#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/IpcClient.h"
+#include "app/ipc/IpcServer.h"
 #include "tests/support/peers/Sockets.h"
 #include "tests/support/programs/ChildProcess.h"
 #include "tests/support/programs/Eventually.h"
@@ -61,8 +61,8 @@ class RawClient {
 
 class ControlSocket : public ::testing::Test {
  protected:
-  void listen(ControlSocketServer::Limits limits = {}) {
-    auto server = ControlSocketServer::listen(
+  void listen(IpcServer::Limits limits = {}) {
+    auto server = IpcServer::listen(
         queue_, path_, limits, [this](std::string_view line) { return answer(line); }, mainQueue_);
     ASSERT_TRUE(server) << server.error();
     server_ = std::move(server).value();
@@ -84,7 +84,7 @@ class ControlSocket : public ::testing::Test {
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("control");
   std::shared_ptr<SerialQueue> mainQueue_ = loop_->makeQueue("main");
-  std::unique_ptr<ControlSocketServer> server_;
+  std::unique_ptr<IpcServer> server_;
   std::atomic<int> answers_ = 0;
 };
 
@@ -251,20 +251,20 @@ TEST_F(ControlSocket, aProcessOfAnotherUserIsRefused) {
 }
 
 TEST_F(ControlSocket, aPathThatIsTooLongIsRefused) {
-  const auto server = ControlSocketServer::listen(
+  const auto server = IpcServer::listen(
       queue_, "/tmp/" + std::string(120, 'x'), {}, [](auto) { return ""; }, queue_);
   ASSERT_FALSE(server);
   EXPECT_NE(server.error().find("too long"), std::string::npos);
 }
 
-class ControlSocketClient : public ::testing::Test {
+class IpcClient : public ::testing::Test {
  protected:
-  void listen(ControlSocketServer::Handler handler) {
-    auto server = ControlSocketServer::listen(queue_, path_, {}, std::move(handler), queue_);
+  void listen(IpcServer::Handler handler) {
+    auto server = IpcServer::listen(queue_, path_, {}, std::move(handler), queue_);
     ASSERT_TRUE(server) << server.error();
     server_ = std::move(server).value();
   }
-  ~ControlSocketClient() override {
+  ~IpcClient() override {
     queue_->sync([this] { server_.reset(); });
     loop_->stop();
   }
@@ -273,16 +273,16 @@ class ControlSocketClient : public ::testing::Test {
   const std::filesystem::path path_ = folder_ / "control.sock";
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
-  std::unique_ptr<ControlSocketServer> server_;
+  std::unique_ptr<IpcServer> server_;
 };
 
-TEST_F(ControlSocketClient, findsNobodyWhereNothingListens) {
+TEST_F(IpcClient, findsNobodyWhereNothingListens) {
   const auto answer = askCompanion(path_, {});
   ASSERT_TRUE(answer) << answer.error();
   EXPECT_FALSE(answer.value());
 }
 
-TEST_F(ControlSocketClient, bringsTheAnswerBack) {
+TEST_F(IpcClient, bringsTheAnswerBack) {
   listen([](std::string_view line) {
     const auto request = decodeControlRequest(line);
     CompanionStatus status;
@@ -295,12 +295,12 @@ TEST_F(ControlSocketClient, bringsTheAnswerBack) {
   EXPECT_TRUE(answer.value()->status->keepAwakeOn);
 }
 
-TEST_F(ControlSocketClient, doesNotTakeNonsenseForAnAnswer) {
+TEST_F(IpcClient, doesNotTakeNonsenseForAnAnswer) {
   listen([](std::string_view) { return "hello"; });
   EXPECT_FALSE(askCompanion(path_, {}));
 }
 
-TEST_F(ControlSocketClient, givesUpOnACompanionThatHangs) {
+TEST_F(IpcClient, givesUpOnACompanionThatHangs) {
   const int hung = ::socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;

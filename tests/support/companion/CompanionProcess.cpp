@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 #include "tests/support/network/NetworkNamespace.h"
 #include "tests/support/programs/Eventually.h"
 

@@ -1,4 +1,4 @@
-#include "app/ipc/ControlProtocol.h"
+#include "app/ipc/IpcMessages.h"
 
 #include <array>
 #include <boost/json.hpp>

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "app/ipc/CompanionStatus.h"
-#include "app/ipc/ControlProtocol.h"
+#include "app/ipc/IpcMessages.h"
 
 namespace tevanto {
 
@@ -15,7 +15,7 @@ class TevantoMacRuntime;
 class UserDefaults;
 
 /// Carries out what comes through the control socket. Main queue only.
-class CompanionControl {
+class IpcRequestHandler {
  public:
   struct Environment {
     TevantoMacRuntime& runtime;
@@ -28,7 +28,7 @@ class CompanionControl {
     std::function<bool()> giveWay;  // whether it ends, for a companion that has a display
   };
 
-  explicit CompanionControl(Environment environment) : environment_(std::move(environment)) {}
+  explicit IpcRequestHandler(Environment environment) : environment_(std::move(environment)) {}
 
   /// One line to the line that answers it.
   std::string answer(std::string_view line);

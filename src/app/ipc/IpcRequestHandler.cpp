@@ -1,4 +1,4 @@
-#include "app/ipc/CompanionControl.h"
+#include "app/ipc/IpcRequestHandler.h"
 
 #include <unistd.h>
 
@@ -13,12 +13,12 @@
 
 namespace tevanto {
 
-std::string CompanionControl::answer(std::string_view line) {
+std::string IpcRequestHandler::answer(std::string_view line) {
   const auto request = decodeControlRequest(line);
   return encodeControlReply(request ? carryOut(request.value()) : ControlReply{false, request.error(), {}});
 }
 
-ControlReply CompanionControl::carryOut(const ControlRequest& request) {
+ControlReply IpcRequestHandler::carryOut(const ControlRequest& request) {
   ControlReply reply{true, {}, {}};
   switch (request.kind) {
     case ControlRequest::Kind::status:
@@ -44,7 +44,7 @@ ControlReply CompanionControl::carryOut(const ControlRequest& request) {
   return reply;
 }
 
-CompanionStatus CompanionControl::status() const {
+CompanionStatus IpcRequestHandler::status() const {
   const auto& server = environment_.runtime.server();
   const auto& power = environment_.runtime.power();
   const auto& login = environment_.runtime.launchAtLogin();

@@ -1,4 +1,4 @@
-#include "app/ipc/ControlSocketServer.h"
+#include "app/ipc/IpcServer.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -11,7 +11,7 @@
 #include <boost/asio/write.hpp>
 #include <vector>
 
-#include "app/ipc/ControlProtocol.h"
+#include "app/ipc/IpcMessages.h"
 #include "app/ipc/ProcessFacts.h"
 #include "core/queue/EventLoopCore.h"
 
@@ -30,8 +30,8 @@ void closeOnExec(Socket& socket) {
 /// One client: reads a line, answers it, and reads on only when the answer has been taken.
 class Client final : public std::enable_shared_from_this<Client> {
  public:
-  Client(Protocol::socket socket, std::shared_ptr<EventLoopQueue> queue, ControlSocketServer::Limits limits,
-         ControlSocketServer::Handler handler, std::shared_ptr<SerialQueue> handlerQueue)
+  Client(Protocol::socket socket, std::shared_ptr<EventLoopQueue> queue, IpcServer::Limits limits,
+         IpcServer::Handler handler, std::shared_ptr<SerialQueue> handlerQueue)
       : socket_(std::move(socket)),
         queue_(std::move(queue)),
         limits_(limits),
@@ -97,8 +97,8 @@ class Client final : public std::enable_shared_from_this<Client> {
 
   Protocol::socket socket_;
   const std::shared_ptr<EventLoopQueue> queue_;
-  const ControlSocketServer::Limits limits_;
-  const ControlSocketServer::Handler handler_;
+  const IpcServer::Limits limits_;
+  const IpcServer::Handler handler_;
   const std::shared_ptr<SerialQueue> handlerQueue_;
   Timer silence_;
   std::array<char, 1024> received_{};
@@ -108,7 +108,7 @@ class Client final : public std::enable_shared_from_this<Client> {
 
 }  // namespace
 
-struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listener> {
+struct IpcServer::Listener final : std::enable_shared_from_this<Listener> {
   Listener(std::shared_ptr<EventLoopQueue> onQueue, std::filesystem::path at, Limits within, Handler with,
            std::shared_ptr<SerialQueue> withQueue)
       : queue(std::move(onQueue)),
@@ -187,9 +187,10 @@ struct ControlSocketServer::Listener final : std::enable_shared_from_this<Listen
   std::vector<std::weak_ptr<Client>> clients;
 };
 
-Result<std::unique_ptr<ControlSocketServer>> ControlSocketServer::listen(
-    const std::shared_ptr<SerialQueue>& queue, const std::filesystem::path& path, Limits limits,
-    Handler handler, const std::shared_ptr<SerialQueue>& handlerQueue) {
+Result<std::unique_ptr<IpcServer>> IpcServer::listen(const std::shared_ptr<SerialQueue>& queue,
+                                                     const std::filesystem::path& path, Limits limits,
+                                                     Handler handler,
+                                                     const std::shared_ptr<SerialQueue>& handlerQueue) {
   auto own = EventLoopQueue::from(*queue).shared_from_this();
   if (path.string().size() >= sizeof(sockaddr_un::sun_path)) {
     return Failure{"The path " + path.string() +
@@ -198,9 +199,9 @@ Result<std::unique_ptr<ControlSocketServer>> ControlSocketServer::listen(
   auto listener = std::make_shared<Listener>(std::move(own), path, limits, std::move(handler), handlerQueue);
   if (auto opened = listener->open(); !opened) return Failure{opened.error()};
   queue->async([listener] { listener->acceptNext(); });
-  return std::unique_ptr<ControlSocketServer>(new ControlSocketServer(std::move(listener)));
+  return std::unique_ptr<IpcServer>(new IpcServer(std::move(listener)));
 }
 
-ControlSocketServer::~ControlSocketServer() { listener_->close(); }
+IpcServer::~IpcServer() { listener_->close(); }
 
 }  // namespace tevanto

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "app/ipc/ControlProtocol.h"
+#include "app/ipc/IpcMessages.h"
 #include "core/Result.h"
 
 namespace tevanto {

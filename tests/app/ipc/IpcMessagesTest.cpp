@@ -1,4 +1,4 @@
-#include "app/ipc/ControlProtocol.h"
+#include "app/ipc/IpcMessages.h"
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ CompanionStatus someStatus() {
   return status;
 }
 
-TEST(ControlProtocol, everyRequestSurvivesTheRoundTrip) {
+TEST(IpcMessages, everyRequestSurvivesTheRoundTrip) {
   for (const auto& request : {ControlRequest{Kind::status}, ControlRequest{Kind::keepAwake, true},
                               ControlRequest{Kind::keepAwake, false}, ControlRequest{Kind::showSetupWindow},
                               ControlRequest{Kind::showSetupWindow, false, "desk-1-menu_TIME4711"},
@@ -45,7 +45,7 @@ TEST(ControlProtocol, everyRequestSurvivesTheRoundTrip) {
   }
 }
 
-TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
+TEST(IpcMessages, saysWhatIsWrongWithARequest) {
   const std::pair<const char*, const char*> cases[] = {
       {"", "A request is one JSON object on one line."},
       {"[]", "A request is one JSON object on one line."},
@@ -65,12 +65,12 @@ TEST(ControlProtocol, saysWhatIsWrongWithARequest) {
   }
 }
 
-TEST(ControlProtocol, deepNestingIsRefused) {
+TEST(IpcMessages, deepNestingIsRefused) {
   EXPECT_FALSE(decodeControlRequest(std::string(4000, '[')));
   EXPECT_FALSE(decodeControlRequest("{\"request\":" + std::string(2000, '[') + std::string(2000, ']') + "}"));
 }
 
-TEST(ControlProtocol, repliesSurviveTheRoundTrip) {
+TEST(IpcMessages, repliesSurviveTheRoundTrip) {
   for (const auto& reply : {ControlReply{true, "", someStatus()}, ControlReply{false, "no", {}},
                             ControlReply{false, "Battery too low", someStatus()}}) {
     EXPECT_EQ(decodeControlReply(encodeControlReply(reply)), reply);
@@ -80,7 +80,7 @@ TEST(ControlProtocol, repliesSurviveTheRoundTrip) {
   EXPECT_FALSE(decodeControlReply("nonsense"));
 }
 
-TEST(ControlProtocol, aStatusHasTheseMembersEvenWhenNothingIsKnown) {
+TEST(IpcMessages, aStatusHasTheseMembersEvenWhenNothingIsKnown) {
   const auto json = encodeCompanionStatus({});
   for (const auto* member :
        {"pairingCode", "statusText", "isClientConnected", "isAccessibilityTrusted", "deviceID", "hostName",
@@ -92,12 +92,12 @@ TEST(ControlProtocol, aStatusHasTheseMembersEvenWhenNothingIsKnown) {
   EXPECT_EQ(json.find('\n'), std::string::npos);
 }
 
-TEST(ControlProtocol, aStatusSurvivesTheRoundTrip) {
+TEST(IpcMessages, aStatusSurvivesTheRoundTrip) {
   EXPECT_EQ(decodeCompanionStatus(encodeCompanionStatus(someStatus())), someStatus());
   EXPECT_FALSE(decodeCompanionStatus("[]"));
 }
 
-TEST(ControlProtocol, aStatusMemberOfAnotherTypeIsLeftOut) {
+TEST(IpcMessages, aStatusMemberOfAnotherTypeIsLeftOut) {
   const auto status = decodeCompanionStatus(
       R"({"pairingCode":7,"remotePort":"x","isPaired":1,"addresses":[1,"a"],"discovery":[]})");
   ASSERT_TRUE(status);

@@ -1,4 +1,4 @@
-#include "app/ipc/CompanionControl.h"
+#include "app/ipc/IpcRequestHandler.h"
 
 #include <gmock/gmock.h>
 
@@ -12,9 +12,9 @@ using ::testing::ElementsAre;
 
 using test::Steps;
 
-class CompanionControlTest : public test::RuntimeFixture {
+class IpcRequestHandlerTest : public test::RuntimeFixture {
  protected:
-  CompanionControlTest() {
+  IpcRequestHandlerTest() {
     application.applicationDidFinishLaunching();
     main->runPending();
   }
@@ -29,13 +29,13 @@ class CompanionControlTest : public test::RuntimeFixture {
   MacAppDelegate application{desktop, runtime};
   int reloads = 0;
   bool lostDisplay = false;
-  CompanionControl control{{runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; },
-                            [this] { ++reloads; },
-                            [this](const std::string& token) { desktop.steps.push_back("token " + token); },
-                            [this] { return lostDisplay; }}};
+  IpcRequestHandler control{{runtime, application, defaults, "desk", [] { return Steps{"192.0.2.7"}; },
+                             [this] { ++reloads; },
+                             [this](const std::string& token) { desktop.steps.push_back("token " + token); },
+                             [this] { return lostDisplay; }}};
 };
 
-TEST_F(CompanionControlTest, tellsTheStatusOfTheServices) {
+TEST_F(IpcRequestHandlerTest, tellsTheStatusOfTheServices) {
   sources.setBattery(64, PowerSources::kAcPower);
   runtime.power().refreshBattery();
   const auto reply = ask({ControlRequest::Kind::status});
@@ -60,7 +60,7 @@ TEST_F(CompanionControlTest, tellsTheStatusOfTheServices) {
   EXPECT_EQ(reply.status->launchAtLoginStatusText, "Install in Applications");
 }
 
-TEST_F(CompanionControlTest, knowsWhetherAPhoneIsPairedAndConnected) {
+TEST_F(IpcRequestHandlerTest, knowsWhetherAPhoneIsPairedAndConnected) {
   ASSERT_TRUE(defaults.set("remotePairingToken", std::string("token")));
   connectPhone();
   const auto reply = ask({ControlRequest::Kind::status});
@@ -70,7 +70,7 @@ TEST_F(CompanionControlTest, knowsWhetherAPhoneIsPairedAndConnected) {
   EXPECT_EQ(reply.status->statusText, "Authenticating iPhone");
 }
 
-TEST_F(CompanionControlTest, switchesKeepAwake) {
+TEST_F(IpcRequestHandlerTest, switchesKeepAwake) {
   auto reply = ask({ControlRequest::Kind::keepAwake, true});
   ASSERT_TRUE(reply.ok && reply.status);
   EXPECT_TRUE(reply.status->keepAwakeOn);
@@ -81,7 +81,7 @@ TEST_F(CompanionControlTest, switchesKeepAwake) {
   EXPECT_TRUE(assertions.held.empty());
 }
 
-TEST_F(CompanionControlTest, saysWhyKeepAwakeWasRefused) {
+TEST_F(IpcRequestHandlerTest, saysWhyKeepAwakeWasRefused) {
   sources.setBattery(20, PowerSources::kBatteryPower);
   runtime.power().refreshBattery();
   const auto reply = ask({ControlRequest::Kind::keepAwake, true});
@@ -89,25 +89,25 @@ TEST_F(CompanionControlTest, saysWhyKeepAwakeWasRefused) {
   EXPECT_EQ(reply.error, "Battery too low (20%) to keep awake");
 }
 
-TEST_F(CompanionControlTest, showsTheSetupWindow) {
+TEST_F(IpcRequestHandlerTest, showsTheSetupWindow) {
   desktop.close();
   desktop.takeSteps();
   EXPECT_TRUE(ask({.kind = ControlRequest::Kind::showSetupWindow, .activationToken = "from-menu"}).ok);
   EXPECT_THAT(desktop.steps, ElementsAre("token from-menu", "regular", "regular", "front", "activate"));
 }
 
-TEST_F(CompanionControlTest, reloadsTheDefaults) {
+TEST_F(IpcRequestHandlerTest, reloadsTheDefaults) {
   EXPECT_TRUE(ask({ControlRequest::Kind::reloadDefaults}).ok);
   EXPECT_EQ(reloads, 1);
 }
 
-TEST_F(CompanionControlTest, givesWayOnlyWithoutADisplay) {
+TEST_F(IpcRequestHandlerTest, givesWayOnlyWithoutADisplay) {
   EXPECT_FALSE(ask({ControlRequest::Kind::giveWay}).ok);
   lostDisplay = true;
   EXPECT_TRUE(ask({ControlRequest::Kind::giveWay}).ok);
 }
 
-TEST_F(CompanionControlTest, answersNonsenseWithWhatIsWrong) {
+TEST_F(IpcRequestHandlerTest, answersNonsenseWithWhatIsWrong) {
   EXPECT_EQ(control.answer("nonsense"),
             R"({"ok":false,"error":"A request is one JSON object on one line."})");
 }

@@ -17,7 +17,7 @@ namespace tevanto {
 /// Answers lines on a Unix socket of mode 0600, and only to processes of the same user (SO_PEERCRED). Lives
 /// on the queue given to it. A client gets one answer at a time and is not read while it does not take it, so
 /// a slow one costs a descriptor and a few kilobytes, never time.
-class ControlSocketServer {
+class IpcServer {
  public:
   /// A line without its line feed to the answer without its line feed.
   using Handler = std::function<std::string(std::string_view line)>;
@@ -30,19 +30,20 @@ class ControlSocketServer {
 
   /// Whoever calls this holds the `CompanionLock` of the folder: what lies at `path` is removed. The sockets
   /// live on `queue`, of an event loop; the handler is called on `handlerQueue`, where it may take its time.
-  static Result<std::unique_ptr<ControlSocketServer>> listen(
-      const std::shared_ptr<SerialQueue>& queue, const std::filesystem::path& path, Limits limits,
-      Handler handler, const std::shared_ptr<SerialQueue>& handlerQueue);
+  static Result<std::unique_ptr<IpcServer>> listen(const std::shared_ptr<SerialQueue>& queue,
+                                                   const std::filesystem::path& path, Limits limits,
+                                                   Handler handler,
+                                                   const std::shared_ptr<SerialQueue>& handlerQueue);
 
   /// Ends every client and removes the socket. On the queue, or after its loop has stopped.
-  ~ControlSocketServer();
-  ControlSocketServer(const ControlSocketServer&) = delete;
-  ControlSocketServer& operator=(const ControlSocketServer&) = delete;
+  ~IpcServer();
+  IpcServer(const IpcServer&) = delete;
+  IpcServer& operator=(const IpcServer&) = delete;
 
   struct Listener;  // the sockets
 
  private:
-  explicit ControlSocketServer(std::shared_ptr<Listener> listener) : listener_(std::move(listener)) {}
+  explicit IpcServer(std::shared_ptr<Listener> listener) : listener_(std::move(listener)) {}
   std::shared_ptr<Listener> listener_;
 };
 

@@ -1,4 +1,4 @@
-#include "app/ipc/ControlSocketClient.h"
+#include "app/ipc/IpcClient.h"
 
 #include <fcntl.h>
 #include <poll.h>
