@@ -6,7 +6,7 @@
 #include <string>
 
 #include "core/queue/SerialQueue.h"
-#include "remote/AwayRoad.h"
+#include "remote/AwayAccess.h"
 
 namespace tevanto {
 

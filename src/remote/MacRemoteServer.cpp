@@ -17,7 +17,7 @@ std::shared_ptr<MacRemoteServer> MacRemoteServer::create(Environment environment
   if (environment.computerName) environment.computerName = wellFormedUtf8(*environment.computerName);
   std::shared_ptr<MacRemoteServer> server(new MacRemoteServer(std::move(environment), actuators));
   server->makeDispatch(std::move(actuators));
-  server->setAwayRoad({});
+  server->setAwayAccess({});
   return server;
 }
 
@@ -109,7 +109,7 @@ void MacRemoteServer::stopNow() {
   registration_.reset();
   advertising.set({});
   port.set(0);
-  stopAwayRoad();
+  stopAwayAccess();
   if (channel_) channel_->close();
   listener_->cancel();
 }

@@ -10,7 +10,7 @@
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/ServiceAdvertiser.h"
 #include "net/tcp/TcpListener.h"
-#include "remote/AwayRoad.h"
+#include "remote/AwayAccess.h"
 #include "remote/CommandDispatch.h"
 #include "remote/message/MessageChannel.h"
 
@@ -58,7 +58,7 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   /// Before `start`. Without a power manager keep-awake commands are answered with "power unavailable".
   void setPower(std::shared_ptr<MacPowerManager> power);
   /// Before `start`. Without it a phone away from the local network finds nobody.
-  void setAwayRoad(AwayRoad road);
+  void setAwayAccess(AwayAccess road);
   /// Before `start`: who carries the screen over the away road. It is not kept alive.
   void setScreen(std::weak_ptr<ScreenTransportHost> screen);
 
@@ -108,7 +108,7 @@ class MacRemoteServer final : public std::enable_shared_from_this<MacRemoteServe
   void startAnswerer();
   void publishInvite();
   void withdrawInvite(const std::string& code);
-  void stopAwayRoad();
+  void stopAwayAccess();
   void awayChannelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state);
   void awayChannelReady(const std::shared_ptr<MessageChannel>& channel);
   void awayChannelEnded();

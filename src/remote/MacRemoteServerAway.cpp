@@ -12,7 +12,7 @@
 // else.
 namespace tevanto {
 
-void MacRemoteServer::setAwayRoad(AwayRoad road) {
+void MacRemoteServer::setAwayAccess(AwayAccess road) {
   AnswererKeeper::Callbacks callbacks;
   callbacks.onChannelState = weakly(shared_from_this(), environment_.queue,
                                     [](MacRemoteServer& self, const std::shared_ptr<MessageChannel>& channel,
@@ -54,7 +54,7 @@ void MacRemoteServer::withdrawInvite(const std::string& code) {
   withInvite([code](PairingInvitePublisher& invite) { invite.withdraw(code); });
 }
 
-void MacRemoteServer::stopAwayRoad() {
+void MacRemoteServer::stopAwayAccess() {
   withAnswerer([](AnswererKeeper& answerer) { answerer.stop(); });
   withInvite([](PairingInvitePublisher& invite) { invite.stop(); });
   if (channelIsAway_) awayChannelEnded();

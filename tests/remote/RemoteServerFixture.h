@@ -102,7 +102,7 @@ class RemoteServerTest : public testing::Test {
                                        .defaults = defaults_,
                                        .computerName = std::move(computerName)},
                                       {.input = input_, .shortcuts = shortcuts_, .permission = permission_});
-    server_->setAwayRoad({answerers_.factory(), invites_});
+    server_->setAwayAccess({answerers_.factory(), invites_});
   }
 
   void start() {

@@ -4,7 +4,7 @@
 
 #include "app/doctor/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 
 namespace tevanto {
 

@@ -33,7 +33,7 @@
 #include "core/settings/JsonUserDefaults.h"
 #include "platform/linux/process/JournalLogSink.h"
 #include "platform/linux/process/StartAnew.h"
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {
@@ -172,7 +172,7 @@ class LinuxCompanion {
     services_.networkQueue()->async([this] {
       ending_ = std::thread([this] {
         services_.endBackgroundWork();
-        services_.endRoad();
+        services_.releasePeers();
         if (face_) {
           face_->stop();
         } else {

@@ -27,7 +27,7 @@
 #include "platform/linux/session/SysfsPowerSources.h"
 #include "platform/linux/session/UPowerSources.h"
 #include "platform/linux/video/LoadedEncoders.h"
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 #include "platform/linux/x11/XServerLink.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "platform/linux/x11/capture/X11ScreenCapturePermission.h"
@@ -180,7 +180,7 @@ void LinuxServices::endBackgroundWork() {
   parts_->loops.background->stop();
 }
 
-void LinuxServices::endRoad() {
+void LinuxServices::releasePeers() {
   if (!parts_->peers) return;
   // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
   // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.

@@ -39,7 +39,7 @@ class LinuxServices {
   void endBackgroundWork();
   /// For a program that ends, once the services have stopped and while both loops still run: returns when
   /// what the road away had to tell a phone is on its way. Not on a thread of a loop.
-  void endRoad();
+  void releasePeers();
   std::shared_ptr<SerialQueue> mainQueue();
   std::shared_ptr<SerialQueue> networkQueue();
 

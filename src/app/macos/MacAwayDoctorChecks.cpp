@@ -3,7 +3,7 @@
 #include "app/doctor/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
 #include "platform/macos/away/CloudKitDatabase.h"
-#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/away/MacPeers.h"
 
 namespace tevanto {
 

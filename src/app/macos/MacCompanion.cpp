@@ -24,7 +24,7 @@
 #include "control/MacPowerManager.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/UserDefaults.h"
-#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/away/MacPeers.h"
 #include "platform/macos/foundation/UnifiedLogSink.h"
 
 namespace tevanto {

@@ -8,7 +8,7 @@
 #include "net/tcp/AsioTcpListener.h"
 #include "p2p/cloud/CloudDatabase.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/away/MacPeers.h"
 #include "platform/macos/control/AppKitWorkspace.h"
 #include "platform/macos/control/AppleScriptHost.h"
 #include "platform/macos/control/AxAccessibilityPermission.h"

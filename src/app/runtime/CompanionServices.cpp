@@ -90,11 +90,11 @@ std::shared_ptr<MacRemoteServer> CompanionServices::makeServer() {
                                .port = options_.remotePort.value_or(MacRemoteServer::kDefaultPort),
                                .log = Logger(log_, "remote")},
                               {.input = input, .shortcuts = shortcuts, .permission = system_.accessibility});
-  server->setAwayRoad({.makeAnswerer = [this](const std::string& room) { return makeAnswerer(room); },
-                       .invites = std::make_shared<DeployedInvites>([this] {
-                         auto* const road = transports();
-                         return road ? road->invites() : nullptr;
-                       })});
+  server->setAwayAccess({.makeAnswerer = [this](const std::string& room) { return makeAnswerer(room); },
+                         .invites = std::make_shared<DeployedInvites>([this] {
+                           auto* const road = transports();
+                           return road ? road->invites() : nullptr;
+                         })});
   return server;
 }
 

@@ -11,7 +11,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/queue/Published.h"
 #include "core/queue/SerialQueue.h"
-#include "remote/AwayRoad.h"
+#include "remote/AwayAccess.h"
 
 namespace tevanto {
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-#include "p2p/signaling/SignalingRoads.h"
+#include "p2p/signaling/SignalingPaths.h"
 #include "p2p/transport/CandidateSummary.h"
 #include "p2p/transport/Negotiation.h"
 
@@ -15,7 +15,7 @@ constexpr auto kDelay = std::chrono::milliseconds(500);
 }  // namespace
 
 CloudSnapshot::CloudSnapshot(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation,
-                             SignalingRoads& roads)
+                             SignalingPaths& roads)
     : queue_(std::move(queue)), negotiation_(negotiation), roads_(roads) {}
 
 void CloudSnapshot::schedule(std::string_view reason) {

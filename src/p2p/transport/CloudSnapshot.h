@@ -9,13 +9,13 @@
 namespace tevanto {
 
 class Negotiation;
-class SignalingRoads;
+class SignalingPaths;
 
 /// Keeps our record in the cloud up to date: the description with all candidates so far, written half a
 /// second after the first change, so that a burst of candidates is one record. On the state queue.
 class CloudSnapshot {
  public:
-  CloudSnapshot(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation, SignalingRoads& roads);
+  CloudSnapshot(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation, SignalingPaths& roads);
 
   /// The record is out of date, if there is to be one.
   void schedule(std::string_view reason);
@@ -26,7 +26,7 @@ class CloudSnapshot {
 
   const std::shared_ptr<SerialQueue> queue_;
   const Negotiation& negotiation_;
-  SignalingRoads& roads_;
+  SignalingPaths& roads_;
   bool scheduled_ = false;
   Timer timer_;
 };

@@ -64,7 +64,7 @@ void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
   useIceServers(std::move(iceServers));
   tellOwner([](Owner& owner) { owner.handshakeDidStart(); });
   if (!buildSession()) return;
-  listenToRoads();
+  listenToPaths();
   roads_.connectRelay();
   if (!begin()) return;
   if (role_ == TransportRole::answerer) return roads_.startCloud();
@@ -145,7 +145,7 @@ void PeerConnector::stop() {
 
 // ---- Signaling
 
-void PeerConnector::listenToRoads() {
+void PeerConnector::listenToPaths() {
   const auto hop = [this](auto work) {
     return weakly(shared_from_this(), environment_.stateQueue,
                   [work](PeerConnector& self, auto... arguments) {

@@ -11,7 +11,7 @@
 
 #include "core/Log.h"
 #include "core/queue/SerialQueue.h"
-#include "p2p/signaling/SignalingRoads.h"
+#include "p2p/signaling/SignalingPaths.h"
 #include "p2p/signaling/TransportRole.h"
 #include "p2p/transport/CloudSnapshot.h"
 #include "p2p/transport/Negotiation.h"
@@ -95,7 +95,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void scheduleSnapshot(std::string_view reason) override { snapshot_->schedule(reason); }
   void say(const std::string& line) override;
 
-  void listenToRoads();
+  void listenToPaths();
   void relayDidOpen();
   void relayDidClose();
   void cloudDidOpen();
@@ -134,7 +134,7 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   const std::shared_ptr<DataChannelMessaging> messaging_;
   const std::weak_ptr<Owner> owner_;
 
-  SignalingRoads roads_;
+  SignalingPaths roads_;
   std::unique_ptr<Negotiation> negotiation_;
   OfferNegotiation* offer_ = nullptr;  // `negotiation_` of an offerer
   std::optional<CloudSnapshot> snapshot_;

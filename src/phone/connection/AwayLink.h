@@ -12,7 +12,7 @@
 #include "core/queue/SerialQueue.h"
 #include "phone/connection/Answer.h"
 #include "phone/connection/Inbox.h"
-#include "phone/connection/Road.h"
+#include "phone/connection/Route.h"
 #include "remote/message/MessageChannel.h"
 #include "screen/ScreenTransport.h"
 

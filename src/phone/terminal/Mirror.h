@@ -10,7 +10,7 @@
 
 #include "phone/connection/Answer.h"
 #include "phone/connection/Endpoint.h"
-#include "phone/connection/Road.h"
+#include "phone/connection/Route.h"
 #include "phone/mirror/MirrorMedia.h"
 #include "phone/mirror/MirrorStatistics.h"
 #include "phone/mirror/MirrorStream.h"

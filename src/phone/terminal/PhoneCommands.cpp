@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "core/text/Text.h"
-#include "phone/connection/AwayRoad.h"
-#include "phone/connection/LocalRoad.h"
+#include "phone/connection/AwayRoute.h"
+#include "phone/connection/LocalRoute.h"
 #include "phone/terminal/RawRelay.h"
 #include "phone/terminal/Touchpad.h"
 
@@ -65,17 +65,17 @@ PhoneCommands::PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format f
       finder_(environment_.browser, paired_, std::move(choice)),
       away_(std::move(away)) {}
 
-Answer<Road*> PhoneCommands::road() {
+Answer<Route*> PhoneCommands::road() {
   if (road_) return road_.get();
   if (away_.companion.empty()) {
-    road_ = std::make_unique<LocalRoad>(finder_, timeout_);
+    road_ = std::make_unique<LocalRoute>(finder_, timeout_);
     return road_.get();
   }
   if (!environment_.away) return Trouble{ExitCode::notDone, "The road away is not part of this build."};
   auto away = environment_.away(away_.verbose);
   if (!away) return Trouble{ExitCode::notDone, away.error()};
-  road_ = std::make_unique<AwayRoad>(std::move(away).value(),
-                                     paired_.named(away_.companion).value_or(away_.companion), timeout_);
+  road_ = std::make_unique<AwayRoute>(std::move(away).value(),
+                                      paired_.named(away_.companion).value_or(away_.companion), timeout_);
   return road_.get();
 }
 

@@ -13,7 +13,7 @@
 #include "phone/connection/CompanionFinder.h"
 #include "phone/connection/PairedCompanions.h"
 #include "phone/connection/PhoneSession.h"
-#include "phone/connection/Road.h"
+#include "phone/connection/Route.h"
 #include "phone/terminal/Mirror.h"
 #include "phone/terminal/PhoneOutput.h"
 
@@ -73,7 +73,7 @@ class PhoneCommands {
   Answer<PhoneSession> connect(const Target& target, const GivesUp& givesUp = {});
   Answer<Target> find(CompanionFinder::For purpose);
   /// The road that was chosen; made when it is first asked for.
-  Answer<Road*> road();
+  Answer<Route*> road();
   std::optional<std::string> tokenFor(const Target& target) const;
   /// What to do about a refusal by a companion that this phone has no token of.
   Trouble strangerTrouble(const Target& target, Trouble trouble) const;
@@ -84,7 +84,7 @@ class PhoneCommands {
   PairedCompanions paired_;
   CompanionFinder finder_;
   AwayChoice away_;
-  std::unique_ptr<Road> road_;
+  std::unique_ptr<Route> road_;
 };
 
 }  // namespace tevanto::phone

@@ -15,7 +15,7 @@
 #include "phone/terminal/CommandLine.h"
 #include "platform/linux/avahi/AvahiServiceBrowser.h"
 #include "platform/linux/process/ProgramModule.h"
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 
 namespace {
 

@@ -38,7 +38,7 @@ TEST_F(Runtime, theServerGetsTheScreenBeforeItStartsAndDoesNotKeepItAlive) {
   auto made = factories();
   made.server = [&] {
     auto server = makeServer();
-    server->setAwayRoad({.makeAnswerer = answerers.factory()});
+    server->setAwayAccess({.makeAnswerer = answerers.factory()});
     return server;
   };
   std::weak_ptr<test::RecordingScreen> kept;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "remote/AwayRoad.h"
+#include "remote/AwayAccess.h"
 #include "tests/support/fakes/FakeScreenTransport.h"
 
 namespace tevanto::test {

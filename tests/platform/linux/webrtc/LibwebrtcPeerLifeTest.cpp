@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 #include "platform/linux/webrtc/LoadedPeers.h"
 #include "tests/support/fakes/RecordingLogSink.h"
 #include "tests/support/peers/PeerSide.h"

@@ -1,11 +1,11 @@
-#include "phone/connection/LocalRoad.h"
+#include "phone/connection/LocalRoute.h"
 
 #include "phone/connection/LineSocket.h"
 #include "phone/connection/ScreenSocket.h"
 
 namespace tevanto::phone {
 
-Answer<std::unique_ptr<LineChannel>> LocalRoad::connect(const Target& target, const GivesUp&) {
+Answer<std::unique_ptr<LineChannel>> LocalRoute::connect(const Target& target, const GivesUp&) {
   const auto& endpoint = target.endpoint;
   std::string reason = "no address";
   for (const auto& host : endpoint.hosts) {
@@ -17,13 +17,13 @@ Answer<std::unique_ptr<LineChannel>> LocalRoad::connect(const Target& target, co
                                          "). Is it running? `tevanto-phone discover` lists what is there."};
 }
 
-Answer<Target> LocalRoad::findScreen(const std::optional<Endpoint>& screenHost,
-                                     const std::optional<std::string>& deviceID) const {
+Answer<Target> LocalRoute::findScreen(const std::optional<Endpoint>& screenHost,
+                                      const std::optional<std::string>& deviceID) const {
   if (!screenHost) return finder_.findScreen(deviceID);
   return Target{*screenHost, deviceID ? deviceID : finder_.pairedAt(*screenHost)};
 }
 
-Answer<std::unique_ptr<ScreenChannel>> LocalRoad::connectScreen(const Target& target, const GivesUp&) {
+Answer<std::unique_ptr<ScreenChannel>> LocalRoute::connectScreen(const Target& target, const GivesUp&) {
   auto socket = ScreenSocket::connect(target.endpoint, timeout_);
   if (!socket) return socket.trouble();
   return std::unique_ptr<ScreenChannel>(std::move(*socket));

@@ -12,9 +12,9 @@ namespace tevanto {
 
 /// The two ways by which the peers negotiate, side by side, and what has become of each. On the state queue,
 /// but for the callbacks, which their user hops with.
-class SignalingRoads {
+class SignalingPaths {
  public:
-  SignalingRoads(std::shared_ptr<RelaySignaling> relay, std::shared_ptr<CloudSignaling> cloud,
+  SignalingPaths(std::shared_ptr<RelaySignaling> relay, std::shared_ptr<CloudSignaling> cloud,
                  std::string room, TransportRole role);
 
   /// Whose callbacks are to be set before the start.

@@ -17,9 +17,9 @@ using GivesUp = std::function<bool()>;
 
 /// A way to companions: over the local network, or from far away. Finding costs little or nothing; connecting
 /// waits.
-class Road {
+class Route {
  public:
-  virtual ~Road() = default;
+  virtual ~Route() = default;
 
   virtual Answer<Target> find(CompanionFinder::For purpose) const = 0;
   virtual Answer<std::unique_ptr<LineChannel>> connect(const Target& target, const GivesUp& givesUp = {}) = 0;

@@ -1,4 +1,4 @@
-#include "phone/connection/AwayRoad.h"
+#include "phone/connection/AwayRoute.h"
 
 #include <gmock/gmock.h>
 #include <poll.h>
@@ -31,9 +31,9 @@ class FakeMessages final : public MessageChannel {
   };
 };
 
-class AwayRoadTest : public testing::Test {
+class AwayRouteTest : public testing::Test {
  protected:
-  AwayRoad road(std::chrono::milliseconds timeout = 30s) {
+  AwayRoute road(std::chrono::milliseconds timeout = 30s) {
     return {{queue_, [this](const std::string& room) { return makeTransport(room); }, patience_},
             "the room",
             timeout};
@@ -70,7 +70,7 @@ class AwayRoadTest : public testing::Test {
 
 LineChannel::Deadline soon() { return std::chrono::steady_clock::now() + 30s; }
 
-TEST_F(AwayRoadTest, linesAreMessagesOnTheWay) {
+TEST_F(AwayRouteTest, linesAreMessagesOnTheWay) {
   auto away = road();
   const auto lines = away.connect(*away.find(CompanionFinder::For::command), {});
   ASSERT_TRUE(lines) << lines.trouble().message;
@@ -86,7 +86,7 @@ TEST_F(AwayRoadTest, linesAreMessagesOnTheWay) {
   EXPECT_EQ((*lines)->receive(line, std::chrono::steady_clock::now()), LineChannel::Received::nothingYet);
 }
 
-TEST_F(AwayRoadTest, linesAndScreenShareOneLink) {
+TEST_F(AwayRouteTest, linesAndScreenShareOneLink) {
   auto away = road();
   const Target target{{{}, 0}, "the room"};
   const auto lines = away.connect(target, {});
@@ -103,7 +103,7 @@ TEST_F(AwayRoadTest, linesAndScreenShareOneLink) {
   EXPECT_EQ((*screen)->receivedBytes(), 5U);
 }
 
-TEST_F(AwayRoadTest, ridesOutAnInterruptionAndEndsWithAFailure) {
+TEST_F(AwayRouteTest, ridesOutAnInterruptionAndEndsWithAFailure) {
   auto away = road();
   const Target target{{{}, 0}, "the room"};
   const auto lines = away.connect(target, {});
@@ -119,7 +119,7 @@ TEST_F(AwayRoadTest, ridesOutAnInterruptionAndEndsWithAFailure) {
   EXPECT_EQ(messages_.size(), 2U) << "the next connection is a new link";
 }
 
-TEST_F(AwayRoadTest, callsAgainUntilTheCompanionAnswers) {
+TEST_F(AwayRouteTest, callsAgainUntilTheCompanionAnswers) {
   onStart = [this](std::size_t number) {
     queue_->async([this, number] {
       messages_[number - 1]->onChannelState(number < 2 ? ChannelState::failed : ChannelState::ready);
@@ -131,7 +131,7 @@ TEST_F(AwayRoadTest, callsAgainUntilTheCompanionAnswers) {
   EXPECT_TRUE(messages_[0]->isClosed) << "nothing of an attempt remains";
 }
 
-TEST_F(AwayRoadTest, saysWhenNobodyAnswers) {
+TEST_F(AwayRouteTest, saysWhenNobodyAnswers) {
   onStart = nullptr;
   auto away = road(50ms);
   const auto lines = away.connect({{{}, 0}, "the room"}, {});
@@ -141,13 +141,13 @@ TEST_F(AwayRoadTest, saysWhenNobodyAnswers) {
   EXPECT_TRUE(messages_[0]->isClosed);
 }
 
-TEST_F(AwayRoadTest, endsACallWhenTheUserGivesUp) {
+TEST_F(AwayRouteTest, endsACallWhenTheUserGivesUp) {
   onStart = nullptr;
   auto away = road(std::chrono::hours(1));
   EXPECT_FALSE(away.connect({{{}, 0}, "the room"}, [] { return true; }));
 }
 
-TEST_F(AwayRoadTest, leavesATransportThatMeetsNobodyForAnother) {
+TEST_F(AwayRouteTest, leavesATransportThatMeetsNobodyForAnother) {
   patience_.usual = 1ms;
   onStart = [this](std::size_t number) {
     if (number > 1) queue_->async([this] { messages_[1]->onChannelState(ChannelState::ready); });
@@ -157,7 +157,7 @@ TEST_F(AwayRoadTest, leavesATransportThatMeetsNobodyForAnother) {
   EXPECT_EQ(messages_.size(), 2U);
 }
 
-TEST_F(AwayRoadTest, givesRecordsInTheCloudMoreTime) {
+TEST_F(AwayRouteTest, givesRecordsInTheCloudMoreTime) {
   patience_.usual = 1ms;
   goesByRecords_ = true;
   int glances = 0;
@@ -171,7 +171,7 @@ TEST_F(AwayRoadTest, givesRecordsInTheCloudMoreTime) {
   EXPECT_EQ(messages_.size(), 1U);
 }
 
-TEST_F(AwayRoadTest, tellsTheRouteOnceItIsKnown) {
+TEST_F(AwayRouteTest, tellsTheRouteOnceItIsKnown) {
   auto away = road();
   EXPECT_EQ(away.route(), "unknown");
   const auto lines = away.connect({{{}, 0}, "the room"}, {});
@@ -183,7 +183,7 @@ TEST_F(AwayRoadTest, tellsTheRouteOnceItIsKnown) {
   EXPECT_EQ(away.route(), "TURN relay");
 }
 
-TEST_F(AwayRoadTest, theLinkEndsWithItsChannels) {
+TEST_F(AwayRouteTest, theLinkEndsWithItsChannels) {
   auto away = road();
   {
     const auto lines = away.connect({{{}, 0}, "the room"}, {});
@@ -194,7 +194,7 @@ TEST_F(AwayRoadTest, theLinkEndsWithItsChannels) {
   EXPECT_TRUE(messages_[0]->isClosed);
 }
 
-TEST_F(AwayRoadTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
+TEST_F(AwayRouteTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
   patience_.farewell = 60s;
   std::atomic<bool> isTold = false;
   Timer telling;

@@ -1,4 +1,4 @@
-#include "platform/macos/away/MacRoad.h"
+#include "platform/macos/away/MacPeers.h"
 
 #include "core/queue/EventLoop.h"
 #include "platform/macos/away/CloudKitDatabase.h"

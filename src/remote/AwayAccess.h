@@ -27,7 +27,7 @@ struct Answerer {
 using AnswererFactory = std::function<Answerer(const std::string& room)>;
 
 /// How a phone away from the local network reaches this computer. Both may be empty: then it does not.
-struct AwayRoad {
+struct AwayAccess {
   AnswererFactory makeAnswerer = {};
   std::shared_ptr<PairingInvites> invites = {};
 };

@@ -6,14 +6,14 @@
 #include <utility>
 
 #include "phone/connection/AwayLink.h"
-#include "phone/connection/Road.h"
+#include "phone/connection/Route.h"
 
 namespace tevanto::phone {
 
 /// Between two peers that meet in a room, from any network. Lines and screen share one link.
-class AwayRoad final : public Road {
+class AwayRoute final : public Route {
  public:
-  AwayRoad(AwayLink::Environment environment, std::string room, std::chrono::milliseconds timeout)
+  AwayRoute(AwayLink::Environment environment, std::string room, std::chrono::milliseconds timeout)
       : environment_(std::move(environment)), room_(std::move(room)), timeout_(timeout) {}
 
   /// The room is named by the companion's device identifier.

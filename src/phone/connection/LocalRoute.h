@@ -3,14 +3,14 @@
 #include <chrono>
 
 #include "phone/connection/CompanionFinder.h"
-#include "phone/connection/Road.h"
+#include "phone/connection/Route.h"
 
 namespace tevanto::phone {
 
 /// Over TCP, on the local network.
-class LocalRoad final : public Road {
+class LocalRoute final : public Route {
  public:
-  LocalRoad(const CompanionFinder& finder, std::chrono::milliseconds timeout)
+  LocalRoute(const CompanionFinder& finder, std::chrono::milliseconds timeout)
       : finder_(finder), timeout_(timeout) {}
 
   Answer<Target> find(CompanionFinder::For purpose) const override { return finder_.find(purpose); }

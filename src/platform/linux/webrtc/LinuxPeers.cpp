@@ -1,4 +1,4 @@
-#include "platform/linux/webrtc/LinuxRoad.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 
 #include <cstdlib>
 #include <utility>
