@@ -21,7 +21,7 @@
 #include "platform/linux/avahi/AvahiServiceBrowser.h"
 #include "platform/linux/session/LogindSleepAssertions.h"
 #include "platform/linux/x11/DisplayReach.h"
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
 #include "platform/linux/x11/input/XPointerWindow.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
 
@@ -34,7 +34,7 @@ using Attempt = Result<std::string>;
 bool pointerReaches(XPointerWindow& window) {
   const auto loop = EventLoop::background(1);
   const auto queue = loop->makeQueue("main");
-  const auto link = std::make_shared<XServerLink>(std::string(), queue, Logger());
+  const auto link = std::make_shared<ReconnectingXServer>(std::string(), queue, Logger());
   bool seen = false;
   queue->sync([&] {
     const auto events = XTestInputEvents::open(

@@ -28,7 +28,7 @@
 #include "platform/linux/session/UPowerSources.h"
 #include "platform/linux/video/LoadedEncoders.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "platform/linux/x11/capture/X11ScreenCapturePermission.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
@@ -69,7 +69,7 @@ struct LinuxServices::Parts {
         queues(loops, windowsQueue ? windowsQueue : loops.network->makeQueue("main")),
         listeners(loops.network, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
         advertiser(makeAdvertiser(options)),
-        xServer(std::make_shared<XServerLink>(std::string(), queues.main, Logger(sink, "input"))),
+        xServer(std::make_shared<ReconnectingXServer>(std::string(), queues.main, Logger(sink, "input"))),
         permission(xServer),
         xEvents(XTestInputEvents::open(
             xServer, queues.main, [this] { return commandModifierOf(defaults); }, Logger(sink, "input"))),
@@ -92,7 +92,7 @@ struct LinuxServices::Parts {
 
   AsioTcpListenerFactory listeners;
   std::unique_ptr<ServiceAdvertiser> advertiser;
-  std::shared_ptr<XServerLink> xServer;
+  std::shared_ptr<ReconnectingXServer> xServer;
   XTestPermission permission;
   std::shared_ptr<XTestInputEvents> xEvents;
   std::shared_ptr<DesktopOverview> overview;

@@ -56,7 +56,7 @@ void X11CaptureSession::stop(std::function<void(Result<void>)> done) {
 
 Result<void> X11CaptureSession::open() {
   if (stopped_) return Failure{"The capture was stopped."};
-  auto screen = XScreen::connect(displayName_);
+  auto screen = XCaptureConnection::connect(displayName_);
   if (!screen) return Failure{screen.error()};
   {
     const std::lock_guard lock(screenLock_);
@@ -142,7 +142,7 @@ void X11CaptureSession::wakeAfter(FramePacer::Duration wait) {
   });
 }
 
-void X11CaptureSession::note(const XScreen::Changes& changes) {
+void X11CaptureSession::note(const XCaptureConnection::Changes& changes) {
   if (changes.any()) {
     pacer_.changed();
     isRead_ = false;
@@ -194,7 +194,7 @@ bool X11CaptureSession::readScreen() {
   return activity && readRows(*activity) && (movePointer(*activity), true);
 }
 
-bool X11CaptureSession::readRows(const XScreen::Activity& activity) {
+bool X11CaptureSession::readRows(const XCaptureConnection::Activity& activity) {
   const auto& area = monitor_->area;
   for (auto rect : activity.drawn) {
     rect.x -= area.x;
@@ -209,7 +209,7 @@ bool X11CaptureSession::readRows(const XScreen::Activity& activity) {
 }
 
 // The pointer changes the picture where it was and where it is.
-void X11CaptureSession::movePointer(const XScreen::Activity& activity) {
+void X11CaptureSession::movePointer(const XCaptureConnection::Activity& activity) {
   if (!configuration_.showsCursor) return;
   if (!pointerStale_ && activity.pointer == pointer_) return;
   const auto add = [this] {
@@ -311,7 +311,7 @@ void X11CaptureSession::close() {
   scaler_.reset();  // and its thread
   image_.reset();
   pool_.reset();
-  std::shared_ptr<XScreen> screen;  // closed outside the lock
+  std::shared_ptr<XCaptureConnection> screen;  // closed outside the lock
   const std::lock_guard lock(screenLock_);
   screen.swap(screen_);
 }

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/linux/x11/capture/DescriptorWatch.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 #include "platform/linux/x11/capture/XPointerImage.h"
-#include "platform/linux/x11/capture/XScreen.h"
 #include "platform/linux/x11/capture/XScreenImage.h"
 #include "screen/capture/DisplayCapture.h"
 #include "screen/picture/ChangedArea.h"
@@ -47,14 +47,14 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   void watch();
   void eventsCame();
   void service();
-  void note(const XScreen::Changes& changes);
+  void note(const XCaptureConnection::Changes& changes);
   void wakeAfter(FramePacer::Duration wait);
   void prepare();
   void takePicture();
   bool updateLayout();
   bool readScreen();
-  bool readRows(const XScreen::Activity& activity);
-  void movePointer(const XScreen::Activity& activity);
+  bool readRows(const XCaptureConnection::Activity& activity);
+  void movePointer(const XCaptureConnection::Activity& activity);
   std::optional<PixelRect> pointerArea() const;
   void readingFailed();
   std::shared_ptr<PixelBuffer> finishPicture();
@@ -74,7 +74,7 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   std::atomic<bool> stopped_ = false;
 
   std::mutex screenLock_;  // guards the pointer, for `stop` to interrupt what waits on it
-  std::shared_ptr<XScreen> screen_;
+  std::shared_ptr<XCaptureConnection> screen_;
 
   DisplayID display_;
   std::unique_ptr<DescriptorWatch> watch_;

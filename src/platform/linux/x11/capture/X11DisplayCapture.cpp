@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/linux/x11/capture/X11CaptureSession.h"
-#include "platform/linux/x11/capture/XScreen.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 
 namespace tevanto {
 namespace {
@@ -30,7 +30,7 @@ bool isSide(std::int64_t length) { return length >= 2 && length <= 16384 && leng
 X11DisplayCapture::X11DisplayCapture(std::string displayName) : displayName_(std::move(displayName)) {}
 
 void X11DisplayCapture::listDisplays(std::function<void(Result<std::vector<ShareableDisplay>>)> done) {
-  const auto screen = XScreen::connect(displayName_);
+  const auto screen = XCaptureConnection::connect(displayName_);
   if (!screen) return done(Failure{screen.error()});
   std::vector<ShareableDisplay> displays;
   for (const auto& monitor : screen.value()->monitors()) displays.push_back(monitor.display);

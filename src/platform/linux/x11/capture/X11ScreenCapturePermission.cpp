@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "platform/linux/x11/capture/XScreen.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 #include "platform/linux/x11/capture/XScreenImage.h"
 
 namespace tevanto {
@@ -11,7 +11,7 @@ X11ScreenCapturePermission::X11ScreenCapturePermission(std::string displayName)
     : displayName_(std::move(displayName)) {}
 
 bool X11ScreenCapturePermission::isGranted() {
-  const auto screen = XScreen::connect(displayName_);
+  const auto screen = XCaptureConnection::connect(displayName_);
   if (!screen) return false;
   const auto monitors = screen.value()->monitors();
   if (monitors.empty()) return false;

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "platform/linux/x11/capture/XScreen.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 
 namespace tevanto {
 namespace {
@@ -27,7 +27,7 @@ std::byte* at(std::byte* pixels, std::size_t stride, int x, int y) {
 
 }  // namespace
 
-std::optional<XPointerImage> XPointerImage::fetch(const XScreen& screen) {
+std::optional<XPointerImage> XPointerImage::fetch(const XCaptureConnection& screen) {
   const auto cookie = xcb_xfixes_get_cursor_image(screen.xcb());
   const XcbOwned<xcb_xfixes_get_cursor_image_reply_t> reply(
       xcb_xfixes_get_cursor_image_reply(screen.xcb(), cookie, nullptr));

@@ -9,14 +9,14 @@
 
 namespace tevanto {
 
-class XScreen;
+class XCaptureConnection;
 
 /// The pointer's picture, drawn into the rows of a display while they are scaled and taken out again. It is
 /// drawn before the scaling, so that it looks as the rest does.
 class XPointerImage {
  public:
   /// The pointer as it is now; absent when the server does not tell. One round trip.
-  static std::optional<XPointerImage> fetch(const XScreen& screen);
+  static std::optional<XPointerImage> fetch(const XCaptureConnection& screen);
 
   /// What it covers with its tip at `x`, `y`.
   PixelRect area(int x, int y) const { return {x - hotX_, y - hotY_, width_, height_}; }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "core/Descriptor.h"
-#include "platform/linux/x11/capture/XScreen.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 
 namespace tevanto {
 namespace {
@@ -29,7 +29,7 @@ std::uint16_t length(int value) { return static_cast<std::uint16_t>(value); }
 
 }  // namespace
 
-XScreenImage::XScreenImage(std::shared_ptr<XScreen> screen, PixelRect area)
+XScreenImage::XScreenImage(std::shared_ptr<XCaptureConnection> screen, PixelRect area)
     : screen_(std::move(screen)), area_(area) {
   if (share()) return;
   ownMemory_.resize(size());

@@ -12,14 +12,14 @@
 
 namespace tevanto {
 
-class XScreen;
+class XCaptureConnection;
 
 /// The pixels of one display, as rows of 32 bits: blue, green, red, unused. The server writes them into
 /// memory that both share (MIT-SHM 1.2); where it cannot, they come through the connection. The memory has
 /// no name and goes with its last user, whatever happens to either process.
 class XScreenImage {
  public:
-  XScreenImage(std::shared_ptr<XScreen> screen, PixelRect area);
+  XScreenImage(std::shared_ptr<XCaptureConnection> screen, PixelRect area);
   ~XScreenImage();
   XScreenImage(const XScreenImage&) = delete;
   XScreenImage& operator=(const XScreenImage&) = delete;
@@ -38,7 +38,7 @@ class XScreenImage {
   bool readShared(const ChangedArea& area);
   bool readThroughConnection(const ChangedArea& area);
 
-  const std::shared_ptr<XScreen> screen_;
+  const std::shared_ptr<XCaptureConnection> screen_;
   const PixelRect area_;
   xcb_shm_seg_t segment_ = XCB_NONE;
   std::vector<std::byte> ownMemory_;  // without shared memory

@@ -10,7 +10,7 @@ constexpr std::uint32_t kLongestRecord = 1024;  // words
 constexpr int kSlots = 8;                       // companions at one display
 constexpr std::size_t kHeader = 2;              // words before the entries
 
-xcb_window_t makeOwnerWindow(const XConnection& x) {
+xcb_window_t makeOwnerWindow(const XInputConnection& x) {
   const auto window = xcb_generate_id(x.xcb());
   xcb_create_window(x.xcb(), 0, window, x.root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                     XCB_COPY_FROM_PARENT, 0, nullptr);
@@ -19,7 +19,7 @@ xcb_window_t makeOwnerWindow(const XConnection& x) {
 
 }  // namespace
 
-HeldInput::HeldInput(std::shared_ptr<XConnection> x, Logger log)
+HeldInput::HeldInput(std::shared_ptr<XInputConnection> x, Logger log)
     : x_(std::move(x)),
       log_(std::move(log)),
       window_(makeOwnerWindow(*x_)),

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/Log.h"
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 
 namespace tevanto {
 
@@ -26,7 +26,7 @@ class HeldInput {
   using Entry = std::pair<What, std::uint8_t>;
 
   /// Releases what dead owners left behind, and takes a slot.
-  HeldInput(std::shared_ptr<XConnection> x, Logger log);
+  HeldInput(std::shared_ptr<XInputConnection> x, Logger log);
   /// Releases everything that is still held, and waits until the server has done it.
   ~HeldInput();
   HeldInput(const HeldInput&) = delete;
@@ -50,7 +50,7 @@ class HeldInput {
   void fake(const Entry& entry, bool down) const;
   void giveBack(const Entry& entry) const;
 
-  const std::shared_ptr<XConnection> x_;
+  const std::shared_ptr<XInputConnection> x_;
   const Logger log_;
   const xcb_window_t window_;
   const std::uint32_t nonce_;

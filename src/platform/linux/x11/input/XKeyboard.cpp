@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-XKeyboard::XKeyboard(std::shared_ptr<XConnection> x) : x_(std::move(x)) {}
+XKeyboard::XKeyboard(std::shared_ptr<XInputConnection> x) : x_(std::move(x)) {}
 
 bool XKeyboard::refresh() {
   x_->readEvents();
@@ -17,7 +17,7 @@ bool XKeyboard::refresh() {
 }
 
 /// Borrowing a key code changes the keymap too, and is no news.
-bool XKeyboard::isOurs(const XConnection::KeyRange& range) const {
+bool XKeyboard::isOurs(const XInputConnection::KeyRange& range) const {
   if (range.count < 0) return false;
   for (int key = range.first; key < range.first + range.count; ++key)
     if (!spares_.owns(key)) return false;

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/SpareKeyPool.h"
 #include "platform/linux/x11/input/XKeymap.h"
 
@@ -13,7 +13,7 @@ namespace tevanto {
 /// queue.
 class XKeyboard {
  public:
-  explicit XKeyboard(std::shared_ptr<XConnection> x);
+  explicit XKeyboard(std::shared_ptr<XInputConnection> x);
 
   /// Takes in what has changed since; loads the keymap anew only when somebody else has changed it. False
   /// when the server is gone.
@@ -27,10 +27,10 @@ class XKeyboard {
   std::uint8_t keyOf(std::uint32_t keysym, std::uint8_t usual) const;
 
  private:
-  bool isOurs(const XConnection::KeyRange& range) const;
+  bool isOurs(const XInputConnection::KeyRange& range) const;
   bool load();
 
-  const std::shared_ptr<XConnection> x_;
+  const std::shared_ptr<XInputConnection> x_;
   std::unique_ptr<XKeymap> keymap_;
   SpareKeyPool spares_;
 };

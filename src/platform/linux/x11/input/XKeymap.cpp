@@ -43,7 +43,7 @@ struct XKeymap::Tables {
   std::unordered_map<char32_t, TypingStroke> strokes;  // for the state `indexed`
 };
 
-std::unique_ptr<XKeymap> XKeymap::load(const XConnection& x) {
+std::unique_ptr<XKeymap> XKeymap::load(const XInputConnection& x) {
   Xkb<xkb_context> context(xkb_context_new(XKB_CONTEXT_NO_DEFAULT_INCLUDES));
   const auto device = xkb_x11_get_core_keyboard_device_id(x.xcb());
   if (!context || device < 0) return nullptr;

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 
 namespace tevanto {
 
@@ -30,7 +30,7 @@ struct TypingStroke {
 class XKeymap {
  public:
   /// Blocks for a few round trips; null when the server is gone.
-  static std::unique_ptr<XKeymap> load(const XConnection& x);
+  static std::unique_ptr<XKeymap> load(const XInputConnection& x);
   ~XKeymap();
 
   /// The X keysym (X protocol, appendix A) of a character from a space on; 0 for one that cannot be typed. It

@@ -7,8 +7,8 @@
 #include <variant>
 
 #include "core/queue/SerialQueue.h"
-#include "platform/linux/x11/XConnection.h"
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/HeldInput.h"
 #include "platform/linux/x11/input/XKeyboard.h"
 #include "platform/linux/x11/input/XTestKeyboard.h"
@@ -70,7 +70,7 @@ std::optional<Button> buttonOf(const MouseEvent& event) {
 
 /// Everything that is bound to one connection; the parts end before what they use.
 struct XTestInputEvents::Session {
-  Session(std::shared_ptr<XConnection> connection, const std::shared_ptr<SerialQueue>& queue,
+  Session(std::shared_ptr<XInputConnection> connection, const std::shared_ptr<SerialQueue>& queue,
           const Logger& log, std::uint64_t number)
       : generation(number),
         x(std::move(connection)),
@@ -81,7 +81,7 @@ struct XTestInputEvents::Session {
         text(x, held, keyboard, queue, log) {}
 
   const std::uint64_t generation;
-  const std::shared_ptr<XConnection> x;
+  const std::shared_ptr<XInputConnection> x;
   HeldInput held;
   XKeyboard keyboard;
   XTestPointer pointer;
@@ -92,7 +92,7 @@ struct XTestInputEvents::Session {
 /// The order of what is posted, and the connection of the moment.
 class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
  public:
-  Stream(std::shared_ptr<XServerLink> link, std::shared_ptr<SerialQueue> queue,
+  Stream(std::shared_ptr<ReconnectingXServer> link, std::shared_ptr<SerialQueue> queue,
          CommandModifierSource commandModifier, Logger log)
       : link_(std::move(link)),
         queue_(std::move(queue)),
@@ -240,7 +240,7 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
     });
   }
 
-  const std::shared_ptr<XServerLink> link_;
+  const std::shared_ptr<ReconnectingXServer> link_;
   const std::shared_ptr<SerialQueue> queue_;
   const CommandModifierSource commandModifier_;
   const Logger log_;
@@ -255,7 +255,7 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
   Timer restTimer_;
 };
 
-std::shared_ptr<XTestInputEvents> XTestInputEvents::open(std::shared_ptr<XServerLink> link,
+std::shared_ptr<XTestInputEvents> XTestInputEvents::open(std::shared_ptr<ReconnectingXServer> link,
                                                          std::shared_ptr<SerialQueue> mainQueue,
                                                          CommandModifierSource commandModifier, Logger log) {
   auto stream = std::make_shared<Stream>(std::move(link), std::move(mainQueue), std::move(commandModifier),

@@ -10,7 +10,7 @@
 namespace tevanto {
 
 class SerialQueue;
-class XServerLink;
+class ReconnectingXServer;
 
 /// Synthetic input for an X server, through its XTEST extension. Main queue. It may be made before there is a
 /// server: as long as there is none, a post fails. When it goes, everything that it holds down is released.
@@ -19,7 +19,7 @@ class XServerLink;
 /// it, except for pointer motion with no button queued.
 class XTestInputEvents final : public InputEvents {
  public:
-  static std::shared_ptr<XTestInputEvents> open(std::shared_ptr<XServerLink> link,
+  static std::shared_ptr<XTestInputEvents> open(std::shared_ptr<ReconnectingXServer> link,
                                                 std::shared_ptr<SerialQueue> mainQueue,
                                                 CommandModifierSource commandModifier, Logger log);
   ~XTestInputEvents() override;

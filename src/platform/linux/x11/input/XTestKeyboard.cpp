@@ -13,7 +13,7 @@ namespace {
 /// The keys that are down now, whoever holds them.
 class KeysDown {
  public:
-  explicit KeysDown(const XConnection& x)
+  explicit KeysDown(const XInputConnection& x)
       : reply_(xcb_query_keymap_reply(x.xcb(), xcb_query_keymap(x.xcb()), nullptr)) {}
   bool has(std::uint8_t keycode) const { return reply_ && (reply_->keys[keycode / 8] >> (keycode % 8) & 1); }
 
@@ -48,7 +48,7 @@ const XTestKeyboard::Modifier XTestKeyboard::kControl{XKB_KEY_Control_L, 37, XKB
 const XTestKeyboard::Modifier XTestKeyboard::kAlt{XKB_KEY_Alt_L, 64, XKB_KEY_Alt_R, 64};
 const XTestKeyboard::Modifier XTestKeyboard::kSuper{XKB_KEY_Super_L, 133, XKB_KEY_Super_R, 134};
 
-XTestKeyboard::XTestKeyboard(std::shared_ptr<XConnection> x, HeldInput& held, XKeyboard& keyboard)
+XTestKeyboard::XTestKeyboard(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard)
     : x_(std::move(x)), held_(held), keyboard_(keyboard) {}
 
 bool XTestKeyboard::key(const KeyEvent& event, CommandModifier command) {

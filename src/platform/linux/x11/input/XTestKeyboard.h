@@ -6,7 +6,7 @@
 
 #include "control/InputEvents.h"
 #include "platform/linux/input/CommandModifier.h"
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/HeldInput.h"
 #include "platform/linux/x11/input/XKeyboard.h"
 
@@ -15,7 +15,7 @@ namespace tevanto {
 /// Key strokes of one connection. Nothing here flushes. Main queue.
 class XTestKeyboard {
  public:
-  XTestKeyboard(std::shared_ptr<XConnection> x, HeldInput& held, XKeyboard& keyboard);
+  XTestKeyboard(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard);
 
   /// Presses or releases a physical key, with the modifiers of `flags` held around it that nobody holds yet.
   /// False for a key that does not exist.
@@ -37,7 +37,7 @@ class XTestKeyboard {
   void press(std::uint8_t keycode, const std::vector<const Modifier*>& modifiers);
   void release(std::uint8_t keycode);
 
-  const std::shared_ptr<XConnection> x_;
+  const std::shared_ptr<XInputConnection> x_;
   HeldInput& held_;
   XKeyboard& keyboard_;
   std::vector<Stroke> strokes_;

@@ -2,11 +2,11 @@
 
 #include <utility>
 
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
 
 namespace tevanto {
 
-XTestPermission::XTestPermission(std::shared_ptr<XServerLink> link) : link_(std::move(link)) {}
+XTestPermission::XTestPermission(std::shared_ptr<ReconnectingXServer> link) : link_(std::move(link)) {}
 
 bool XTestPermission::isTrusted() { return link_->connection() != nullptr; }
 

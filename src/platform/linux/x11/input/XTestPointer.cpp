@@ -22,7 +22,7 @@ std::int16_t bounded(int steps) {
 
 }  // namespace
 
-XTestPointer::XTestPointer(std::shared_ptr<XConnection> x, HeldInput& held,
+XTestPointer::XTestPointer(std::shared_ptr<XInputConnection> x, HeldInput& held,
                            std::shared_ptr<SerialQueue> clock)
     : x_(std::move(x)), held_(held), clock_(std::move(clock)) {}
 

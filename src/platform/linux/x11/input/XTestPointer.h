@@ -8,7 +8,7 @@
 #include "core/queue/SerialQueue.h"
 #include "platform/linux/input/PointerTrack.h"
 #include "platform/linux/input/WheelSteps.h"
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/HeldInput.h"
 
 namespace tevanto {
@@ -21,7 +21,7 @@ class XTestPointer {
   /// How long after the last motion the tracked position is believed without asking the server.
   static constexpr auto kTrustTrackFor = std::chrono::milliseconds(100);
 
-  XTestPointer(std::shared_ptr<XConnection> x, HeldInput& held, std::shared_ptr<SerialQueue> clock);
+  XTestPointer(std::shared_ptr<XInputConnection> x, HeldInput& held, std::shared_ptr<SerialQueue> clock);
 
   PointerLocation location();
   /// The motion that brings the pointer to `target`, which the track takes for done.
@@ -36,7 +36,7 @@ class XTestPointer {
   void readButtons();
   void click(std::uint8_t logical, int times);
 
-  const std::shared_ptr<XConnection> x_;
+  const std::shared_ptr<XInputConnection> x_;
   HeldInput& held_;
   const std::shared_ptr<SerialQueue> clock_;
   PointerTrack track_;

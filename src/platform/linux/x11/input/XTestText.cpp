@@ -28,7 +28,7 @@ std::optional<SpareKeyPool::Spare> controlKey(char32_t character) {
 
 }  // namespace
 
-XTestText::XTestText(std::shared_ptr<XConnection> x, HeldInput& held, XKeyboard& keyboard,
+XTestText::XTestText(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard,
                      std::shared_ptr<SerialQueue> clock, Logger log)
     : x_(std::move(x)), held_(held), keyboard_(keyboard), clock_(std::move(clock)), log_(std::move(log)) {}
 

@@ -20,7 +20,7 @@ namespace tevanto {
 /// it is needed. It never waits: it says how long the rest has to. Main queue.
 class XTestText {
  public:
-  XTestText(std::shared_ptr<XConnection> x, HeldInput& held, XKeyboard& keyboard,
+  XTestText(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard,
             std::shared_ptr<SerialQueue> clock, Logger log);
   XTestText(const XTestText&) = delete;
   XTestText& operator=(const XTestText&) = delete;
@@ -61,7 +61,7 @@ class XTestText {
   void send(const std::vector<Stroke>& strokes) const;
   void setLocks(std::uint8_t affected, std::uint8_t locked) const;
 
-  const std::shared_ptr<XConnection> x_;
+  const std::shared_ptr<XInputConnection> x_;
   HeldInput& held_;
   XKeyboard& keyboard_;
   const std::shared_ptr<SerialQueue> clock_;

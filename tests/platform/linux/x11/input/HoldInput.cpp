@@ -4,14 +4,14 @@
 
 #include <iostream>
 
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
 #include "tests/support/fakes/ManualQueue.h"
 
 int main() {
   using namespace tevanto;
   const auto queue = std::make_shared<test::ManualQueue>("main");
-  const auto link = std::make_shared<XServerLink>("", queue, Logger());
+  const auto link = std::make_shared<ReconnectingXServer>("", queue, Logger());
   const auto events = XTestInputEvents::open(
       link, queue, [] { return CommandModifier::control; }, Logger());
   events->postKey({0, KeyDirection::down, 0, u"漢"});

@@ -12,8 +12,8 @@
 
 #include "control/InputEvents.h"
 #include "control/KeyCodes.h"
-#include "platform/linux/x11/XConnection.h"
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
 #include "tests/support/desktop/RecordingXClient.h"
 #include "tests/support/desktop/XvfbServer.h"
@@ -134,7 +134,8 @@ class XTestStage final : public Stage {
   test::XvfbServer server_;
   test::RecordingXClient client_{server_.display()};
   std::shared_ptr<test::ManualQueue> queue_ = std::make_shared<test::ManualQueue>("main");
-  std::shared_ptr<XServerLink> link_ = std::make_shared<XServerLink>(server_.display(), queue_, Logger());
+  std::shared_ptr<ReconnectingXServer> link_ =
+      std::make_shared<ReconnectingXServer>(server_.display(), queue_, Logger());
   std::shared_ptr<XTestInputEvents> events_ = XTestInputEvents::open(
       link_, queue_, [] { return CommandModifier::control; }, Logger());
   std::vector<std::string> seen_;

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/x11/XConnection.h"
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
+#include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
 #include "platform/linux/x11/input/XTestPermission.h"
 #include "tests/support/desktop/RecordingXClient.h"
@@ -70,7 +70,8 @@ class InputOnXvfb : public ::testing::Test {
   std::unique_ptr<RecordingXClient> client = std::make_unique<RecordingXClient>(server.display());
   std::shared_ptr<ManualQueue> queue = std::make_shared<ManualQueue>("main");
   CommandModifier command = CommandModifier::control;
-  std::shared_ptr<XServerLink> link = std::make_shared<XServerLink>(server.display(), queue, Logger());
+  std::shared_ptr<ReconnectingXServer> link =
+      std::make_shared<ReconnectingXServer>(server.display(), queue, Logger());
   std::shared_ptr<XTestInputEvents> events = open();
 };
 

@@ -79,14 +79,14 @@ class XServerComesAndGoesTest : public ::testing::Test {
            client.waitUntil([](const auto& got) { return got.size() == 2; });
   }
   void open(const std::string& display) {
-    link = std::make_shared<XServerLink>(display, queue, Logger());
+    link = std::make_shared<ReconnectingXServer>(display, queue, Logger());
     permission = std::make_unique<XTestPermission>(link);
     events = XTestInputEvents::open(
         link, queue, [] { return CommandModifier::control; }, Logger());
   }
 
   std::shared_ptr<test::ManualQueue> queue = std::make_shared<test::ManualQueue>("main");
-  std::shared_ptr<XServerLink> link;
+  std::shared_ptr<ReconnectingXServer> link;
   std::unique_ptr<XTestPermission> permission;
   std::shared_ptr<XTestInputEvents> events;
 };
@@ -102,7 +102,7 @@ TEST_F(XServerComesAndGoesTest, startsWithoutAServerAndFindsItWhenItComes) {
   events->warpPointer({10, 10});
   server.restart();
   EXPECT_FALSE(permission->isTrusted());  // not asked again so soon
-  queue->advance(XServerLink::kRetryAfter);
+  queue->advance(ReconnectingXServer::kRetryAfter);
   EXPECT_TRUE(permission->isTrusted());
   test::RecordingXClient client(server.display());
   EXPECT_TRUE(clickWorks(client));
@@ -138,7 +138,7 @@ TEST_F(XServerComesAndGoesTest, survivesTheServersEndInTheMiddleOfEverything) {
     EXPECT_FALSE(permission->isTrusted());
     queue->advance(std::chrono::minutes(1));
     server.restart();
-    queue->advance(XServerLink::kRetryAfter);
+    queue->advance(ReconnectingXServer::kRetryAfter);
     ASSERT_TRUE(permission->isTrusted());
     test::RecordingXClient client(server.display());
     EXPECT_TRUE(clickWorks(client));
@@ -151,7 +151,7 @@ TEST_F(XServerComesAndGoesTest, aServerThatIsReplacedBetweenTwoEventsLosesNone) 
   open(server.display());
   ASSERT_TRUE(permission->isTrusted());
   server.restart();
-  queue->advance(XServerLink::kRetryAfter);
+  queue->advance(ReconnectingXServer::kRetryAfter);
   test::RecordingXClient client(server.display());
   ASSERT_TRUE(permission->isTrusted());
   EXPECT_TRUE(clickWorks(client));

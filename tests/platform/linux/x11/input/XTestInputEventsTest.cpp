@@ -179,7 +179,7 @@ TEST_F(XTestKeyTest, theFlagsOfArrowAndFunctionKeysPressNothing) {
 
 TEST_F(XTestKeyTest, leavesAModifierToTheUserWhoHoldsItAlready) {
   auto user = XTestInputEvents::open(
-      std::make_shared<XServerLink>(server.display(), queue, Logger()), queue,
+      std::make_shared<ReconnectingXServer>(server.display(), queue, Logger()), queue,
       [] { return CommandModifier::control; }, Logger());
   user->postKey({62, KeyDirection::down});  // the right-hand Control key
   ASSERT_TRUE(client->waitUntil([](const auto& seen) { return seen.size() == 1; }));

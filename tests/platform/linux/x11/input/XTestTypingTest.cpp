@@ -33,7 +33,7 @@ class TypingTest : public ::testing::Test {
 
   void start() {
     queue->sync([this] {
-      link = std::make_shared<XServerLink>(server.display(), queue, Logger());
+      link = std::make_shared<ReconnectingXServer>(server.display(), queue, Logger());
       events = XTestInputEvents::open(
           link, queue, [] { return CommandModifier::control; }, Logger());
     });
@@ -82,7 +82,7 @@ class TypingTest : public ::testing::Test {
   XvfbServer server;
   std::shared_ptr<EventLoop> loop = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue = loop->makeQueue("main");
-  std::shared_ptr<XServerLink> link;
+  std::shared_ptr<ReconnectingXServer> link;
   std::shared_ptr<XTestInputEvents> events;
 };
 

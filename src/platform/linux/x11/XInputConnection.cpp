@@ -1,4 +1,4 @@
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 
 #include <poll.h>
 #include <xcb/xtest.h>
@@ -14,24 +14,24 @@ constexpr std::uint8_t kSentBit = 0x80;
 
 }  // namespace
 
-Result<std::shared_ptr<XConnection>> XConnection::connect(const std::string& displayName) {
+Result<std::shared_ptr<XInputConnection>> XInputConnection::connect(const std::string& displayName) {
   const auto server = XcbServer::connect(displayName);
   if (!server) return Failure{server.error()};
   const auto& [connection, root, number] = server.value();
-  std::shared_ptr<XConnection> result(new XConnection(connection, *root));
+  std::shared_ptr<XInputConnection> result(new XInputConnection(connection, *root));
   if (auto usable = result->useExtensions(); !usable) return Failure{usable.error()};
   return result;
 }
 
-XConnection::XConnection(xcb_connection_t* connection, const xcb_screen_t& screen)
+XInputConnection::XInputConnection(xcb_connection_t* connection, const xcb_screen_t& screen)
     : connection_(connection),
       root_(screen.root),
       width_(screen.width_in_pixels),
       height_(screen.height_in_pixels) {}
 
-XConnection::~XConnection() { xcb_disconnect(connection_); }
+XInputConnection::~XInputConnection() { xcb_disconnect(connection_); }
 
-Result<void> XConnection::useExtensions() {
+Result<void> XInputConnection::useExtensions() {
   const auto* xtest = xcb_get_extension_data(connection_, &xcb_test_id);
   if (!xtest || !xtest->present) return Failure{"The X server does not have the XTEST extension."};
   const auto* xkb = xcb_get_extension_data(connection_, &xcb_xkb_id);
@@ -50,33 +50,33 @@ Result<void> XConnection::useExtensions() {
   return {};
 }
 
-bool XConnection::alive() const {
+bool XInputConnection::alive() const {
   if (broken()) return false;
   pollfd socket{xcb_get_file_descriptor(connection_), POLLRDHUP, 0};
   return ::poll(&socket, 1, 0) == 0 || !(socket.revents & (POLLHUP | POLLERR | POLLRDHUP | POLLNVAL));
 }
 
-xcb_atom_t XConnection::atom(std::string_view name) const { return atomNamed(name, connection_); }
+xcb_atom_t XInputConnection::atom(std::string_view name) const { return atomNamed(name, connection_); }
 
-void XConnection::fakeKey(std::uint8_t keycode, bool down) const {
+void XInputConnection::fakeKey(std::uint8_t keycode, bool down) const {
   xcb_test_fake_input(connection_, down ? XCB_KEY_PRESS : XCB_KEY_RELEASE, keycode, XCB_CURRENT_TIME,
                       XCB_NONE, 0, 0, 0);
 }
 
-void XConnection::fakeButton(std::uint8_t button, bool down) const {
+void XInputConnection::fakeButton(std::uint8_t button, bool down) const {
   xcb_test_fake_input(connection_, down ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, button, XCB_CURRENT_TIME,
                       XCB_NONE, 0, 0, 0);
 }
 
-void XConnection::fakeRelativeMotion(std::int16_t dx, std::int16_t dy) const {
+void XInputConnection::fakeRelativeMotion(std::int16_t dx, std::int16_t dy) const {
   xcb_test_fake_input(connection_, XCB_MOTION_NOTIFY, kRelative, XCB_CURRENT_TIME, XCB_NONE, dx, dy, 0);
 }
 
-void XConnection::readEvents() {
+void XInputConnection::readEvents() {
   while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) note(*event);
 }
 
-void XConnection::note(const xcb_generic_event_t& event) {
+void XInputConnection::note(const xcb_generic_event_t& event) {
   const auto type = static_cast<std::uint8_t>(event.response_type & ~kSentBit);
   if (type == XCB_CONFIGURE_NOTIFY) {
     const auto& configured = reinterpret_cast<const xcb_configure_notify_event_t&>(event);

@@ -1,18 +1,19 @@
-#include "platform/linux/x11/XServerLink.h"
+#include "platform/linux/x11/ReconnectingXServer.h"
 
 #include <utility>
 
-#include "platform/linux/x11/XConnection.h"
+#include "platform/linux/x11/XInputConnection.h"
 
 namespace tevanto {
 
-XServerLink::XServerLink(std::string displayName, std::shared_ptr<SerialQueue> clock, Logger log)
+ReconnectingXServer::ReconnectingXServer(std::string displayName, std::shared_ptr<SerialQueue> clock,
+                                         Logger log)
     : displayName_(std::move(displayName)), clock_(std::move(clock)), log_(std::move(log)) {}
 
-XServerLink::~XServerLink() = default;
+ReconnectingXServer::~ReconnectingXServer() = default;
 
-std::shared_ptr<XConnection> XServerLink::connection() {
-  std::shared_ptr<XConnection> lost;  // closed outside the lock
+std::shared_ptr<XInputConnection> ReconnectingXServer::connection() {
+  std::shared_ptr<XInputConnection> lost;  // closed outside the lock
   {
     const std::lock_guard lock(mutex_);
     if (stillAlive()) return connection_;
@@ -24,7 +25,7 @@ std::shared_ptr<XConnection> XServerLink::connection() {
   return attempt();
 }
 
-bool XServerLink::stillAlive() {
+bool ReconnectingXServer::stillAlive() {
   if (!connection_ || connection_->broken()) return false;
   const auto now = clock_->now();
   if (now < aliveUntil_) return true;
@@ -33,7 +34,7 @@ bool XServerLink::stillAlive() {
   return true;
 }
 
-bool XServerLink::beginAttempt() {
+bool ReconnectingXServer::beginAttempt() {
   const auto now = clock_->now();
   if (connecting_ || now < nextAttempt_) return false;
   nextAttempt_ = now + kRetryAfter;
@@ -41,10 +42,10 @@ bool XServerLink::beginAttempt() {
   return true;
 }
 
-std::shared_ptr<XConnection> XServerLink::attempt() {
-  auto made = XConnection::connect(displayName_);
+std::shared_ptr<XInputConnection> ReconnectingXServer::attempt() {
+  auto made = XInputConnection::connect(displayName_);
   bool report = false;
-  std::shared_ptr<XConnection> result;
+  std::shared_ptr<XInputConnection> result;
   {
     const std::lock_guard lock(mutex_);
     connecting_ = false;
@@ -65,7 +66,7 @@ std::shared_ptr<XConnection> XServerLink::attempt() {
   return result;
 }
 
-void XServerLink::retryNow() {
+void ReconnectingXServer::retryNow() {
   const std::lock_guard lock(mutex_);
   nextAttempt_ = SerialQueue::TimePoint::min();
 }

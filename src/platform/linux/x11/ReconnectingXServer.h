@@ -12,18 +12,18 @@
 
 namespace tevanto {
 
-class XConnection;
+class XInputConnection;
 
 /// The way to an X server that may not be there yet, may go, and may come back: it connects when asked, at
 /// most once a second. Any thread.
-class XServerLink {
+class ReconnectingXServer {
  public:
   /// An empty `displayName` means what DISPLAY says when the connection is made. `clock` only tells the time.
-  XServerLink(std::string displayName, std::shared_ptr<SerialQueue> clock, Logger log);
-  ~XServerLink();
+  ReconnectingXServer(std::string displayName, std::shared_ptr<SerialQueue> clock, Logger log);
+  ~ReconnectingXServer();
 
   /// The connection, when a server is there; made now if the last attempt is long enough ago.
-  std::shared_ptr<XConnection> connection();
+  std::shared_ptr<XInputConnection> connection();
   /// Counts connections; a number that changed means that `connection` gives another one.
   std::uint64_t generation() const { return generation_.load(std::memory_order_acquire); }
   /// Makes the next call of `connection` try at once.
@@ -37,14 +37,14 @@ class XServerLink {
  private:
   bool stillAlive();
   bool beginAttempt();
-  std::shared_ptr<XConnection> attempt();
+  std::shared_ptr<XInputConnection> attempt();
 
   const std::string displayName_;
   const std::shared_ptr<SerialQueue> clock_;
   const Logger log_;
   std::atomic<std::uint64_t> generation_{0};
   std::mutex mutex_;
-  std::shared_ptr<XConnection> connection_;
+  std::shared_ptr<XInputConnection> connection_;
   bool connecting_ = false;
   bool reported_ = false;
   SerialQueue::TimePoint aliveUntil_ = SerialQueue::TimePoint::min();

@@ -34,13 +34,13 @@ struct PointerPosition {
 
 /// One connection to an X server, and what capturing wants to know of its screen. One queue, besides
 /// `interrupt`; internal to the adapters of capture.
-class XScreen {
+class XCaptureConnection {
  public:
   /// Blocks for a few round trips. An empty name means what DISPLAY says.
-  static Result<std::shared_ptr<XScreen>> connect(const std::string& displayName);
-  ~XScreen();
-  XScreen(const XScreen&) = delete;
-  XScreen& operator=(const XScreen&) = delete;
+  static Result<std::shared_ptr<XCaptureConnection>> connect(const std::string& displayName);
+  ~XCaptureConnection();
+  XCaptureConnection(const XCaptureConnection&) = delete;
+  XCaptureConnection& operator=(const XCaptureConnection&) = delete;
 
   xcb_connection_t* xcb() const { return connection_; }
   xcb_window_t root() const { return root_; }
@@ -74,7 +74,7 @@ class XScreen {
   std::optional<Activity> takeActivity();
 
  private:
-  XScreen(xcb_connection_t* connection, const xcb_screen_t& screen);
+  XCaptureConnection(xcb_connection_t* connection, const xcb_screen_t& screen);
   Result<void> useExtensions();
   void watchPointer(bool watched);
   void note(const xcb_generic_event_t& event, Changes& changes);

@@ -16,13 +16,13 @@ namespace tevanto {
 
 /// One connection to an X server that has the XTEST and XKB extensions, for as long as that server lives.
 /// Internal to the adapters of input. Main queue, besides `alive`.
-class XConnection {
+class XInputConnection {
  public:
   /// Blocks for a few round trips.
-  static Result<std::shared_ptr<XConnection>> connect(const std::string& displayName);
-  ~XConnection();
-  XConnection(const XConnection&) = delete;
-  XConnection& operator=(const XConnection&) = delete;
+  static Result<std::shared_ptr<XInputConnection>> connect(const std::string& displayName);
+  ~XInputConnection();
+  XInputConnection(const XInputConnection&) = delete;
+  XInputConnection& operator=(const XInputConnection&) = delete;
 
   /// Whether the server still listens; one system call, no round trip. Any thread.
   bool alive() const;
@@ -53,7 +53,7 @@ class XConnection {
   int screenHeight() const { return height_; }
 
  private:
-  XConnection(xcb_connection_t* connection, const xcb_screen_t& screen);
+  XInputConnection(xcb_connection_t* connection, const xcb_screen_t& screen);
   Result<void> useExtensions();
   void note(const xcb_generic_event_t& event);
 

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/capture/XScreen.h"
+#include "platform/linux/x11/capture/XCaptureConnection.h"
 
 #include <sys/socket.h>
 #include <xcb/randr.h>
@@ -30,11 +30,11 @@ bool hasUsablePixels(const xcb_setup_t& setup, const xcb_screen_t& screen) {
 
 }  // namespace
 
-Result<std::shared_ptr<XScreen>> XScreen::connect(const std::string& displayName) {
+Result<std::shared_ptr<XCaptureConnection>> XCaptureConnection::connect(const std::string& displayName) {
   const auto server = XcbServer::connect(displayName);
   if (!server) return Failure{server.error()};
   const auto& [connection, root, number] = server.value();
-  std::shared_ptr<XScreen> screen(new XScreen(connection, *root));
+  std::shared_ptr<XCaptureConnection> screen(new XCaptureConnection(connection, *root));
   if (!hasUsablePixels(*xcb_get_setup(connection), *root)) {
     return Failure{"The screen's pixels are not 32 bits of red, green and blue."};
   }
@@ -42,16 +42,16 @@ Result<std::shared_ptr<XScreen>> XScreen::connect(const std::string& displayName
   return screen;
 }
 
-XScreen::XScreen(xcb_connection_t* connection, const xcb_screen_t& screen)
+XCaptureConnection::XCaptureConnection(xcb_connection_t* connection, const xcb_screen_t& screen)
     : connection_(connection),
       root_(screen.root),
       whole_{0, 0, screen.width_in_pixels, screen.height_in_pixels} {}
 
-XScreen::~XScreen() { xcb_disconnect(connection_); }
+XCaptureConnection::~XCaptureConnection() { xcb_disconnect(connection_); }
 
-void XScreen::interrupt() const { ::shutdown(xcb_get_file_descriptor(connection_), SHUT_RDWR); }
+void XCaptureConnection::interrupt() const { ::shutdown(xcb_get_file_descriptor(connection_), SHUT_RDWR); }
 
-Result<void> XScreen::useExtensions() {
+Result<void> XCaptureConnection::useExtensions() {
   for (auto* extension : {&xcb_damage_id, &xcb_xfixes_id, &xcb_randr_id, &xcb_input_id}) {
     xcb_prefetch_extension_data(connection_, extension);
   }
@@ -87,7 +87,7 @@ Result<void> XScreen::useExtensions() {
   return {};
 }
 
-std::vector<XMonitor> XScreen::monitors() const {
+std::vector<XMonitor> XCaptureConnection::monitors() const {
   if (!hasMonitors_) return {{{1, whole_.width, whole_.height, true}, whole_}};
   const auto cookie = xcb_randr_get_monitors(connection_, root_, 1);
   const XcbOwned<xcb_randr_get_monitors_reply_t> reply(
@@ -107,7 +107,7 @@ std::vector<XMonitor> XScreen::monitors() const {
   return all;
 }
 
-Result<void> XScreen::subscribe() {
+Result<void> XCaptureConnection::subscribe() {
   const std::uint32_t rootEvents = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(connection_, root_, XCB_CW_EVENT_MASK, &rootEvents);
   if (hasMonitors_) {
@@ -130,7 +130,7 @@ Result<void> XScreen::subscribe() {
 
 // Raw motion is reported for every step of the mouse, a thousand times a second with some: once it has been
 // seen there is nothing more to learn from it until the next picture.
-void XScreen::watchPointer(bool watched) {
+void XCaptureConnection::watchPointer(bool watched) {
   if (inputOpcode_ == 0 || watchesPointer_ == watched) return;
   watchesPointer_ = watched;
   const struct {
@@ -141,7 +141,7 @@ void XScreen::watchPointer(bool watched) {
   xcb_input_xi_select_events(connection_, root_, 1, &request.header);
 }
 
-XScreen::Changes XScreen::readEvents() {
+XCaptureConnection::Changes XCaptureConnection::readEvents() {
   Changes changes;
   while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) note(*event, changes);
   if (changes.pointerMoved) watchPointer(false);
@@ -149,7 +149,7 @@ XScreen::Changes XScreen::readEvents() {
   return changes;
 }
 
-void XScreen::note(const xcb_generic_event_t& event, Changes& changes) {
+void XCaptureConnection::note(const xcb_generic_event_t& event, Changes& changes) {
   const auto type = static_cast<std::uint8_t>(event.response_type & ~kSentBit);
   if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
     changes.picture = true;
@@ -171,7 +171,7 @@ void XScreen::note(const xcb_generic_event_t& event, Changes& changes) {
   }
 }
 
-std::optional<XScreen::Activity> XScreen::takeActivity() {
+std::optional<XCaptureConnection::Activity> XCaptureConnection::takeActivity() {
   // Before the pointer is asked for, so that no step of it falls between.
   watchPointer(true);
   xcb_damage_subtract(connection_, damage_, XCB_NONE, drawn_);
