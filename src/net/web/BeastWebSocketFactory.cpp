@@ -4,7 +4,7 @@
 #include <cassert>
 #include <utility>
 
-#include "net/web/BeastWebSocketLink.h"
+#include "net/web/BeastWebSocketCore.h"
 
 namespace tevanto {
 namespace {
@@ -29,7 +29,7 @@ class BeastWebSocketConnection final : public WebSocketConnection {
     queue_ = std::move(queue);
     loop_->ensureThreads();
     const auto& strand = EventLoopQueue::from(*queue_).strand();
-    link_ = std::make_shared<BeastWebSocketLink>(strand, tls_, limits_, std::move(handlers));
+    link_ = std::make_shared<BeastWebSocketCore>(strand, tls_, limits_, std::move(handlers));
     boost::asio::post(strand, [link = link_, url = url_] { link->begin(url); });
   }
 
@@ -51,7 +51,7 @@ class BeastWebSocketConnection final : public WebSocketConnection {
   const WebSocketLimits limits_;
   const std::string url_;
   std::shared_ptr<SerialQueue> queue_;  // once started
-  std::shared_ptr<BeastWebSocketLink> link_;
+  std::shared_ptr<BeastWebSocketCore> link_;
 };
 
 }  // namespace

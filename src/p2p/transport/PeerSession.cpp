@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "p2p/channels/DataChannelLink.h"
+#include "p2p/channels/DataChannelListener.h"
 #include "p2p/channels/DataChannelMessaging.h"
 
 namespace tevanto {
@@ -122,23 +122,23 @@ void PeerSession::peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) {
     return;
   }
   // Listened to at once, or what follows the opening closely would be missed.
-  onQueue([](PeerSession& self, const std::shared_ptr<DataChannelLink>& link) { self.adopt(link); })(
+  onQueue([](PeerSession& self, const std::shared_ptr<DataChannelListener>& link) { self.adopt(link); })(
       attach(std::move(channel), kind));
 }
 
-std::shared_ptr<DataChannelLink> PeerSession::attach(std::shared_ptr<DataChannel> channel,
-                                                     DataChannelKind kind) {
-  auto onState = [weak = weak_from_this()](DataChannelLink& changed, DataChannelState state) {
+std::shared_ptr<DataChannelListener> PeerSession::attach(std::shared_ptr<DataChannel> channel,
+                                                         DataChannelKind kind) {
+  auto onState = [weak = weak_from_this()](DataChannelListener& changed, DataChannelState state) {
     const auto self = weak.lock();
     if (!self) return;
-    self->onQueue([](PeerSession& session, const std::shared_ptr<DataChannelLink>& link,
+    self->onQueue([](PeerSession& session, const std::shared_ptr<DataChannelListener>& link,
                      DataChannelState entered) { session.channelEnters(*link, entered); })(
         changed.shared_from_this(), state);
   };
-  return DataChannelLink::attach(std::move(channel), kind, environment_.messaging, std::move(onState));
+  return DataChannelListener::attach(std::move(channel), kind, environment_.messaging, std::move(onState));
 }
 
-void PeerSession::adopt(const std::shared_ptr<DataChannelLink>& newest) {
+void PeerSession::adopt(const std::shared_ptr<DataChannelListener>& newest) {
   auto& current = link(newest->kind());
   if (current) current->detach();
   current = newest;
@@ -151,7 +151,7 @@ void PeerSession::reject(const std::shared_ptr<DataChannel>& channel) {
   channel->close();
 }
 
-void PeerSession::channelEnters(DataChannelLink& changed, DataChannelState state) {
+void PeerSession::channelEnters(DataChannelListener& changed, DataChannelState state) {
   const auto kind = changed.kind();
   if (link(kind).get() != &changed || !changed.enters(state)) return;
   if (state == DataChannelState::open) {
@@ -162,7 +162,7 @@ void PeerSession::channelEnters(DataChannelLink& changed, DataChannelState state
   }
 }
 
-void PeerSession::admit(DataChannelLink& opened) {
+void PeerSession::admit(DataChannelListener& opened) {
   if (opened.kind() != DataChannelKind::motion) opened.admit();
   if (opened.kind() == DataChannelKind::control) controlHasOpened_ = true;
   const auto motion = link(DataChannelKind::motion);

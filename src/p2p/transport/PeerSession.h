@@ -13,7 +13,7 @@
 
 namespace tevanto {
 
-class DataChannelLink;
+class DataChannelListener;
 class DataChannelMessaging;
 
 /// One peer connection with its channels and candidates, from its making to its close. It turns what the
@@ -76,15 +76,15 @@ class PeerSession final : public PeerConnectionObserver, public std::enable_shar
   void peerDidGenerateCandidate(const IceCandidate& candidate) override;
   void peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) override;
 
-  std::shared_ptr<DataChannelLink> attach(std::shared_ptr<DataChannel> channel, DataChannelKind kind);
-  void adopt(const std::shared_ptr<DataChannelLink>& link);
+  std::shared_ptr<DataChannelListener> attach(std::shared_ptr<DataChannel> channel, DataChannelKind kind);
+  void adopt(const std::shared_ptr<DataChannelListener>& link);
   void reject(const std::shared_ptr<DataChannel>& channel);
-  void channelEnters(DataChannelLink& link, DataChannelState state);
+  void channelEnters(DataChannelListener& link, DataChannelState state);
   /// Motion waits for the control channel as well: its answers go there, and nobody knows of the phone
   /// before.
-  void admit(DataChannelLink& opened);
+  void admit(DataChannelListener& opened);
   void publish(DataChannelKind kind, std::shared_ptr<DataChannel> channel);
-  std::shared_ptr<DataChannelLink>& link(DataChannelKind kind) {
+  std::shared_ptr<DataChannelListener>& link(DataChannelKind kind) {
     return links_[static_cast<std::size_t>(kind)];
   }
   void setLocalDescription(const SessionDescription& description, const DescriptionHandler& done);
@@ -101,7 +101,7 @@ class PeerSession final : public PeerConnectionObserver, public std::enable_shar
   bool controlHasOpened_ = false;
   std::vector<IceCandidate> pendingCandidates_;
   std::vector<IceCandidate> localCandidates_;
-  std::array<std::shared_ptr<DataChannelLink>, 3> links_;  // by kind
+  std::array<std::shared_ptr<DataChannelListener>, 3> links_;  // by kind
 };
 
 }  // namespace tevanto

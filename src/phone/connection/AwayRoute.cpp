@@ -2,9 +2,9 @@
 
 namespace tevanto::phone {
 
-Answer<std::shared_ptr<AwayLink>> AwayRoute::link(const GivesUp& givesUp) {
+Answer<std::shared_ptr<AwayChannel>> AwayRoute::link(const GivesUp& givesUp) {
   if (auto link = link_.lock(); link && link->isReady()) return link;
-  auto dialed = AwayLink::dial(environment_, room_, timeout_, givesUp);
+  auto dialed = AwayChannel::dial(environment_, room_, timeout_, givesUp);
   if (dialed) link_ = *dialed;
   return dialed;
 }

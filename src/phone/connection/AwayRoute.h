@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "phone/connection/AwayLink.h"
+#include "phone/connection/AwayChannel.h"
 #include "phone/connection/Route.h"
 
 namespace tevanto::phone {
@@ -13,7 +13,7 @@ namespace tevanto::phone {
 /// Between two peers that meet in a room, from any network. Lines and screen share one link.
 class AwayRoute final : public Route {
  public:
-  AwayRoute(AwayLink::Environment environment, std::string room, std::chrono::milliseconds timeout)
+  AwayRoute(AwayChannel::Environment environment, std::string room, std::chrono::milliseconds timeout)
       : environment_(std::move(environment)), room_(std::move(room)), timeout_(timeout) {}
 
   /// The room is named by the companion's device identifier.
@@ -28,12 +28,12 @@ class AwayRoute final : public Route {
   std::string route() const override;
 
  private:
-  Answer<std::shared_ptr<AwayLink>> link(const GivesUp& givesUp);
+  Answer<std::shared_ptr<AwayChannel>> link(const GivesUp& givesUp);
 
-  const AwayLink::Environment environment_;
+  const AwayChannel::Environment environment_;
   const std::string room_;
   const std::chrono::milliseconds timeout_;
-  std::weak_ptr<AwayLink> link_;
+  std::weak_ptr<AwayChannel> link_;
 };
 
 }  // namespace tevanto::phone

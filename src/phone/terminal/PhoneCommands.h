@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "phone/connection/Answer.h"
-#include "phone/connection/AwayLink.h"
+#include "phone/connection/AwayChannel.h"
 #include "phone/connection/CompanionFinder.h"
 #include "phone/connection/PairedCompanions.h"
 #include "phone/connection/PhoneSession.h"
@@ -32,7 +32,7 @@ struct PhoneEnvironment {
   std::function<Result<std::shared_ptr<MirrorMedia>>()> media = {};
   /// What the road to companions far away stands on; made only when one is called, and outlives the
   /// commands. Empty in a build without.
-  std::function<Result<AwayLink::Environment>(bool verbose)> away = {};
+  std::function<Result<AwayChannel::Environment>(bool verbose)> away = {};
 };
 
 /// The subcommands of `tevanto-phone`. Each finds the companion, talks to it, prints what it said, and

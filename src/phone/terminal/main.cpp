@@ -21,7 +21,7 @@ namespace {
 
 using tevanto::Failure;
 using tevanto::Result;
-using tevanto::phone::AwayLink;
+using tevanto::phone::AwayChannel;
 using tevanto::phone::AwayTransport;
 using tevanto::phone::MirrorMedia;
 
@@ -47,7 +47,7 @@ class Away {
   /// When all its links are gone, and so that the companion hears of that.
   void end() { peers_->release(); }
 
-  Result<AwayLink::Environment> environment() {
+  Result<AwayChannel::Environment> environment() {
     if (!tevanto::DeployedTransports::canMeet(transports_.settings())) {
       return Failure{
           "No relay is known at which to meet the companion. Name the one that it waits at: "
@@ -56,7 +56,7 @@ class Away {
     // The call waits for it, and it would wait for whatever else is loaded at that moment.
     const auto loaded = peers_->load();
     if (!loaded.ok()) return Failure{loaded.error()};
-    return AwayLink::Environment{
+    return AwayChannel::Environment{
         mainQueue_, [this](const std::string& room) {
           auto made = transports_.factory().makeOfferer(room);
           const std::weak_ptr<tevanto::WebRTCTransport> weak = made.transport;

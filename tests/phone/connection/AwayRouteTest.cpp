@@ -58,7 +58,7 @@ class AwayRouteTest : public testing::Test {
 
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
-  AwayLink::Patience patience_;
+  AwayChannel::Patience patience_;
   std::optional<bool> isRelayed_;
   bool goesByRecords_ = false;
   std::vector<std::shared_ptr<FakeMessages>> messages_;

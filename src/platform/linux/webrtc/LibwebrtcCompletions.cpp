@@ -21,7 +21,7 @@ Result<void> resultOf(const webrtc::RTCError& error) {
 
 class DescriptionCompletion : public webrtc::CreateSessionDescriptionObserver {
  public:
-  DescriptionCompletion(std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DescriptionHandler done)
+  DescriptionCompletion(std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DescriptionHandler done)
       : link_(std::move(link)), done_(std::move(done)) {}
 
   void OnSuccess(webrtc::SessionDescriptionInterface* made) override {
@@ -40,67 +40,67 @@ class DescriptionCompletion : public webrtc::CreateSessionDescriptionObserver {
   }
 
  private:
-  const std::shared_ptr<LibwebrtcPeerLink> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> link_;
   const PeerConnection::DescriptionHandler done_;
 };
 
 class LocalCompletion : public webrtc::SetLocalDescriptionObserverInterface {
  public:
-  LocalCompletion(std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done)
+  LocalCompletion(std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done)
       : link_(std::move(link)), done_(std::move(done)) {}
   void OnSetLocalDescriptionComplete(webrtc::RTCError error) override {
     link_->report([&] { done_(resultOf(error)); });
   }
 
  private:
-  const std::shared_ptr<LibwebrtcPeerLink> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> link_;
   const PeerConnection::DoneHandler done_;
 };
 
 class RemoteCompletion : public webrtc::SetRemoteDescriptionObserverInterface {
  public:
-  RemoteCompletion(std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done)
+  RemoteCompletion(std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done)
       : link_(std::move(link)), done_(std::move(done)) {}
   void OnSetRemoteDescriptionComplete(webrtc::RTCError error) override {
     link_->report([&] { done_(resultOf(error)); });
   }
 
  private:
-  const std::shared_ptr<LibwebrtcPeerLink> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> link_;
   const PeerConnection::DoneHandler done_;
 };
 
 class StatisticsCompletion : public webrtc::RTCStatsCollectorCallback {
  public:
-  StatisticsCompletion(std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::StatisticsHandler done)
+  StatisticsCompletion(std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::StatisticsHandler done)
       : link_(std::move(link)), done_(std::move(done)) {}
   void OnStatsDelivered(const rtc::scoped_refptr<const webrtc::RTCStatsReport>& report) override {
     link_->report([&] { done_(routeReportOf(*report)); });
   }
 
  private:
-  const std::shared_ptr<LibwebrtcPeerLink> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> link_;
   const PeerConnection::StatisticsHandler done_;
 };
 
 }  // namespace
 
 rtc::scoped_refptr<webrtc::CreateSessionDescriptionObserver> completionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DescriptionHandler done) {
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DescriptionHandler done) {
   return rtc::make_ref_counted<DescriptionCompletion>(std::move(link), std::move(done));
 }
 
 rtc::scoped_refptr<webrtc::SetLocalDescriptionObserverInterface> localCompletionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done) {
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done) {
   return rtc::make_ref_counted<LocalCompletion>(std::move(link), std::move(done));
 }
 
 rtc::scoped_refptr<webrtc::SetRemoteDescriptionObserverInterface> remoteCompletionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done) {
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done) {
   return rtc::make_ref_counted<RemoteCompletion>(std::move(link), std::move(done));
 }
 
-rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerLink> link,
+rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerCore> link,
                                                                    PeerConnection::StatisticsHandler done) {
   return rtc::make_ref_counted<StatisticsCompletion>(std::move(link), std::move(done));
 }

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "p2p/peer/PeerConnection.h"
-#include "platform/linux/webrtc/LibwebrtcPeerLink.h"
+#include "platform/linux/webrtc/LibwebrtcPeerCore.h"
 
 namespace tevanto {
 
@@ -17,12 +17,12 @@ namespace tevanto {
 // nothing any more once the peer is closed; that also drops the closure with the engine's last reference.
 
 rtc::scoped_refptr<webrtc::CreateSessionDescriptionObserver> completionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DescriptionHandler done);
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DescriptionHandler done);
 rtc::scoped_refptr<webrtc::SetLocalDescriptionObserverInterface> localCompletionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done);
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done);
 rtc::scoped_refptr<webrtc::SetRemoteDescriptionObserverInterface> remoteCompletionOf(
-    std::shared_ptr<LibwebrtcPeerLink> link, PeerConnection::DoneHandler done);
-rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerLink> link,
+    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done);
+rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerCore> link,
                                                                    PeerConnection::StatisticsHandler done);
 
 }  // namespace tevanto

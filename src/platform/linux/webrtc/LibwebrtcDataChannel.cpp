@@ -7,7 +7,7 @@ namespace tevanto {
 std::shared_ptr<LibwebrtcDataChannel> LibwebrtcDataChannel::adopt(
     std::shared_ptr<LibwebrtcEngine> engine, rtc::scoped_refptr<webrtc::DataChannelInterface> channel) {
   auto label = channel->label();
-  auto link = std::make_shared<LibwebrtcChannelLink>(std::move(channel));
+  auto link = std::make_shared<LibwebrtcChannelCore>(std::move(channel));
   std::shared_ptr<LibwebrtcDataChannel> adopted(
       new LibwebrtcDataChannel(std::move(engine), std::move(label), std::move(link)));
   adopted->link_->connect(adopted);
@@ -15,7 +15,7 @@ std::shared_ptr<LibwebrtcDataChannel> LibwebrtcDataChannel::adopt(
 }
 
 LibwebrtcDataChannel::LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engine, std::string label,
-                                           std::shared_ptr<LibwebrtcChannelLink> link)
+                                           std::shared_ptr<LibwebrtcChannelCore> link)
     : engine_(std::move(engine)), label_(std::move(label)), link_(std::move(link)) {}
 
 LibwebrtcDataChannel::~LibwebrtcDataChannel() {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "p2p/peer/PeerConnection.h"
-#include "platform/linux/webrtc/LibwebrtcChannelLink.h"
+#include "platform/linux/webrtc/LibwebrtcChannelCore.h"
 #include "platform/linux/webrtc/LibwebrtcEngine.h"
 
 namespace tevanto {
@@ -29,11 +29,11 @@ class LibwebrtcDataChannel final : public DataChannel {
 
  private:
   LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engine, std::string label,
-                       std::shared_ptr<LibwebrtcChannelLink> link);
+                       std::shared_ptr<LibwebrtcChannelCore> link);
 
   const std::shared_ptr<LibwebrtcEngine> engine_;
   const std::string label_;
-  const std::shared_ptr<LibwebrtcChannelLink> link_;
+  const std::shared_ptr<LibwebrtcChannelCore> link_;
 };
 
 }  // namespace tevanto

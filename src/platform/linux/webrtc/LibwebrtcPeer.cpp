@@ -46,14 +46,14 @@ std::unique_ptr<webrtc::SessionDescriptionInterface> parsed(const SessionDescrip
 std::shared_ptr<LibwebrtcPeer> LibwebrtcPeer::create(
     std::shared_ptr<LibwebrtcEngine> engine, const PeerConfiguration& configuration,
     std::weak_ptr<tevanto::PeerConnectionObserver> observer) {
-  auto link = std::make_shared<LibwebrtcPeerLink>(engine, std::move(observer));
+  auto link = std::make_shared<LibwebrtcPeerCore>(engine, std::move(observer));
   const auto opened =
       engine->signaling().call([&] { return link->open(engine->factory(), configurationOf(configuration)); });
   if (!opened) return nullptr;
   return std::shared_ptr<LibwebrtcPeer>(new LibwebrtcPeer(std::move(engine), std::move(link)));
 }
 
-LibwebrtcPeer::LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerLink> link)
+LibwebrtcPeer::LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> link)
     : engine_(std::move(engine)), link_(std::move(link)) {}
 
 LibwebrtcPeer::~LibwebrtcPeer() { close(); }

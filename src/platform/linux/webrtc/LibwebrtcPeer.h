@@ -5,7 +5,7 @@
 
 #include "p2p/peer/PeerConnection.h"
 #include "platform/linux/webrtc/LibwebrtcEngine.h"
-#include "platform/linux/webrtc/LibwebrtcPeerLink.h"
+#include "platform/linux/webrtc/LibwebrtcPeerCore.h"
 
 namespace tevanto {
 
@@ -31,12 +31,12 @@ class LibwebrtcPeer final : public PeerConnection {
   void close() override;
 
  private:
-  LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerLink> link);
+  LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> link);
   template <class F>
   void withConnection(F&& function);
 
   const std::shared_ptr<LibwebrtcEngine> engine_;
-  const std::shared_ptr<LibwebrtcPeerLink> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> link_;
 };
 
 }  // namespace tevanto

@@ -1,4 +1,4 @@
-#include "platform/linux/webrtc/LibwebrtcChannelLink.h"
+#include "platform/linux/webrtc/LibwebrtcChannelCore.h"
 
 #include <utility>
 
@@ -28,41 +28,41 @@ constexpr std::size_t kMaxEarlyBytes = 16 * 1024 * 1024;
 
 }  // namespace
 
-LibwebrtcChannelLink::LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel)
+LibwebrtcChannelCore::LibwebrtcChannelCore(rtc::scoped_refptr<webrtc::DataChannelInterface> channel)
     : channel_(std::move(channel)), state_(stateOf(channel_->state())) {}
 
-void LibwebrtcChannelLink::connect(std::weak_ptr<DataChannel> owner) {
+void LibwebrtcChannelCore::connect(std::weak_ptr<DataChannel> owner) {
   owner_ = std::move(owner);
   channel_->RegisterObserver(this);
   state_ = stateOf(channel_->state());
 }
 
-void LibwebrtcChannelLink::send(const rtc::CopyOnWriteBuffer& message) {
+void LibwebrtcChannelCore::send(const rtc::CopyOnWriteBuffer& message) {
   // The engine tells through OnBufferedAmountChange of what it sent.
   if (!channel_->Send({message, true})) buffered_ -= message.size();
 }
 
-void LibwebrtcChannelLink::close() { channel_->Close(); }
+void LibwebrtcChannelCore::close() { channel_->Close(); }
 
-void LibwebrtcChannelLink::disconnect() {
+void LibwebrtcChannelCore::disconnect() {
   channel_->UnregisterObserver();
   channel_->Close();
   early_.clear();
 }
 
-DataChannelState LibwebrtcChannelLink::state() const {
+DataChannelState LibwebrtcChannelCore::state() const {
   const auto state = state_.load();
   return closing_ && state < DataChannelState::closing ? DataChannelState::closing : state;
 }
 
-bool LibwebrtcChannelLink::reserve(std::size_t bytes) {
+bool LibwebrtcChannelCore::reserve(std::size_t bytes) {
   if (state() != DataChannelState::open) return false;
   if (buffered_.fetch_add(bytes) + bytes <= webrtc::DataChannelInterface::MaxSendQueueSize()) return true;
   buffered_ -= bytes;
   return false;
 }
 
-void LibwebrtcChannelLink::setObserver(std::weak_ptr<DataChannel::Observer> observer) {
+void LibwebrtcChannelCore::setObserver(std::weak_ptr<DataChannel::Observer> observer) {
   {
     const std::lock_guard lock(mutex_);
     observer_ = std::move(observer);
@@ -71,17 +71,17 @@ void LibwebrtcChannelLink::setObserver(std::weak_ptr<DataChannel::Observer> obse
   gate_.quiesce();
 }
 
-std::shared_ptr<DataChannel::Observer> LibwebrtcChannelLink::observer() const {
+std::shared_ptr<DataChannel::Observer> LibwebrtcChannelCore::observer() const {
   const std::lock_guard lock(mutex_);
   return observer_.lock();
 }
 
-bool LibwebrtcChannelLink::hasHadObserver() const {
+bool LibwebrtcChannelCore::hasHadObserver() const {
   const std::lock_guard lock(mutex_);
   return hasHadObserver_;
 }
 
-void LibwebrtcChannelLink::OnStateChange() {
+void LibwebrtcChannelCore::OnStateChange() {
   state_ = stateOf(channel_->state());
   const CallGate::Call call(gate_);
   const auto channel = owner_.lock();
@@ -89,23 +89,23 @@ void LibwebrtcChannelLink::OnStateChange() {
   if (channel && listener) listener->dataChannelDidChangeState(*channel);
 }
 
-void LibwebrtcChannelLink::OnMessage(const webrtc::DataBuffer& buffer) {
+void LibwebrtcChannelCore::OnMessage(const webrtc::DataBuffer& buffer) {
   if (!hasHadObserver() || !early_.empty()) return keepEarly(buffer.data);
   deliver(buffer.data);
 }
 
-void LibwebrtcChannelLink::deliverEarly() {
+void LibwebrtcChannelCore::deliverEarly() {
   for (const auto& message : std::exchange(early_, {})) deliver(message);
 }
 
-void LibwebrtcChannelLink::deliver(const rtc::CopyOnWriteBuffer& message) {
+void LibwebrtcChannelCore::deliver(const rtc::CopyOnWriteBuffer& message) {
   const CallGate::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();
   if (channel && listener) listener->dataChannelDidReceive(*channel, bytesOf(message));
 }
 
-void LibwebrtcChannelLink::keepEarly(const rtc::CopyOnWriteBuffer& message) {
+void LibwebrtcChannelCore::keepEarly(const rtc::CopyOnWriteBuffer& message) {
   earlyBytes_ += message.size();
   if (earlyBytes_ > kMaxEarlyBytes) return close();
   early_.push_back(message);

@@ -33,7 +33,7 @@ struct AwayTransport {
 /// ends with the last of them.
 ///
 ///     dial: transport -- failed, after a pause: the next one -- ... -- ready
-class AwayLink : public std::enable_shared_from_this<AwayLink> {
+class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
  public:
   /// How long after a failure the next attempt begins.
   static constexpr auto kPause = std::chrono::seconds(1);
@@ -57,12 +57,12 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   };
 
   /// Tries until the companion answers, the time is over or the user gives up.
-  static Answer<std::shared_ptr<AwayLink>> dial(const Environment& environment, const std::string& room,
-                                                std::chrono::milliseconds timeout,
-                                                const GivesUp& givesUp = {});
-  ~AwayLink();
-  AwayLink(const AwayLink&) = delete;
-  AwayLink& operator=(const AwayLink&) = delete;
+  static Answer<std::shared_ptr<AwayChannel>> dial(const Environment& environment, const std::string& room,
+                                                   std::chrono::milliseconds timeout,
+                                                   const GivesUp& givesUp = {});
+  ~AwayChannel();
+  AwayChannel(const AwayChannel&) = delete;
+  AwayChannel& operator=(const AwayChannel&) = delete;
 
   std::unique_ptr<LineChannel> lines();
   std::unique_ptr<ScreenChannel> screen();
@@ -74,7 +74,7 @@ class AwayLink : public std::enable_shared_from_this<AwayLink> {
   class Lines;
   class Screen;
 
-  AwayLink(Environment environment, const std::string& room)
+  AwayChannel(Environment environment, const std::string& room)
       : environment_(std::move(environment)), room_(room) {}
   /// What became of it by the deadline, or by the time that the user gave up.
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);

@@ -13,9 +13,9 @@
 namespace tevanto {
 
 /// The engine's end of a peer: lives on the signaling thread until the peer is closed there.
-class LibwebrtcPeerLink final : public webrtc::PeerConnectionObserver {
+class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
  public:
-  LibwebrtcPeerLink(std::weak_ptr<LibwebrtcEngine> engine,
+  LibwebrtcPeerCore(std::weak_ptr<LibwebrtcEngine> engine,
                     std::weak_ptr<tevanto::PeerConnectionObserver> observer);
 
   // On the signaling thread.

@@ -24,13 +24,13 @@ namespace tevanto {
 ///
 ///   opening --(answer)--> open --(cancel)--> closing --(close frames, 2 s)--> ended
 ///      any --(fault, close frame, cancel while opening)--> ended
-class BeastWebSocketLink : public std::enable_shared_from_this<BeastWebSocketLink> {
+class BeastWebSocketCore : public std::enable_shared_from_this<BeastWebSocketCore> {
  public:
   using Handlers = WebSocketConnection::Handlers;
   using SentHandler = WebSocketConnection::SentHandler;
   using PongHandler = WebSocketConnection::PongHandler;
 
-  BeastWebSocketLink(const EventLoopQueue::Strand& strand, std::shared_ptr<AsioTlsContext> tls,
+  BeastWebSocketCore(const EventLoopQueue::Strand& strand, std::shared_ptr<AsioTlsContext> tls,
                      const WebSocketLimits& limits, Handlers handlers);
 
   void begin(const std::string& text);

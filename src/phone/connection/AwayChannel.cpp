@@ -1,4 +1,4 @@
-#include "phone/connection/AwayLink.h"
+#include "phone/connection/AwayChannel.h"
 
 #include <algorithm>
 #include <span>
@@ -27,9 +27,9 @@ Inbox::Message bytesOf(std::string_view text) {
 }  // namespace
 
 /// The control messages as the lines that they are at home.
-class AwayLink::Lines final : public LineChannel {
+class AwayChannel::Lines final : public LineChannel {
  public:
-  explicit Lines(std::shared_ptr<AwayLink> link) : link_(std::move(link)) {}
+  explicit Lines(std::shared_ptr<AwayChannel> link) : link_(std::move(link)) {}
 
   /// What is no message cannot travel by this road, and is left out as the companion would leave it out.
   bool send(std::string_view bytes, Deadline) override {
@@ -55,12 +55,12 @@ class AwayLink::Lines final : public LineChannel {
   int descriptor() const override { return link_->lines_.descriptor(); }
 
  private:
-  const std::shared_ptr<AwayLink> link_;
+  const std::shared_ptr<AwayChannel> link_;
 };
 
-class AwayLink::Screen final : public ScreenChannel {
+class AwayChannel::Screen final : public ScreenChannel {
  public:
-  explicit Screen(std::shared_ptr<AwayLink> link) : link_(std::move(link)) {}
+  explicit Screen(std::shared_ptr<AwayChannel> link) : link_(std::move(link)) {}
 
   bool send(std::span<const std::byte> message) override {
     return link_->isReady() && link_->transport_.screen->sendScreenPayload(message);
@@ -81,16 +81,18 @@ class AwayLink::Screen final : public ScreenChannel {
   std::size_t receivedBytes() const override { return receivedBytes_; }
 
  private:
-  const std::shared_ptr<AwayLink> link_;
+  const std::shared_ptr<AwayChannel> link_;
   std::size_t receivedBytes_ = 0;
 };
 
-Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment, const std::string& room,
-                                                 std::chrono::milliseconds timeout, const GivesUp& givesUp) {
+Answer<std::shared_ptr<AwayChannel>> AwayChannel::dial(const Environment& environment,
+                                                       const std::string& room,
+                                                       std::chrono::milliseconds timeout,
+                                                       const GivesUp& givesUp) {
   const auto deadline = Clock::now() + timeout;
   const auto isEnough = [&] { return Clock::now() >= deadline || (givesUp && givesUp()); };
   while (!isEnough()) {
-    const std::shared_ptr<AwayLink> link(new AwayLink(environment, room));
+    const std::shared_ptr<AwayChannel> link(new AwayChannel(environment, room));
     if (link->attempt(deadline, givesUp) == State::ready) return link;
     for (const auto next = Clock::now() + kPause; Clock::now() < next && !isEnough();)
       std::this_thread::sleep_until(std::min({next, deadline, Clock::now() + kGlance}));
@@ -102,7 +104,7 @@ Answer<std::shared_ptr<AwayLink>> AwayLink::dial(const Environment& environment,
                      "the way; --verbose tells what is tried here, --timeout tries longer."};
 }
 
-AwayLink::State AwayLink::attempt(Clock::time_point deadline, const GivesUp& givesUp) {
+AwayChannel::State AwayChannel::attempt(Clock::time_point deadline, const GivesUp& givesUp) {
   const auto begin = Clock::now();
   startTransport();
   std::unique_lock lock(mutex_);
@@ -117,11 +119,11 @@ AwayLink::State AwayLink::attempt(Clock::time_point deadline, const GivesUp& giv
   return state_;
 }
 
-Clock::duration AwayLink::patience() const {
+Clock::duration AwayChannel::patience() const {
   return transport_.goesByRecords() ? environment_.patience.byRecords : environment_.patience.usual;
 }
 
-void AwayLink::startTransport() {
+void AwayChannel::startTransport() {
   environment_.mainQueue->sync([this] {
     const auto weak = weak_from_this();
     transport_ = environment_.makeTransport(room_);
@@ -140,11 +142,11 @@ void AwayLink::startTransport() {
   });
 }
 
-AwayLink::~AwayLink() {
+AwayChannel::~AwayChannel() {
   if (transport_.messages) endTransport();
 }
 
-void AwayLink::endTransport() {
+void AwayChannel::endTransport() {
   const auto over = std::make_shared<FirstAnswer<ChannelState>>();
   const bool wasReady = isReady();
   environment_.mainQueue->sync([&] {
@@ -157,7 +159,7 @@ void AwayLink::endTransport() {
   if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.patience.farewell);
 }
 
-void AwayLink::stateDidChange(ChannelState state) {
+void AwayChannel::stateDidChange(ChannelState state) {
   // An interruption passes by itself, or becomes a failure.
   if (state == ChannelState::interrupted) return;
   {
@@ -170,13 +172,13 @@ void AwayLink::stateDidChange(ChannelState state) {
   screen_.close();
 }
 
-bool AwayLink::isReady() const {
+bool AwayChannel::isReady() const {
   const std::scoped_lock lock(mutex_);
   return state_ == State::ready;
 }
 
-std::unique_ptr<LineChannel> AwayLink::lines() { return std::make_unique<Lines>(shared_from_this()); }
+std::unique_ptr<LineChannel> AwayChannel::lines() { return std::make_unique<Lines>(shared_from_this()); }
 
-std::unique_ptr<ScreenChannel> AwayLink::screen() { return std::make_unique<Screen>(shared_from_this()); }
+std::unique_ptr<ScreenChannel> AwayChannel::screen() { return std::make_unique<Screen>(shared_from_this()); }
 
 }  // namespace tevanto::phone

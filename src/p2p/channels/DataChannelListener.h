@@ -18,22 +18,23 @@ class DataChannelMessaging;
 /// Listens to one data channel. Frames go straight on to the messaging, on the thread that brought them; but
 /// what arrives before the owner has admitted the channel waits, so that nobody hears a message of a channel
 /// that he does not know to be open yet.
-class DataChannelLink final : public DataChannel::Observer,
-                              public std::enable_shared_from_this<DataChannelLink> {
+class DataChannelListener final : public DataChannel::Observer,
+                                  public std::enable_shared_from_this<DataChannelListener> {
  public:
   /// Called on threads of the engine.
-  using StateHandler = std::function<void(DataChannelLink& link, DataChannelState state)>;
+  using StateHandler = std::function<void(DataChannelListener& link, DataChannelState state)>;
 
   /// Frames that wait are few: they come between an opening and the next turn of the owner's queue.
   static constexpr std::size_t kMaxWaitingBytes = 8 * 1024 * 1024;
 
   /// Listens from now on. May be called on a thread of the engine.
-  static std::shared_ptr<DataChannelLink> attach(std::shared_ptr<DataChannel> channel, DataChannelKind kind,
-                                                 std::weak_ptr<DataChannelMessaging> messaging,
-                                                 StateHandler onState);
+  static std::shared_ptr<DataChannelListener> attach(std::shared_ptr<DataChannel> channel,
+                                                     DataChannelKind kind,
+                                                     std::weak_ptr<DataChannelMessaging> messaging,
+                                                     StateHandler onState);
 
-  DataChannelLink(std::shared_ptr<DataChannel> channel, DataChannelKind kind,
-                  std::weak_ptr<DataChannelMessaging> messaging, StateHandler onState);
+  DataChannelListener(std::shared_ptr<DataChannel> channel, DataChannelKind kind,
+                      std::weak_ptr<DataChannelMessaging> messaging, StateHandler onState);
 
   DataChannelKind kind() const { return kind_; }
   const std::shared_ptr<DataChannel>& channel() const { return channel_; }

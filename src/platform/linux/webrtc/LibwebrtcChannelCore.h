@@ -15,9 +15,9 @@ namespace tevanto {
 
 /// The engine's end of a data channel: lives on the signaling thread until the channel is let go there, and
 /// keeps what every thread asks for where it can be read without asking the engine.
-class LibwebrtcChannelLink final : public webrtc::DataChannelObserver {
+class LibwebrtcChannelCore final : public webrtc::DataChannelObserver {
  public:
-  explicit LibwebrtcChannelLink(rtc::scoped_refptr<webrtc::DataChannelInterface> channel);
+  explicit LibwebrtcChannelCore(rtc::scoped_refptr<webrtc::DataChannelInterface> channel);
 
   // On the signaling thread.
   void connect(std::weak_ptr<DataChannel> owner);

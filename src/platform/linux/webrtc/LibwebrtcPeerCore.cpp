@@ -1,4 +1,4 @@
-#include "platform/linux/webrtc/LibwebrtcPeerLink.h"
+#include "platform/linux/webrtc/LibwebrtcPeerCore.h"
 
 #include <string>
 
@@ -45,44 +45,44 @@ IceGatheringState stateOf(Engine::IceGatheringState state) {
 
 }  // namespace
 
-LibwebrtcPeerLink::LibwebrtcPeerLink(std::weak_ptr<LibwebrtcEngine> engine,
+LibwebrtcPeerCore::LibwebrtcPeerCore(std::weak_ptr<LibwebrtcEngine> engine,
                                      std::weak_ptr<tevanto::PeerConnectionObserver> observer)
     : engine_(std::move(engine)), observer_(std::move(observer)) {}
 
-bool LibwebrtcPeerLink::open(webrtc::PeerConnectionFactoryInterface& factory,
+bool LibwebrtcPeerCore::open(webrtc::PeerConnectionFactoryInterface& factory,
                              const Engine::RTCConfiguration& configuration) {
   auto made = factory.CreatePeerConnectionOrError(configuration, webrtc::PeerConnectionDependencies(this));
   if (made.ok()) connection_ = made.MoveValue();
   return connection_ != nullptr;
 }
 
-void LibwebrtcPeerLink::end() {
+void LibwebrtcPeerCore::end() {
   connection_->Close();
   connection_ = nullptr;
 }
 
-void LibwebrtcPeerLink::shut() {
+void LibwebrtcPeerCore::shut() {
   shut_ = true;
   gate_.quiesce();
 }
 
-void LibwebrtcPeerLink::OnDataChannel(rtc::scoped_refptr<webrtc::DataChannelInterface> channel) {
+void LibwebrtcPeerCore::OnDataChannel(rtc::scoped_refptr<webrtc::DataChannelInterface> channel) {
   const auto engine = engine_.lock();
   if (!engine) return;
   const auto adopted = LibwebrtcDataChannel::adopt(engine, std::move(channel));
   tell([&](auto& observer) { observer.peerDidOpenDataChannel(adopted); });
 }
 
-void LibwebrtcPeerLink::OnIceConnectionChange(Engine::IceConnectionState state) {
+void LibwebrtcPeerCore::OnIceConnectionChange(Engine::IceConnectionState state) {
   iceConnectionState_ = stateOf(state);
   tell([&](auto& observer) { observer.peerDidChangeIceConnectionState(stateOf(state)); });
 }
 
-void LibwebrtcPeerLink::OnIceGatheringChange(Engine::IceGatheringState state) {
+void LibwebrtcPeerCore::OnIceGatheringChange(Engine::IceGatheringState state) {
   tell([&](auto& observer) { observer.peerDidChangeIceGatheringState(stateOf(state)); });
 }
 
-void LibwebrtcPeerLink::OnIceCandidate(const webrtc::IceCandidateInterface* candidate) {
+void LibwebrtcPeerCore::OnIceCandidate(const webrtc::IceCandidateInterface* candidate) {
   std::string line;
   if (!candidate->ToString(&line)) return;
   const IceCandidate found{line, candidate->sdp_mid(), candidate->sdp_mline_index()};

@@ -1,4 +1,4 @@
-#include "net/web/BeastWebSocketLink.h"
+#include "net/web/BeastWebSocketCore.h"
 
 #include <boost/asio/post.hpp>
 #include <charconv>
@@ -20,7 +20,7 @@ constexpr std::uint16_t kNoCloseCode = 1005;
 
 }  // namespace
 
-BeastWebSocketLink::BeastWebSocketLink(const EventLoopQueue::Strand& strand,
+BeastWebSocketCore::BeastWebSocketCore(const EventLoopQueue::Strand& strand,
                                        std::shared_ptr<AsioTlsContext> tls, const WebSocketLimits& limits,
                                        Handlers handlers)
     : strand_(strand),
@@ -29,7 +29,7 @@ BeastWebSocketLink::BeastWebSocketLink(const EventLoopQueue::Strand& strand,
       limit_(strand),
       handlers_(std::move(handlers)) {}
 
-void BeastWebSocketLink::begin(const std::string& text) {
+void BeastWebSocketCore::begin(const std::string& text) {
   if (state_ != State::opening) return;
   const auto url = parseUrl(text);
   if (!url || !url->isWebSocket()) return end({.closeCode = {}, .error = "no WebSocket address: " + text});
@@ -41,7 +41,7 @@ void BeastWebSocketLink::begin(const std::string& text) {
       });
 }
 
-void BeastWebSocketLink::sendText(std::string text, SentHandler sent) {
+void BeastWebSocketCore::sendText(std::string text, SentHandler sent) {
   if (state_ == State::opening) return report(std::move(sent), "it is not open yet");
   if (state_ != State::open) return;
   if (broken_ || unsentBytes_ + text.size() > kMaxUnsentBytes) {
@@ -52,13 +52,13 @@ void BeastWebSocketLink::sendText(std::string text, SentHandler sent) {
   if (outbox_.size() == 1) write();
 }
 
-void BeastWebSocketLink::ping(PongHandler pong) {
+void BeastWebSocketCore::ping(PongHandler pong) {
   if (state_ != State::opening && state_ != State::open) return;
   pings_.push_back({++lastPing_, std::move(pong)});
   if (state_ == State::open) writePing();
 }
 
-void BeastWebSocketLink::cancel(std::uint16_t closeCode) {
+void BeastWebSocketCore::cancel(std::uint16_t closeCode) {
   if (state_ == State::closing || state_ == State::ended) return;
   silence();
   if (state_ == State::opening || broken_) return finish();
@@ -68,13 +68,13 @@ void BeastWebSocketLink::cancel(std::uint16_t closeCode) {
   if (outbox_.empty()) close();
 }
 
-void BeastWebSocketLink::abandon() {
+void BeastWebSocketCore::abandon() {
   if (state_ == State::closing || state_ == State::ended) return;
   silence();
   finish();
 }
 
-void BeastWebSocketLink::arm(Limit::duration duration, std::function<void()> expired) {
+void BeastWebSocketCore::arm(Limit::duration duration, std::function<void()> expired) {
   limit_.expires_after(duration);
   const auto turn = ++limitTurn_;  // one that had expired before it was replaced does nothing
   limit_.async_wait([self = shared_from_this(), turn, expired = std::move(expired)](const error_code& error) {
@@ -82,12 +82,12 @@ void BeastWebSocketLink::arm(Limit::duration duration, std::function<void()> exp
   });
 }
 
-void BeastWebSocketLink::disarm() {
+void BeastWebSocketCore::disarm() {
   ++limitTurn_;
   limit_.cancel();
 }
 
-void BeastWebSocketLink::connected(std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
+void BeastWebSocketCore::connected(std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
   if (state_ != State::opening) return;
   if (!stream) return end({.closeCode = {}, .error = fault});
   stream_ = std::move(stream);
@@ -105,7 +105,7 @@ void BeastWebSocketLink::connected(std::unique_ptr<AsioClientStream> stream, con
                            [self = shared_from_this()](const error_code& error) { self->opened(error); });
 }
 
-void BeastWebSocketLink::opened(const error_code& error) {
+void BeastWebSocketCore::opened(const error_code& error) {
   if (state_ != State::opening) return;
   if (error == websocket::error::upgrade_declined) {
     return end(
@@ -119,12 +119,12 @@ void BeastWebSocketLink::opened(const error_code& error) {
   if (handlers_.onOpen) handlers_.onOpen();
 }
 
-void BeastWebSocketLink::read() {
+void BeastWebSocketCore::read() {
   socket_->async_read(
       buffer_, [self = shared_from_this()](const error_code& error, std::size_t) { self->received(error); });
 }
 
-void BeastWebSocketLink::received(const error_code& error) {
+void BeastWebSocketCore::received(const error_code& error) {
   if (state_ != State::open) return;
   if (error) return endReading(error);
   const std::string_view message(static_cast<const char*>(buffer_.cdata().data()), buffer_.size());
@@ -134,14 +134,14 @@ void BeastWebSocketLink::received(const error_code& error) {
   read();
 }
 
-void BeastWebSocketLink::endReading(const error_code& error) {
+void BeastWebSocketCore::endReading(const error_code& error) {
   const auto reason = socket_->reason();
   if (reason.code != websocket::close_code::none) return end({.closeCode = reason.code, .error = {}});
   if (error == websocket::error::closed) return end({.closeCode = kNoCloseCode, .error = {}});
   end({.closeCode = {}, .error = broken_ ? fault_ : error.message()});
 }
 
-void BeastWebSocketLink::write() {
+void BeastWebSocketCore::write() {
   // The text stays where it is until the write has ended, whatever becomes of the rest.
   auto text = std::make_shared<const std::string>(std::move(outbox_.front().text));
   const auto buffer = asio::buffer(*text);
@@ -150,7 +150,7 @@ void BeastWebSocketLink::write() {
   });
 }
 
-void BeastWebSocketLink::written(const error_code& error, std::size_t size) {
+void BeastWebSocketCore::written(const error_code& error, std::size_t size) {
   if (state_ == State::ended) return;
   if (error && state_ == State::closing) return finish();
   if (error) return writeFailed(error);
@@ -162,19 +162,19 @@ void BeastWebSocketLink::written(const error_code& error, std::size_t size) {
   if (state_ == State::closing) close();
 }
 
-void BeastWebSocketLink::writeFailed(const error_code& error) {
+void BeastWebSocketCore::writeFailed(const error_code& error) {
   broken_ = true;
   fault_ = error.message();
   failUnsent(fault_);
   if (socket_->reason().code == websocket::close_code::none) stream_->close();
 }
 
-void BeastWebSocketLink::failUnsent(const std::string& why) {
+void BeastWebSocketCore::failUnsent(const std::string& why) {
   for (auto& message : std::exchange(outbox_, {})) report(std::move(message.sent), why);
   unsentBytes_ = 0;
 }
 
-void BeastWebSocketLink::writePing() {
+void BeastWebSocketCore::writePing() {
   if (std::exchange(pinging_, true)) return;
   if (!std::exchange(awaitsPong_, true)) arm(limits_.pong, [this] { pongOverdue(); });
   const auto number = lastPing_;
@@ -187,7 +187,7 @@ void BeastWebSocketLink::writePing() {
   });
 }
 
-void BeastWebSocketLink::ponged(std::string_view payload) {
+void BeastWebSocketCore::ponged(std::string_view payload) {
   std::uint64_t number = 0;
   const auto [end, fault] = std::from_chars(payload.data(), payload.data() + payload.size(), number);
   if (fault != std::errc() || end != payload.data() + payload.size() || state_ != State::open) return;
@@ -202,23 +202,23 @@ void BeastWebSocketLink::ponged(std::string_view payload) {
   disarm();
 }
 
-void BeastWebSocketLink::pongOverdue() {
+void BeastWebSocketCore::pongOverdue() {
   awaitsPong_ = false;
   for (auto& ping : std::exchange(pings_, {})) report(std::move(ping.pong), "no pong in time");
 }
 
-void BeastWebSocketLink::close() {
+void BeastWebSocketCore::close() {
   socket_->async_close(closeCode_, [self = shared_from_this()](const error_code&) { self->finish(); });
 }
 
-void BeastWebSocketLink::report(SentHandler handler, std::optional<std::string> error) {
+void BeastWebSocketCore::report(SentHandler handler, std::optional<std::string> error) {
   if (!handler || silent_) return;
   asio::post(strand_, [self = shared_from_this(), handler = std::move(handler), error = std::move(error)] {
     if (!self->silent_) handler(error);
   });
 }
 
-void BeastWebSocketLink::end(End why) {
+void BeastWebSocketCore::end(End why) {
   if (state_ == State::ended) return;
   failUnsent(why.closeCode ? "the server closed the connection" : why.error);
   finish();
@@ -228,7 +228,7 @@ void BeastWebSocketLink::end(End why) {
   });
 }
 
-void BeastWebSocketLink::finish() {
+void BeastWebSocketCore::finish() {
   if (std::exchange(state_, State::ended) == State::ended) return;
   disarm();
   opening_->cancel();
@@ -236,7 +236,7 @@ void BeastWebSocketLink::finish() {
   outbox_.clear();
 }
 
-void BeastWebSocketLink::silence() {
+void BeastWebSocketCore::silence() {
   silent_ = true;
   asio::post(strand_, [self = shared_from_this()] {
     self->handlers_ = {};
