@@ -201,7 +201,7 @@ void DataChannelMessaging::deliverScreen(std::vector<std::byte> message) {
   });
 }
 
-RelayAccount::RouteChange DataChannelMessaging::routeSelected(bool relayed) {
+TurnByteCounter::RouteChange DataChannelMessaging::routeSelected(bool relayed) {
   const std::lock_guard lock(mutex_);
   return relayAccount_.routeSelected(relayed);
 }

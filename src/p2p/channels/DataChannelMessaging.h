@@ -12,7 +12,7 @@
 #include "core/Log.h"
 #include "core/queue/SerialQueue.h"
 #include "p2p/channels/IncomingChunks.h"
-#include "p2p/channels/RelayAccount.h"
+#include "p2p/channels/TurnByteCounter.h"
 #include "p2p/peer/PeerConnection.h"
 #include "remote/message/RemoteMessage.h"
 #include "screen/wire/ScreenPacketReceiver.h"
@@ -78,7 +78,7 @@ class DataChannelMessaging {
   void received(const DataChannel& channel, std::span<const std::byte> frame);
 
   /// The route that ICE selected; what the change, if it is one, means for the account.
-  RelayAccount::RouteChange routeSelected(bool relayed);
+  TurnByteCounter::RouteChange routeSelected(bool relayed);
 
  private:
   struct Channels {
@@ -106,7 +106,7 @@ class DataChannelMessaging {
   std::uint32_t outgoingScreenPacketID_ = 0;
   IncomingChunks incomingChunks_;
   ScreenPacketReceiver screenPackets_;
-  RelayAccount relayAccount_;
+  TurnByteCounter relayAccount_;
 };
 
 }  // namespace tevanto

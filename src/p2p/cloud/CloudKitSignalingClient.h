@@ -13,7 +13,7 @@
 #include "core/queue/SerialQueue.h"
 #include "core/queue/WallClock.h"
 #include "p2p/cloud/CloudDatabase.h"
-#include "p2p/cloud/SpentSessions.h"
+#include "p2p/cloud/UsedSessionIds.h"
 #include "p2p/signaling/CloudSignaling.h"
 
 namespace tevanto {
@@ -34,7 +34,7 @@ class CloudKitSignalingClient final : public CloudSignaling,
     WallClock now;
     /// Identifies this side's negotiation in the records of an offerer.
     std::string session;
-    std::shared_ptr<SpentSessions> spent = std::make_shared<SpentSessions>();
+    std::shared_ptr<UsedSessionIds> spent = std::make_shared<UsedSessionIds>();
     Logger log = {};
   };
 

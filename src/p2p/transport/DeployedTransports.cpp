@@ -64,7 +64,7 @@ TransportFactory::Environment DeployedTransports::factoryEnvironment(const Envir
                                    log);
   };
   const auto makeCloud = [database = database_, mainQueue = environment.mainQueue, makeQueue,
-                          spent = std::make_shared<SpentSessions>(),
+                          spent = std::make_shared<UsedSessionIds>(),
                           log = environment.log]() -> std::shared_ptr<CloudSignaling> {
     return std::make_shared<CloudKitSignalingClient>(CloudKitSignalingClient::Environment{
         .database = database,

@@ -243,7 +243,7 @@ void PeerConnector::channelWasRejected(const std::string& label) {
 
 void PeerConnector::controlChannelIsOpen() {
   channelEverReady_ = true;
-  report(TransportReports::Event::ready);
+  report(ChannelStateFilter::Event::ready);
   if (role_ == TransportRole::answerer) {
     if (negotiation_->wantsSnapshot()) roads_.concludeCloud();
     return;
@@ -262,13 +262,13 @@ void PeerConnector::iceConnectionStateDidChange(IceConnectionState state) {
 
 void PeerConnector::iceIsConnected() {
   grace_.cancel();
-  report(TransportReports::Event::recovered);
+  report(ChannelStateFilter::Event::recovered);
   queryRoute();
   routeRecheck_ = after(kRouteRecheckDelay, [](PeerConnector& self) { self.queryRoute(); });
 }
 
 void PeerConnector::iceIsDisconnected() {
-  report(TransportReports::Event::interrupted);
+  report(ChannelStateFilter::Event::interrupted);
   grace_ = after(kDisconnectGrace, [](PeerConnector& self) { self.checkGrace(); });
 }
 
@@ -318,7 +318,7 @@ void PeerConnector::routeSelected(bool isRelayed) {
 
 // ---- Reports
 
-void PeerConnector::report(TransportReports::Event event) {
+void PeerConnector::report(ChannelStateFilter::Event event) {
   const auto report = reports_.on(event, channelEverReady_);
   if (!report) return;
   say(std::string(report->logLine));

@@ -13,11 +13,11 @@
 #include "core/queue/SerialQueue.h"
 #include "p2p/signaling/SignalingPaths.h"
 #include "p2p/signaling/TransportRole.h"
-#include "p2p/transport/CloudSnapshot.h"
+#include "p2p/transport/ChannelStateFilter.h"
+#include "p2p/transport/CloudRecordUpdater.h"
 #include "p2p/transport/Negotiation.h"
 #include "p2p/transport/PeerSession.h"
-#include "p2p/transport/RouteWatch.h"
-#include "p2p/transport/TransportReports.h"
+#include "p2p/transport/RouteQueryTimer.h"
 
 namespace tevanto {
 
@@ -120,8 +120,8 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void routeSelected(bool isRelayed);
   void forgetRoute();
 
-  void fail() { report(TransportReports::Event::failed); }
-  void report(TransportReports::Event event);
+  void fail() { report(ChannelStateFilter::Event::failed); }
+  void report(ChannelStateFilter::Event event);
   void reportScreenChannel(bool isOpen);
   template <class Work>
   void tellOwner(Work work);
@@ -137,11 +137,11 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   SignalingPaths roads_;
   std::unique_ptr<Negotiation> negotiation_;
   OfferNegotiation* offer_ = nullptr;  // `negotiation_` of an offerer
-  std::optional<CloudSnapshot> snapshot_;
+  std::optional<CloudRecordUpdater> snapshot_;
   std::shared_ptr<PeerSession> session_;
   std::vector<RemoteIceServerConfig> iceServers_;
-  TransportReports reports_;
-  RouteWatch routeWatch_;
+  ChannelStateFilter reports_;
+  RouteQueryTimer routeWatch_;
   bool started_ = false;
   bool stopped_ = false;
   bool channelEverReady_ = false;  // of the current session

@@ -158,12 +158,12 @@ TEST_F(DataChannelScreenTest, partialFramesAreForgottenAfterTwoSeconds) {
 }
 
 TEST_F(DataChannelScreenTest, relayedScreenBytesAreReportedInSteps) {
-  EXPECT_EQ(messaging.routeSelected(true), (RelayAccount::RouteChange{true, std::nullopt}));
+  EXPECT_EQ(messaging.routeSelected(true), (TurnByteCounter::RouteChange{true, std::nullopt}));
   const auto message = videoFrameMessage(pattern(399'998), true);  // 400,000 bytes
   for (std::uint32_t id = 1; id <= 4; ++id) receiveScreen(message, id);
   EXPECT_EQ(delegate->events, (Texts{"data", "data", "relayed 1200000", "data", "data"}));
   receive(*control, bytesOf({2, 1, 1}));  // counts too
-  EXPECT_EQ(messaging.routeSelected(false), (RelayAccount::RouteChange{true, 400'002}));
+  EXPECT_EQ(messaging.routeSelected(false), (TurnByteCounter::RouteChange{true, 400'002}));
 }
 
 TEST_F(DataChannelScreenTest, directScreenBytesAreNotReported) {

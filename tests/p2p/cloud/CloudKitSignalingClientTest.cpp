@@ -252,15 +252,15 @@ TEST_F(CloudKitSignalingClientTest, followsASessionAgainThatCameToNothing) {
   EXPECT_EQ(events_, (Events{"open", "offer v=0"}));
 }
 
-TEST(SpentSessions, forgetsTheOldestOfTooMany) {
-  SpentSessions spent;
-  for (std::size_t i = 0; i <= SpentSessions::kMost; ++i) {
+TEST(UsedSessionIds, forgetsTheOldestOfTooMany) {
+  UsedSessionIds spent;
+  for (std::size_t i = 0; i <= UsedSessionIds::kMost; ++i) {
     spent.add(std::to_string(i));
     spent.add(std::to_string(i));
   }
   EXPECT_FALSE(spent.contains("0"));
   EXPECT_TRUE(spent.contains("1"));
-  EXPECT_TRUE(spent.contains(std::to_string(SpentSessions::kMost)));
+  EXPECT_TRUE(spent.contains(std::to_string(UsedSessionIds::kMost)));
 }
 
 TEST_F(CloudKitSignalingClientTest, takesOnlyAnswersToItsOwnOffer) {

@@ -84,7 +84,7 @@ class CloudSignalingFixture : public testing::Test {
            std::chrono::duration_cast<std::chrono::system_clock::duration>(time->now().time_since_epoch());
   };
   std::shared_ptr<FakeCloudDatabase> database_ = std::make_shared<FakeCloudDatabase>(cloud_, clock_);
-  std::shared_ptr<SpentSessions> spent_ = std::make_shared<SpentSessions>();
+  std::shared_ptr<UsedSessionIds> spent_ = std::make_shared<UsedSessionIds>();
   std::shared_ptr<RecordingLogSink> log_ = std::make_shared<RecordingLogSink>();
   std::shared_ptr<CloudKitSignalingClient> client_;
   std::vector<std::string> events_;

@@ -6,14 +6,14 @@
 #include "p2p/peer/DataChannelKind.h"
 #include "p2p/signaling/TransportRole.h"
 #include "p2p/transport/CandidateSummary.h"
-#include "p2p/transport/RouteWatch.h"
-#include "p2p/transport/TransportReports.h"
+#include "p2p/transport/ChannelStateFilter.h"
+#include "p2p/transport/RouteQueryTimer.h"
 
 namespace tevanto {
 namespace {
 
 using namespace std::chrono_literals;
-using Event = TransportReports::Event;
+using Event = ChannelStateFilter::Event;
 
 TEST(DataChannelKind, isToldByTheWholeLabel) {
   EXPECT_EQ(dataChannelKind("tevanto"), DataChannelKind::control);
@@ -42,8 +42,8 @@ TEST(CandidateSummary, countsEachLineUnderTheFirstTypeOfTheOrderThatItHolds) {
       "host=2, srflx=2, relay=1, other=2");
 }
 
-TEST(TransportReports, saysEachStateOnce) {
-  TransportReports reports;
+TEST(ChannelStateFilter, saysEachStateOnce) {
+  ChannelStateFilter reports;
   const auto told = [&](Event event, bool everReady) {
     const auto report = reports.on(event, everReady);
     return report ? std::optional(report->state) : std::nullopt;
@@ -74,7 +74,7 @@ RouteReport reportOf(std::vector<RouteReport::CandidatePair> pairs,
   return {std::move(selected), std::move(pairs), {{"H", "host"}, {"S", "srflx"}, {"T", "relay"}}};
 }
 
-TEST(RouteWatch, findsTheSelectedPair) {
+TEST(RouteQueryTimer, findsTheSelectedPair) {
   const RouteReport::CandidatePair direct{.id = "direct", .localCandidateId = "H", .remoteCandidateId = "S"};
   const RouteReport::CandidatePair relayed{
       .id = "relayed", .localCandidateId = "H", .remoteCandidateId = "T"};
@@ -103,8 +103,8 @@ TEST(RouteWatch, findsTheSelectedPair) {
   EXPECT_EQ(routeUsesTURN(reportOf({nominated})), false);
 }
 
-TEST(RouteWatch, isDueAtFirstAndThenAfterFiveSeconds) {
-  RouteWatch watch;
+TEST(RouteQueryTimer, isDueAtFirstAndThenAfterFiveSeconds) {
+  RouteQueryTimer watch;
   SerialQueue::TimePoint now{1s};
   EXPECT_TRUE(watch.isDue(now));
   watch.queried(now);

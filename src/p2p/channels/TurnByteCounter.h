@@ -9,7 +9,7 @@ namespace tevanto {
 
 /// Counts the screen bytes that came through a TURN relay, which somebody pays for, and reports them in large
 /// steps rather than per frame. A value; its owner serialises it.
-class RelayAccount {
+class TurnByteCounter {
  public:
   static constexpr std::uint64_t kReportStepBytes = 1'000'000;
 

@@ -1,4 +1,4 @@
-#include "p2p/transport/RouteWatch.h"
+#include "p2p/transport/RouteQueryTimer.h"
 
 #include <algorithm>
 

@@ -14,7 +14,7 @@ namespace tevanto {
 ///     interrupted  the control channel was open once, and ready       interrupted
 ///     recovered    the control channel was open once, and interrupted ready
 ///     failed       not failed yet                                     failed
-class TransportReports {
+class ChannelStateFilter {
  public:
   enum class Event { ready, interrupted, recovered, failed };
   struct Report {

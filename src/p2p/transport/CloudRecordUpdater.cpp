@@ -1,4 +1,4 @@
-#include "p2p/transport/CloudSnapshot.h"
+#include "p2p/transport/CloudRecordUpdater.h"
 
 #include <chrono>
 #include <utility>
@@ -14,11 +14,11 @@ constexpr auto kDelay = std::chrono::milliseconds(500);
 
 }  // namespace
 
-CloudSnapshot::CloudSnapshot(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation,
-                             SignalingPaths& roads)
+CloudRecordUpdater::CloudRecordUpdater(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation,
+                                       SignalingPaths& roads)
     : queue_(std::move(queue)), negotiation_(negotiation), roads_(roads) {}
 
-void CloudSnapshot::schedule(std::string_view reason) {
+void CloudRecordUpdater::schedule(std::string_view reason) {
   if (!roads_.isCloudStarted() || !negotiation_.wantsSnapshot()) return;
   if (std::exchange(scheduled_, true)) return;
   // The timer is a member, and its owner ends on the timer's queue.
@@ -28,7 +28,7 @@ void CloudSnapshot::schedule(std::string_view reason) {
   });
 }
 
-void CloudSnapshot::write(const std::string& reason) {
+void CloudRecordUpdater::write(const std::string& reason) {
   const auto snapshot = negotiation_.snapshot();
   if (!snapshot) return;
   negotiation_.host().say(reason + " — writing cloud " + snapshot->type + " + " +

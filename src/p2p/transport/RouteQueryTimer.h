@@ -14,7 +14,7 @@ namespace tevanto {
 std::optional<bool> routeUsesTURN(const RouteReport& report);
 
 /// When it is time to ask for statistics again. From any thread.
-class RouteWatch {
+class RouteQueryTimer {
  public:
   static constexpr auto kInterval = std::chrono::seconds(5);
 

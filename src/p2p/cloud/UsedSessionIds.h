@@ -11,7 +11,7 @@ namespace tevanto {
 /// The negotiations that have led to a connection, of all clients of one program. Their records lie in the
 /// cloud for a while yet; whoever looks for a phone that comes back would meet the one that is gone, and wait
 /// for it while the new one waits. Any thread.
-class SpentSessions {
+class UsedSessionIds {
  public:
   /// More than can come about while a record is young.
   static constexpr std::size_t kMost = 64;

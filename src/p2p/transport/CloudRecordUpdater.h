@@ -13,9 +13,10 @@ class SignalingPaths;
 
 /// Keeps our record in the cloud up to date: the description with all candidates so far, written half a
 /// second after the first change, so that a burst of candidates is one record. On the state queue.
-class CloudSnapshot {
+class CloudRecordUpdater {
  public:
-  CloudSnapshot(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation, SignalingPaths& roads);
+  CloudRecordUpdater(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation,
+                     SignalingPaths& roads);
 
   /// The record is out of date, if there is to be one.
   void schedule(std::string_view reason);

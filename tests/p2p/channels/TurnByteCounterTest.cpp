@@ -1,14 +1,14 @@
-#include "p2p/channels/RelayAccount.h"
+#include "p2p/channels/TurnByteCounter.h"
 
 #include <gtest/gtest.h>
 
 namespace tevanto {
 namespace {
 
-using Change = RelayAccount::RouteChange;
+using Change = TurnByteCounter::RouteChange;
 
-TEST(RelayAccount, countsNothingOnADirectRoute) {
-  RelayAccount account;
+TEST(TurnByteCounter, countsNothingOnADirectRoute) {
+  TurnByteCounter account;
   EXPECT_FALSE(account.isRelayed());
   EXPECT_EQ(account.arrived(5'000'000), std::nullopt);
   account.routeSelected(true);
@@ -16,8 +16,8 @@ TEST(RelayAccount, countsNothingOnADirectRoute) {
   EXPECT_EQ(account.routeSelected(false), (Change{true, 1}));
 }
 
-TEST(RelayAccount, reportsTheSumWhenItReachesAMillion) {
-  RelayAccount account;
+TEST(TurnByteCounter, reportsTheSumWhenItReachesAMillion) {
+  TurnByteCounter account;
   account.routeSelected(true);
   EXPECT_EQ(account.arrived(999'999), std::nullopt);
   EXPECT_EQ(account.arrived(1), 1'000'000u);
@@ -26,8 +26,8 @@ TEST(RelayAccount, reportsTheSumWhenItReachesAMillion) {
   EXPECT_EQ(account.arrived(3'000'000), 3'000'000u);
 }
 
-TEST(RelayAccount, givesTheRestWhenTheRouteLeavesTheRelay) {
-  RelayAccount account;
+TEST(TurnByteCounter, givesTheRestWhenTheRouteLeavesTheRelay) {
+  TurnByteCounter account;
   EXPECT_EQ(account.routeSelected(true), (Change{true, std::nullopt}));
   EXPECT_EQ(account.arrived(123), std::nullopt);
   EXPECT_EQ(account.routeSelected(false), (Change{true, 123}));
@@ -35,8 +35,8 @@ TEST(RelayAccount, givesTheRestWhenTheRouteLeavesTheRelay) {
   EXPECT_EQ(account.routeSelected(false), (Change{true, std::nullopt}));
 }
 
-TEST(RelayAccount, theSameRouteIsNoChange) {
-  RelayAccount account;
+TEST(TurnByteCounter, theSameRouteIsNoChange) {
+  TurnByteCounter account;
   EXPECT_EQ(account.routeSelected(false), Change{});
   account.routeSelected(true);
   EXPECT_EQ(account.arrived(5), std::nullopt);
