@@ -11,7 +11,7 @@
 #include "core/text/Text.h"
 #include "phone/connection/AwayRoute.h"
 #include "phone/connection/LocalRoute.h"
-#include "phone/terminal/RawRelay.h"
+#include "phone/terminal/StdioBridge.h"
 #include "phone/terminal/Touchpad.h"
 
 namespace tevanto::phone {
@@ -258,8 +258,8 @@ ExitCode PhoneCommands::raw(bool addToken, std::chrono::milliseconds linger) {
   if (!target) return output_.trouble(target.trouble());
   auto session = connect(*target);
   if (!session) return output_.trouble(session.trouble());
-  RawRelay::Options options{linger, addToken ? tokenFor(*target) : std::nullopt};
-  const auto done = RawRelay(*session, output_, environment_.input, std::move(options)).run();
+  StdioBridge::Options options{linger, addToken ? tokenFor(*target) : std::nullopt};
+  const auto done = StdioBridge(*session, output_, environment_.input, std::move(options)).run();
   return done ? ExitCode::done : output_.trouble(done.trouble());
 }
 

@@ -1,4 +1,4 @@
-#include "phone/terminal/RawRelay.h"
+#include "phone/terminal/StdioBridge.h"
 
 #include <poll.h>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 
 namespace tevanto::phone {
 
-Answer<bool> RawRelay::run() {
+Answer<bool> StdioBridge::run() {
   while (true) {
     // A negative descriptor is one that poll(2) leaves out.
     std::array<pollfd, 2> waits = {
@@ -29,7 +29,7 @@ Answer<bool> RawRelay::run() {
   }
 }
 
-Answer<bool> RawRelay::readInput() {
+Answer<bool> StdioBridge::readInput() {
   std::array<char, 65536> bytes;
   const auto count = ::read(input_, bytes.data(), bytes.size());
   if (count < 0 && (errno == EINTR || errno == EAGAIN)) return true;
@@ -42,7 +42,7 @@ Answer<bool> RawRelay::readInput() {
   return sendLines();
 }
 
-Answer<bool> RawRelay::sendLines() {
+Answer<bool> StdioBridge::sendLines() {
   std::size_t start = 0;
   for (auto end = pending_.find('\n'); end != std::string::npos; end = pending_.find('\n', start)) {
     if (auto sent = session_.sendLine(prepared(pending_.substr(start, end - start))); !sent) return sent;
@@ -52,7 +52,7 @@ Answer<bool> RawRelay::sendLines() {
   return true;
 }
 
-bool RawRelay::printReplies() {
+bool StdioBridge::printReplies() {
   std::string line;
   while (true) {
     const auto received = session_.channel().receive(line, std::chrono::steady_clock::now());
@@ -61,7 +61,7 @@ bool RawRelay::printReplies() {
   }
 }
 
-std::string RawRelay::prepared(std::string line) const {
+std::string StdioBridge::prepared(std::string line) const {
   if (!options_.token) return line;
   auto message = decodeRemoteMessage(line);
   if (!message || message->type != "command" || message->token) return line;

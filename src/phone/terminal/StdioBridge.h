@@ -11,7 +11,7 @@
 namespace tevanto::phone {
 
 /// Lines from a descriptor to the companion, and its lines to standard output, as they come.
-class RawRelay {
+class StdioBridge {
  public:
   struct Options {
     /// How long to wait for a further reply once the input has ended.
@@ -20,7 +20,7 @@ class RawRelay {
     std::optional<std::string> token;
   };
 
-  RawRelay(PhoneSession& session, PhoneOutput& output, int input, Options options)
+  StdioBridge(PhoneSession& session, PhoneOutput& output, int input, Options options)
       : session_(session), output_(output), input_(input), options_(std::move(options)) {}
 
   Answer<bool> run();
