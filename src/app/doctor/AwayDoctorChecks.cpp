@@ -7,7 +7,7 @@
 
 #include "app/doctor/RelayAttempt.h"
 #include "app/doctor/TurnAttempt.h"
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "p2p/cloud/CloudDatabase.h"
 #include "p2p/cloud/CloudKitServerKey.h"
 #include "p2p/ice/StunProbe.h"
@@ -170,7 +170,7 @@ Attempt checkCloud(const AwayDoctorEnvironment& environment) {
   }
   if (const auto key = CloudKitServerKey::load(settings->keyID, settings->keyFile); !key)
     return Failure{"The CloudKit key cannot be used: " + key.error() + "; check tevanto.cloudkit.keyFile."};
-  const auto answer = std::make_shared<FirstAnswer<CloudAccountStatus>>();
+  const auto answer = std::make_shared<OneShotResult<CloudAccountStatus>>();
   environment.database->accountStatus([answer](CloudAccountStatus status) { answer->say(status); });
   return inWords(answer->waitFor(kCloudPatience).value_or(CloudAccountStatus::couldNotDetermine), *settings);
 }

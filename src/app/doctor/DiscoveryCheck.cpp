@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "core/text/Uuid.h"
 
 namespace tevanto {
@@ -19,7 +19,7 @@ Result<std::string> tryDiscovery(const DiscoveryTrial& trial) {
   const auto identifier = randomUuid();
   ServiceDescription service{
       "Tevanto doctor " + identifier.substr(0, 8), kServiceType, kDiscardPort, {{"id", identifier}}};
-  const auto answer = std::make_shared<FirstAnswer<AdvertisingStatus>>();
+  const auto answer = std::make_shared<OneShotResult<AdvertisingStatus>>();
   const auto registration = trial.advertiser.advertise(service, [answer](const AdvertisingStatus& now) {
     if (now.state != AdvertisingState::pending) answer->say(now);
   });

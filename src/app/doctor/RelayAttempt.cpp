@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "core/text/Uuid.h"
 #include "net/web/HttpClient.h"
 #include "net/web/WebSocketConnection.h"
@@ -28,7 +28,7 @@ std::string reason(const WebSocketConnection::End& end) {
 }
 
 /// A server that only lets us in to close the connection does not answer a ping.
-WebSocketConnection::Handlers handlers(const std::shared_ptr<FirstAnswer<Word>>& answer,
+WebSocketConnection::Handlers handlers(const std::shared_ptr<OneShotResult<Word>>& answer,
                                        const std::weak_ptr<WebSocketConnection>& socket) {
   WebSocketConnection::Handlers made;
   made.onOpen = [answer, socket] {
@@ -60,7 +60,7 @@ Result<std::string> tryRelay(WebSocketFactory& sockets, std::shared_ptr<SerialQu
                              const std::string& relayURL) {
   const auto room = relayRoom(relayURL, "doctor-" + randomUuid(), SignalRole::mac);
   if (!room) return complaint(relayURL, "that is no address of a WebSocket");
-  const auto answer = std::make_shared<FirstAnswer<Word>>();
+  const auto answer = std::make_shared<OneShotResult<Word>>();
   const auto socket = sockets.create(room->text());
   queue->async([=] { socket->start(queue, handlers(answer, socket)); });
   const auto word = answer->waitFor(SignalingClient::kOpenTimeout);
@@ -78,7 +78,7 @@ Result<std::vector<RemoteIceServerConfig>> tryCredentials(HttpClient& http,
   HttpRequest request;
   request.url = *url;
   request.timeout = TurnCredentialService::kTimeout;
-  const auto answer = std::make_shared<FirstAnswer<Result<HttpResponse>>>();
+  const auto answer = std::make_shared<OneShotResult<Result<HttpResponse>>>();
   http.send(std::move(request), std::move(queue),
             [answer](Result<HttpResponse> response) { answer->say(std::move(response)); });
   const auto word = answer->waitFor(kCredentialPatience);

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <memory>
 
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "p2p/ice/StunProbe.h"
 #include "p2p/peer/PeerConnection.h"
 
@@ -27,17 +27,17 @@ class Gathering final : public PeerConnectionObserver {
   bool succeedsUntil(Clock::time_point end) { return relayed_.waitUntil(end).has_value(); }
 
  private:
-  FirstAnswer<bool> relayed_;
+  OneShotResult<bool> relayed_;
 };
 
 /// Gathering begins with the local description, and needs something to gather for.
 Result<void> beginGathering(PeerConnection& peer, Clock::time_point end) {
   if (!peer.createDataChannel("tevanto", {})) return Failure{"the engine makes no channel"};
-  const auto offered = std::make_shared<FirstAnswer<Result<SessionDescription>>>();
+  const auto offered = std::make_shared<OneShotResult<Result<SessionDescription>>>();
   peer.createOffer([offered](Result<SessionDescription> offer) { offered->say(std::move(offer)); });
   const auto offer = offered->waitUntil(end);
   if (!offer || !*offer) return Failure{offer ? offer->error() : "the engine makes no offer"};
-  const auto set = std::make_shared<FirstAnswer<Result<void>>>();
+  const auto set = std::make_shared<OneShotResult<Result<void>>>();
   peer.setLocalDescription(offer->value(), [set](Result<void> done) { set->say(std::move(done)); });
   return set->waitUntil(end).value_or(Failure{"the engine does not take its own offer"});
 }

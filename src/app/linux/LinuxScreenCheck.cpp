@@ -8,7 +8,7 @@
 
 #include "core/Log.h"
 #include "core/queue/EventLoop.h"
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "platform/linux/video/LoadedEncoders.h"
 #include "platform/linux/x11/DisplayReach.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
@@ -24,7 +24,7 @@ constexpr auto kPatience = std::chrono::seconds(5);
 /// The first thing that the capture says.
 Result<std::string> firstWord(CaptureEngine& engine) {
   using Word = Result<std::string>;
-  const auto answer = std::make_shared<FirstAnswer<Word>>();
+  const auto answer = std::make_shared<OneShotResult<Word>>();
   engine.setPixelBufferHandler([answer](const auto&, PresentationTime, std::int64_t width,
                                         std::int64_t height) {
     answer->say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");

@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-#include "core/queue/SyncTurn.h"
+#include "core/queue/WaitForTurn.h"
 
 namespace tevanto {
 namespace {

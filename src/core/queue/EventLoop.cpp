@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "core/queue/EventLoopCore.h"
-#include "core/queue/SyncTurn.h"
+#include "core/queue/WaitForTurn.h"
 
 namespace tevanto {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/queue/FirstAnswer.h"
+#include "core/queue/OneShotResult.h"
 #include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto::phone {
@@ -147,7 +147,7 @@ AwayChannel::~AwayChannel() {
 }
 
 void AwayChannel::endTransport() {
-  const auto over = std::make_shared<FirstAnswer<ChannelState>>();
+  const auto over = std::make_shared<OneShotResult<ChannelState>>();
   const bool wasReady = isReady();
   environment_.mainQueue->sync([&] {
     transport_.messages->onChannelState = [over](ChannelState state) {

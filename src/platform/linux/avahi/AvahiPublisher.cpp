@@ -50,7 +50,7 @@ AvahiPublisher::~AvahiPublisher() {
   disconnect();
 }
 
-void AvahiPublisher::add(Id id, ServiceDescription service, std::shared_ptr<StatusOutlet> outlet) {
+void AvahiPublisher::add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> outlet) {
   auto& publication = *(publications_[id] = std::make_unique<Publication>());
   publication.owner = this;
   publication.name = service.name;

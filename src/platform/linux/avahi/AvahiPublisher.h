@@ -10,7 +10,7 @@
 #include <string>
 
 #include "net/discovery/ServiceAdvertiser.h"
-#include "net/discovery/StatusOutlet.h"
+#include "net/discovery/StatusReporter.h"
 
 namespace tevanto {
 
@@ -29,7 +29,7 @@ class AvahiPublisher {
   AvahiPublisher(const AvahiPublisher&) = delete;
   AvahiPublisher& operator=(const AvahiPublisher&) = delete;
 
-  void add(Id id, ServiceDescription service, std::shared_ptr<StatusOutlet> outlet);
+  void add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> outlet);
   void remove(Id id);
 
  private:
@@ -37,7 +37,7 @@ class AvahiPublisher {
     AvahiPublisher* owner = nullptr;
     ServiceDescription service;
     std::string name;  // the one in use
-    std::shared_ptr<StatusOutlet> outlet;
+    std::shared_ptr<StatusReporter> outlet;
     AvahiEntryGroup* group = nullptr;  // owned by the client
   };
 

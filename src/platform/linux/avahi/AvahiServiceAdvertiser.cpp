@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "net/discovery/ServiceRecord.h"
-#include "net/discovery/StatusOutlet.h"
+#include "net/discovery/StatusReporter.h"
 #include "platform/linux/avahi/AvahiLoop.h"
 #include "platform/linux/avahi/AvahiPublisher.h"
 
@@ -24,19 +24,19 @@ struct AvahiServiceAdvertiser::Core {
     for (auto& [id, outlet] : outlets) outlet->close();
   }
 
-  AvahiPublisher::Id add(const ServiceDescription& service, const std::shared_ptr<StatusOutlet>& outlet);
+  AvahiPublisher::Id add(const ServiceDescription& service, const std::shared_ptr<StatusReporter>& outlet);
   void remove(AvahiPublisher::Id id);
 
   using Publisher = std::optional<AvahiPublisher>;
   const std::shared_ptr<Publisher> publisher = std::make_shared<Publisher>();
   std::mutex mutex;
   AvahiPublisher::Id lastId = 0;
-  std::map<AvahiPublisher::Id, std::shared_ptr<StatusOutlet>> outlets;
+  std::map<AvahiPublisher::Id, std::shared_ptr<StatusReporter>> outlets;
   AvahiLoop loop;  // ends first: its thread uses the rest
 };
 
 AvahiPublisher::Id AvahiServiceAdvertiser::Core::add(const ServiceDescription& service,
-                                                     const std::shared_ptr<StatusOutlet>& outlet) {
+                                                     const std::shared_ptr<StatusReporter>& outlet) {
   AvahiPublisher::Id id = 0;
   {
     const std::lock_guard lock(mutex);
@@ -64,7 +64,7 @@ ServiceAdvertiser::Registration AvahiServiceAdvertiser::advertise(const ServiceD
                                                                   StatusHandler onStatus) {
   auto cleaned = service;
   cleaned.name = serviceNameFrom(service.name);
-  const auto outlet = std::make_shared<StatusOutlet>(
+  const auto outlet = std::make_shared<StatusReporter>(
       AdvertisingStatus{AdvertisingState::pending, cleaned.name, ""}, std::move(onStatus));
   const auto id = core_->add(cleaned, outlet);
   return Registration(outlet.get(), [outlet, id, core = std::weak_ptr(core_)](void*) {

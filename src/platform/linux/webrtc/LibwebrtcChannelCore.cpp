@@ -83,7 +83,7 @@ bool LibwebrtcChannelCore::hasHadObserver() const {
 
 void LibwebrtcChannelCore::OnStateChange() {
   state_ = stateOf(channel_->state());
-  const CallGate::Call call(gate_);
+  const CallbackGuard::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();
   if (channel && listener) listener->dataChannelDidChangeState(*channel);
@@ -99,7 +99,7 @@ void LibwebrtcChannelCore::deliverEarly() {
 }
 
 void LibwebrtcChannelCore::deliver(const rtc::CopyOnWriteBuffer& message) {
-  const CallGate::Call call(gate_);
+  const CallbackGuard::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();
   if (channel && listener) listener->dataChannelDidReceive(*channel, bytesOf(message));

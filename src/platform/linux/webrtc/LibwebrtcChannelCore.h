@@ -8,7 +8,7 @@
 #include <mutex>
 #include <vector>
 
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 #include "p2p/peer/PeerConnection.h"
 
 namespace tevanto {
@@ -54,7 +54,7 @@ class LibwebrtcChannelCore final : public webrtc::DataChannelObserver {
   std::atomic<DataChannelState> state_;
   std::atomic<bool> closing_ = false;
   std::atomic<std::uint64_t> buffered_ = 0;
-  CallGate gate_;
+  CallbackGuard gate_;
   mutable std::mutex mutex_;
   std::weak_ptr<DataChannel::Observer> observer_;
   bool hasHadObserver_ = false;

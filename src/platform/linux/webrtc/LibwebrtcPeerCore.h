@@ -6,7 +6,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 #include "p2p/peer/PeerConnection.h"
 #include "platform/linux/webrtc/LibwebrtcEngine.h"
 
@@ -27,7 +27,7 @@ class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
   /// Calls it unless `shut` was called.
   template <class F>
   void report(F&& function) {
-    const CallGate::Call call(gate_);
+    const CallbackGuard::Call call(gate_);
     if (!shut_) std::forward<F>(function)();
   }
 
@@ -54,7 +54,7 @@ class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
   const std::weak_ptr<LibwebrtcEngine> engine_;
   const std::weak_ptr<tevanto::PeerConnectionObserver> observer_;
   rtc::scoped_refptr<webrtc::PeerConnectionInterface> connection_;
-  CallGate gate_;
+  CallbackGuard gate_;
   std::atomic<bool> shut_ = false;
   std::atomic<IceConnectionState> iceConnectionState_ = IceConnectionState::new_;
 };

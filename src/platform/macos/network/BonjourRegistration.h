@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "net/discovery/ServiceAdvertiser.h"
-#include "net/discovery/StatusOutlet.h"
+#include "net/discovery/StatusReporter.h"
 #include "platform/macos/values/BonjourErrors.h"
 
 namespace tevanto {
@@ -18,7 +18,7 @@ namespace tevanto {
 class BonjourRegistration final : public std::enable_shared_from_this<BonjourRegistration> {
  public:
   BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
-                      std::shared_ptr<StatusOutlet> outlet);
+                      std::shared_ptr<StatusReporter> outlet);
   BonjourRegistration(const BonjourRegistration&) = delete;
   BonjourRegistration& operator=(const BonjourRegistration&) = delete;
 
@@ -37,7 +37,7 @@ class BonjourRegistration final : public std::enable_shared_from_this<BonjourReg
 
   const dispatch_queue_t queue_;
   const ServiceDescription service_;
-  const std::shared_ptr<StatusOutlet> outlet_;
+  const std::shared_ptr<StatusReporter> outlet_;
   DNSServiceRef reference_ = nullptr;
   std::chrono::seconds nextRetry_ = kFirstBonjourRetry;
   bool hasEnded_ = false;

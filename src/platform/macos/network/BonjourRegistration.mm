@@ -20,7 +20,7 @@ constexpr DNSServiceFlags kPeerToPeerToo = kDNSServiceFlagsIncludeP2P | kDNSServ
 }  // namespace
 
 BonjourRegistration::BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
-                                         std::shared_ptr<StatusOutlet> outlet)
+                                         std::shared_ptr<StatusReporter> outlet)
     : queue_(queue), service_(std::move(service)), outlet_(std::move(outlet)) {}
 
 void BonjourRegistration::begin() {

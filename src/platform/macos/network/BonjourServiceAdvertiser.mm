@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "net/discovery/ServiceRecord.h"
-#include "net/discovery/StatusOutlet.h"
+#include "net/discovery/StatusReporter.h"
 #include "platform/macos/network/BonjourRegistration.h"
 
 namespace tevanto {
@@ -23,7 +23,7 @@ ServiceAdvertiser::Registration BonjourServiceAdvertiser::advertise(const Servic
                                                                     StatusHandler onStatus) {
   auto cleaned = service;
   cleaned.name = serviceNameFrom(service.name);
-  const auto outlet = std::make_shared<StatusOutlet>(
+  const auto outlet = std::make_shared<StatusReporter>(
       AdvertisingStatus{AdvertisingState::pending, cleaned.name, ""}, std::move(onStatus));
   const dispatch_queue_t queue = core_->queue;
   const auto registration = std::make_shared<BonjourRegistration>(queue, std::move(cleaned), outlet);

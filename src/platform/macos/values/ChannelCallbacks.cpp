@@ -14,7 +14,7 @@ void ChannelCallbacks::stateChanged(DataChannelState state) {
     // A channel only ever goes on; what was read beside its reports may come late.
     if (state <= self->state_) return;
     self->state_ = state;
-    const CallGate::Call call(self->gate_);
+    const CallbackGuard::Call call(self->gate_);
     const auto channel = self->owner_.lock();
     const auto listener = self->observer();
     if (channel && listener) listener->dataChannelDidChangeState(*channel);
@@ -70,7 +70,7 @@ void ChannelCallbacks::deliverEarly() {
 }
 
 void ChannelCallbacks::deliver(const Message& message) {
-  const CallGate::Call call(gate_);
+  const CallbackGuard::Call call(gate_);
   const auto channel = owner_.lock();
   const auto listener = observer();
   if (channel && listener) listener->dataChannelDidReceive(*channel, message);

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <vector>
 
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 #include "core/queue/SerialQueue.h"
 #include "p2p/peer/PeerConnection.h"
 
@@ -46,7 +46,7 @@ class ChannelCallbacks final : public std::enable_shared_from_this<ChannelCallba
   std::weak_ptr<DataChannel> owner_;
   std::atomic<DataChannelState> state_;
   std::atomic<bool> closing_ = false;
-  CallGate gate_;
+  CallbackGuard gate_;
   mutable std::mutex mutex_;
   std::weak_ptr<DataChannel::Observer> observer_;
   bool hasHadObserver_ = false;

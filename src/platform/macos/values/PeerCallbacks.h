@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 #include "core/queue/SerialQueue.h"
 #include "p2p/peer/PeerConnection.h"
 
@@ -27,7 +27,7 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
   template <class F>
   void report(F&& function) {
     queue_->async([self = shared_from_this(), function = std::forward<F>(function)]() mutable {
-      const CallGate::Call call(self->gate_);
+      const CallbackGuard::Call call(self->gate_);
       if (!self->shut_) function();
     });
   }
@@ -47,7 +47,7 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
 
   const std::shared_ptr<SerialQueue> queue_;
   const std::weak_ptr<PeerConnectionObserver> observer_;
-  CallGate gate_;
+  CallbackGuard gate_;
   std::atomic<bool> shut_ = false;
   std::atomic<IceConnectionState> iceConnectionState_ = IceConnectionState::new_;
 };

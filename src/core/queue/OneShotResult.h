@@ -11,7 +11,7 @@ namespace tevanto {
 /// Waits on one thread for what others say: the first value counts. Held by all of them, so that who comes
 /// late finds something to talk to.
 template <class Value>
-class FirstAnswer {
+class OneShotResult {
  public:
   void say(Value value) {
     const std::lock_guard lock(mutex_);

@@ -1,4 +1,4 @@
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 
 #include <gtest/gtest.h>
 
@@ -11,32 +11,32 @@
 namespace tevanto {
 namespace {
 
-TEST(CallGate, returnsAtOnceWhenNoCallRuns) {
-  CallGate gate;
+TEST(CallbackGuard, returnsAtOnceWhenNoCallRuns) {
+  CallbackGuard gate;
   gate.quiesce();
-  { const CallGate::Call call(gate); }
+  { const CallbackGuard::Call call(gate); }
   gate.quiesce();
 }
 
-TEST(CallGate, doesNotWaitForTheCallThatItIsMadeIn) {
-  CallGate gate;
-  const CallGate::Call outer(gate);
+TEST(CallbackGuard, doesNotWaitForTheCallThatItIsMadeIn) {
+  CallbackGuard gate;
+  const CallbackGuard::Call outer(gate);
   gate.quiesce();
   {
-    const CallGate::Call inner(gate);
+    const CallbackGuard::Call inner(gate);
     gate.quiesce();
   }
   gate.quiesce();
 }
 
-TEST(CallGate, waitsForTheCallOfAnotherThread) {
-  CallGate gate;
+TEST(CallbackGuard, waitsForTheCallOfAnotherThread) {
+  CallbackGuard gate;
   std::promise<void> entered;
   std::atomic<bool> leaving = false;
   std::promise<void> release;
   std::thread caller([&, released = release.get_future().share()] {
-    const CallGate::Call outer(gate);
-    { const CallGate::Call inner(gate); }
+    const CallbackGuard::Call outer(gate);
+    { const CallbackGuard::Call inner(gate); }
     entered.set_value();
     released.wait();
     leaving = true;
@@ -53,15 +53,15 @@ TEST(CallGate, waitsForTheCallOfAnotherThread) {
 
 // The flag is what an observer or "closed" is: nothing that began before the change may touch what goes with
 // it.
-TEST(CallGate, letsGoOfWhatTheCallsUsed) {
+TEST(CallbackGuard, letsGoOfWhatTheCallsUsed) {
   for (int round = 0; round < 200; ++round) {
-    CallGate gate;
+    CallbackGuard gate;
     std::atomic<bool> isShut = false;
     std::atomic<bool> stop = false;
     auto used = std::make_unique<int>(0);
     std::thread caller([&] {
       while (!stop) {
-        const CallGate::Call call(gate);
+        const CallbackGuard::Call call(gate);
         if (!isShut) ++*used;
       }
     });

@@ -10,9 +10,9 @@ namespace tevanto {
 
 /// The one road by which the status of one registration leaves: it passes changes only, and nothing any more
 /// once it has been closed.
-class StatusOutlet {
+class StatusReporter {
  public:
-  StatusOutlet(AdvertisingStatus initial, ServiceAdvertiser::StatusHandler handler);
+  StatusReporter(AdvertisingStatus initial, ServiceAdvertiser::StatusHandler handler);
 
   /// Calls the handler when `status` differs from the last one. Always on the same thread.
   void report(const AdvertisingStatus& status);

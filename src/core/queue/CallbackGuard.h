@@ -12,17 +12,17 @@ namespace tevanto {
 ///
 /// First change what the calls look at (an observer, a "closed" flag), then `quiesce`: whatever began before
 /// the change has ended, whatever begins later sees it.
-class CallGate {
+class CallbackGuard {
  public:
   class Call {
    public:
-    explicit Call(CallGate& gate) : gate_(gate) { gate_.enter(); }
+    explicit Call(CallbackGuard& gate) : gate_(gate) { gate_.enter(); }
     ~Call() { gate_.leave(); }
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
    private:
-    CallGate& gate_;
+    CallbackGuard& gate_;
   };
 
   /// Waits for the running call; not when this is made inside of it, which would wait for itself. Whoever

@@ -1,13 +1,13 @@
-#include "net/discovery/StatusOutlet.h"
+#include "net/discovery/StatusReporter.h"
 
 #include <utility>
 
 namespace tevanto {
 
-StatusOutlet::StatusOutlet(AdvertisingStatus initial, ServiceAdvertiser::StatusHandler handler)
+StatusReporter::StatusReporter(AdvertisingStatus initial, ServiceAdvertiser::StatusHandler handler)
     : last_(std::move(initial)), handler_(std::move(handler)) {}
 
-void StatusOutlet::report(const AdvertisingStatus& status) {
+void StatusReporter::report(const AdvertisingStatus& status) {
   {
     const std::lock_guard lock(mutex_);
     if (closed_ || status == last_) return;
@@ -24,7 +24,7 @@ void StatusOutlet::report(const AdvertisingStatus& status) {
   idle_.notify_all();
 }
 
-void StatusOutlet::close() {
+void StatusReporter::close() {
   ServiceAdvertiser::StatusHandler closing;
   std::unique_lock lock(mutex_);
   closed_ = true;

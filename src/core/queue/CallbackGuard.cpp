@@ -1,8 +1,8 @@
-#include "core/queue/CallGate.h"
+#include "core/queue/CallbackGuard.h"
 
 namespace tevanto {
 
-void CallGate::quiesce() {
+void CallbackGuard::quiesce() {
   std::unique_lock lock(mutex_);
   if (depth_ == 0 || caller_ == std::this_thread::get_id()) return;
   // Not "until nobody is inside": a busy caller may be inside again before this thread wakes up.
@@ -10,12 +10,12 @@ void CallGate::quiesce() {
   left_.wait(lock, [&] { return finished_ != running; });
 }
 
-void CallGate::enter() {
+void CallbackGuard::enter() {
   const std::lock_guard lock(mutex_);
   if (depth_++ == 0) caller_ = std::this_thread::get_id();
 }
 
-void CallGate::leave() {
+void CallbackGuard::leave() {
   const std::lock_guard lock(mutex_);
   if (--depth_ > 0) return;
   ++finished_;
