@@ -166,8 +166,8 @@ class Rooms {
       }
       receive(started + sent * step - Clock::now());
     }
-    const auto patience = Clock::now() + std::chrono::seconds(10);
-    while (static_cast<long>(latencies.size()) < sent && Clock::now() < patience)
+    const auto timeout = Clock::now() + std::chrono::seconds(10);
+    while (static_cast<long>(latencies.size()) < sent && Clock::now() < timeout)
       receive(std::chrono::milliseconds(100));
   }
 

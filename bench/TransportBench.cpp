@@ -33,7 +33,7 @@ constexpr int kTurns = 60;
 constexpr auto kDuration = std::chrono::seconds(2);
 constexpr std::size_t kTrips = 200;  // in each
 constexpr std::size_t kFrame = 100'000;
-constexpr auto kPatience = std::chrono::seconds(30);
+constexpr auto kTimeout = std::chrono::seconds(30);
 
 /// One member of a room for two that is nothing but memory.
 class MemoryRelay final : public RelaySignaling {
@@ -137,7 +137,7 @@ class End {
   }
   void await(const std::uint64_t* what, std::uint64_t wanted) {
     std::unique_lock lock(mutex_);
-    if (changed_.wait_for(lock, kPatience, [&] { return *what >= wanted; })) return;
+    if (changed_.wait_for(lock, kTimeout, [&] { return *what >= wanted; })) return;
     std::fputs("the transports do not connect, or have lost a message\n", stderr);
     std::_Exit(1);
   }

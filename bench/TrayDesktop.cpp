@@ -13,7 +13,7 @@
 namespace tevanto::bench {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(30);
+constexpr auto kTimeout = std::chrono::seconds(30);
 constexpr auto kPause = std::chrono::microseconds(200);
 constexpr std::uint16_t kTraySize = 32;
 /// Smaller ones are icons, and windows that nobody is meant to see.
@@ -29,7 +29,7 @@ constexpr std::uint32_t kRequestDock = 0;
 
 template <class Condition>
 void await(Condition condition, const char* what) {
-  const auto deadline = Clock::now() + kPatience;
+  const auto deadline = Clock::now() + kTimeout;
   while (!condition()) {
     if (Clock::now() > deadline) fail(what);
     std::this_thread::sleep_for(kPause);

@@ -19,11 +19,11 @@ namespace tevanto::test {
 
 inline const std::string kProgram = TEVANTO_PROGRAM;
 inline const std::string kPhone = TEVANTO_PHONE;
-constexpr auto kPatience = std::chrono::seconds(60);
+constexpr auto kTimeout = std::chrono::seconds(60);
 
 template <class Condition>
 bool eventuallySeen(Condition condition) {
-  return eventually(condition, kPatience);
+  return eventually(condition, kTimeout);
 }
 
 class DesktopUi : public ::testing::Test {
@@ -100,7 +100,7 @@ class DesktopUi : public ::testing::Test {
           return eventually([this] { return desktop->object("Open setup window").has_value(); },
                             std::chrono::seconds(10));
         },
-        2 * kPatience));
+        2 * kTimeout));
   }
   /// How many pixels of the connection's line are of the green that the dot has.
   long greenPixelsBeside(const std::string& label) const {

@@ -26,13 +26,13 @@ class Failure(Exception):
     """What went wrong, with the end of what the command wrote."""
 
 
-def command_output(arguments, patience=PATIENCE, **options):
+def command_output(arguments, timeout=PATIENCE, **options):
     try:
         run = subprocess.run(arguments, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL, text=True,
-                             timeout=patience, check=False, **options)
+                             timeout=timeout, check=False, **options)
     except subprocess.TimeoutExpired as late:
         said = (late.stdout or b"").decode(errors="replace")[-2000:]
-        raise Failure(f"{' '.join(arguments)} did not end within {patience} s\n{said}") from None
+        raise Failure(f"{' '.join(arguments)} did not end within {timeout} s\n{said}") from None
     if run.returncode != 0:
         raise Failure(f"{' '.join(arguments)} ended with {run.returncode}:\n{run.stdout[-6000:]}")
     return run.stdout
@@ -133,13 +133,13 @@ class CleanTree:
         with open(self.inside(path), encoding="utf-8") as file:
             return file.read()
 
-    def run(self, *arguments, patience=PATIENCE):
+    def run(self, *arguments, timeout=PATIENCE):
         """As root."""
-        return command_output(["/usr/sbin/chroot", self.path, *arguments], patience, env=self._environment)
+        return command_output(["/usr/sbin/chroot", self.path, *arguments], timeout, env=self._environment)
 
     def apt(self, *arguments):
         return self.run("apt-get", "--yes", "--no-install-recommends", "--option", f"Acquire::Retries={RETRIES}", *arguments,
-                        patience=DOWNLOAD_PATIENCE)
+                        timeout=DOWNLOAD_PATIENCE)
 
     def download_dependencies(self, packages):
         """Fetches everything that the packages need. The lists are those of the tarball, and may be old."""

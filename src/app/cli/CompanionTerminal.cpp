@@ -61,7 +61,7 @@ void CompanionTerminal::follow(TevantoMacRuntime& runtime) {
 
 void CompanionTerminal::stopFollowing() {
   subscriptions_.clear();
-  patience_.cancel();
+  timeout_.cancel();
 }
 
 std::unique_ptr<SetupWindow> CompanionTerminal::makeWindow(const SetupWindowStyle&,
@@ -71,11 +71,11 @@ std::unique_ptr<SetupWindow> CompanionTerminal::makeWindow(const SetupWindowStyl
 
 void CompanionTerminal::showPanel() {
   if (panelPrinted_ || hasSettled(environment_.status())) return printPanel();
-  patience_ = environment_.mainQueue->asyncAfter(kSettling, [this] { printPanel(); });
+  timeout_ = environment_.mainQueue->asyncAfter(kSettling, [this] { printPanel(); });
 }
 
 void CompanionTerminal::printPanel() {
-  patience_.cancel();
+  timeout_.cancel();
   panelPrinted_ = true;
   shown_ = environment_.status();
   environment_.print(companionPanel(shown_, environment_.phoneProgram, environment_.style));
@@ -84,7 +84,7 @@ void CompanionTerminal::printPanel() {
 void CompanionTerminal::changed() {
   const auto now = environment_.status();
   if (!panelPrinted_) {
-    if (patience_ && hasSettled(now)) printPanel();
+    if (timeout_ && hasSettled(now)) printPanel();
     return;
   }
   const auto* indent = environment_.style.picture ? "  " : "";

@@ -50,7 +50,7 @@ class CompanionTerminal final : public SetupWindowHost, public ApplicationPresen
   std::vector<Subscription> subscriptions_;
   CompanionStatus shown_;
   bool panelPrinted_ = false;
-  Timer patience_;
+  Timer timeout_;
 };
 
 }  // namespace tevanto

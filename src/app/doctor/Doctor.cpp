@@ -41,9 +41,9 @@ std::optional<Attempt> end(RunningCheck& check, std::chrono::steady_clock::time_
 
 }  // namespace
 
-void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds patience,
+void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds timeout,
                const std::function<void(DoctorFinding)>& found) {
-  const auto deadline = std::chrono::steady_clock::now() + patience;
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
   std::vector<RunningCheck> running;
   for (const auto& check : checks) running.push_back(begin(check));
   for (std::size_t i = 0; i < checks.size(); ++i) {
@@ -51,7 +51,7 @@ void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds
       found({checks[i].name, result->ok(), result->ok() ? result->value() : result->error()});
     } else {
       found({checks[i].name, false,
-             "No answer within " + std::to_string(patience.count() / 1000) +
+             "No answer within " + std::to_string(timeout.count() / 1000) +
                  " seconds; the service behind it hangs, so restart it or log out and in again."});
     }
   }

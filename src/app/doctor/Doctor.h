@@ -23,8 +23,8 @@ struct DoctorFinding {
 };
 
 /// Tries all checks at once, each on a thread of its own, and tells what they found, in their order. A check
-/// that is still at it when `patience` is over counts as failed; its thread is left behind.
-void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds patience,
+/// that is still at it when `timeout` is over counts as failed; its thread is left behind.
+void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds timeout,
                const std::function<void(DoctorFinding)>& found);
 
 /// {"ok":...,"checks":[{"name":...,"ok":...,"text":...}]} on one line.

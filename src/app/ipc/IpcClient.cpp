@@ -58,8 +58,8 @@ std::optional<std::string> receiveLine(int descriptor, Clock::time_point deadlin
 
 Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& path,
                                                  const ControlRequest& request,
-                                                 std::chrono::milliseconds patience) {
-  const auto deadline = Clock::now() + patience;
+                                                 std::chrono::milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
   const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
   ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
   sockaddr_un address{};
@@ -69,8 +69,8 @@ Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& pa
   }
   std::strcpy(address.sun_path, path.c_str());
   // A companion that hangs may have a full backlog, in which case connecting waits too.
-  const timeval limit{static_cast<time_t>(patience.count() / 1000),
-                      static_cast<suseconds_t>(patience.count() % 1000 * 1000)};
+  const timeval limit{static_cast<time_t>(timeout.count() / 1000),
+                      static_cast<suseconds_t>(timeout.count() % 1000 * 1000)};
   ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
     if (errno == ENOENT || errno == ECONNREFUSED) return std::optional<ControlReply>();

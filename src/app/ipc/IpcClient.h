@@ -9,10 +9,10 @@
 
 namespace tevanto {
 
-/// Asks the companion behind the control socket at `path` and waits for its answer, `patience` at most.
+/// Asks the companion behind the control socket at `path` and waits for its answer, `timeout` at most.
 /// Nothing when no companion listens there; a failure when one does and does not answer as it should.
-Result<std::optional<ControlReply>> askCompanion(
-    const std::filesystem::path& path, const ControlRequest& request,
-    std::chrono::milliseconds patience = std::chrono::seconds(5));
+Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& path,
+                                                 const ControlRequest& request,
+                                                 std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
 }  // namespace tevanto

@@ -32,7 +32,7 @@
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "platform/linux/process/JournalLogSink.h"
-#include "platform/linux/process/StartAnew.h"
+#include "platform/linux/process/RestartProcess.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
 #include "remote/MacRemoteServer.h"
 
@@ -128,7 +128,7 @@ class LinuxCompanion {
                                        std::to_string(runtime_.screen().state().port)};
     if (options_.loopbackOnly) arguments.emplace_back("--loopback-only");
     if (options_.noDiscovery) arguments.emplace_back("--no-discovery");
-    startAnew(arguments);
+    restartProcess(arguments);
   }
 
   void launch() {
@@ -163,7 +163,7 @@ class LinuxCompanion {
     services_.networkQueue()->async([socket = std::shared_ptr(std::move(controlSocket_))] {});
     application_.applicationWillTerminate();
     // On a thread that nothing holds up.
-    impatience_ = patience_->makeQueue("patience")->asyncAfter(kEndingPatience, [] {
+    shutdownDeadline_ = timeout_->makeQueue("timeout")->asyncAfter(kEndingPatience, [] {
       complain("Something in the background does not end; leaving it behind.");
       std::_Exit(static_cast<int>(ExitCode::done));
     });
@@ -195,8 +195,8 @@ class LinuxCompanion {
   const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
   Timer giving_;
-  const std::shared_ptr<EventLoop> patience_ = EventLoop::background(1);
-  Timer impatience_;
+  const std::shared_ptr<EventLoop> timeout_ = EventLoop::background(1);
+  Timer shutdownDeadline_;
   std::thread ending_;
 };
 

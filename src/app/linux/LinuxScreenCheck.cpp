@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::int64_t kLongSide = 1280;
 constexpr std::int64_t kFramesPerSecond = 15;
-constexpr auto kPatience = std::chrono::seconds(5);
+constexpr auto kTimeout = std::chrono::seconds(5);
 
 /// The first thing that the capture says.
 Result<std::string> firstWord(CaptureEngine& engine) {
@@ -31,7 +31,7 @@ Result<std::string> firstWord(CaptureEngine& engine) {
   });
   engine.setErrorHandler([answer](const std::string& text) { answer->say(Failure{text}); });
   engine.start();
-  return answer->waitFor(kPatience).value_or(Failure{"No picture came"});
+  return answer->waitFor(kTimeout).value_or(Failure{"No picture came"});
 }
 
 }  // namespace

@@ -146,7 +146,7 @@ struct LinuxServices::Parts {
             .displayQueue = queues.shortcuts,
             .usedEncoder = [this] { return encoders.usedEncoder(); },
             .makeTransports = [this] { return makeTransports(); },
-            .onStreaming = [this](bool isStreaming) { giveMemoryBack(!isStreaming); }};
+            .onStreaming = [this](bool isStreaming) { trimHeap(!isStreaming); }};
   }
 
   std::unique_ptr<DeployedTransports> makeTransports() {
@@ -161,7 +161,7 @@ struct LinuxServices::Parts {
 
   // A session's pictures and its encoder leave some twenty megabytes behind that the allocator would keep for
   // the next one, which may never come.
-  void giveMemoryBack(bool isAtRest) {
+  void trimHeap(bool isAtRest) {
     trimming.cancel();
     if (isAtRest) trimming = queues.capture->asyncAfter(kMemoryKept, [] { ::malloc_trim(0); });
   }

@@ -97,7 +97,7 @@ class MacCompanion {
     if (std::exchange(isEnding_, true)) return;
     terminal_.stopFollowing();
     application_.applicationWillTerminate();
-    impatience_ = mainQueue_->asyncAfter(kEndingPatience, [] {
+    shutdownDeadline_ = mainQueue_->asyncAfter(kEndingPatience, [] {
       complain("Something in the background does not end; leaving it behind.");
       std::_Exit(static_cast<int>(ExitCode::done));
     });
@@ -123,7 +123,7 @@ class MacCompanion {
   IpcRequestHandler control_;
   std::unique_ptr<IpcServer> controlSocket_;
   bool isEnding_ = false;
-  Timer impatience_;
+  Timer shutdownDeadline_;
   std::thread ending_;
 };
 

@@ -25,8 +25,8 @@ class OneShotResult {
     said_.wait_until(lock, end, [this] { return value_.has_value(); });
     return value_;
   }
-  std::optional<Value> waitFor(std::chrono::milliseconds patience) {
-    return waitUntil(std::chrono::steady_clock::now() + patience);
+  std::optional<Value> waitFor(std::chrono::milliseconds timeout) {
+    return waitUntil(std::chrono::steady_clock::now() + timeout);
   }
 
  private:

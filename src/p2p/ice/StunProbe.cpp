@@ -123,10 +123,10 @@ Result<std::string> found(const StunAnswer& answer) {
 
 }  // namespace
 
-Result<std::string> askStun(const IceUrl& server, milliseconds patience) {
+Result<std::string> askStun(const IceUrl& server, milliseconds timeout) {
   Probe probe;
   if (const auto opened = probe.open(server); !opened) return Failure{opened.error()};
-  const auto end = Clock::now() + patience;
+  const auto end = Clock::now() + timeout;
   for (auto wait = kFirstRetransmission;; wait *= 2) {
     const auto pause = std::min(end, Clock::now() + wait);
     probe.send();

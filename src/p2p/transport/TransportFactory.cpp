@@ -48,11 +48,11 @@ TransportFactory::Made TransportFactory::makeOfferer(const std::string& room) {
 void TransportFactory::startWithLateServers(const Offerer& offerer) {
   struct Start {
     bool done = false;
-    Timer patience;
+    Timer timeout;
   };
   const auto start = std::make_shared<Start>();
-  start->patience = environment_.mainQueue->asyncAfter(
-      kPatience, [weak = std::weak_ptr(start), offerer, servers = environment_.iceServers] {
+  start->timeout = environment_.mainQueue->asyncAfter(
+      kTimeout, [weak = std::weak_ptr(start), offerer, servers = environment_.iceServers] {
         const auto waiting = weak.lock();
         if (waiting && !std::exchange(waiting->done, true)) offerer.start(servers->known());
       });

@@ -44,11 +44,11 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
   /// first, and says when they have aged.
   Made makeAnswerer(const std::string& room);
   /// How long a phone waits for the credential service before it starts without TURN.
-  static constexpr std::chrono::seconds kPatience{1};
+  static constexpr std::chrono::seconds kTimeout{1};
 
-  /// For the phone: it asks the credential service for TURN servers, with little patience, since somebody
+  /// For the phone: it asks the credential service for TURN servers, with little timeout, since somebody
   /// waits; it starts again with servers that come later, be it those that the computer lends through the
-  /// cloud. The patience is worth it: an answer to the first offer that arrives after a second one connects
+  /// cloud. The timeout is worth it: an answer to the first offer that arrives after a second one connects
   /// nobody.
   Made makeOfferer(const std::string& room);
 

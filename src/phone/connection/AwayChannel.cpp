@@ -108,7 +108,7 @@ AwayChannel::State AwayChannel::attempt(Clock::time_point deadline, const GivesU
   const auto begin = Clock::now();
   startTransport();
   std::unique_lock lock(mutex_);
-  while (state_ == State::connecting && Clock::now() < std::min(deadline, begin + patience())) {
+  while (state_ == State::connecting && Clock::now() < std::min(deadline, begin + timeout())) {
     changed_.wait_until(lock, std::min<Clock::time_point>(deadline, Clock::now() + kGlance),
                         [this] { return state_ != State::connecting; });
     lock.unlock();
@@ -119,8 +119,8 @@ AwayChannel::State AwayChannel::attempt(Clock::time_point deadline, const GivesU
   return state_;
 }
 
-Clock::duration AwayChannel::patience() const {
-  return transport_.goesByRecords() ? environment_.patience.byRecords : environment_.patience.usual;
+Clock::duration AwayChannel::timeout() const {
+  return transport_.goesByRecords() ? environment_.timeout.byRecords : environment_.timeout.usual;
 }
 
 void AwayChannel::startTransport() {
@@ -156,7 +156,7 @@ void AwayChannel::endTransport() {
     transport_.messages->close();
   });
   // The last thing that it reports, once the connection is closed.
-  if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.patience.farewell);
+  if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.timeout.farewell);
 }
 
 void AwayChannel::stateDidChange(ChannelState state) {

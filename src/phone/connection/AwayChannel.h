@@ -53,7 +53,7 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
     /// Where the transports call back; not the caller's own thread.
     std::shared_ptr<SerialQueue> mainQueue;
     std::function<AwayTransport(const std::string& room)> makeTransport;
-    Patience patience = {};
+    Patience timeout = {};
   };
 
   /// Tries until the companion answers, the time is over or the user gives up.
@@ -78,7 +78,7 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
       : environment_(std::move(environment)), room_(room) {}
   /// What became of it by the deadline, or by the time that the user gave up.
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
-  std::chrono::steady_clock::duration patience() const;
+  std::chrono::steady_clock::duration timeout() const;
   void startTransport();
   void endTransport();
   void stateDidChange(ChannelState state);

@@ -63,7 +63,7 @@ void MirrorStream::loseTrack(Time now) {
 }
 
 void MirrorStream::ask(Time now) {
-  if (asked_ && now - *asked_ < kPatience) return;
+  if (asked_ && now - *asked_ < kTimeout) return;
   asked_ = now;
   outlets_.askForKeyFrame();
 }

@@ -21,7 +21,7 @@ class MirrorStream {
  public:
   using Time = std::chrono::steady_clock::time_point;
   /// How long an answer may take before it is asked again.
-  static constexpr auto kPatience = std::chrono::seconds(1);
+  static constexpr auto kTimeout = std::chrono::seconds(1);
   /// So many frames in a row may give no picture before the decoder counts as stuck.
   static constexpr int kMostHeldBack = 4;
 

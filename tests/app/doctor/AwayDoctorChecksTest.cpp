@@ -71,7 +71,7 @@ class AwayDoctorChecksTest : public testing::Test {
  protected:
   ~AwayDoctorChecksTest() override { loop_->stop(); }
 
-  /// Tries the one check, as the program does but with more patience: the machine may be busy.
+  /// Tries the one check, as the program does but with more timeout: the machine may be busy.
   DoctorFinding finding(const std::string& name) {
     const auto settings = sources_.settings();
     const auto http = std::make_shared<BeastHttpClient>(loop_, TlsTrust{authority_.certificatePem()});

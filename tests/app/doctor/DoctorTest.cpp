@@ -11,9 +11,9 @@ namespace {
 using Attempt = Result<std::string>;
 
 std::vector<DoctorFinding> findings(const std::vector<DoctorCheck>& checks,
-                                    std::chrono::milliseconds patience) {
+                                    std::chrono::milliseconds timeout) {
   std::vector<DoctorFinding> all;
-  tryChecks(checks, patience, [&](DoctorFinding finding) { all.push_back(std::move(finding)); });
+  tryChecks(checks, timeout, [&](DoctorFinding finding) { all.push_back(std::move(finding)); });
   return all;
 }
 

@@ -16,7 +16,7 @@
 namespace tevanto {
 namespace {
 
-constexpr int kPatience = 60'000;  // milliseconds
+constexpr int kTimeout = 60'000;  // milliseconds
 
 /// Each control at rest, under the pointer, pressed, with the keyboard's focus and disabled.
 class ControlsScreenshot : public ::testing::TestWithParam<bool> {
@@ -30,7 +30,7 @@ class ControlsScreenshot : public ::testing::TestWithParam<bool> {
     view_.setSource(QUrl::fromLocalFile(QStringLiteral(TEVANTO_CONTROLS_SHEET)));
     view_.show();
     view_.requestActivate();
-    EXPECT_TRUE(QTest::qWaitForWindowActive(&view_, kPatience));
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&view_, kTimeout));
     const QQmlListReference controls(view_.rootObject(), "controls");
     for (int i = 0; i < controls.count(); ++i) controls_.push_back(static_cast<QQuickItem*>(controls.at(i)));
   }
@@ -45,20 +45,20 @@ class ControlsScreenshot : public ::testing::TestWithParam<bool> {
     QTest::mouseMove(&view_, {3, 3});  // whoever was pressed hears of the pointer only now
     control.setFocus(false);
     control.setEnabled(true);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !control.property("isHovered").toBool(); }, kPatience));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !control.property("isHovered").toBool(); }, kTimeout));
   }
   void pointAt(QQuickItem& control) {
     QTest::mouseMove(&view_, centreOf(control));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isHovered").toBool(); }, kPatience));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isHovered").toBool(); }, kTimeout));
   }
   void press(QQuickItem& control) {
     pointAt(control);
     QTest::mousePress(&view_, Qt::LeftButton, Qt::NoModifier, centreOf(control));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isPressed").toBool(); }, kPatience));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isPressed").toBool(); }, kTimeout));
   }
   void focus(QQuickItem& control) {
     control.forceActiveFocus();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return control.hasActiveFocus(); }, kPatience));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return control.hasActiveFocus(); }, kTimeout));
   }
 
   /// A column of the controls, each brought into a state while it was looked at.

@@ -19,7 +19,7 @@ using test::TestHttpRequest;
 using test::TestHttpServer;
 
 /// Generous: a poll comes every one to three seconds, on a machine that may be busy.
-constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kTimeout{60};
 
 /// Both sides, each with a database of its own, on threads as in the programs.
 class CloudKitMeeting : public testing::Test {
@@ -50,7 +50,7 @@ class CloudKitMeeting : public testing::Test {
 
   template <class Value>
   static std::optional<Value> arrived(std::future<Value>& value) {
-    if (value.wait_for(kPatience) != std::future_status::ready) return std::nullopt;
+    if (value.wait_for(kTimeout) != std::future_status::ready) return std::nullopt;
     return value.get();
   }
 
@@ -64,7 +64,7 @@ class CloudKitMeeting : public testing::Test {
   }
   template <class Value, class Look>
   static std::optional<Value> lookUntilFound(Look look) {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const auto deadline = std::chrono::steady_clock::now() + kTimeout;
     auto found = lookOnce<Value>(look);
     while (!found && std::chrono::steady_clock::now() < deadline) found = lookOnce<Value>(look);
     return found;
@@ -124,7 +124,7 @@ TEST_F(CloudKitMeeting, leavesAnInviteForThePhone) {
   EXPECT_EQ(found->room, "room");
   EXPECT_EQ(found->invite, (CloudPairingInvite{"device", "Computer"}));
   computer.deletePairInvite("123456");
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto deadline = std::chrono::steady_clock::now() + kTimeout;
   bool isGone = false;
   while (!isGone && std::chrono::steady_clock::now() < deadline) isGone = !lookOnce<Found>(look);
   EXPECT_TRUE(isGone);

@@ -34,7 +34,7 @@ class FakeMessages final : public MessageChannel {
 class AwayRouteTest : public testing::Test {
  protected:
   AwayRoute road(std::chrono::milliseconds timeout = 30s) {
-    return {{queue_, [this](const std::string& room) { return makeTransport(room); }, patience_},
+    return {{queue_, [this](const std::string& room) { return makeTransport(room); }, timeout_},
             "the room",
             timeout};
   }
@@ -58,7 +58,7 @@ class AwayRouteTest : public testing::Test {
 
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
-  AwayChannel::Patience patience_;
+  AwayChannel::Patience timeout_;
   std::optional<bool> isRelayed_;
   bool goesByRecords_ = false;
   std::vector<std::shared_ptr<FakeMessages>> messages_;
@@ -148,7 +148,7 @@ TEST_F(AwayRouteTest, endsACallWhenTheUserGivesUp) {
 }
 
 TEST_F(AwayRouteTest, leavesATransportThatMeetsNobodyForAnother) {
-  patience_.usual = 1ms;
+  timeout_.usual = 1ms;
   onStart = [this](std::size_t number) {
     if (number > 1) queue_->async([this] { messages_[1]->onChannelState(ChannelState::ready); });
   };
@@ -158,7 +158,7 @@ TEST_F(AwayRouteTest, leavesATransportThatMeetsNobodyForAnother) {
 }
 
 TEST_F(AwayRouteTest, givesRecordsInTheCloudMoreTime) {
-  patience_.usual = 1ms;
+  timeout_.usual = 1ms;
   goesByRecords_ = true;
   int glances = 0;
   onStart = [](std::size_t) {};
@@ -195,7 +195,7 @@ TEST_F(AwayRouteTest, theLinkEndsWithItsChannels) {
 }
 
 TEST_F(AwayRouteTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
-  patience_.farewell = 60s;
+  timeout_.farewell = 60s;
   std::atomic<bool> isTold = false;
   Timer telling;
   auto away = road();

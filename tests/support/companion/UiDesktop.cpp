@@ -16,7 +16,7 @@
 namespace tevanto::test {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(60);
+constexpr auto kTimeout = std::chrono::seconds(60);
 constexpr int kTrayHeight = 28;
 constexpr std::size_t kFewColours = 8;
 constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
@@ -95,10 +95,10 @@ UiDesktop::UiDesktop(Tray tray) {
                                          {"LC_ALL", "C.UTF-8"}});
   launch({"openbox", "--sm-disable"});
   // It gives no focus to windows that were there before it.
-  if (!eventually([this] { return hasWindowManager(); }, kPatience))
+  if (!eventually([this] { return hasWindowManager(); }, kTimeout))
     throw std::runtime_error("the window manager does not start");
   launch({"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"});
-  if (!eventually([this] { return bus().hasOwner("org.a11y.Bus"); }, kPatience))
+  if (!eventually([this] { return bus().hasOwner("org.a11y.Bus"); }, kTimeout))
     throw std::runtime_error("the accessibility bus does not start");
   startTray(tray);
 }
@@ -125,10 +125,10 @@ void UiDesktop::startStatusNotifierTray() {
   std::ofstream(folder / "xfce4-panel.xml") << kPanelSettings;
   // Nothing is activated on the tests' bus, so that the panel's store of settings is started by hand.
   launch({"sh", "-c", "exec /usr/lib/*/xfce4/xfconf/xfconfd"});
-  if (!eventually([this] { return bus().hasOwner("org.xfce.Xfconf"); }, kPatience))
+  if (!eventually([this] { return bus().hasOwner("org.xfce.Xfconf"); }, kTimeout))
     throw std::runtime_error("xfconfd does not start");
   launch({"xfce4-panel", "--disable-wm-check"});
-  if (!eventually([this] { return hasStatusNotifierHost(); }, kPatience))
+  if (!eventually([this] { return hasStatusNotifierHost(); }, kTimeout))
     throw std::runtime_error("xfce4-panel has no StatusNotifier tray");
 }
 
@@ -156,7 +156,7 @@ bool UiDesktop::showsTrayIcon() const {
         // An empty tray has one colour, or shades of it.
         return std::set<unsigned>(seen.begin(), seen.end()).size() > kFewColours;
       },
-      kPatience);
+      kTimeout);
 }
 
 std::vector<AccessibleObject> UiDesktop::objects() const {
@@ -179,7 +179,7 @@ std::optional<AccessibleObject> UiDesktop::object(const std::string& name) const
 }
 
 bool UiDesktop::shows(const std::string& name) const {
-  return eventually([&] { return object(name).has_value(); }, kPatience);
+  return eventually([&] { return object(name).has_value(); }, kTimeout);
 }
 
 bool UiDesktop::ceasesToShow(const std::string& name) const {
@@ -189,13 +189,13 @@ bool UiDesktop::ceasesToShow(const std::string& name) const {
         return !now.empty() &&
                std::none_of(now.begin(), now.end(), [&](const auto& each) { return each.name == name; });
       },
-      kPatience);
+      kTimeout);
 }
 
 bool UiDesktop::click(const std::string& name) const {
   // On the screen, where the window manager has put it; and in its place: what moves has not been drawn to
   // its end.
-  if (!eventually([this] { return activeWindow() == "Tevanto"; }, kPatience)) return false;
+  if (!eventually([this] { return activeWindow() == "Tevanto"; }, kTimeout)) return false;
   std::optional<AccessibleObject> before;
   const bool rests = eventually(
       [&] {
@@ -204,7 +204,7 @@ bool UiDesktop::click(const std::string& name) const {
         before = now;
         return same;
       },
-      kPatience);
+      kTimeout);
   if (rests) clickAt(before->x + before->width / 2, before->y + before->height / 2);
   return rests;
 }
@@ -223,7 +223,7 @@ bool UiDesktop::focusByKeyboard(const std::string& name) const {
         key("Tab");
         return false;
       },
-      kPatience);
+      kTimeout);
 }
 
 std::vector<unsigned> UiDesktop::pixels(int x, int y, int width, int height) const {

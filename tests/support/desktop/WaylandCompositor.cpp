@@ -14,7 +14,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr auto kPatience = std::chrono::seconds(60);
+constexpr auto kTimeout = std::chrono::seconds(60);
 /// The compositor does not run as root.
 constexpr unsigned kNobody = 65534;
 
@@ -70,7 +70,7 @@ WaylandCompositor::WaylandCompositor() {
         }
         return !messages_.empty() && !message({"-t", "get_version"}).empty();
       },
-      kPatience);
+      kTimeout);
   if (!runs) throw std::runtime_error("the Wayland compositor does not start");
 }
 
@@ -97,7 +97,7 @@ void WaylandCompositor::close(const std::string& title) const {
 
 WaylandCompositor::Token::Token(const WaylandCompositor& compositor)
     : program_({"/usr/bin/python3", TEVANTO_ACTIVATION_TOKEN, compositor.socket()}) {
-  text_ = program_.readLine(kPatience).value_or("");
+  text_ = program_.readLine(kTimeout).value_or("");
   if (text_.empty()) throw std::runtime_error("the compositor gives no activation token");
 }
 

@@ -17,7 +17,7 @@
 namespace tevanto::test {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(30);
+constexpr auto kTimeout = std::chrono::seconds(30);
 
 bool sendWhole(int socket, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -71,7 +71,7 @@ int ScriptedScreen::count(ScreenMessageType type) {
 
 bool ScriptedScreen::waitFor(ScreenMessageType type, int wanted) {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, kPatience, [&] {
+  return changed_.wait_for(lock, kTimeout, [&] {
     return std::count_if(received_.begin(), received_.end(),
                          [&](const auto& message) { return screenMessageType(message) == type; }) >= wanted;
   });
@@ -79,7 +79,7 @@ bool ScriptedScreen::waitFor(ScreenMessageType type, int wanted) {
 
 bool ScriptedScreen::waitForEnd() {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, kPatience, [&] { return ended_ > 0; });
+  return changed_.wait_for(lock, kTimeout, [&] { return ended_ > 0; });
 }
 
 void ScriptedScreen::serve() {

@@ -20,7 +20,7 @@ constexpr auto* kKde = "org.kde.kdeglobals.KDE";
 
 /// How long the first frame may wait for a portal that runs already: without it, a dark desktop would see a
 /// light window flash up.
-constexpr int kPatience = 100;  // milliseconds
+constexpr int kTimeout = 100;  // milliseconds
 
 constexpr uint kPreferDark = 1;
 constexpr uint kPreferLight = 2;
@@ -58,7 +58,7 @@ void PortalAppearance::readPortal() {
   };
   auto atOnce = readAll();
   atOnce.setAutoStartService(false);
-  if (takeAll(bus_.call(atOnce, QDBus::Block, kPatience))) return;
+  if (takeAll(bus_.call(atOnce, QDBus::Block, kTimeout))) return;
   auto* const answer = new QDBusPendingCallWatcher(bus_.asyncCall(readAll()), this);
   connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, takeAll] {
     takeAll(answer->reply());

@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// Whether the local network says of the service, within `patience`, what it was advertised with: its port
+/// Whether the local network says of the service, within `timeout`, what it was advertised with: its port
 /// and its text record. Waits for it; fails when nobody can be asked.
-Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds patience);
+Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds timeout);
 
 }  // namespace tevanto

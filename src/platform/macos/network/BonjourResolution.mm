@@ -29,9 +29,9 @@ class Question {
     if (error == kDNSServiceErr_NoError) error = DNSServiceSetDispatchQueue(reference_, queue_);
     return error;
   }
-  bool isAnswered(std::chrono::milliseconds patience) {
+  bool isAnswered(std::chrono::milliseconds timeout) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, patience, [this] { return isAnswered_; });
+    return changed_.wait_for(lock, timeout, [this] { return isAnswered_; });
   }
   void end() {
     dispatch_sync(queue_, ^{
@@ -64,10 +64,10 @@ class Question {
 
 }  // namespace
 
-Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds patience) {
+Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds timeout) {
   Question question(service);
   const auto error = question.ask();
-  const bool isAnswered = error == kDNSServiceErr_NoError && question.isAnswered(patience);
+  const bool isAnswered = error == kDNSServiceErr_NoError && question.isAnswered(timeout);
   question.end();
   if (error != kDNSServiceErr_NoError) return Failure{bonjourFailureOf(error).message};
   return isAnswered;

@@ -16,7 +16,7 @@ namespace tevanto {
 namespace {
 
 constexpr auto* kPath = "/org/freedesktop/portal/desktop";
-constexpr int kPatience = 60'000;  // milliseconds
+constexpr int kTimeout = 60'000;  // milliseconds
 
 /// A bus of the test's own with a settings portal on it.
 class Appearance : public ::testing::Test {
@@ -39,10 +39,10 @@ class Appearance : public ::testing::Test {
         *appearance_, QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), connection_));
   }
   bool becomesDark(bool dark = true) {
-    return QTest::qWaitFor([this, dark] { return appearance_->isDark() == dark; }, kPatience);
+    return QTest::qWaitFor([this, dark] { return appearance_->isDark() == dark; }, kTimeout);
   }
   bool becomesStill(bool still = true) {
-    return QTest::qWaitFor([this, still] { return appearance_->isMotionReduced() == still; }, kPatience);
+    return QTest::qWaitFor([this, still] { return appearance_->isMotionReduced() == still; }, kTimeout);
   }
   void change(const std::string& group, const std::string& key, const std::string& value) {
     portal_->call("org.freedesktop.DBus.Mock.EmitSignal",

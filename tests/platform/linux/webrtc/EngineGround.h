@@ -35,11 +35,11 @@ class EngineGround : public ::testing::Test {
     return options;
   }
   /// A busy machine takes its time.
-  static constexpr auto kPatience = std::chrono::minutes(2);
+  static constexpr auto kTimeout = std::chrono::minutes(2);
 
   /// Until what the state queues still do for transports that were let go of is done.
   bool rests() {
-    return eventually([&] { return ground.peers.use_count() == 1; }, kPatience);
+    return eventually([&] { return ground.peers.use_count() == 1; }, kTimeout);
   }
   /// A pair that is `fresh` says something in each direction.
   static void exchange(TransportPair& fresh) {
@@ -51,7 +51,7 @@ class EngineGround : public ::testing::Test {
           return fresh.computer.heard->motions == 1 && fresh.computer.heard->numbered == 1 &&
                  fresh.phone.heard->numbered == 1;
         },
-        kPatience));
+        kTimeout));
   }
   /// Connects, uses and disconnects so many pairs, all at the same time.
   void cycle(int pairsAtOnce = 1) {
@@ -60,12 +60,12 @@ class EngineGround : public ::testing::Test {
       pairs.push_back(std::make_unique<TransportPair>(ground));
       pairs.back()->start();
     }
-    for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kPatience));
+    for (const auto& pair : pairs) ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kTimeout));
     for (const auto& pair : pairs) ASSERT_NO_FATAL_FAILURE(exchange(*pair));
     for (const auto& pair : pairs) pair->stop();
     for (const auto& pair : pairs) {
       ASSERT_TRUE(eventually(
-          [&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }, kPatience));
+          [&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; }, kTimeout));
     }
   }
 

@@ -29,7 +29,7 @@ TEST_P(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   std::atomic<int> routes = 0;
   pair.phone.transport->onRelayRouteChanged = [&](bool) { ++routes; };
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kTimeout));
   exchange(pair);
 
   // In chunks on the way there.
@@ -37,13 +37,13 @@ TEST_P(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
   large.deviceName = std::string(200'000, 'x');
   pair.computer.transport->send(large);
   pair.computer.transport->send(numbered(2));
-  ASSERT_TRUE(eventually([&] { return pair.phone.heard->numbered == 3; }, kPatience));
+  ASSERT_TRUE(eventually([&] { return pair.phone.heard->numbered == 3; }, kTimeout));
   EXPECT_TRUE(pair.phone.heard->inOrder);
 
   const auto frame = pattern(300'000);
   ASSERT_TRUE(pair.computer.transport->sendScreenPayload(bytesOf("parameter sets")));
   ASSERT_TRUE(pair.computer.transport->sendScreenFrame(frame, true));
-  EXPECT_TRUE(eventually([&] { return pair.phone.heard->screenBytes == frame.size() + 14; }, kPatience));
+  EXPECT_TRUE(eventually([&] { return pair.phone.heard->screenBytes == frame.size() + 14; }, kTimeout));
   EXPECT_EQ(routes, 0);  // direct all the time
   EXPECT_EQ(pair.phone.heard->others, 0);
   pair.stop();
@@ -53,14 +53,14 @@ TEST_P(TransportOnLibwebrtc, carriesMessagesMotionAndTheScreen) {
 TEST_P(TransportOnLibwebrtc, aPhoneThatComesBackIsMetByAFreshPeer) {
   TransportPair pair(ground);
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kTimeout));
   // It is gone without a word, as a phone that loses its network; its next run makes a new offer.
   TransportSide again(ground, TransportRole::offerer, pair.room);
   again.transport->start({});
   ASSERT_TRUE(
-      eventually([&] { return again.heard->readies == 1 && pair.computer.heard->readies == 2; }, kPatience));
+      eventually([&] { return again.heard->readies == 1 && pair.computer.heard->readies == 2; }, kTimeout));
   again.transport->send(numbered(0));
-  EXPECT_TRUE(eventually([&] { return pair.computer.heard->numbered == 1; }, kPatience));
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->numbered == 1; }, kTimeout));
   pair.stop();
   again.transport->stop();
 }
@@ -73,7 +73,7 @@ TEST_P(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady
       if (state == ChannelState::ready) pair.phone.transport->send(pointerMotion());
     };
     pair.start();
-    ASSERT_TRUE(eventually([&] { return pair.computer.heard->motions == 1; }, kPatience)) << pair;
+    ASSERT_TRUE(eventually([&] { return pair.computer.heard->motions == 1; }, kTimeout)) << pair;
     EXPECT_TRUE(pair.computer.heard->inOrder);
     pair.stop();
     ground.main->sync([] {});
@@ -83,10 +83,10 @@ TEST_P(TransportOnLibwebrtc, aFirstMotionComesBehindTheNewsThatTheChannelIsReady
 TEST_P(TransportOnLibwebrtc, theOtherSidesEndIsAFailureAtOnce) {
   TransportPair pair(ground);
   pair.start();
-  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kPatience));
+  ASSERT_TRUE(eventually([&] { return pair.isReady(); }, kTimeout));
   pair.phone.transport.reset();
-  EXPECT_TRUE(eventually([&] { return pair.computer.heard->failures == 1; }, kPatience));
-  EXPECT_TRUE(eventually([&] { return !pair.computer.heard->screenIsOpen; }, kPatience));
+  EXPECT_TRUE(eventually([&] { return pair.computer.heard->failures == 1; }, kTimeout));
+  EXPECT_TRUE(eventually([&] { return !pair.computer.heard->screenIsOpen; }, kTimeout));
   pair.computer.transport->stop();
 }
 
@@ -98,7 +98,7 @@ TEST_P(TransportOnLibwebrtc, comingAndGoingLeavesNoThreadAndNoDescriptor) {
   for (int round = 0; round < 50 && !HasFatalFailure(); ++round) cycle();
   ASSERT_TRUE(rests());
   EXPECT_TRUE(
-      eventually([&] { return threadCount() <= threads && openDescriptors() <= descriptors; }, kPatience))
+      eventually([&] { return threadCount() <= threads && openDescriptors() <= descriptors; }, kTimeout))
       << threadCount() - threads << " threads, " << openDescriptors() - descriptors << " descriptors";
 }
 
@@ -111,7 +111,7 @@ TEST_P(TransportOnLibwebrtc, aHundredStopAtOnce) {
       pairs.back()->start();
     }
     for (const auto& pair : pairs)
-      ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kPatience)) << *pair;
+      ASSERT_TRUE(eventually([&] { return pair->isReady(); }, kTimeout)) << *pair;
   }
   std::vector<std::thread> stoppers;
   for (std::size_t first = 0; first < 4; ++first) {
@@ -122,7 +122,7 @@ TEST_P(TransportOnLibwebrtc, aHundredStopAtOnce) {
   for (auto& stopper : stoppers) stopper.join();
   for (const auto& pair : pairs) {
     EXPECT_TRUE(eventually([&] { return pair->computer.heard->failures + pair->phone.heard->failures == 2; },
-                           kPatience));
+                           kTimeout));
   }
   pairs.clear();
   EXPECT_TRUE(rests());

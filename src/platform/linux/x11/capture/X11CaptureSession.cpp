@@ -28,7 +28,7 @@ X11CaptureSession::X11CaptureSession(std::string displayName, DisplayID display,
       handlers_(std::move(handlers)),
       display_(display),
       pacer_(std::chrono::duration_cast<FramePacer::Duration>(configuration.minimumFrameInterval)),
-      headStart_(std::chrono::duration_cast<HeadStart::Duration>(configuration.minimumFrameInterval)) {}
+      headStart_(std::chrono::duration_cast<CaptureLeadTime::Duration>(configuration.minimumFrameInterval)) {}
 
 void X11CaptureSession::start(std::function<void(Result<void>)> done) {
   queue_->async([self = shared_from_this(), done = std::move(done)] {
@@ -122,7 +122,7 @@ void X11CaptureSession::service() {
     if (screen_->broken()) return end("The X server is gone.");
     const auto wait = pacer_.wait(queue_->now());
     if (!wait) return;
-    const auto lead = isPrepared_ ? HeadStart::Duration::zero() : headStart_.length();
+    const auto lead = isPrepared_ ? CaptureLeadTime::Duration::zero() : headStart_.length();
     if (*wait > lead) return wakeAfter(*wait - lead);
     if (*wait > FramePacer::Duration::zero()) {
       prepare();

@@ -13,9 +13,9 @@
 #include "platform/linux/x11/capture/XPointerImage.h"
 #include "platform/linux/x11/capture/XScreenImage.h"
 #include "screen/capture/DisplayCapture.h"
+#include "screen/picture/CaptureLeadTime.h"
 #include "screen/picture/ChangedArea.h"
 #include "screen/picture/FramePacer.h"
-#include "screen/picture/HeadStart.h"
 #include "screen/picture/ParallelScaler.h"
 #include "screen/picture/PictureHistory.h"
 
@@ -82,7 +82,7 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
   FramePacer pacer_;
   FramePacer::TimePoint pictureBegan_{};
   PresentationTime lastTime_{0};
-  HeadStart headStart_;
+  CaptureLeadTime headStart_;
   bool isPrepared_ = false;                // the next picture was begun, or there was nothing to begin
   bool isRead_ = false;                    // no change is known since the screen was read
   std::shared_ptr<PixelBuffer> prepared_;  // the next picture as far as it is drawn

@@ -79,8 +79,8 @@ XPointerWindow::~XPointerWindow() = default;
 
 PointerLocation XPointerWindow::middle() const { return {kCorner + kMiddle, kCorner + kMiddle}; }
 
-bool XPointerWindow::seesPointer(std::chrono::milliseconds patience) {
-  const auto deadline = Clock::now() + patience;
+bool XPointerWindow::seesPointer(std::chrono::milliseconds timeout) {
+  const auto deadline = Clock::now() + timeout;
   while (auto* event = connection_->nextEvent(deadline)) {
     const auto type = event->response_type & 0x7f;
     bool arrived = false;

@@ -20,7 +20,7 @@ class XPointerWindow {
   /// Its middle, in the coordinates of the screen.
   PointerLocation middle() const;
   /// Waits for the pointer to come to the middle.
-  bool seesPointer(std::chrono::milliseconds patience);
+  bool seesPointer(std::chrono::milliseconds timeout);
 
  private:
   struct Connection;

@@ -37,7 +37,7 @@ struct Media {
   MediaKey key{};
   KeyDirection direction{};
 };
-using Work = std::variant<Text, Key, Button, ScrollEvent, Media, PointerTrack::Step>;
+using Work = std::variant<Text, Key, Button, ScrollEvent, Media, PointerPosition::Step>;
 
 /// Appends UTF-16 that holds whole characters; an unpaired surrogate is left out.
 void append(Text& text, std::u16string_view units) {
@@ -126,7 +126,7 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
     auto* current = session();
     if (!current) return;
     const auto step = current->pointer.stepTo(target);
-    if (step == PointerTrack::Step{}) return;
+    if (step == PointerPosition::Step{}) return;
     if (waitingButtons_ > 0) {
       enqueue(step);
     } else {
@@ -177,8 +177,8 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
 
   void enqueue(Work work) {
     if (std::holds_alternative<Button>(work)) ++waitingButtons_;
-    auto* step = std::get_if<PointerTrack::Step>(&work);
-    auto* last = waiting_.empty() || !step ? nullptr : std::get_if<PointerTrack::Step>(&waiting_.back());
+    auto* step = std::get_if<PointerPosition::Step>(&work);
+    auto* last = waiting_.empty() || !step ? nullptr : std::get_if<PointerPosition::Step>(&waiting_.back());
     if (last) {
       last->dx += step->dx;
       last->dy += step->dy;
@@ -193,7 +193,7 @@ class XTestInputEvents::Stream : public std::enable_shared_from_this<Stream> {
       return current.keys.mediaKey(media->key, media->direction);
     if (const auto* button = std::get_if<Button>(&work)) current.pointer.button(button->number, button->down);
     if (const auto* scroll = std::get_if<ScrollEvent>(&work)) current.pointer.scroll(*scroll);
-    if (const auto* step = std::get_if<PointerTrack::Step>(&work)) current.pointer.move(*step);
+    if (const auto* step = std::get_if<PointerPosition::Step>(&work)) current.pointer.move(*step);
     return true;
   }
 

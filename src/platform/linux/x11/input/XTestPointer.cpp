@@ -43,14 +43,14 @@ void XTestPointer::refresh() {
   track_.setPixel(pointer->root_x, pointer->root_y);
 }
 
-PointerTrack::Step XTestPointer::stepTo(PointerLocation target) {
+PointerPosition::Step XTestPointer::stepTo(PointerLocation target) {
   refresh();
   trustedUntil_ = clock_->now() + kTrustTrackFor;
   return track_.moveTo(target);
 }
 
-void XTestPointer::move(PointerTrack::Step step) const {
-  while (step != PointerTrack::Step{}) {
+void XTestPointer::move(PointerPosition::Step step) const {
+  while (step != PointerPosition::Step{}) {
     const auto dx = bounded(step.dx);
     const auto dy = bounded(step.dy);
     x_->fakeRelativeMotion(dx, dy);

@@ -6,7 +6,7 @@
 
 #include "control/InputEvents.h"
 #include "core/queue/SerialQueue.h"
-#include "platform/linux/input/PointerTrack.h"
+#include "platform/linux/input/PointerPosition.h"
 #include "platform/linux/input/WheelSteps.h"
 #include "platform/linux/x11/XInputConnection.h"
 #include "platform/linux/x11/input/HeldInput.h"
@@ -25,8 +25,8 @@ class XTestPointer {
 
   PointerLocation location();
   /// The motion that brings the pointer to `target`, which the track takes for done.
-  PointerTrack::Step stepTo(PointerLocation target);
-  void move(PointerTrack::Step step) const;
+  PointerPosition::Step stepTo(PointerLocation target);
+  void move(PointerPosition::Step step) const;
   void button(int number, bool down);
   void scroll(const ScrollEvent& event);
 
@@ -39,7 +39,7 @@ class XTestPointer {
   const std::shared_ptr<XInputConnection> x_;
   HeldInput& held_;
   const std::shared_ptr<SerialQueue> clock_;
-  PointerTrack track_;
+  PointerPosition track_;
   SerialQueue::TimePoint trustedUntil_ = SerialQueue::TimePoint::min();
   WheelSteps vertical_;
   WheelSteps horizontal_;

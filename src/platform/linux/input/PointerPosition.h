@@ -6,7 +6,7 @@ namespace tevanto {
 
 /// Where the pointer stands: the pixel that the server knows, and the part of a pixel that no screen can
 /// show. Turns target positions into whole steps. Does no I/O.
-class PointerTrack {
+class PointerPosition {
  public:
   /// The farthest step on an axis. X coordinates are 16 bits, so this crosses any screen twice over.
   static constexpr int kFarthestStep = 65534;

@@ -1,4 +1,4 @@
-#include "screen/picture/HeadStart.h"
+#include "screen/picture/CaptureLeadTime.h"
 
 #include <gtest/gtest.h>
 
@@ -12,8 +12,8 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kInterval{64};
 
-TEST(HeadStart, isForLargePicturesOnly) {
-  HeadStart start(kInterval);
+TEST(CaptureLeadTime, isForLargePicturesOnly) {
+  CaptureLeadTime start(kInterval);
   EXPECT_EQ(start.length(), milliseconds(0)) << "nothing is known yet";
   start.drew(milliseconds(4), true);
   EXPECT_EQ(start.length(), milliseconds(5));
@@ -21,8 +21,8 @@ TEST(HeadStart, isForLargePicturesOnly) {
   EXPECT_EQ(start.length(), milliseconds(0));
 }
 
-TEST(HeadStart, followsTheTimeThatDrawingTakesUpToAQuarterOfAnInterval) {
-  HeadStart start(kInterval);
+TEST(CaptureLeadTime, followsTheTimeThatDrawingTakesUpToAQuarterOfAnInterval) {
+  CaptureLeadTime start(kInterval);
   const struct {
     microseconds time;
     microseconds length;
@@ -37,8 +37,8 @@ TEST(HeadStart, followsTheTimeThatDrawingTakesUpToAQuarterOfAnInterval) {
 }
 
 // How many pictures after each one that was drawn over wait for their moment.
-TEST(HeadStart, isGivenUpForLongerEachTimeThatItWasOfNoUse) {
-  HeadStart start(kInterval);
+TEST(CaptureLeadTime, isGivenUpForLongerEachTimeThatItWasOfNoUse) {
+  CaptureLeadTime start(kInterval);
   start.drew(milliseconds(4), true);
   std::vector<int> pauses;
   for (int i = 0; i < 6; ++i) {
@@ -50,8 +50,8 @@ TEST(HeadStart, isGivenUpForLongerEachTimeThatItWasOfNoUse) {
   EXPECT_EQ(pauses, (std::vector<int>{1, 2, 4, 8, 8, 8}));
 }
 
-TEST(HeadStart, isTakenAgainAtOnceAfterOneThatWasOfUse) {
-  HeadStart start(kInterval);
+TEST(CaptureLeadTime, isTakenAgainAtOnceAfterOneThatWasOfUse) {
+  CaptureLeadTime start(kInterval);
   start.drew(milliseconds(4), true);
   start.ended(true);
   start.drew(milliseconds(4), true);

@@ -1,4 +1,4 @@
-#include "screen/picture/HeadStart.h"
+#include "screen/picture/CaptureLeadTime.h"
 
 #include <algorithm>
 
@@ -10,12 +10,12 @@ constexpr int kLongestPause = 8;
 }  // namespace
 
 // A quarter more, as no two pictures take the same time.
-void HeadStart::drew(Duration time, bool isLarge) {
+void CaptureLeadTime::drew(Duration time, bool isLarge) {
   length_ = isLarge ? std::min(time + time / 4, most_) : Duration::zero();
   pause_ = std::max(pause_ - 1, 0);
 }
 
-void HeadStart::ended(bool isDrawnOver) {
+void CaptureLeadTime::ended(bool isDrawnOver) {
   lastPause_ = isDrawnOver ? std::clamp(2 * lastPause_, 1, kLongestPause) : 0;
   pause_ = lastPause_;
 }

@@ -1,16 +1,16 @@
-#include "platform/linux/input/PointerTrack.h"
+#include "platform/linux/input/PointerPosition.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace tevanto {
 
-void PointerTrack::Axis::set(int position) {
+void PointerPosition::Axis::set(int position) {
   if (position != pixel) part = 0;
   pixel = position;
 }
 
-int PointerTrack::Axis::moveTo(double target) {
+int PointerPosition::Axis::moveTo(double target) {
   if (std::isnan(target)) return 0;
   const double nearest = std::clamp(std::floor(target + 0.5), static_cast<double>(pixel - kFarthestStep),
                                     static_cast<double>(pixel + kFarthestStep));
@@ -21,17 +21,17 @@ int PointerTrack::Axis::moveTo(double target) {
   return step;
 }
 
-void PointerTrack::setScreen(int width, int height) {
+void PointerPosition::setScreen(int width, int height) {
   x_.size = std::max(width, 1);
   y_.size = std::max(height, 1);
 }
 
-void PointerTrack::setPixel(int x, int y) {
+void PointerPosition::setPixel(int x, int y) {
   x_.set(x);
   y_.set(y);
 }
 
-PointerTrack::Step PointerTrack::moveTo(PointerLocation target) {
+PointerPosition::Step PointerPosition::moveTo(PointerLocation target) {
   return {x_.moveTo(target.x), y_.moveTo(target.y)};
 }
 

@@ -1,4 +1,4 @@
-#include "platform/linux/process/StartAnew.h"
+#include "platform/linux/process/RestartProcess.h"
 
 #include <linux/close_range.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-void startAnew(const std::vector<std::string>& arguments) {
+void restartProcess(const std::vector<std::string>& arguments) {
   std::error_code error;
   const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
   std::vector<char*> pointers;

@@ -9,11 +9,11 @@ namespace tevanto {
 /// meanwhile put in. Small changes take no time worth saving. Where most of an early picture is drawn over,
 /// that was work for nothing, and some pictures wait for their moment, up to eight where it goes on so. A
 /// value without a clock.
-class HeadStart {
+class CaptureLeadTime {
  public:
   using Duration = SerialQueue::Duration;
 
-  explicit HeadStart(Duration frameInterval) : most_(frameInterval / 4) {}
+  explicit CaptureLeadTime(Duration frameInterval) : most_(frameInterval / 4) {}
 
   /// Of the next picture; zero when it waits for its moment.
   Duration length() const { return pause_ == 0 ? length_ : Duration::zero(); }
