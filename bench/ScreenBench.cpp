@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "screen/wire/FramedConnection.h"
 #include "screen/wire/ScreenPackets.h"
 #include "screen/wire/WebRTCScreenPacketAssembler.h"

@@ -11,7 +11,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "phone/connection/ScreenSocket.h"
 #include "phone/media/LibavVideoDecoder.h"
 #include "phone/mirror/MirrorStream.h"

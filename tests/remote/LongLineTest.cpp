@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "core/queue/EventLoop.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "remote/LineProtocolConnection.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/programs/Eventually.h"

@@ -8,7 +8,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "remote/MacRemoteServer.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"

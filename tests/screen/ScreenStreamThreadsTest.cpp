@@ -10,7 +10,7 @@
 
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/capture/CaptureEngine.h"
 #include "screen/wire/FramedConnection.h"

@@ -3,7 +3,7 @@
 #include "app/ipc/IpcClient.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "core/queue/EventLoop.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 
 namespace tevanto {
 namespace {

@@ -9,7 +9,7 @@
 #include "app/runtime/StartupScreenPermission.h"
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/NoAdvertiser.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "p2p/transport/DeployedTransports.h"
 #include "platform/linux/audio/LinuxScriptHost.h"
 #include "platform/linux/audio/LoadedAudio.h"

@@ -5,7 +5,7 @@
 #include "app/runtime/CompanionServices.h"
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/NoAdvertiser.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "p2p/cloud/CloudDatabase.h"
 #include "p2p/transport/DeployedTransports.h"
 #include "platform/macos/away/MacPeers.h"

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "core/queue/EventLoop.h"
-#include "net/tcp/AsioTcpConnection.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpConnector.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "net/tcp/TcpConnection.h"
 #include "tests/support/fakes/FakeTcpConnection.h"
 #include "tests/support/fakes/ManualQueue.h"

@@ -3,7 +3,7 @@
 #include <memory>
 #include <vector>
 
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "tests/support/network/NetworkNamespace.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/programs/Eventually.h"

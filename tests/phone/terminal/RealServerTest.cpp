@@ -12,7 +12,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/queue/EventLoop.h"
 #include "core/queue/SerialQueue.h"
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 #include "phone/terminal/CommandLine.h"
 #include "remote/MacRemoteServer.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"

@@ -1,4 +1,4 @@
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 
 #include <boost/asio/bind_executor.hpp>
 #include <boost/asio/ip/v6_only.hpp>

@@ -1,4 +1,4 @@
-#include "net/tcp/AsioTcpConnection.h"
+#include "net/tcp/AsioTcpConnector.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "net/tcp/AsioTcpListener.h"
+#include "net/tcp/AsioTcpListenerFactory.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
