@@ -75,7 +75,7 @@ set(CPACK_DEBIAN_RELAY_PACKAGE_SUGGESTS "coturn")
 install(FILES ${debian}/relay.env DESTINATION /etc/tevanto
   PERMISSIONS OWNER_READ OWNER_WRITE COMPONENT relay)
 
-if(TARGET face)
+if(TARGET ui)
   # What QML loads by name; nothing links to it. "import QtQuick" stands for all three.
   set(TEVANTO_UI_PACKAGES
     "hicolor-icon-theme, qml6-module-qtqml-models, qml6-module-qtqml-workerscript, qml6-module-qtquick")

@@ -286,10 +286,10 @@ class InstalledPrograms:
         self._move_by(10, 10, self._phone)
         self.mirror()
 
-    # The face.
+    # The windows.
 
-    def has_face(self):
-        return os.path.exists(self._tree.inside("usr/lib/tevanto/face.so"))
+    def has_windows(self):
+        return os.path.exists(self._tree.inside("usr/lib/tevanto/ui.so"))
 
     def show_window(self):
         self._start("companion", self._as_user("tevanto", "--no-discovery"), env=self._environment)

@@ -181,7 +181,7 @@ def life_of_the_packages(tree, folder, before):
         with Step("what ran goes on with what it has, and hands over; started again, it mirrors"):
             programs.outlives_the_upgrade()
         programs.stop_companion()
-        if programs.has_face():
+        if programs.has_windows():
             with Step("the window opens"):
                 programs.show_window()
     with Step("remove"):

@@ -57,18 +57,18 @@ class LinuxCompanion {
       : options_(options),
         defaults_(defaults),
         log_(makeSystemLogSink()),
-        face_(options.headless ? nullptr : loadDesktopUi(Logger(log_, "face"))),
-        services_(options, defaults, log_, face_ ? face_->mainQueue() : nullptr),
+        ui_(options.headless ? nullptr : loadDesktopUi(Logger(log_, "face"))),
+        services_(options, defaults, log_, ui_ ? ui_->mainQueue() : nullptr),
         terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
-        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
-        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
+        runtime_(ui_ ? services_.factories(*ui_, *ui_) : services_.factories(terminal_, terminal_)),
+        application_(ui_ ? static_cast<ApplicationPresence&>(*ui_) : terminal_, runtime_),
         control_(
             {runtime_, application_, defaults, advertisedName(services_.computerName()),
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
              [this] { defaults_.reload(); },
              [this](const std::string& token) {
-               if (face_) face_->useActivationToken(token);
+               if (ui_) ui_->useActivationToken(token);
              },
              [this] {
                // Behind the answer.
@@ -82,7 +82,7 @@ class LinuxCompanion {
   }
 
   ExitCode run(const std::filesystem::path& runtimeFolder) {
-    if (!face_) terminal_.follow(runtime_);
+    if (!ui_) terminal_.follow(runtime_);
     handleSignals();
     // On the main queue, as everything the services are told.
     services_.mainQueue()->async([this] { launch(); });
@@ -104,15 +104,15 @@ class LinuxCompanion {
  private:
   /// Until `end`.
   void runLoops() {
-    if (!face_) return services_.networkLoop().run();
+    if (!ui_) return services_.networkLoop().run();
     auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
-    face_->present({.runtime = runtime_,
+    ui_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
                     .links = PublicLinks::of(linuxDeployment(defaults_, log_)),
                     .displayLost = [this] { goOnHeadless(); }});
-    face_->run();
+    ui_->run();
     services_.networkLoop().stop();
   }
 
@@ -135,7 +135,7 @@ class LinuxCompanion {
     application_.applicationDidFinishLaunching();
     services_.started();
     // Nobody has looked at the permission yet, and a window shows it.
-    if (face_) runtime_.screen().state();
+    if (ui_) runtime_.screen().state();
     // Behind the listener's own first steps on this loop.
     services_.networkQueue()->async(
         [this] { services_.mainQueue()->async([this] { runtime_.power().refreshBattery(); }); });
@@ -173,8 +173,8 @@ class LinuxCompanion {
       ending_ = std::thread([this] {
         services_.endBackgroundWork();
         services_.releasePeers();
-        if (face_) {
-          face_->stop();
+        if (ui_) {
+          ui_->stop();
         } else {
           services_.networkLoop().stop();
         }
@@ -185,7 +185,7 @@ class LinuxCompanion {
   const CompanionOptions options_;
   JsonUserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_;
-  const std::unique_ptr<DesktopUi> face_;  // null when headless
+  const std::unique_ptr<DesktopUi> ui_;  // null when headless
   LinuxServices services_;
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;

@@ -18,9 +18,9 @@ std::unique_ptr<DesktopUi> loadDesktopUi(const Logger& log) {
     log.info("There is no window: " + make.error());
     return nullptr;
   }
-  std::unique_ptr<DesktopUi> face(reinterpret_cast<MakeDesktopUi>(make.value())());
-  if (!face) log.info("There is no window: Qt has no plugin for Wayland; it is in the package qt6-wayland");
-  return face;
+  std::unique_ptr<DesktopUi> ui(reinterpret_cast<MakeDesktopUi>(make.value())());
+  if (!ui) log.info("There is no window: Qt has no plugin for Wayland; it is in the package qt6-wayland");
+  return ui;
 }
 
 }  // namespace tevanto

@@ -40,16 +40,16 @@ void print(const std::string& text) {
 
 class MacCompanion {
  public:
-  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<DesktopUi> face)
+  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<DesktopUi> ui)
       : defaults_(defaults),
-        face_(std::move(face)),
-        mainLoop_(face_ ? nullptr : EventLoop::forCallingThread()),
-        mainQueue_(face_ ? face_->mainQueue() : mainLoop_->makeQueue("main")),
+        ui_(std::move(ui)),
+        mainLoop_(ui_ ? nullptr : EventLoop::forCallingThread()),
+        mainQueue_(ui_ ? ui_->mainQueue() : mainLoop_->makeQueue("main")),
         services_(options, defaults, log_, mainQueue_),
         terminal_({mainQueue_, [this] { return control_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
-        runtime_(face_ ? services_.factories(*face_, *face_) : services_.factories(terminal_, terminal_)),
-        application_(face_ ? static_cast<ApplicationPresence&>(*face_) : terminal_, runtime_),
+        runtime_(ui_ ? services_.factories(*ui_, *ui_) : services_.factories(terminal_, terminal_)),
+        application_(ui_ ? static_cast<ApplicationPresence&>(*ui_) : terminal_, runtime_),
         control_(
             {runtime_, application_, defaults, advertisedName(services_.computerName()),
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
@@ -60,7 +60,7 @@ class MacCompanion {
   }
 
   ExitCode run(const std::filesystem::path& runtimeFolder) {
-    if (!face_) terminal_.follow(runtime_);
+    if (!ui_) terminal_.follow(runtime_);
     services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
                                       [this](int) { mainQueue_->async([this] { end(); }); });
     mainQueue_->async([this] { launch(); });
@@ -76,15 +76,15 @@ class MacCompanion {
  private:
   /// Until `end`.
   void runLoop() {
-    if (!face_) return mainLoop_->run();
+    if (!ui_) return mainLoop_->run();
     auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
-    face_->present({.runtime = runtime_,
+    ui_->present({.runtime = runtime_,
                     .defaults = defaults_,
                     .operations = std::move(operations),
                     .links = PublicLinks::of(macDeployment(defaults_, log_)),
                     .displayLost = {}});  // a Mac's does not go away
-    face_->run();
+    ui_->run();
   }
 
   void launch() {
@@ -106,14 +106,14 @@ class MacCompanion {
     services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(controlSocket_))] {
       ending_ = std::thread([this] {
         services_.endThreads();
-        face_ ? face_->stop() : mainLoop_->stop();
+        ui_ ? ui_->stop() : mainLoop_->stop();
       });
     });
   }
 
   UserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
-  const std::unique_ptr<DesktopUi> face_;      // null when headless
+  const std::unique_ptr<DesktopUi> ui_;      // null when headless
   const std::shared_ptr<EventLoop> mainLoop_;  // without a face
   const std::shared_ptr<SerialQueue> mainQueue_;
   MacServices services_;
@@ -130,8 +130,8 @@ class MacCompanion {
 }  // namespace
 
 ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
-                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> face) {
-  return MacCompanion(options, defaults, std::move(face)).run(runtimeFolder);
+                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> ui) {
+  return MacCompanion(options, defaults, std::move(ui)).run(runtimeFolder);
 }
 
 }  // namespace tevanto

@@ -14,6 +14,6 @@ class UserDefaults;
 /// face it is headless: the panel is text on standard output. The caller holds the `CompanionLock` of
 /// `runtimeFolder`.
 ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
-                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> face);
+                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> ui);
 
 }  // namespace tevanto

@@ -40,22 +40,22 @@ class MacDesktopUiContract : public testing::Test {
   void show(const std::function<void()>& drive) {
     auto operations = UiActions::of(world_.runtime());
     operations.openSetupWindow = [this] { ++reopenings_; };
-    operations.quit = [this] { face_->stop(); };
-    face_->present({.runtime = world_.runtime(),
+    operations.quit = [this] { ui_->stop(); };
+    ui_->present({.runtime = world_.runtime(),
                     .defaults = world_.defaults,
                     .operations = std::move(operations),
                     .links = {},
                     .displayLost = {}});
     std::thread driver([&] {
       drive();
-      face_->stop();
+      ui_->stop();
     });
-    face_->run();
+    ui_->run();
     driver.join();
   }
 
   // From the driving thread.
-  void onMain(const std::function<void()>& work) { face_->mainQueue()->sync(work); }
+  void onMain(const std::function<void()>& work) { ui_->mainQueue()->sync(work); }
   bool eventuallyOnMain(const std::function<bool()>& condition) {
     return eventually([&] {
       bool holds = false;
@@ -74,7 +74,7 @@ class MacDesktopUiContract : public testing::Test {
   }
 
   UiWorld world_;
-  std::unique_ptr<DesktopUi> face_ = makeMacDesktopUi();
+  std::unique_ptr<DesktopUi> ui_ = makeMacDesktopUi();
   int reopenings_ = 0;
 };
 
@@ -119,7 +119,7 @@ TEST_F(MacDesktopUiContract, showsTheSetupWindowAgainAfterItWasClosed) {
     std::unique_ptr<SetupWindow> window;
     int closings = 0;
     onMain([&] {
-      window = face_->makeWindow(SetupWindowStyle(), [&] { ++closings; });
+      window = ui_->makeWindow(SetupWindowStyle(), [&] { ++closings; });
       window->centre();
       window->orderFrontAsKey();
     });
@@ -139,9 +139,9 @@ TEST_F(MacDesktopUiContract, showsTheSetupWindowAgainAfterItWasClosed) {
 TEST_F(MacDesktopUiContract, isInTheDockOnlyWhileItIsRegular) {
   show([this] {
     onMain([this] {
-      face_->setActivationPolicy(ActivationPolicy::regular);
+      ui_->setActivationPolicy(ActivationPolicy::regular);
       EXPECT_TRUE(isInTheDock());
-      face_->setActivationPolicy(ActivationPolicy::accessory);
+      ui_->setActivationPolicy(ActivationPolicy::accessory);
       EXPECT_FALSE(isInTheDock());
     });
   });

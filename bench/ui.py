@@ -54,11 +54,11 @@ def measure(programs, display_class, say):
     with display_class() as display, session(display.name) as environment:
         # Caches of fonts and the like are filled by the first start, which nobody measures.
         bench(programs, environment, "--rounds", "1")
-        say("face: starts with the guide, in turns with an empty window")
+        say("ui: starts with the guide, in turns with an empty window")
         guide = bench(programs, environment, "--rounds", "15")
         subprocess.run([programs / "tevanto", "defaults", "set", "hasCompletedMacFirstRunGuide", "true", "--type",
                         "bool"], env=environment, check=True, stdout=subprocess.DEVNULL)
-        say("face: starts with the panel's content, then the panel, in turns with empty windows; then idle")
+        say("ui: starts with the panel's content, then the panel, in turns with empty windows; then idle")
         panel = bench(programs, environment, "--rounds", "15", "--panel-rounds", "5", "--idle", "20")
     return {"guide": guide, "panel": panel}
 
