@@ -23,7 +23,7 @@ using testing::IsEmpty;
 constexpr auto* kReadVolume = "output volume of (get volume settings)";
 constexpr auto* kReadMuted = "output muted of (get volume settings)";
 
-RemoteCommand command(std::string type) {
+RemoteCommand commandOf(std::string type) {
   RemoteCommand made;
   made.type = std::move(type);
   return made;
@@ -56,7 +56,7 @@ class MacShortcutRunnerTest : public testing::Test {
   void setVolume(std::optional<double> level, const std::string& percent) {
     scripts_.sources.clear();
     scripts_.results["set volume output volume " + percent] = {true, "", {}};
-    auto given = command("setVolume");
+    auto given = commandOf("setVolume");
     given.level = level;
     expect(given, true, "volume " + percent);
     EXPECT_THAT(scripts_.sources, ElementsAre("set volume output volume " + percent));
@@ -81,11 +81,11 @@ TEST_F(MacShortcutRunnerTest, handlesItsTwelveCommandsOnly) {
        {"setVolume", "toggleMute", "setBrightness", "powerSleep", "powerLock", "powerRestart",
         "powerShutdown", "powerLogout", "openApp", "mediaPlayPause", "mediaNext", "mediaPrevious"}) {
     EXPECT_TRUE(MacShortcutRunner::handles(type)) << type;
-    EXPECT_NE(runner_.run(command(type)).message, "unknown shortcut") << type;
+    EXPECT_NE(runner_.run(commandOf(type)).message, "unknown shortcut") << type;
   }
   for (const auto* type : {"", "click", "queryApps", "querySystemState", "setKeepAwake", "setvolume"}) {
     EXPECT_FALSE(MacShortcutRunner::handles(type)) << type;
-    expect(command(type), false, "unknown shortcut");
+    expect(commandOf(type), false, "unknown shortcut");
   }
 }
 
@@ -102,19 +102,19 @@ TEST_F(MacShortcutRunnerTest, setsTheVolumeInPercent) {
 
 TEST_F(MacShortcutRunnerTest, passesOnWhyAScriptFailed) {
   scripts_.results["set volume output volume 0"] = {false, "no sink", {}};
-  expect(command("setVolume"), false, "no sink");
+  expect(commandOf("setVolume"), false, "no sink");
   scripts_.results["set volume output volume 0"] = {false, "", {}};
-  expect(command("setVolume"), false, "script error");
-  expect(command("powerRestart"), false, "bad script");
+  expect(commandOf("setVolume"), false, "script error");
+  expect(commandOf("powerRestart"), false, "bad script");
 }
 
 TEST_F(MacShortcutRunnerTest, togglesMute) {
   scripts_.results["set volume output muted true"] = {true, "", {}};
   scripts_.results["set volume output muted false"] = {true, "", {}};
   scripts_.results[kReadMuted] = {true, "", false};
-  expect(command("toggleMute"), true, "muted true");
+  expect(commandOf("toggleMute"), true, "muted true");
   scripts_.results[kReadMuted] = {true, "", true};
-  expect(command("toggleMute"), true, "muted false");
+  expect(commandOf("toggleMute"), true, "muted false");
   EXPECT_THAT(scripts_.sources, ElementsAre(kReadMuted, "set volume output muted true", kReadMuted,
                                             "set volume output muted false"));
 }
@@ -122,20 +122,20 @@ TEST_F(MacShortcutRunnerTest, togglesMute) {
 TEST_F(MacShortcutRunnerTest, takesAnUnreadableMuteForNotMuted) {
   scripts_.results["set volume output muted true"] = {true, "", {}};
   scripts_.results[kReadMuted] = {false, "gone", {}};
-  expect(command("toggleMute"), true, "muted true");
+  expect(commandOf("toggleMute"), true, "muted true");
   scripts_.results["set volume output muted true"] = {false, "gone too", {}};
-  expect(command("toggleMute"), false, "gone too");
+  expect(commandOf("toggleMute"), false, "gone too");
 }
 
 TEST_F(MacShortcutRunnerTest, refusesWhatThisVersionDoesNotControl) {
-  expect(command("setBrightness"), false, "brightness control unavailable in this version");
-  expect(command("powerSleep"), false, "sleep control unavailable in this version");
+  expect(commandOf("setBrightness"), false, "brightness control unavailable in this version");
+  expect(commandOf("powerSleep"), false, "sleep control unavailable in this version");
   EXPECT_THAT(scripts_.sources, IsEmpty());
   EXPECT_THAT(events_.events, IsEmpty());
 }
 
 TEST_F(MacShortcutRunnerTest, locksWithCommandControlQ) {
-  expect(command("powerLock"), true, "locking");
+  expect(commandOf("powerLock"), true, "locking");
   EXPECT_THAT(events_.events, ElementsAre(RecordedKey{12, KeyDirection::down, 0x140000, {}, 1},
                                           RecordedKey{12, KeyDirection::up, 0x140000, {}, 1}));
   EXPECT_EQ(events_.sourcesMade, 1);
@@ -144,7 +144,7 @@ TEST_F(MacShortcutRunnerTest, locksWithCommandControlQ) {
 
 TEST_F(MacShortcutRunnerTest, doesNotLockWithoutThePermission) {
   permission_.trusted = false;
-  expect(command("powerLock"), false, "accessibility required");
+  expect(commandOf("powerLock"), false, "accessibility required");
   EXPECT_THAT(events_.events, IsEmpty());
 }
 
@@ -152,7 +152,7 @@ TEST_F(MacShortcutRunnerTest, saysWhenTheLockKeysCannotBePressed) {
   for (const int failing : {0, 1}) {
     int post = 0;
     events_.fails = [&](int) { return post++ == failing; };
-    expect(command("powerLock"), false, "lock failed");
+    expect(commandOf("powerLock"), false, "lock failed");
   }
 }
 
@@ -163,16 +163,16 @@ TEST_F(MacShortcutRunnerTest, asksTheSystemForThePowerActions) {
     const auto source = "tell application \"System Events\" to " + action;
     scripts_.sources.clear();
     scripts_.results[source] = {true, "", {}};
-    expect(command(type), true, action);
+    expect(commandOf(type), true, action);
     scripts_.results[source] = {false, "not allowed", {}};
-    expect(command(type), false, "not allowed");
+    expect(commandOf(type), false, "not allowed");
     EXPECT_THAT(scripts_.sources, ElementsAre(source, source));
   }
 }
 
 TEST_F(MacShortcutRunnerTest, opensAndActivatesAnApplication) {
   workspace_.locations["org.example.Editor"] = "/apps/editor";
-  auto given = command("openApp");
+  auto given = commandOf("openApp");
   given.appId = "org.example.Editor";
   expect(given, true, "opening");
   using Opened = test::FakeWorkspace::Opened;
@@ -180,7 +180,7 @@ TEST_F(MacShortcutRunnerTest, opensAndActivatesAnApplication) {
 }
 
 TEST_F(MacShortcutRunnerTest, saysWhenAnApplicationIsNotInstalled) {
-  auto given = command("openApp");
+  auto given = commandOf("openApp");
   expect(given, false, "app not found");
   given.appId = "org.example.Missing";
   expect(given, false, "app not found");
@@ -188,9 +188,9 @@ TEST_F(MacShortcutRunnerTest, saysWhenAnApplicationIsNotInstalled) {
 }
 
 TEST_F(MacShortcutRunnerTest, pressesMediaKeys) {
-  expect(command("mediaPlayPause"), true, "ok");
-  expect(command("mediaNext"), true, "ok");
-  expect(command("mediaPrevious"), true, "ok");
+  expect(commandOf("mediaPlayPause"), true, "ok");
+  expect(commandOf("mediaNext"), true, "ok");
+  expect(commandOf("mediaPrevious"), true, "ok");
   std::vector<RecordedMediaKey> expected;
   for (const int key : {16, 17, 18}) {
     expected.push_back({static_cast<MediaKey>(key), KeyDirection::down});

@@ -10,7 +10,7 @@ namespace tevanto::relay {
 namespace {
 
 using namespace std::chrono_literals;
-const TimerWheel::TimePoint kStart{1h};
+const TimerWheel::TimePoint kWheelStart{1h};
 
 class Alarm final : public TimerWheel::Entry {
  public:
@@ -19,22 +19,22 @@ class Alarm final : public TimerWheel::Entry {
 
  private:
   void due(TimerWheel::TimePoint now) override {
-    rings.push_back(now - kStart);
+    rings.push_back(now - kWheelStart);
     if (onRing) onRing();
   }
 };
 
 /// Turns the wheel as a real timer would.
 void runUntil(TimerWheel& wheel, TimerWheel::Duration end, TimerWheel::Duration begin = 0ms) {
-  for (auto time = begin + 100ms; time <= end; time += 100ms) wheel.advance(kStart + time);
+  for (auto time = begin + 100ms; time <= end; time += 100ms) wheel.advance(kWheelStart + time);
 }
 
 TEST(TimerWheel, ringsAtTheFirstTickAtOrAfterTheTime) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   Alarm exact;
   Alarm between;
-  wheel.schedule(exact, kStart + 300ms);
-  wheel.schedule(between, kStart + 301ms);
+  wheel.schedule(exact, kWheelStart + 300ms);
+  wheel.schedule(between, kWheelStart + 301ms);
   runUntil(wheel, 2s);
   EXPECT_EQ(exact.rings, std::vector<TimerWheel::Duration>{300ms});
   EXPECT_EQ(between.rings, std::vector<TimerWheel::Duration>{400ms});
@@ -42,49 +42,49 @@ TEST(TimerWheel, ringsAtTheFirstTickAtOrAfterTheTime) {
 }
 
 TEST(TimerWheel, ringsOfThePastComeAtTheNextTick) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   runUntil(wheel, 1s);
   Alarm late;
   Alarm ancient;
-  wheel.schedule(late, kStart + 500ms);
-  wheel.schedule(ancient, kStart - 1h);
+  wheel.schedule(late, kWheelStart + 500ms);
+  wheel.schedule(ancient, kWheelStart - 1h);
   runUntil(wheel, 3s, 1s);
   EXPECT_EQ(late.rings, std::vector<TimerWheel::Duration>{1100ms});
   EXPECT_EQ(ancient.rings, std::vector<TimerWheel::Duration>{1100ms});
 }
 
 TEST(TimerWheel, holdsTimesOfMoreThanOneRound) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   Alarm far;
   Alarm near;
-  wheel.schedule(far, kStart + 2min);
-  wheel.schedule(near, kStart + 2min - 2 * 25600ms);
+  wheel.schedule(far, kWheelStart + 2min);
+  wheel.schedule(near, kWheelStart + 2min - 2 * 25600ms);
   runUntil(wheel, 3min);
   EXPECT_EQ(far.rings, std::vector<TimerWheel::Duration>{2min});
   EXPECT_EQ(near.rings, std::vector<TimerWheel::Duration>{2min - 51200ms});
 }
 
 TEST(TimerWheel, catchesUpAfterAPause) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   Alarm first;
   Alarm second;
-  wheel.schedule(first, kStart + 1s);
-  wheel.schedule(second, kStart + 40s);
-  wheel.advance(kStart + 1h);
+  wheel.schedule(first, kWheelStart + 1s);
+  wheel.schedule(second, kWheelStart + 40s);
+  wheel.advance(kWheelStart + 1h);
   EXPECT_EQ(first.rings.size(), 1u);
   EXPECT_EQ(second.rings.size(), 1u);
 }
 
 TEST(TimerWheel, isSilentAboutWhatWasCancelledMovedOrDestroyed) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   Alarm cancelled;
   Alarm moved;
   auto destroyed = std::make_unique<Alarm>();
-  wheel.schedule(cancelled, kStart + 1s);
-  wheel.schedule(moved, kStart + 1s);
-  wheel.schedule(*destroyed, kStart + 1s);
+  wheel.schedule(cancelled, kWheelStart + 1s);
+  wheel.schedule(moved, kWheelStart + 1s);
+  wheel.schedule(*destroyed, kWheelStart + 1s);
   TimerWheel::cancel(cancelled);
-  wheel.schedule(moved, kStart + 2s);
+  wheel.schedule(moved, kWheelStart + 2s);
   destroyed.reset();
   runUntil(wheel, 5s);
   EXPECT_TRUE(cancelled.rings.empty());
@@ -92,15 +92,15 @@ TEST(TimerWheel, isSilentAboutWhatWasCancelledMovedOrDestroyed) {
 }
 
 TEST(TimerWheel, letsAnEntryScheduleItselfAndEndOthers) {
-  TimerWheel wheel(100ms, kStart);
+  TimerWheel wheel(100ms, kWheelStart);
   Alarm again;
   auto other = std::make_unique<Alarm>();
   again.onRing = [&] {
     other.reset();
-    wheel.schedule(again, kStart + again.rings.back() + 25600ms);
+    wheel.schedule(again, kWheelStart + again.rings.back() + 25600ms);
   };
-  wheel.schedule(again, kStart + 1s);
-  wheel.schedule(*other, kStart + 1s);
+  wheel.schedule(again, kWheelStart + 1s);
+  wheel.schedule(*other, kWheelStart + 1s);
   runUntil(wheel, 1min);
   EXPECT_EQ(again.rings, (std::vector<TimerWheel::Duration>{1s, 26600ms, 52200ms}));
 }
@@ -108,8 +108,8 @@ TEST(TimerWheel, letsAnEntryScheduleItselfAndEndOthers) {
 TEST(TimerWheel, mayEndBeforeItsEntries) {
   Alarm alarm;
   {
-    TimerWheel wheel(100ms, kStart);
-    wheel.schedule(alarm, kStart + 1s);
+    TimerWheel wheel(100ms, kWheelStart);
+    wheel.schedule(alarm, kWheelStart + 1s);
   }
   EXPECT_FALSE(alarm.isScheduled());
 }

@@ -6,7 +6,7 @@ namespace tevanto::relay {
 namespace {
 
 using namespace std::chrono_literals;
-const TokenBucket::TimePoint kStart{1h};
+const TokenBucket::TimePoint kBucketStart{1h};
 
 int takeAll(TokenBucket& bucket, TokenBucket::TimePoint now) {
   int taken = 0;
@@ -15,31 +15,31 @@ int takeAll(TokenBucket& bucket, TokenBucket::TimePoint now) {
 }
 
 TEST(TokenBucket, letsABurstThroughAndThenTheRate) {
-  TokenBucket bucket(10, 20, kStart);
-  EXPECT_EQ(takeAll(bucket, kStart), 20);
-  EXPECT_FALSE(bucket.take(kStart + 90ms));
-  EXPECT_TRUE(bucket.take(kStart + 200ms));
-  EXPECT_EQ(takeAll(bucket, kStart + 1200ms), 1 + 10);  // one was left
+  TokenBucket bucket(10, 20, kBucketStart);
+  EXPECT_EQ(takeAll(bucket, kBucketStart), 20);
+  EXPECT_FALSE(bucket.take(kBucketStart + 90ms));
+  EXPECT_TRUE(bucket.take(kBucketStart + 200ms));
+  EXPECT_EQ(takeAll(bucket, kBucketStart + 1200ms), 1 + 10);  // one was left
 }
 
 TEST(TokenBucket, fillsNoFurtherThanTheBurst) {
-  TokenBucket bucket(10, 20, kStart);
-  takeAll(bucket, kStart);
-  EXPECT_EQ(takeAll(bucket, kStart + 24h), 20);
+  TokenBucket bucket(10, 20, kBucketStart);
+  takeAll(bucket, kBucketStart);
+  EXPECT_EQ(takeAll(bucket, kBucketStart + 24h), 20);
 }
 
 TEST(TokenBucket, keepsASteadySenderForDays) {
-  TokenBucket bucket(10, 20, kStart);
+  TokenBucket bucket(10, 20, kBucketStart);
   for (int second = 0; second < 200'000; ++second) {
-    for (int i = 0; i < 9; ++i) ASSERT_TRUE(bucket.take(kStart + std::chrono::seconds(second) + i * 100ms));
+    for (int i = 0; i < 9; ++i) ASSERT_TRUE(bucket.take(kBucketStart + std::chrono::seconds(second) + i * 100ms));
   }
 }
 
 TEST(TokenBucket, gainsNothingFromAClockThatStands) {
-  TokenBucket bucket(10, 5, kStart);
-  EXPECT_EQ(takeAll(bucket, kStart), 5);
-  EXPECT_EQ(takeAll(bucket, kStart), 0);
-  EXPECT_EQ(takeAll(bucket, kStart - 1h), 0);
+  TokenBucket bucket(10, 5, kBucketStart);
+  EXPECT_EQ(takeAll(bucket, kBucketStart), 5);
+  EXPECT_EQ(takeAll(bucket, kBucketStart), 0);
+  EXPECT_EQ(takeAll(bucket, kBucketStart - 1h), 0);
 }
 
 }  // namespace

@@ -9,14 +9,14 @@
 namespace tevanto {
 namespace {
 
-using Outcome = ScreenFrameSendGate::Outcome;
+using Decision = ScreenFrameSendGate::Outcome;
 
 /// One frame offered: what it is, what the route would say, and what follows.
 struct Step {
   bool isKeyframe;
   bool accepts;
   bool isSent;  // reached the route
-  Outcome outcome;
+  Decision outcome;
   bool awaitsAfterwards;
 };
 
@@ -38,23 +38,23 @@ void expectSteps(std::initializer_list<Step> steps) {
 }
 
 TEST(ScreenFrameSendGate, isOpenAtFirst) {
-  expectSteps({{false, true, true, Outcome::sent, false}, {true, true, true, Outcome::sent, false}});
+  expectSteps({{false, true, true, Decision::sent, false}, {true, true, true, Decision::sent, false}});
 }
 
 TEST(ScreenFrameSendGate, resumesOnlyWithAKeyFrame) {
-  expectSteps({{true, true, true, Outcome::sent, false},
-               {false, false, true, Outcome::keyframeNeeded, true},
-               {false, true, false, Outcome::keyframeNeeded, true},
-               {false, true, false, Outcome::keyframeNeeded, true},
-               {true, true, true, Outcome::sent, false},
-               {false, true, true, Outcome::sent, false}});
+  expectSteps({{true, true, true, Decision::sent, false},
+               {false, false, true, Decision::keyframeNeeded, true},
+               {false, true, false, Decision::keyframeNeeded, true},
+               {false, true, false, Decision::keyframeNeeded, true},
+               {true, true, true, Decision::sent, false},
+               {false, true, true, Decision::sent, false}});
 }
 
 TEST(ScreenFrameSendGate, aRefusedKeyFrameKeepsItWaiting) {
-  expectSteps({{true, false, true, Outcome::keyframeNeeded, true},
-               {true, false, true, Outcome::keyframeNeeded, true},
-               {false, true, false, Outcome::keyframeNeeded, true},
-               {true, true, true, Outcome::sent, false}});
+  expectSteps({{true, false, true, Decision::keyframeNeeded, true},
+               {true, false, true, Decision::keyframeNeeded, true},
+               {false, true, false, Decision::keyframeNeeded, true},
+               {true, true, true, Decision::sent, false}});
 }
 
 TEST(ScreenFrameSendGate, theRouteMayAskTheGate) {

@@ -9,8 +9,8 @@
 
 #include "p2p/cloud/CloudKitAnswers.h"
 #include "p2p/cloud/CloudKitSignalingClient.h"
-#include "remote/invites/CloudPairingInvite.h"
 #include "p2p/cloud/CloudPairingInvites.h"
+#include "remote/invites/CloudPairingInvite.h"
 #include "tests/support/fakes/FakeCloudDatabase.h"
 #include "tests/support/fakes/ManualQueue.h"
 #include "tests/vectors/SignalValues.h"

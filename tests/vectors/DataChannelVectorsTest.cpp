@@ -105,7 +105,7 @@ TEST(ControlFrameVectors, holdScreenMessages) {
   for (const auto& vector : vectorsOf("control-frames.json", "screenMessage")) {
     SCOPED_TRACE(vector.name());
     Channels channels;
-    const auto message = bytesOf(vector.value());
+    const auto message = bytesOfSample(vector.value());
     const bool isSent = vector.result() != "not sent";
     EXPECT_EQ(channels.sendScreen(message), isSent);
     EXPECT_EQ(channels.sentEverywhere(), isSent ? 1U : 0U);
@@ -142,7 +142,7 @@ TEST(ChunkVectors, areReadOneByOne) {
     EXPECT_EQ(chunk->messageID, expected.at("messageID").to_number<std::uint32_t>());
     EXPECT_EQ(chunk->index, expected.at("index").to_number<std::uint16_t>());
     EXPECT_EQ(chunk->count, expected.at("count").to_number<std::uint16_t>());
-    EXPECT_EQ(stringOf(chunk->payload), bytesOf(expected.at("payload")));
+    EXPECT_EQ(stringOf(chunk->payload), bytesOfSample(expected.at("payload")));
   }
 }
 
@@ -150,7 +150,7 @@ TEST(ChunkVectors, areWrittenAndPutTogetherAgain) {
   for (const auto& vector : vectorsOf("chunks.json", "message")) {
     SCOPED_TRACE(vector.name());
     Channels channels;
-    const auto message = insertText(bytesOf(vector.at("text")));
+    const auto message = insertText(bytesOfSample(vector.at("text")));
     const auto frames = listOfBytes(vector.at("frames"));
     channels.send(message);
     EXPECT_TRUE(channels.sent("tevanto") == frames);
@@ -165,7 +165,7 @@ TEST(ChunkVectors, areReadAsStreams) {
     Channels channels;
     for (const auto& step : vector.at("frames").as_array()) {
       channels.waitUntil(step.at("at").to_number<double>());
-      channels.take("tevanto", bytesOf(step.at("bytes")));
+      channels.take("tevanto", bytesOfSample(step.at("bytes")));
     }
     EXPECT_EQ(channels.messages(), messagesOf(vector.value()));
   }

@@ -67,8 +67,8 @@ TEST(ScreenMessageVectors, holdParameterSets) {
     ASSERT_EQ(sets.has_value(), vector.result() != "ignored");
     if (!sets) continue;
     const auto& expected = vector.value().as_object();
-    EXPECT_TRUE(stringOf(sets->sps) == bytesOf(expected.at("sps")));
-    EXPECT_TRUE(stringOf(sets->pps) == bytesOf(expected.at("pps")));
+    EXPECT_TRUE(stringOf(sets->sps) == bytesOfSample(expected.at("sps")));
+    EXPECT_TRUE(stringOf(sets->pps) == bytesOfSample(expected.at("pps")));
     if (!vector.isReadOnly()) {
       EXPECT_TRUE(stringOf(parameterSetMessage(sets->sps, sets->pps)) == bytes);
     }
@@ -84,7 +84,7 @@ TEST(ScreenMessageVectors, holdVideoFrames) {
     ASSERT_EQ(frame.has_value(), vector.result() != "ignored");
     if (!frame) continue;
     EXPECT_EQ(frame->isKeyframe, vector.value().at("isKeyFrame").as_bool());
-    EXPECT_EQ(stringOf(frame->data), bytesOf(vector.value().at("data")));
+    EXPECT_EQ(stringOf(frame->data), bytesOfSample(vector.value().at("data")));
     if (!vector.isReadOnly()) {
       EXPECT_EQ(stringOf(videoFrameMessage(frame->data, frame->isKeyframe)), bytes);
     }
@@ -171,7 +171,7 @@ TEST(FrameVectors, areWritten) {
 // ---- Packets
 
 std::vector<std::string> packetsOf(const Vector& vector) {
-  const auto message = bytesOf(vector.value().at("message"));
+  const auto message = bytesOfSample(vector.value().at("message"));
   const auto packetID = vector.value().at("packetID").to_number<std::uint32_t>();
   const auto list = packets(spanOf(message), packetID);
   std::vector<std::string> texts;
@@ -198,7 +198,7 @@ TEST(PacketVectors, arePutTogetherAgain) {
       EXPECT_EQ(message, "") << "before the last packet";
       if (const auto whole = receiver.take(spanOf(packet), {})) message = stringOf(*whole);
     }
-    EXPECT_EQ(message, bytesOf(vector.value().at("message")));
+    EXPECT_EQ(message, bytesOfSample(vector.value().at("message")));
   }
 }
 
@@ -207,8 +207,8 @@ TEST(PacketVectors, endAtTheLongestMessage) {
     SCOPED_TRACE(vector.name());
     const auto cut = packetsOf(vector);
     ASSERT_EQ(cut.size(), vector.at("count").to_number<std::size_t>());
-    EXPECT_EQ(cut.front(), bytesOf(vector.at("first")));
-    EXPECT_EQ(cut.back(), bytesOf(vector.at("last")));
+    EXPECT_EQ(cut.front(), bytesOfSample(vector.at("first")));
+    EXPECT_EQ(cut.back(), bytesOfSample(vector.at("last")));
   }
 }
 
@@ -223,7 +223,7 @@ TEST(PacketVectors, areReadOneByOne) {
     EXPECT_EQ(packet->packetID, expected.at("packetID").to_number<std::uint32_t>());
     EXPECT_EQ(packet->index, expected.at("index").to_number<std::uint16_t>());
     EXPECT_EQ(packet->count, expected.at("count").to_number<std::uint16_t>());
-    EXPECT_EQ(stringOf(packet->payload), bytesOf(expected.at("payload")));
+    EXPECT_EQ(stringOf(packet->payload), bytesOfSample(expected.at("payload")));
   }
 }
 
@@ -235,7 +235,7 @@ TEST(PacketVectors, areReadAsStreams) {
     std::vector<std::string> received;
     for (const auto& step : vector.at("packets").as_array()) {
       const std::chrono::duration<double> at(step.at("at").to_number<double>());
-      const auto packet = bytesOf(step.at("bytes"));
+      const auto packet = bytesOfSample(step.at("bytes"));
       const auto now = start + std::chrono::duration_cast<SerialQueue::Duration>(at);
       if (const auto message = receiver.take(spanOf(packet), now)) received.push_back(stringOf(*message));
     }

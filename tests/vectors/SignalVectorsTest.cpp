@@ -4,9 +4,9 @@
 #include <string>
 
 #include "p2p/ice/RemoteIceServerConfig.h"
+#include "p2p/ice/TurnCredentialService.h"
 #include "p2p/signaling/SignalMessage.h"
 #include "p2p/signaling/SignalingClient.h"
-#include "p2p/ice/TurnCredentialService.h"
 #include "tests/vectors/SignalValues.h"
 #include "tests/vectors/Vectors.h"
 

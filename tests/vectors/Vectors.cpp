@@ -113,7 +113,7 @@ void read(RemoteAppInfo& out, const json::value& value) {
 
 }  // namespace
 
-std::string Vector::bytes() const { return bytesOf(at("bytes")); }
+std::string Vector::bytes() const { return bytesOfSample(at("bytes")); }
 
 std::string Vector::text(std::string_view member) const { return textOf(at(member)); }
 
@@ -145,10 +145,10 @@ std::vector<std::string> vectorFiles() {
   return files;
 }
 
-std::string bytesOf(const json::value& value) {
+std::string bytesOfSample(const json::value& value) {
   std::string bytes;
   if (const auto* pieces = value.if_array()) {
-    for (const auto& piece : *pieces) bytes += bytesOf(piece);
+    for (const auto& piece : *pieces) bytes += bytesOfSample(piece);
     return bytes;
   }
   const auto& piece = value.as_object();
@@ -160,7 +160,7 @@ std::string bytesOf(const json::value& value) {
 
 std::vector<std::string> listOfBytes(const json::value& values) {
   std::vector<std::string> list;
-  for (const auto& value : values.as_array()) list.push_back(bytesOf(value));
+  for (const auto& value : values.as_array()) list.push_back(bytesOfSample(value));
   return list;
 }
 

@@ -45,7 +45,7 @@ std::vector<std::string> namesIn(const std::string& file);
 std::vector<std::string> vectorFiles();
 
 /// The bytes that {"text": ...}, {"hex": ...}, with "times" or without, or a list of those stand for.
-std::string bytesOf(const boost::json::value& value);
+std::string bytesOfSample(const boost::json::value& value);
 /// The same of each element of a list.
 std::vector<std::string> listOfBytes(const boost::json::value& values);
 std::string textOf(const boost::json::value& value);

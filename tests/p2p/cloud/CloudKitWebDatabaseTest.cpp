@@ -22,7 +22,7 @@ using test::TestHttpReply;
 using test::TestHttpRequest;
 using test::TestHttpServer;
 
-const CloudRecord kRecord{
+const CloudRecord kSaved{
     "tevanto-r-offer", "r", "offer", "s", "p", system_clock::time_point(milliseconds(1'700'000'000'123)), {}};
 
 /// A database, and a real HTTPS server that checks its signatures.
@@ -94,7 +94,7 @@ TEST_F(CloudKitWebDatabaseTest, hasNoAccountWithoutContainerOrKey) {
     const auto database = make();
     EXPECT_EQ(status(*database), CloudAccountStatus::noAccount) << name;
     EXPECT_EQ(fetch(*database, "n").error, (CloudError{"CKErrorDomain", 9, {}, {}}));
-    EXPECT_EQ(save(*database, kRecord), (CloudError{"CKErrorDomain", 9, {}, {}}));
+    EXPECT_EQ(save(*database, kSaved), (CloudError{"CKErrorDomain", 9, {}, {}}));
     EXPECT_EQ(remove(*database, "n"), (CloudError{"CKErrorDomain", 9, {}, {}}));
     sources_.environment[name] = value.mapped();
   }
@@ -118,7 +118,7 @@ TEST_F(CloudKitWebDatabaseTest, hasNoAccountWithAKeyThatTheServiceDoesNotKnow) {
   const auto database = make();
   EXPECT_EQ(status(*database), CloudAccountStatus::noAccount);
   EXPECT_EQ(fetch(*database, "n").error.code, 9);
-  EXPECT_EQ(save(*database, kRecord)->code, 9);
+  EXPECT_EQ(save(*database, kSaved)->code, 9);
   EXPECT_EQ(service_.refusedCount(), 4);
 }
 
@@ -140,19 +140,19 @@ TEST_F(CloudKitWebDatabaseTest, cannotTellWhenNobodyAnswers) {
 
 TEST_F(CloudKitWebDatabaseTest, keepsRecords) {
   const auto database = make();
-  EXPECT_EQ(fetch(*database, kRecord.name).error, (CloudError{"CKErrorDomain", 11, {}, {}}));
-  EXPECT_EQ(save(*database, kRecord), std::nullopt);
-  auto found = fetch(*database, kRecord.name).value;
+  EXPECT_EQ(fetch(*database, kSaved.name).error, (CloudError{"CKErrorDomain", 11, {}, {}}));
+  EXPECT_EQ(save(*database, kSaved), std::nullopt);
+  auto found = fetch(*database, kSaved.name).value;
   ASSERT_TRUE(found);
   ASSERT_TRUE(found->serverCreated);
   EXPECT_LT(std::chrono::abs(*found->serverCreated - system_clock::now()), std::chrono::hours(1));
   found->serverCreated.reset();
-  EXPECT_EQ(*found, kRecord);
+  EXPECT_EQ(*found, kSaved);
 }
 
 TEST_F(CloudKitWebDatabaseTest, keepsEveryCharacterOfAPayload) {
   const auto database = make();
-  auto record = kRecord;
+  auto record = kSaved;
   record.payload = "{\"sdp\":\"v=0\\r\\n\",\"ü\":\"\xF0\x9F\x94\x91\"}\n\t\x01" + std::string(200'000, 'x');
   EXPECT_EQ(save(*database, record), std::nullopt);
   const auto found = fetch(*database, record.name).value;
@@ -162,9 +162,9 @@ TEST_F(CloudKitWebDatabaseTest, keepsEveryCharacterOfAPayload) {
 
 TEST_F(CloudKitWebDatabaseTest, replacesTheWholeRecord) {
   const auto database = make();
-  EXPECT_EQ(save(*database, kRecord), std::nullopt);
-  EXPECT_EQ(save(*database, {.name = kRecord.name, .kind = "answer"}), std::nullopt);
-  const auto found = fetch(*database, kRecord.name).value;
+  EXPECT_EQ(save(*database, kSaved), std::nullopt);
+  EXPECT_EQ(save(*database, {.name = kSaved.name, .kind = "answer"}), std::nullopt);
+  const auto found = fetch(*database, kSaved.name).value;
   ASSERT_TRUE(found);
   EXPECT_EQ(found->kind, "answer");
   EXPECT_EQ(found->payload, "");
@@ -173,11 +173,11 @@ TEST_F(CloudKitWebDatabaseTest, replacesTheWholeRecord) {
 
 TEST_F(CloudKitWebDatabaseTest, removesRecordsWhetherOrNotTheyAreThere) {
   const auto database = make();
-  EXPECT_EQ(save(*database, kRecord), std::nullopt);
-  EXPECT_EQ(remove(*database, kRecord.name), std::nullopt);
-  EXPECT_EQ(service_.stored(kRecord.name), "");
-  EXPECT_EQ(fetch(*database, kRecord.name).error.code, 11);
-  EXPECT_EQ(remove(*database, kRecord.name), std::nullopt);
+  EXPECT_EQ(save(*database, kSaved), std::nullopt);
+  EXPECT_EQ(remove(*database, kSaved.name), std::nullopt);
+  EXPECT_EQ(service_.stored(kSaved.name), "");
+  EXPECT_EQ(fetch(*database, kSaved.name).error.code, 11);
+  EXPECT_EQ(remove(*database, kSaved.name), std::nullopt);
 }
 
 TEST_F(CloudKitWebDatabaseTest, passesTheServicesFaultsOn) {
@@ -185,18 +185,18 @@ TEST_F(CloudKitWebDatabaseTest, passesTheServicesFaultsOn) {
   service_.willFail(429, "THROTTLED", R"("retryAfter":17)");
   EXPECT_EQ(fetch(*database, "n").error, (CloudError{"CKErrorDomain", 7, 17.0, {}}));
   service_.willFail(503, "TRY_AGAIN_LATER");
-  EXPECT_EQ(save(*database, kRecord), (CloudError{"CKErrorDomain", 6, {}, {}}));
-  service_.willFailForTheRecord(kRecord.name, "CONFLICT", R"("retryAfter":1)");
-  EXPECT_EQ(save(*database, kRecord),
-            (CloudError{"CKErrorDomain", 2, {}, {{kRecord.name, {"CKErrorDomain", 14, 1.0, {}}}}}));
-  service_.willFailForTheRecord(kRecord.name, "ACCESS_DENIED");
-  EXPECT_EQ(remove(*database, kRecord.name),
-            (CloudError{"CKErrorDomain", 2, {}, {{kRecord.name, {"CKErrorDomain", 10, {}, {}}}}}));
+  EXPECT_EQ(save(*database, kSaved), (CloudError{"CKErrorDomain", 6, {}, {}}));
+  service_.willFailForTheRecord(kSaved.name, "CONFLICT", R"("retryAfter":1)");
+  EXPECT_EQ(save(*database, kSaved),
+            (CloudError{"CKErrorDomain", 2, {}, {{kSaved.name, {"CKErrorDomain", 14, 1.0, {}}}}}));
+  service_.willFailForTheRecord(kSaved.name, "ACCESS_DENIED");
+  EXPECT_EQ(remove(*database, kSaved.name),
+            (CloudError{"CKErrorDomain", 2, {}, {{kSaved.name, {"CKErrorDomain", 10, {}, {}}}}}));
   service_.willFail(403, "ACCESS_DENIED");
   EXPECT_EQ(status(*database), CloudAccountStatus::restricted);
   service_.willAnswer({.status = 200, .body = "<html></html>"});
   EXPECT_EQ(fetch(*database, "n").error, (CloudError{"CKErrorDomain", 15, {}, {}}));
-  EXPECT_EQ(save(*database, kRecord), std::nullopt) << "and goes on";
+  EXPECT_EQ(save(*database, kSaved), std::nullopt) << "and goes on";
 }
 
 TEST_F(CloudKitWebDatabaseTest, hasANetworkFailureWhenThereIsNoAnswer) {
@@ -205,7 +205,7 @@ TEST_F(CloudKitWebDatabaseTest, hasANetworkFailureWhenThereIsNoAnswer) {
   service_.willAnswer({.raw = ""});
   EXPECT_EQ(fetch(*database, "n").error, failure);
   service_.willAnswer({.raw = ""});
-  EXPECT_EQ(save(*database, kRecord), failure);
+  EXPECT_EQ(save(*database, kSaved), failure);
   service_.willAnswer({.raw = ""});
   EXPECT_EQ(remove(*database, "n"), failure);
 }
@@ -216,7 +216,7 @@ TEST_F(CloudKitWebDatabaseTest, writesOneRecordInTheOrderOfTheCalls) {
   for (int number = 0; number < 20; ++number) {
     auto promise = std::make_shared<std::promise<std::optional<CloudError>>>();
     writes.push_back(promise->get_future());
-    auto record = kRecord;
+    auto record = kSaved;
     record.session = std::to_string(number);
     database->save(record, CloudUrgency::userInitiated,
                    [promise](std::optional<CloudError> error) { promise->set_value(std::move(error)); });

@@ -16,8 +16,8 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::system_clock;
 
-const RemoteIceServerConfig kStun{{"stun:a"}, {}, {}};
-const RemoteIceServerConfig kTurn{{"turn:a"}, "u", "p"};
+const RemoteIceServerConfig kCachedStun{{"stun:a"}, {}, {}};
+const RemoteIceServerConfig kCachedTurn{{"turn:a"}, "u", "p"};
 
 class RemoteIceServerPersistentCacheTest : public testing::Test {
  protected:
@@ -40,39 +40,39 @@ class RemoteIceServerPersistentCacheTest : public testing::Test {
 TEST_F(RemoteIceServerPersistentCacheTest, isEmptyAtFirst) { EXPECT_FALSE(loaded()); }
 
 TEST_F(RemoteIceServerPersistentCacheTest, keepsAJsonTextAsDataUnderItsKey) {
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
   const auto data = defaults_.data("tevanto.turn-credentials.v1");
   ASSERT_TRUE(data);
   const std::string text(reinterpret_cast<const char*>(data->data()), data->size());
-  EXPECT_EQ(decodeBrokeredIceServers(text), (BrokeredIceServers{{kTurn}, now_}));
+  EXPECT_EQ(decodeBrokeredIceServers(text), (BrokeredIceServers{{kCachedTurn}, now_}));
   EXPECT_EQ(text,
             R"({"servers":[{"urls":["turn:a"],"username":"u","credential":"p"}],"loadedAt":7.216928E8})");
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, givesBackTheWholeListUnchanged) {
-  const std::vector servers{kStun, kTurn, kStun};
+  const std::vector servers{kCachedStun, kCachedTurn, kCachedStun};
   ASSERT_TRUE(cache_.save(servers).ok());
   EXPECT_EQ(loaded(), servers);
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, credentialsDoNotBecomeYoungerByBeingUsed) {
-  ASSERT_TRUE(cache_.remember({kTurn}).ok());
+  ASSERT_TRUE(cache_.remember({kCachedTurn}).ok());
   ASSERT_TRUE(loaded());
   for (int use = 0; use < 3; ++use) {
     now_ += std::chrono::minutes(14);
-    ASSERT_TRUE(cache_.remember({kTurn, kStun}).ok());
+    ASSERT_TRUE(cache_.remember({kCachedTurn, kCachedStun}).ok());
     EXPECT_TRUE(loaded());
   }
   now_ += std::chrono::minutes(3);
   EXPECT_FALSE(loaded()) << "45 minutes after they were fetched";
-  ASSERT_TRUE(cache_.remember({kTurn}).ok());
+  ASSERT_TRUE(cache_.remember({kCachedTurn}).ok());
   EXPECT_TRUE(loaded()) << "what is no longer stored is new";
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, remembersOtherCredentialsWithTheirDate) {
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
   now_ += std::chrono::minutes(44);
-  auto renewed = kTurn;
+  auto renewed = kCachedTurn;
   renewed.credential = "another";
   ASSERT_TRUE(cache_.remember({renewed}).ok());
   now_ += std::chrono::minutes(44);
@@ -84,16 +84,16 @@ TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseToAnotherDeployment) {
     return RemoteIceServerPersistentCache(
         defaults_, [this] { return now_; }, origin);
   };
-  ASSERT_TRUE(of("wss://first").save({kTurn}).ok());
+  ASSERT_TRUE(of("wss://first").save({kCachedTurn}).ok());
   EXPECT_TRUE(of("wss://first").load());
   EXPECT_FALSE(of("wss://second").load());
-  ASSERT_TRUE(of("wss://second").save({kTurn}).ok());
+  ASSERT_TRUE(of("wss://second").save({kCachedTurn}).ok());
   EXPECT_TRUE(of("wss://second").load());
   EXPECT_FALSE(of("wss://first").load());
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, isUsedWhenNobodyKnowsWhoseItIs) {
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
   EXPECT_FALSE(defaults_.string("tevanto.turn-credentials.origin"));
   EXPECT_TRUE(RemoteIceServerPersistentCache(
                   defaults_, [this] { return now_; }, "wss://relay")
@@ -101,7 +101,7 @@ TEST_F(RemoteIceServerPersistentCacheTest, isUsedWhenNobodyKnowsWhoseItIs) {
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, forgetsAfter45Minutes) {
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
   const auto saved = now_;
   EXPECT_TRUE(loaded());
   now_ = saved + seconds(2699);
@@ -115,7 +115,7 @@ TEST_F(RemoteIceServerPersistentCacheTest, forgetsAfter45Minutes) {
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, ignoresWhatComesFromTheFuture) {
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
   now_ -= milliseconds(1);
   EXPECT_FALSE(loaded());
   now_ -= seconds(3600);
@@ -123,7 +123,7 @@ TEST_F(RemoteIceServerPersistentCacheTest, ignoresWhatComesFromTheFuture) {
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, isOfNoUseWithoutATurnServer) {
-  ASSERT_TRUE(cache_.save({kStun}).ok());
+  ASSERT_TRUE(cache_.save({kCachedStun}).ok());
   EXPECT_FALSE(loaded());
   ASSERT_TRUE(cache_.save({}).ok());
   EXPECT_FALSE(loaded());
@@ -145,20 +145,20 @@ TEST_F(RemoteIceServerPersistentCacheTest, replacesATextThatAnEarlierVersionLeft
   EXPECT_TRUE(loaded()) << "as data it is usable";
   ASSERT_TRUE(defaults_.set(kTurnCredentialsKey, std::string(kText)).ok());
   EXPECT_FALSE(loaded());
-  ASSERT_TRUE(cache_.save({kTurn}).ok());
-  EXPECT_EQ(loaded(), std::vector{kTurn});
+  ASSERT_TRUE(cache_.save({kCachedTurn}).ok());
+  EXPECT_EQ(loaded(), std::vector{kCachedTurn});
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, readsARecordUnderTheFieldsOwnName) {
   ASSERT_TRUE(
       store(R"({"loadedAt":721692800,"servers":[{"urlStrings":["turn:a"],"username":"u","credential":"p"}]})")
           .ok());
-  EXPECT_EQ(loaded(), std::vector{kTurn});
+  EXPECT_EQ(loaded(), std::vector{kCachedTurn});
 }
 
 TEST_F(RemoteIceServerPersistentCacheTest, reportsWhatCannotBeStored) {
   defaults_.failWith("disk full");
-  const auto saved = cache_.save({kTurn});
+  const auto saved = cache_.save({kCachedTurn});
   ASSERT_FALSE(saved.ok());
   EXPECT_EQ(saved.error(), "disk full");
 }
@@ -168,12 +168,12 @@ TEST_F(RemoteIceServerPersistentCacheTest, survivesARestart) {
   const auto file = folder.path() / "defaults.json";
   {
     JsonUserDefaults defaults(file, {});
-    ASSERT_TRUE(RemoteIceServerPersistentCache(defaults, [this] { return now_; }).save({kTurn}).ok());
+    ASSERT_TRUE(RemoteIceServerPersistentCache(defaults, [this] { return now_; }).save({kCachedTurn}).ok());
   }
   now_ += seconds(60);
   JsonUserDefaults defaults(file, {});
   const auto brokered = RemoteIceServerPersistentCache(defaults, [this] { return now_; }).load();
-  EXPECT_EQ(brokered, (BrokeredIceServers{{kTurn}, now_ - seconds(60)}));
+  EXPECT_EQ(brokered, (BrokeredIceServers{{kCachedTurn}, now_ - seconds(60)}));
 }
 
 }  // namespace

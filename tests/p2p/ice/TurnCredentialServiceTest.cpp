@@ -14,7 +14,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Servers = std::vector<RemoteIceServerConfig>;
 
-constexpr const char* kAnswer = R"({"iceServers":[{"urls":["turn:a"],"username":"u","credential":"p"}]})";
+constexpr const char* kServiceAnswer = R"({"iceServers":[{"urls":["turn:a"],"username":"u","credential":"p"}]})";
 const Servers kServers{{{"turn:a"}, "u", "p"}};
 
 TEST(CredentialURL, standsBesideTheRelay) {
@@ -48,7 +48,7 @@ class TurnCredentialServiceTest : public testing::Test {
 };
 
 TEST_F(TurnCredentialServiceTest, asksWithASmallGetRequest) {
-  http_->willAnswer(200, kAnswer);
+  http_->willAnswer(200, kServiceAnswer);
   fetch({"wss://a:1", "wss://b"});
   queue_->runPending();
   ASSERT_EQ(http_->requests.size(), 1U);
@@ -71,7 +71,7 @@ TEST_F(TurnCredentialServiceTest, takesAReadableAnswerWhateverItHolds) {
 TEST_F(TurnCredentialServiceTest, goesOnToTheNextRelay) {
   http_->willFail("connection refused");
   http_->willAnswer(404, "not found");
-  http_->willAnswer(200, kAnswer);
+  http_->willAnswer(200, kServiceAnswer);
   fetch({"wss://a", "nonsense", "ws://b", "wss://c", "wss://d"});
   queue_->runPending();
   ASSERT_EQ(http_->requests.size(), 3U);

@@ -10,7 +10,7 @@
 namespace tevanto {
 namespace {
 
-std::string encoded(const RemoteMessage& message) {
+std::string encodedLine(const RemoteMessage& message) {
   std::string out;
   EXPECT_TRUE(encodeRemoteMessage(message, out));
   return out;
@@ -57,7 +57,7 @@ TEST(RemoteMessageSyntax, readsStringsWithEscapesAnywhere) {
   const auto nul = decodeRemoteMessage(R"({"type":"a\u0000b"})");
   ASSERT_TRUE(nul);
   EXPECT_EQ(nul->type, std::string("a\0b", 3));
-  EXPECT_EQ(encoded(*nul), R"({"type":"a\u0000b"})");
+  EXPECT_EQ(encodedLine(*nul), R"({"type":"a\u0000b"})");
 }
 
 TEST(RemoteMessageSyntax, acceptsWhiteSpaceAroundAndNothingElse) {
@@ -88,7 +88,7 @@ TEST(RemoteMessageSyntax, acceptsWhiteSpaceAroundAndNothingElse) {
 }
 
 TEST(RemoteMessageSyntax, failsAtEveryTruncation) {
-  const std::string json = encoded({.type = "command",
+  const std::string json = encodedLine({.type = "command",
                                     .command = RemoteCommand{.type = "keyPress",
                                                              .dx = 1.5,
                                                              .modifiers = {{RemoteModifier::shift}},

@@ -27,7 +27,7 @@ using test::TestAuthority;
 using test::TestIdentity;
 using test::TurnServer;
 
-PeerEngineOptions onLoopback() {
+PeerEngineOptions onLoopbackOnly() {
   PeerEngineOptions options;
   options.includeLoopback = true;
   return options;
@@ -54,7 +54,7 @@ class LibwebrtcTurn : public testing::TestWithParam<std::string> {
   }
 
   TurnServer server_{options()};
-  LoadedPeers factory_{onLoopback()};
+  LoadedPeers factory_{onLoopbackOnly()};
 };
 
 TEST_P(LibwebrtcTurn, relaysAChannel) {
@@ -126,7 +126,7 @@ class LibwebrtcTurnTls : public testing::Test {
   }
   /// Lets a peer gather through the server, until the engine gives `reason` for giving up.
   void expectRefusal(const TurnServer& server, const std::string& reason) {
-    auto options = onLoopback();
+    auto options = onLoopbackOnly();
     options.verbose = true;
     options.log = Logger(log_, "webrtc");
     LoadedPeers factory(options);
@@ -154,7 +154,7 @@ class LibwebrtcTurnTls : public testing::Test {
 TEST_F(LibwebrtcTurnTls, relaysAChannelOfAServerThatTheSystemTrusts) {
   trust(authority_);
   const TurnServer server(as(authority_.issue({"DNS:localhost"})));
-  LoadedPeers factory(onLoopback());
+  LoadedPeers factory(onLoopbackOnly());
   PeerConfiguration configuration;
   configuration.iceServers.push_back(server.iceServer("tcp"));
   ASSERT_TRUE(configuration.iceServers[0].urlStrings[0].starts_with("turns:"));

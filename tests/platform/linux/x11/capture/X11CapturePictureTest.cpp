@@ -10,7 +10,7 @@ namespace {
 using test::RgbPicture;
 using test::TakenPicture;
 
-constexpr std::uint32_t kRed = 0xD02010;
+constexpr std::uint32_t kPureRed = 0xD02010;
 constexpr std::uint32_t kBlue = 0x1030E0;
 
 class X11CapturePicture : public test::CaptureOnXvfb {
@@ -56,8 +56,8 @@ TEST_F(X11CapturePicture, readsThroughTheConnectionWithoutSharedMemory) {
   client->draw(picture);
   ASSERT_TRUE(start(withoutPointer(configurationOf(640, 400))));
   ASSERT_TRUE(shows([&](const auto& taken) { return matches(taken, picture); }));
-  client->fill({10, 300, 20, 20}, kRed);
-  EXPECT_TRUE(showsColor(15, 310, kRed));
+  client->fill({10, 300, 20, 20}, kPureRed);
+  EXPECT_TRUE(showsColor(15, 310, kPureRed));
 }
 
 class X11CaptureOfDisplay
@@ -83,7 +83,7 @@ TEST_F(X11CapturePicture, saysWhereItDiffersFromTheOneBefore) {
   serve("1920x1080x24");
   ASSERT_TRUE(start(configurationOf(1280, 720)));
   ASSERT_TRUE(test::eventually([this] { return count() == 1; }));
-  client->fill({300, 600, 15, 30}, kRed);
+  client->fill({300, 600, 15, 30}, kPureRed);
   ASSERT_TRUE(test::eventually([this] { return count() == 2; }));
   const auto change = latest()->change;
   EXPECT_EQ(change.picture, 2U);
@@ -163,8 +163,8 @@ TEST_F(X11CapturePicture, putsWhatComesLateIntoAPictureThatWasBegunEarly) {
         return drawnTwice() >= 3;
       },
       std::chrono::seconds(60)));
-  client->fill({300, 190, 5, 5}, kRed);
-  ASSERT_TRUE(showsColor(302, 192, kRed));
+  client->fill({300, 190, 5, 5}, kPureRed);
+  ASSERT_TRUE(showsColor(302, 192, kPureRed));
   stop();
   EXPECT_EQ(latest()->at(10, 100), color);
   for (std::size_t i = 1; i < pictures.size(); ++i) {
@@ -176,14 +176,14 @@ TEST_F(X11CapturePicture, putsWhatComesLateIntoAPictureThatWasBegunEarly) {
 TEST_F(X11CapturePicture, hasThePointerInItAndNothingLeftBehind) {
   serve("640x400x24");
   client->fill({0, 0, 640, 400}, kBlue);
-  client->setSquarePointer(16, kRed);
+  client->setSquarePointer(16, kPureRed);
   client->movePointer(100, 50);
   ASSERT_TRUE(start(configurationOf(640, 400)));
-  ASSERT_TRUE(showsColor(108, 58, kRed));
+  ASSERT_TRUE(showsColor(108, 58, kPureRed));
   EXPECT_EQ(latest()->at(98, 58), kBlue);
   // Its motion alone makes a picture.
   client->movePointer(300, 200);
-  ASSERT_TRUE(showsColor(308, 208, kRed));
+  ASSERT_TRUE(showsColor(308, 208, kPureRed));
   EXPECT_EQ(latest()->at(108, 58), kBlue);
   // So does its shape.
   client->setSquarePointer(16, 0x20C040);
@@ -199,18 +199,18 @@ TEST_F(X11CapturePicture, hasThePointerInItAndNothingLeftBehind) {
 
 TEST_F(X11CapturePicture, seesEveryMotionOfThePointerToItsEnd) {
   serve("640x400x24");
-  client->setSquarePointer(8, kRed);
+  client->setSquarePointer(8, kPureRed);
   ASSERT_TRUE(start(configurationOf(640, 400)));
   for (int round = 0; round < 5; ++round) {
     for (int x = 0; x < 200; ++x) client->movePointer(x + round, 100 + round * 10);
-    EXPECT_TRUE(showsColor(203 + round, 104 + round * 10, kRed)) << round;
+    EXPECT_TRUE(showsColor(203 + round, 104 + round * 10, kPureRed)) << round;
   }
 }
 
 TEST_F(X11CapturePicture, hasNoPointerWhenNotWanted) {
   serve("640x400x24");
   client->fill({0, 0, 640, 400}, kBlue);
-  client->setSquarePointer(16, kRed);
+  client->setSquarePointer(16, kPureRed);
   client->movePointer(100, 50);
   auto configuration = configurationOf(640, 400);
   configuration.showsCursor = false;
@@ -252,7 +252,7 @@ TEST_F(X11CapturePicture, keepsAChangeUntilTheConsumerGivesABufferBack) {
     client->fill({0, 0, 640, 400}, static_cast<std::uint32_t>(i));
     ASSERT_TRUE(test::eventually([&] { return count() == i; }));
   }
-  client->fill({0, 0, 640, 400}, kRed);
+  client->fill({0, 0, 640, 400}, kPureRed);
   client->fill({600, 390, 5, 5}, kBlue);
   {
     const std::lock_guard lock(mutex);
@@ -260,7 +260,7 @@ TEST_F(X11CapturePicture, keepsAChangeUntilTheConsumerGivesABufferBack) {
     held.clear();
   }
   ASSERT_TRUE(showsColor(602, 392, kBlue));
-  EXPECT_EQ(latest()->at(10, 10), kRed);
+  EXPECT_EQ(latest()->at(10, 10), kPureRed);
   stop();
 }
 
