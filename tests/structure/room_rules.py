@@ -1,25 +1,22 @@
 """The rules about rooms: what a tevanto_room lists, and which room may include which header of another."""
 from rooms import (EVERY_SYSTEM, SOURCE_KEYWORDS, USES_KEYWORDS, Offence, folder_of, name_of)
 
-# Area -> the other areas that it may include. An area is a top-level folder, one of the two systems, or the message
-# model, which must not drag in the server that it stands beside.
+# Area -> the other areas that it may include. An area is a top-level folder, one of the two systems, or what must not
+# drag in the server that it stands beside: the message model, and the invites whose interface the server owns.
 ALLOWED = {
     "core": [],
     "net": ["core"],
     "remote/message": ["core"],
+    "remote/invites": ["core"],
     "control": ["core", "remote/message"],
     "screen": ["core", "net"],
-    "p2p": ["core", "net", "remote/message", "screen"],
-    "remote": ["core", "net", "remote/message", "control", "screen"],
+    "p2p": ["core", "net", "remote/message", "remote/invites", "screen"],
+    "remote": ["core", "net", "remote/message", "remote/invites", "control", "screen"],
     "platform/linux": ["core", "net", "remote/message", "control", "screen", "p2p"],
     "platform/macos": ["core", "net", "remote/message", "control", "screen", "p2p"],
-    "app": ["core", "net", "remote/message", "control", "screen", "p2p", "remote"],
+    "app": ["core", "net", "remote/message", "remote/invites", "control", "screen", "p2p", "remote"],
     "phone": ["core", "net", "remote/message", "screen", "p2p"],
     "relay": ["core", "net"],
-}
-# Single headers that an area may include beyond its areas, each with the reason.
-SINGLE_HEADERS = {
-    ("p2p", "remote/PairingInvites.h"): "the server owns the interface that the invites in the cloud implement",
 }
 # Composition roots: the folders and main functions that put the adapters of a system together.
 ROOT_FOLDERS = {
@@ -52,7 +49,7 @@ def file_may_include(source, header):
         return True
     area, target = area_of(folder_of(source)), area_of(folder_of(header))
     main = BOTH_SYSTEMS if area == "app" and name_of(source) == "main.cpp" else ROOT_FILES.get(source, [])
-    return target in main or (area, header) in SINGLE_HEADERS
+    return target in main
 
 
 def offences(tree):
@@ -66,9 +63,6 @@ def offences(tree):
         yield from uses_offences(tree, room)
     yield from include_offences(tree)
     yield from cycle_offences(tree)
-    for area, header in SINGLE_HEADERS:
-        if not any(area_of(folder) == area for folder in tree.users[header] if folder in tree.folders):
-            yield Offence("src/" + header, 1, f"needs no exception for {area}, which does not include it")
 
 
 def list_offences(tree, room):
@@ -131,8 +125,7 @@ def uses_offences(tree, room):
 
 def room_may_use(path, used):
     area = area_of(path)
-    by_header = any(area == user and folder_of(header) == used for user, header in SINGLE_HEADERS)
-    return area is None or by_header or folder_may_use(path, used)
+    return area is None or folder_may_use(path, used)
 
 
 def include_offences(tree):

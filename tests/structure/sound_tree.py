@@ -46,13 +46,14 @@ SOUND = {
     "src/screen/PixelRows.h": '#pragma once\n#include "net/tcp/TcpConnection.h"\nclass PixelRows {};\n',
     "src/screen/PixelRows.cpp": '#include "screen/PixelRows.h"\n#include <immintrin.h>\n',
     "src/screen/PixelRowsAvx2.cpp": '#include "screen/PixelRows.h"\n',
-    "src/remote/CMakeLists.txt": "tevanto_room(remote SOURCES MacRemoteServer.cpp PUBLIC_HEADERS MacRemoteServer.h PairingInvites.h\n"
+    "src/remote/CMakeLists.txt": "tevanto_room(remote SOURCES MacRemoteServer.cpp PUBLIC_HEADERS MacRemoteServer.h\n"
                                  " USES net/tcp control)\n",
     "src/remote/MacRemoteServer.h": '#pragma once\n#include "net/tcp/TcpConnection.h"\nclass MacRemoteServer {};\n',
     "src/remote/MacRemoteServer.cpp": '#include "remote/MacRemoteServer.h"\n#include "control/InputEvents.h"\n',
-    "src/remote/PairingInvites.h": "#pragma once\nclass PairingInvites {};\n",
-    "src/p2p/cloud/CMakeLists.txt": "tevanto_room(p2p/cloud USES remote)\n",
-    "src/p2p/cloud/CloudPairingInvites.h": '#pragma once\n#include "remote/PairingInvites.h"\nclass CloudPairingInvites {};\n',
+    "src/remote/invites/CMakeLists.txt": "tevanto_room(remote/invites PUBLIC_HEADERS PairingInvites.h)\n",
+    "src/remote/invites/PairingInvites.h": "#pragma once\nclass PairingInvites {};\n",
+    "src/p2p/cloud/CMakeLists.txt": "tevanto_room(p2p/cloud USES remote/invites)\n",
+    "src/p2p/cloud/CloudPairingInvites.h": '#pragma once\n#include "remote/invites/PairingInvites.h"\nclass CloudPairingInvites {};\n',
     "src/platform/linux/x11/CMakeLists.txt":
         "tevanto_room(platform/linux/x11 PUBLIC_HEADERS XTestInputEvents.h USES control PUBLIC_LIBRARIES PkgConfig::XCB)\n",
     "src/platform/linux/x11/XTestInputEvents.h":
