@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/e2e/Programs.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/network/AwayWorld.h"
 #include "tests/support/programs/Eventually.h"
@@ -19,9 +20,9 @@
 
 namespace tevanto {
 
-inline const std::string kProgram = TEVANTO_PROGRAM;
-inline const std::string kPhone = TEVANTO_PHONE;
-inline const std::string kRelay = TEVANTO_RELAY;
+using test::kPhone;
+using test::kProgram;
+using test::kRelay;
 
 /// The real companion at home, and the real phone's program in a network that cannot see it.
 class Away : public ::testing::Test {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/e2e/Programs.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/AvahiDaemon.h"
 #include "tests/support/desktop/DBusMock.h"
@@ -20,14 +21,14 @@
 // The real program, from outside: its command line, its signals, its sockets, and the desktop that it acts
 // on.
 namespace tevanto {
+
+using test::kProgram;
 namespace {
 
 using test::CompanionDesktop;
 using test::CompanionProcess;
 using test::eventually;
 using ::testing::HasSubstr;
-
-const std::string kProgram = TEVANTO_PROGRAM;
 
 class Companion : public ::testing::Test {
  protected:

@@ -34,8 +34,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kPictures = 10 * 60 * 15;
-constexpr int kFirstPictures = kPictures / 9;
+constexpr int kLongPictures = 10 * 60 * 15;
+constexpr int kFirstPictures = kLongPictures / 9;
 constexpr auto kFrameInterval = std::chrono::nanoseconds(1s) / 15;
 
 /// A time in which each picture comes one frame interval after the one before.
@@ -201,13 +201,13 @@ TEST_F(MirroredForLong, theMemoryOfBothEndsStaysFlatOverTenMinutes) {
   ASSERT_TRUE(reach(kFirstPictures)) << phone.pictures();
   const auto resident = test::residentBytes();
   const auto heap = test::heapBytes();
-  ASSERT_TRUE(reach(kPictures)) << phone.pictures();
+  ASSERT_TRUE(reach(kLongPictures)) << phone.pictures();
   // What libraries keep at times is less than a kilobyte a picture; a frame that is not let go of has several
   // at each end, and a picture over a hundred.
-  constexpr std::size_t kAllowed = std::size_t{kPictures - kFirstPictures} * 1024;
+  constexpr std::size_t kAllowed = std::size_t{kLongPictures - kFirstPictures} * 1024;
   EXPECT_LE(test::residentBytes(), resident + kAllowed);
   EXPECT_LE(test::heapBytes(), heap + kAllowed);
-  EXPECT_GT(phone.bytes(), std::size_t{4} * kPictures * 1024) << "frames would be too small to be missed";
+  EXPECT_GT(phone.bytes(), std::size_t{4} * kLongPictures * 1024) << "frames would be too small to be missed";
   EXPECT_EQ(phone.dropped(), 0);
   std::printf("%zu KiB resident after %d pictures, %zu after %d; %zu MB sent\n", resident / 1024,
               kFirstPictures, test::residentBytes() / 1024, phone.pictures(), phone.bytes() / 1'000'000);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/ipc/IpcClient.h"
+#include "tests/e2e/Programs.h"
 #include "tests/support/companion/UiDesktop.h"
 #include "tests/support/programs/Eventually.h"
 
@@ -17,8 +18,6 @@
 // bus; used as a person uses it.
 namespace tevanto::test {
 
-inline const std::string kProgram = TEVANTO_PROGRAM;
-inline const std::string kPhone = TEVANTO_PHONE;
 constexpr auto kTimeout = std::chrono::seconds(60);
 
 template <class Condition>

@@ -5,16 +5,17 @@
 #include <vector>
 
 #include "app/ipc/IpcClient.h"
+#include "tests/e2e/Programs.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/desktop/WaylandCompositor.h"
 #include "tests/support/programs/Eventually.h"
 
 namespace tevanto {
+
+using test::kProgram;
 namespace {
 
 using test::ChildProcess;
-
-const std::string kProgram = TEVANTO_PROGRAM;
 
 /// The companion with its window on a real Wayland compositor.
 class UiOnWayland : public ::testing::Test {
