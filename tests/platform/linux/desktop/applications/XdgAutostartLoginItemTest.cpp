@@ -254,7 +254,7 @@ TEST(XdgAutostartSurroundings, followTheEnvironment) {
   auto found = XdgAutostartLoginItem::Surroundings::ofThisProcess();
   EXPECT_EQ(found.configHome, "/home/ada/.config");
   EXPECT_EQ(found.configFolders, (std::vector<fs::path>{"/etc/a", "/etc/b"}));
-  EXPECT_EQ(found.program.filename(), "linux_login_tests");
+  EXPECT_EQ(found.program.filename(), "linux_desktop_applications_tests");
   EXPECT_EQ(found.currentDesktop, "XFCE");
   EXPECT_NE(std::find(found.installedPlaces.begin(), found.installedPlaces.end(), "/usr"),
             found.installedPlaces.end());
