@@ -17,6 +17,34 @@ namespace tevanto {
 
 /// The state of ICE (RFC 8445) as WebRTC 1.0 names it; `count` and anything later are not states.
 enum class IceConnectionState { new_, checking, connected, completed, failed, disconnected, closed, count };
+/// The name of a state in WebRTC 1.0; "count" and "unknown" for the values that are none.
+constexpr std::string_view toString(IceConnectionState state) {
+  switch (state) {
+    case IceConnectionState::new_:
+      return "new";
+    case IceConnectionState::checking:
+      return "checking";
+    case IceConnectionState::connected:
+      return "connected";
+    case IceConnectionState::completed:
+      return "completed";
+    case IceConnectionState::failed:
+      return "failed";
+    case IceConnectionState::disconnected:
+      return "disconnected";
+    case IceConnectionState::closed:
+      return "closed";
+    case IceConnectionState::count:
+      return "count";
+  }
+  return "unknown";
+}
+
+/// True while packets get through.
+constexpr bool isConnected(IceConnectionState state) {
+  return state == IceConnectionState::connected || state == IceConnectionState::completed;
+}
+
 enum class IceGatheringState { new_, gathering, complete };
 enum class DataChannelState { connecting, open, closing, closed };
 enum class SdpType { offer, answer };

@@ -14,6 +14,17 @@ enum class SignalRole { mac, phone };
 /// "mac" or "phone".
 std::string_view toString(SignalRole role);
 
+/// The side of a negotiation that a transport takes. The phone offers, the computer answers.
+enum class TransportRole : std::uint8_t { offerer = 0, answerer = 1 };
+
+constexpr std::string_view toString(TransportRole role) {
+  return role == TransportRole::offerer ? "offerer" : "answerer";
+}
+
+constexpr SignalRole signalRole(TransportRole role) {
+  return role == TransportRole::offerer ? SignalRole::phone : SignalRole::mac;
+}
+
 /// One ICE candidate as it travels with an offer or an answer.
 struct SignalIceCandidate {
   std::string candidate;

@@ -6,7 +6,7 @@
 
 #include "p2p/signaling/CloudSignaling.h"
 #include "p2p/signaling/RelaySignaling.h"
-#include "p2p/signaling/TransportRole.h"
+#include "p2p/signaling/SignalMessage.h"
 
 namespace tevanto {
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "p2p/channels/DataChannelMessaging.h"
-#include "p2p/peer/IceConnectionStateName.h"
 #include "p2p/transport/AnswerNegotiation.h"
 #include "p2p/transport/OfferNegotiation.h"
 

@@ -11,8 +11,8 @@
 
 #include "core/Log.h"
 #include "core/queue/SerialQueue.h"
+#include "p2p/signaling/SignalMessage.h"
 #include "p2p/signaling/SignalingPaths.h"
-#include "p2p/signaling/TransportRole.h"
 #include "p2p/transport/ChannelStateFilter.h"
 #include "p2p/transport/CloudRecordUpdater.h"
 #include "p2p/transport/Negotiation.h"

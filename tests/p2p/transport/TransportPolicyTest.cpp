@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "p2p/peer/DataChannelKind.h"
-#include "p2p/signaling/TransportRole.h"
+#include "p2p/signaling/SignalMessage.h"
 #include "p2p/transport/CandidateSummary.h"
 #include "p2p/transport/ChannelStateFilter.h"
 #include "p2p/transport/RouteQueryTimer.h"
