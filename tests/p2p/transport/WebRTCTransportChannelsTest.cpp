@@ -7,11 +7,6 @@ namespace {
 
 using namespace test;
 
-/// One screen packet that is a whole message.
-Bytes packetOf(std::string_view message, std::uint32_t packetID = 0) {
-  return copyOf(packets(bytesOf(message), packetID)[0]);
-}
-
 class WebRTCTransportChannels : public WebRTCTransportTest {};
 
 TEST_F(WebRTCTransportChannels, theAnswererAdoptsTheChannelsOfTheOtherSide) {

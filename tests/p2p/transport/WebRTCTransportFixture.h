@@ -41,6 +41,11 @@ inline std::vector<RemoteIceServerConfig> withTURN() {
           {.urlStrings = {"turn:turn.test:3478"}, .username = "user", .credential = "secret"}};
 }
 
+/// One screen packet that is a whole message.
+inline Bytes packetOf(std::string_view message, std::uint32_t packetID = 0) {
+  return copyOf(packets(bytesOf(message), packetID)[0]);
+}
+
 /// The statistics of a peer whose selected pair is named by the transport.
 inline RouteReport routeVia(const std::string& localType, const std::string& remoteType) {
   return {.selectedCandidatePairId = "P",

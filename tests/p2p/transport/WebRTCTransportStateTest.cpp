@@ -7,11 +7,6 @@ namespace {
 
 using namespace test;
 
-/// One screen packet that is a whole message.
-Bytes screenPacketOf(std::string_view message, std::uint32_t packetID = 0) {
-  return copyOf(packets(bytesOf(message), packetID)[0]);
-}
-
 class WebRTCTransportState : public WebRTCTransportTest {};
 
 TEST_F(WebRTCTransportState, everyIceStateIsLoggedByItsName) {
@@ -189,13 +184,13 @@ TEST_F(WebRTCTransportState, screenDataLooksAtTheRouteEveryFiveSecondsAtMost) {
   pass(1s);
   EXPECT_EQ(peer()->count("statistics"), 2);
   for (int i = 0; i < 50; ++i) {
-    screen->receive(screenPacketOf("x", static_cast<std::uint32_t>(i)));
+    screen->receive(packetOf("x", static_cast<std::uint32_t>(i)));
     pass(99ms);
   }
   EXPECT_EQ(peer()->count("statistics"), 2);
   pass(50ms);
-  screen->receive(screenPacketOf("x", 50));
-  screen->receive(screenPacketOf("x", 51));
+  screen->receive(packetOf("x", 50));
+  screen->receive(packetOf("x", 51));
   settle();
   EXPECT_EQ(peer()->count("statistics"), 3);
 }
@@ -205,7 +200,7 @@ TEST_F(WebRTCTransportState, relayedScreenBytesAreFlushedWhenTheRouteBecomesDire
   peer()->report = routeVia("relay", "host");
   ice(IceConnectionState::connected);
   const auto screen = connectFromAfar("tevanto-screen");
-  screen->receive(screenPacketOf("12345"));
+  screen->receive(packetOf("12345"));
   settle();
   takeHeard();
   peer()->report = routeVia("host", "host");
