@@ -3,6 +3,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/queue/QueueBound.h"
 #include "p2p/channels/ControlFrames.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenPackets.h"
@@ -169,9 +170,9 @@ void DataChannelMessaging::chunkReceived(std::span<const std::byte> frame) {
 void DataChannelMessaging::decode(std::span<const std::byte> document) {
   auto message = decodeRemoteMessage(textOf(document));
   if (!message) return logLine("undecodable message (" + std::to_string(document.size()) + " bytes)");
-  environment_.mainQueue->async([delegate = delegate_, message = std::move(*message)]() mutable {
-    if (const auto alive = delegate.lock()) alive->messageArrived(std::move(message));
-  });
+  environment_.mainQueue->async(weakCall(delegate_, [message = std::move(*message)](Delegate& alive) mutable {
+    alive.messageArrived(std::move(message));
+  }));
 }
 
 void DataChannelMessaging::screenPacketReceived(std::span<const std::byte> packet) {
@@ -192,13 +193,11 @@ void DataChannelMessaging::deliverScreen(std::vector<std::byte> message) {
     relayed = relayAccount_.arrived(message.size());
   }
   if (relayed) {
-    environment_.mainQueue->async([delegate = delegate_, bytes = *relayed] {
-      if (const auto alive = delegate.lock()) alive->relayScreenBytesArrived(bytes);
-    });
+    environment_.mainQueue->async(
+        weakCall(delegate_, [bytes = *relayed](Delegate& alive) { alive.relayScreenBytesArrived(bytes); }));
   }
-  environment_.mainQueue->async([delegate = delegate_, message = std::move(message)] {
-    if (const auto alive = delegate.lock()) alive->screenDataArrived(message);
-  });
+  environment_.mainQueue->async(weakCall(
+      delegate_, [message = std::move(message)](Delegate& alive) { alive.screenDataArrived(message); }));
 }
 
 TurnByteCounter::RouteChange DataChannelMessaging::routeSelected(bool relayed) {

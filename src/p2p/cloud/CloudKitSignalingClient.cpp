@@ -39,36 +39,31 @@ std::optional<BrokeredIceServers> brokered(const CloudOutcome<CloudRecord>& outc
 }  // namespace
 
 void CloudKitSignalingClient::start(const std::string& room, SignalRole role) {
-  environment_.queue->async([weak = weak_from_this(), room, role] {
-    if (const auto self = weak.lock()) self->begin(room, role);
-  });
+  post([room, role](CloudKitSignalingClient& self) { self.begin(room, role); });
 }
 
 void CloudKitSignalingClient::begin(const std::string& room, SignalRole role) {
+  assertOnQueue();
   if (stage_ != Stage::idle) return;
   stage_ = Stage::starting;
   room_ = room;
   role_ = role;
   // An offerer follows its own negotiation from the start; an answerer that of the first offer that it sees.
   if (role == SignalRole::phone) session_ = environment_.session;
-  environment_.database->accountStatus(
-      weakly(shared_from_this(), environment_.queue, &CloudKitSignalingClient::accountAnswered));
+  environment_.database->accountStatus(weakPost(&CloudKitSignalingClient::accountAnswered));
 }
 
 void CloudKitSignalingClient::stop() {
   stopped_ = true;
-  environment_.queue->async([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) {
-      self->stage_ = Stage::over;
-      self->nextPoll_.cancel();
-    }
+  post([](CloudKitSignalingClient& self) {
+    self.stage_ = Stage::over;
+    self.nextPoll_.cancel();
   });
 }
 
 void CloudKitSignalingClient::conclude() {
-  environment_.queue->async([weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (self && self->session_) self->environment_.spent->add(*self->session_);
+  post([](CloudKitSignalingClient& self) {
+    if (self.session_) self.environment_.spent->add(*self.session_);
   });
 }
 
@@ -92,12 +87,13 @@ void CloudKitSignalingClient::accountAnswered(CloudAccountStatus status) {
 }
 
 void CloudKitSignalingClient::poll() {
+  assertOnQueue();
   if (stage_ != Stage::polling) return;
-  environment_.database->fetch(recordName(awaitedKind()), weakly(shared_from_this(), environment_.queue,
-                                                                 &CloudKitSignalingClient::polled));
+  environment_.database->fetch(recordName(awaitedKind()), weakPost(&CloudKitSignalingClient::polled));
 }
 
 void CloudKitSignalingClient::polled(CloudOutcome<CloudRecord> outcome) {
+  assertOnQueue();
   if (stage_ != Stage::polling) return;
   if (outcome.value || outcome.error.code == CloudError::kUnknownItem) {
     pollBackoff_ = {};
@@ -105,9 +101,7 @@ void CloudKitSignalingClient::polled(CloudOutcome<CloudRecord> outcome) {
   } else {
     pollFailed(outcome.error);
   }
-  nextPoll_ = environment_.queue->asyncAfter(interval(), [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->poll();
-  });
+  nextPoll_ = queue()->asyncAfter(interval(), weakCall(&CloudKitSignalingClient::poll));
 }
 
 void CloudKitSignalingClient::pollFailed(const CloudError& error) {
@@ -144,24 +138,21 @@ bool CloudKitSignalingClient::isYoung(const CloudRecord& record) const {
 }
 
 void CloudKitSignalingClient::write(const std::string& kind, const SignalMessage& message) {
-  environment_.queue->async([weak = weak_from_this(), kind, payload = encodeSignalMessage(message)] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->save(kind, self->session_.value_or(std::string()), payload, "wrote " + kind + " record",
-               "write " + kind + " failed: ");
+  post([kind, payload = encodeSignalMessage(message)](CloudKitSignalingClient& self) {
+    self.save(kind, self.session_.value_or(std::string()), payload, "wrote " + kind + " record",
+              "write " + kind + " failed: ");
   });
 }
 
 void CloudKitSignalingClient::publishTURN(const std::vector<RemoteIceServerConfig>& servers) {
-  environment_.queue->async([weak = weak_from_this(), payload = encodeIceServers(turnServers(servers))] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->save(std::string(kTurnKind), {}, payload, "published TURN configuration", "publish TURN failed: ");
+  post([payload = encodeIceServers(turnServers(servers))](CloudKitSignalingClient& self) {
+    self.save(std::string(kTurnKind), {}, payload, "published TURN configuration", "publish TURN failed: ");
   });
 }
 
 void CloudKitSignalingClient::save(const std::string& kind, const std::string& session, std::string payload,
                                    const std::string& success, const std::string& failure) {
+  assertOnQueue();
   if (stage_ != Stage::starting && stage_ != Stage::polling) return;
   CloudRecord record;
   record.name = recordName(kind);
@@ -178,7 +169,7 @@ void CloudKitSignalingClient::save(const std::string& kind, const std::string& s
 
 void CloudKitSignalingClient::loadTURN(std::function<void(std::optional<BrokeredIceServers>)> done) {
   // Held until it is done, because an answer is promised.
-  environment_.queue->async([self = shared_from_this(), done = std::move(done)] {
+  queue()->async([self = shared_from_this(), done = std::move(done)] {
     const auto answer = [log = self->environment_.log, mainQueue = self->environment_.mainQueue,
                          done](std::optional<BrokeredIceServers> found) {
       if (found) log.info("loaded brokered TURN configuration");
@@ -192,10 +183,9 @@ void CloudKitSignalingClient::loadTURN(std::function<void(std::optional<Brokered
 }
 
 void CloudKitSignalingClient::report(std::function<void(CloudKitSignalingClient&)> report) {
-  environment_.mainQueue->async([weak = weak_from_this(), report = std::move(report)] {
-    const auto self = weak.lock();
-    if (self && !self->stopped_) report(*self);
-  });
+  environment_.mainQueue->async(weakCall([report = std::move(report)](CloudKitSignalingClient& self) {
+    if (!self.stopped_) report(self);
+  }));
 }
 
 std::string CloudKitSignalingClient::recordName(std::string_view kind) const {

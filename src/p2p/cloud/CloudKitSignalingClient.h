@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/Log.h"
+#include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"
 #include "core/queue/WallClock.h"
 #include "p2p/cloud/CloudDatabase.h"
@@ -24,8 +25,7 @@ namespace tevanto {
 ///
 ///     off ── start, account available ──> polling ── stop ──> off
 ///      └── no account: off for good
-class CloudKitSignalingClient final : public CloudSignaling,
-                                      public std::enable_shared_from_this<CloudKitSignalingClient> {
+class CloudKitSignalingClient final : public CloudSignaling, public QueueBound<CloudKitSignalingClient> {
  public:
   struct Environment {
     std::shared_ptr<CloudDatabase> database;
@@ -49,7 +49,8 @@ class CloudKitSignalingClient final : public CloudSignaling,
   /// Older records are from a negotiation that is over.
   static constexpr std::chrono::seconds kRecordLife{90};
 
-  explicit CloudKitSignalingClient(Environment environment) : environment_(std::move(environment)) {}
+  explicit CloudKitSignalingClient(Environment environment)
+      : QueueBound(environment.queue), environment_(std::move(environment)) {}
 
   void start(const std::string& room, SignalRole role) override;
   void stop() override;

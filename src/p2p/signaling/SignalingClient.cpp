@@ -1,5 +1,6 @@
 #include "p2p/signaling/SignalingClient.h"
 
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -21,31 +22,23 @@ std::shared_ptr<SignalingClient> SignalingClient::create(std::vector<std::string
 
 SignalingClient::SignalingClient(std::vector<std::string> relays, std::shared_ptr<WebSocketFactory> sockets,
                                  std::shared_ptr<SerialQueue> stateQueue, std::shared_ptr<LogSink> log)
-    : relays_(std::move(relays)),
+    : QueueBound(std::move(stateQueue)),
+      relays_(std::move(relays)),
       sockets_(std::move(sockets)),
-      stateQueue_(std::move(stateQueue)),
       log_(std::move(log), "signaling") {}
 
 SignalingClient::~SignalingClient() = default;
 
 template <class Work>
-void SignalingClient::onStateQueue(Work work) {
-  stateQueue_->async([weak = weak_from_this(), work = std::move(work)]() mutable {
-    if (const auto self = weak.lock()) work(*self);
+auto SignalingClient::ofCurrentTask(Work work) {
+  return weakCall([task = std::weak_ptr(task_), work](SignalingClient& self, auto&&... arguments) {
+    if (self.closed_ || !self.task_ || self.task_ != task.lock()) return;
+    std::invoke(work, self, arguments...);
   });
 }
 
-template <class Work>
-auto SignalingClient::ofCurrentTask(Work work) {
-  return [weak = weak_from_this(), task = std::weak_ptr(task_), work](auto&&... arguments) {
-    const auto self = weak.lock();
-    if (!self || self->closed_ || !self->task_ || self->task_ != task.lock()) return;
-    work(*self, arguments...);
-  };
-}
-
 void SignalingClient::connect(const std::string& room, SignalRole role) {
-  onStateQueue([room, role](SignalingClient& self) {
+  post([room, role](SignalingClient& self) {
     if (self.closed_ || self.task_) return;
     self.room_ = room;
     self.role_ = role;
@@ -54,16 +47,17 @@ void SignalingClient::connect(const std::string& room, SignalRole role) {
 }
 
 void SignalingClient::send(const SignalMessage& message) {
-  onStateQueue([message](SignalingClient& self) { self.sendNow(message); });
+  post([message](SignalingClient& self) { self.sendNow(message); });
 }
 
 void SignalingClient::close() {
   if (closed_.exchange(true)) return;
   // Holds the client: its owner may let go of it right after this, and the relay is to hear of it still.
-  stateQueue_->async([self = shared_from_this()] { self->closeNow(); });
+  queue()->async([self = shared_from_this()] { self->closeNow(); });
 }
 
 void SignalingClient::attempt() {
+  assertOnQueue();
   if (urlIndex_ >= relays_.size()) {
     log_.info("all signaling hosts failed");
     if (onClose) onClose();
@@ -81,17 +75,15 @@ void SignalingClient::startTask(const std::string& url) {
   task_ = sockets_->create(url);
   isConnected_ = false;
   WebSocketConnection::Handlers handlers;
-  handlers.onOpen = ofCurrentTask([](SignalingClient& self) { self.opened(); });
-  handlers.onMessage =
-      ofCurrentTask([](SignalingClient& self, std::string_view frame) { self.received(frame); });
-  handlers.onEnd =
-      ofCurrentTask([](SignalingClient& self, const WebSocketConnection::End& end) { self.ended(end); });
-  task_->start(stateQueue_, std::move(handlers));
-  openTimeout_ = stateQueue_->asyncAfter(kOpenTimeout, ofCurrentTask([](SignalingClient& self) {
-                                           if (!self.isConnected_) {
-                                             self.fail("open timed out via " + self.host_);
-                                           }
-                                         }));
+  handlers.onOpen = ofCurrentTask(&SignalingClient::opened);
+  handlers.onMessage = ofCurrentTask(&SignalingClient::received);
+  handlers.onEnd = ofCurrentTask(&SignalingClient::ended);
+  task_->start(queue(), std::move(handlers));
+  openTimeout_ = queue()->asyncAfter(kOpenTimeout, ofCurrentTask([](SignalingClient& self) {
+                                       if (!self.isConnected_) {
+                                         self.fail("open timed out via " + self.host_);
+                                       }
+                                     }));
 }
 
 void SignalingClient::opened() {
@@ -103,8 +95,7 @@ void SignalingClient::opened() {
 }
 
 void SignalingClient::schedulePing() {
-  nextPing_ =
-      stateQueue_->asyncAfter(kPingInterval, ofCurrentTask([](SignalingClient& self) { self.ping(); }));
+  nextPing_ = queue()->asyncAfter(kPingInterval, ofCurrentTask(&SignalingClient::ping));
 }
 
 void SignalingClient::ping() {
@@ -128,6 +119,7 @@ void SignalingClient::ended(const WebSocketConnection::End& end) {
 // What is said before the relay is open, its owner says again once it is. Kept for then, an offer would come
 // twice, and the second one would be answered by what there was before the first.
 void SignalingClient::sendNow(const SignalMessage& message) {
+  assertOnQueue();
   if (!isConnected_) return;
   task_->sendText(
       encodeSignalMessage(message),
@@ -137,6 +129,7 @@ void SignalingClient::sendNow(const SignalMessage& message) {
 }
 
 void SignalingClient::fail(const std::string& reason) {
+  assertOnQueue();
   log_.info(reason);
   const bool hadOpened = isConnected_;
   dropTask(WebSocketConnection::kGoingAway);

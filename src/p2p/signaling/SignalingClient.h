@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/Log.h"
+#include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"
 #include "net/Url.h"
 #include "net/web/WebSocketConnection.h"
@@ -27,7 +28,7 @@ std::optional<Url> relayRoom(const std::string& relayURL, const std::string& roo
 ///           connecting --(answer)--> open: onOpen --(fault)--> closed: onClose
 ///
 /// Lives on its state queue, where its callbacks come too.
-class SignalingClient final : public RelaySignaling, public std::enable_shared_from_this<SignalingClient> {
+class SignalingClient final : public RelaySignaling, public QueueBound<SignalingClient> {
  public:
   static constexpr const char* kQueueLabel = "tevanto.signaling.state";
   static constexpr std::chrono::seconds kOpenTimeout{8};
@@ -50,9 +51,6 @@ class SignalingClient final : public RelaySignaling, public std::enable_shared_f
   SignalingClient(std::vector<std::string> relays, std::shared_ptr<WebSocketFactory> sockets,
                   std::shared_ptr<SerialQueue> stateQueue, std::shared_ptr<LogSink> log);
 
-  /// Work that returns to this client on its queue, unless it is gone by then.
-  template <class Work>
-  void onStateQueue(Work work);
   /// A callback of the socket that is current now: does nothing once that is replaced or the client closed.
   template <class Work>
   auto ofCurrentTask(Work work);
@@ -78,7 +76,6 @@ class SignalingClient final : public RelaySignaling, public std::enable_shared_f
   SignalRole role_ = SignalRole::mac;
   std::size_t urlIndex_ = 0;
   std::atomic<bool> closed_ = false;  // from the moment of the call on, whatever still waits on the queue
-  const std::shared_ptr<SerialQueue> stateQueue_;
   const Logger log_;
   Timer openTimeout_;
   Timer nextPing_;

@@ -1,6 +1,7 @@
 #include "p2p/transport/PeerConnector.h"
 
 #include <chrono>
+#include <functional>
 #include <utility>
 
 #include "p2p/channels/DataChannelMessaging.h"
@@ -24,7 +25,8 @@ std::string yesNo(bool value) { return value ? "true" : "false"; }
 PeerConnector::PeerConnector(Environment environment, TransportRole role, const std::string& room,
                              Profile profile, std::shared_ptr<DataChannelMessaging> messaging,
                              std::weak_ptr<Owner> owner)
-    : environment_(std::move(environment)),
+    : QueueBound(environment.stateQueue),
+      environment_(std::move(environment)),
       role_(role),
       profile_(profile),
       messaging_(std::move(messaging)),
@@ -44,21 +46,25 @@ PeerConnector::~PeerConnector() = default;
 
 template <class Work>
 void PeerConnector::tellOwner(Work work) {
-  environment_.mainQueue->async([owner = owner_, work = std::move(work)] {
-    if (const auto alive = owner.lock()) work(*alive);
-  });
+  environment_.mainQueue->async(tevanto::weakCall(owner_, std::move(work)));
+}
+
+template <class Work>
+auto PeerConnector::unlessStopped(Work work) {
+  return [work = std::move(work)](PeerConnector& self, auto&&... arguments) {
+    if (!self.stopped_) std::invoke(work, self, std::forward<decltype(arguments)>(arguments)...);
+  };
 }
 
 template <class Work>
 Timer PeerConnector::after(SerialQueue::Duration delay, Work work) {
-  return environment_.stateQueue->asyncAfter(delay, [weak = weak_from_this(), work = std::move(work)] {
-    if (const auto self = weak.lock(); self && !self->stopped_) work(*self);
-  });
+  return queue()->asyncAfter(delay, weakCall(unlessStopped(std::move(work))));
 }
 
 // ---- Life
 
 void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
+  assertOnQueue();
   if (stopped_ || std::exchange(started_, true)) return;
   useIceServers(std::move(iceServers));
   tellOwner([](Owner& owner) { owner.handshakeDidStart(); });
@@ -67,7 +73,7 @@ void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
   roads_.connectRelay();
   if (!begin()) return;
   if (role_ == TransportRole::answerer) return roads_.startCloud();
-  cloudStart_ = after(kCloudStartDelay, [](PeerConnector& self) { self.startCloudUnlessConnected(); });
+  cloudStart_ = after(kCloudStartDelay, &PeerConnector::startCloudUnlessConnected);
 }
 
 void PeerConnector::useIceServers(std::vector<RemoteIceServerConfig> servers) {
@@ -120,6 +126,7 @@ bool PeerConnector::rebuildSession() {
 }
 
 void PeerConnector::upgradeIceServers(std::vector<RemoteIceServerConfig> servers) {
+  assertOnQueue();
   if (role_ != TransportRole::offerer || !started_ || stopped_ || channelEverReady_) return;
   if (hasTURNServer_ || !tevanto::hasTURNServer(servers)) return;
   say("late TURN arrived — upgrading current ICE attempt");
@@ -145,20 +152,15 @@ void PeerConnector::stop() {
 // ---- Signaling
 
 void PeerConnector::listenToPaths() {
-  const auto hop = [this](auto work) {
-    return weakly(shared_from_this(), environment_.stateQueue,
-                  [work](PeerConnector& self, auto... arguments) {
-                    if (!self.stopped_) work(self, std::move(arguments)...);
-                  });
-  };
+  const auto hop = [this](auto work) { return weakPost(unlessStopped(work)); };
   auto& relay = roads_.relay();
-  relay.onOpen = hop([](PeerConnector& self) { self.relayDidOpen(); });
-  relay.onClose = hop([](PeerConnector& self) { self.relayDidClose(); });
+  relay.onOpen = hop(&PeerConnector::relayDidOpen);
+  relay.onClose = hop(&PeerConnector::relayDidClose);
   relay.onMessage =
       hop([](PeerConnector& self, const SignalMessage& message) { self.signalCame(message, false); });
   auto& cloud = roads_.cloud();
-  cloud.onOpen = hop([](PeerConnector& self) { self.cloudDidOpen(); });
-  cloud.onUnavailable = hop([](PeerConnector& self) { self.cloudIsUnavailable(); });
+  cloud.onOpen = hop(&PeerConnector::cloudDidOpen);
+  cloud.onUnavailable = hop(&PeerConnector::cloudIsUnavailable);
   cloud.onSignal =
       hop([](PeerConnector& self, const SignalMessage& message) { self.signalCame(message, true); });
 }
@@ -194,6 +196,7 @@ void PeerConnector::cloudIsUnavailable() {
 }
 
 void PeerConnector::signalCame(const SignalMessage& message, bool viaCloud) {
+  assertOnQueue();
   say("signal in: " + message.type + (viaCloud ? " (cloud)" : ""));
   if (session_) dispatchSignal(message, viaCloud);
 }
@@ -263,12 +266,12 @@ void PeerConnector::iceIsConnected() {
   grace_.cancel();
   report(ChannelStateFilter::Event::recovered);
   queryRoute();
-  routeRecheck_ = after(kRouteRecheckDelay, [](PeerConnector& self) { self.queryRoute(); });
+  routeRecheck_ = after(kRouteRecheckDelay, &PeerConnector::queryRoute);
 }
 
 void PeerConnector::iceIsDisconnected() {
   report(ChannelStateFilter::Event::interrupted);
-  grace_ = after(kDisconnectGrace, [](PeerConnector& self) { self.checkGrace(); });
+  grace_ = after(kDisconnectGrace, &PeerConnector::checkGrace);
 }
 
 void PeerConnector::checkGrace() {
@@ -278,17 +281,16 @@ void PeerConnector::checkGrace() {
 }
 
 void PeerConnector::checkRoute() {
-  if (!routeWatch_.isDue(environment_.stateQueue->now())) return;
-  environment_.stateQueue->async([weak = weak_from_this()] {
-    const auto self = weak.lock();
+  if (!routeWatch_.isDue(queue()->now())) return;
+  post([](PeerConnector& self) {
     // Others may have found it due at the same time.
-    if (self && self->routeWatch_.isDue(self->environment_.stateQueue->now())) self->queryRoute();
+    if (self.routeWatch_.isDue(self.queue()->now())) self.queryRoute();
   });
 }
 
 void PeerConnector::queryRoute() {
   if (!session_) return;
-  routeWatch_.queried(environment_.stateQueue->now());
+  routeWatch_.queried(queue()->now());
   session_->statistics([this](const RouteReport& report) {
     const auto isRelayed = routeUsesTURN(report);
     if (!isRelayed) return;
@@ -318,6 +320,7 @@ void PeerConnector::routeSelected(bool isRelayed) {
 // ---- Reports
 
 void PeerConnector::report(ChannelStateFilter::Event event) {
+  assertOnQueue();
   const auto report = reports_.on(event, channelEverReady_);
   if (!report) return;
   say(std::string(report->logLine));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/Log.h"
+#include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"
 #include "p2p/signaling/SignalMessage.h"
 #include "p2p/signaling/SignalingPaths.h"
@@ -30,7 +31,7 @@ class OfferNegotiation;
 ///     signals ──> Negotiation ──> PeerSession ──> engine
 ///                                     │
 ///     owner <── reports ── ICE, channels, candidates
-class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
+class PeerConnector final : public QueueBound<PeerConnector>,
                             private PeerSession::Delegate,
                             private Negotiation::Host {
  public:
@@ -125,6 +126,9 @@ class PeerConnector final : public std::enable_shared_from_this<PeerConnector>,
   void reportScreenChannel(bool isOpen);
   template <class Work>
   void tellOwner(Work work);
+  /// `work`, which does nothing once the connector has been stopped.
+  template <class Work>
+  static auto unlessStopped(Work work);
   template <class Work>
   Timer after(SerialQueue::Duration delay, Work work);
 

@@ -8,10 +8,10 @@
 namespace tevanto {
 
 template <class Work>
-auto PeerSession::onQueue(Work work) {
-  return weakly(shared_from_this(), environment_.queue, [work](PeerSession& self, auto... arguments) {
-    if (!self.closed_) work(self, std::move(arguments)...);
-  });
+auto PeerSession::unlessClosed(Work work) {
+  return [work = std::move(work)](PeerSession& self, auto&&... arguments) {
+    if (!self.closed_) work(self, std::forward<decltype(arguments)>(arguments)...);
+  };
 }
 
 std::shared_ptr<PeerSession> PeerSession::make(PeerConnectionFactory& factory,
@@ -23,7 +23,9 @@ std::shared_ptr<PeerSession> PeerSession::make(PeerConnectionFactory& factory,
 }
 
 PeerSession::PeerSession(Environment environment, Delegate& delegate)
-    : environment_(std::move(environment)), delegate_(delegate) {}
+    : QueueBound(std::move(environment.queue)),
+      messaging_(std::move(environment.messaging)),
+      delegate_(delegate) {}
 
 PeerSession::~PeerSession() { close(); }
 
@@ -41,10 +43,11 @@ bool PeerSession::hasChannel(DataChannelKind kind) const {
 }
 
 void PeerSession::describe(SdpType type, DescriptionHandler done) {
-  auto made = onQueue([done = std::move(done)](PeerSession& self, const Result<SessionDescription>& result) {
-    if (!result.ok()) return done(result);
-    self.setLocalDescription(result.value(), done);
-  });
+  auto made = weakPost(
+      unlessClosed([done = std::move(done)](PeerSession& self, const Result<SessionDescription>& result) {
+        if (!result.ok()) return done(result);
+        self.setLocalDescription(result.value(), done);
+      }));
   if (type == SdpType::offer) {
     peer_->createOffer(std::move(made));
   } else {
@@ -54,17 +57,18 @@ void PeerSession::describe(SdpType type, DescriptionHandler done) {
 
 void PeerSession::setLocalDescription(const SessionDescription& description, const DescriptionHandler& done) {
   peer_->setLocalDescription(
-      description, onQueue([description, done](PeerSession&, const Result<void>& set) {
+      description, weakPost(unlessClosed([description, done](PeerSession&, const Result<void>& set) {
         done(set.ok() ? Result(description) : Result<SessionDescription>(Failure{set.error()}));
-      }));
+      })));
 }
 
 void PeerSession::setRemoteDescription(const SessionDescription& description, DoneHandler done) {
   peer_->setRemoteDescription(
-      description, onQueue([done = std::move(done)](PeerSession& self, const Result<void>& result) {
+      description,
+      weakPost(unlessClosed([done = std::move(done)](PeerSession& self, const Result<void>& result) {
         if (result.ok()) self.remoteDescriptionIsSet();
         done(result);
-      }));
+      })));
 }
 
 void PeerSession::remoteDescriptionIsSet() {
@@ -82,7 +86,7 @@ void PeerSession::addRemoteCandidate(IceCandidate candidate) {
 
 void PeerSession::statistics(StatisticsHandler done) {
   peer_->statistics(
-      onQueue([done = std::move(done)](PeerSession&, const RouteReport& report) { done(report); }));
+      weakPost(unlessClosed([done = std::move(done)](PeerSession&, const RouteReport& r) { done(r); })));
 }
 
 void PeerSession::close() {
@@ -98,44 +102,38 @@ void PeerSession::close() {
 }
 
 void PeerSession::peerDidChangeIceConnectionState(IceConnectionState state) {
-  onQueue([](PeerSession& self, IceConnectionState now) { self.delegate_.iceConnectionStateDidChange(now); })(
-      state);
+  post(unlessClosed([state](PeerSession& self) { self.delegate_.iceConnectionStateDidChange(state); }));
 }
 
 void PeerSession::peerDidChangeIceGatheringState(IceGatheringState state) {
   if (state != IceGatheringState::complete) return;
-  onQueue([](PeerSession& self) { self.delegate_.iceGatheringDidComplete(); })();
+  post(unlessClosed([](PeerSession& self) { self.delegate_.iceGatheringDidComplete(); }));
 }
 
 void PeerSession::peerDidGenerateCandidate(const IceCandidate& candidate) {
-  onQueue([](PeerSession& self, const IceCandidate& gathered) {
+  post(unlessClosed([gathered = candidate](PeerSession& self) {
     self.localCandidates_.push_back(gathered);
     self.delegate_.localCandidateWasGathered(gathered);
-  })(candidate);
+  }));
 }
 
 void PeerSession::peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) {
   const auto kind = dataChannelKind(channel->label());
   if (kind == DataChannelKind::unknown) {
-    onQueue([](PeerSession& self, const std::shared_ptr<DataChannel>& stranger) { self.reject(stranger); })(
-        std::move(channel));
-    return;
+    return post(unlessClosed([stranger = std::move(channel)](PeerSession& self) { self.reject(stranger); }));
   }
   // Listened to at once, or what follows the opening closely would be missed.
-  onQueue([](PeerSession& self, const std::shared_ptr<DataChannelListener>& link) { self.adopt(link); })(
-      attach(std::move(channel), kind));
+  post(unlessClosed([link = attach(std::move(channel), kind)](PeerSession& self) { self.adopt(link); }));
 }
 
 std::shared_ptr<DataChannelListener> PeerSession::attach(std::shared_ptr<DataChannel> channel,
                                                          DataChannelKind kind) {
-  auto onState = [weak = weak_from_this()](DataChannelListener& changed, DataChannelState state) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->onQueue([](PeerSession& session, const std::shared_ptr<DataChannelListener>& link,
-                     DataChannelState entered) { session.channelEnters(*link, entered); })(
-        changed.shared_from_this(), state);
-  };
-  return DataChannelListener::attach(std::move(channel), kind, environment_.messaging, std::move(onState));
+  auto onState = weakCall([](PeerSession& self, DataChannelListener& changed, DataChannelState state) {
+    self.post(unlessClosed([link = changed.shared_from_this(), state](PeerSession& session) {
+      session.channelEnters(*link, state);
+    }));
+  });
+  return DataChannelListener::attach(std::move(channel), kind, messaging_, std::move(onState));
 }
 
 void PeerSession::adopt(const std::shared_ptr<DataChannelListener>& newest) {
@@ -170,14 +168,13 @@ void PeerSession::admit(DataChannelListener& opened) {
 }
 
 void PeerSession::publish(DataChannelKind kind, std::shared_ptr<DataChannel> channel) {
-  auto& messaging = *environment_.messaging;
   switch (kind) {
     case DataChannelKind::control:
-      return messaging.setControlChannel(std::move(channel));
+      return messaging_->setControlChannel(std::move(channel));
     case DataChannelKind::motion:
-      return messaging.setMotionChannel(std::move(channel));
+      return messaging_->setMotionChannel(std::move(channel));
     case DataChannelKind::screen:
-      return messaging.setScreenChannel(std::move(channel));
+      return messaging_->setScreenChannel(std::move(channel));
     case DataChannelKind::unknown:
       return;
   }

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"
 #include "p2p/peer/DataChannelKind.h"
 #include "p2p/peer/PeerConnection.h"
@@ -19,7 +20,7 @@ class DataChannelMessaging;
 /// One peer connection with its channels and candidates, from its making to its close. It turns what the
 /// engine's threads bring into work on the state queue, where all of it lives; once it is closed, nothing
 /// that was still under way gets through. A fresh start is a new session.
-class PeerSession final : public PeerConnectionObserver, public std::enable_shared_from_this<PeerSession> {
+class PeerSession final : public PeerConnectionObserver, public QueueBound<PeerSession> {
  public:
   /// The owner. Called on the state queue, until the close.
   class Delegate {
@@ -89,11 +90,11 @@ class PeerSession final : public PeerConnectionObserver, public std::enable_shar
   }
   void setLocalDescription(const SessionDescription& description, const DescriptionHandler& done);
   void remoteDescriptionIsSet();
-  /// A closure for the engine's threads: goes on with `work` on the state queue, unless closed by then.
+  /// `work`, which does nothing once the session is closed.
   template <class Work>
-  auto onQueue(Work work);
+  static auto unlessClosed(Work work);
 
-  const Environment environment_;
+  const std::shared_ptr<DataChannelMessaging> messaging_;
   Delegate& delegate_;
   std::shared_ptr<PeerConnection> peer_;
   bool closed_ = false;

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "core/queue/QueueBound.h"
+
 namespace tevanto {
 
 TransportFactory::Made TransportFactory::makeAnswerer(const std::string& room) {
@@ -9,14 +11,12 @@ TransportFactory::Made TransportFactory::makeAnswerer(const std::string& room) {
   const auto wait = std::make_shared<Wait>();
   made.whenAged = [wait](std::function<void()> aged) { wait->aged = std::move(aged); };
   made.start = [self = shared_from_this(), weak = std::weak_ptr(made.transport), wait] {
-    const auto begin = [self, weak,
-                        weakWait = std::weak_ptr(wait)](std::vector<RemoteIceServerConfig> servers) {
-      const auto transport = weak.lock();
-      if (!transport) return;
-      transport->start(std::move(servers));
+    const auto begin = [self, weak, weakWait = std::weak_ptr(wait)](
+                           WebRTCTransport& transport, std::vector<RemoteIceServerConfig> servers) {
+      transport.start(std::move(servers));
       if (const auto waiting = weakWait.lock()) self->watchAge(waiting, weak);
     };
-    self->environment_.iceServers->load(self->environment_.mainQueue, begin);
+    self->environment_.iceServers->load(self->environment_.mainQueue, weakCall(weak, begin));
   };
   return made;
 }
@@ -25,13 +25,13 @@ void TransportFactory::watchAge(const std::shared_ptr<Wait>& wait,
                                 const std::weak_ptr<WebRTCTransport>& transport) {
   const auto freshFor = environment_.iceServers->freshFor();
   if (!freshFor) return;
-  wait->timer = environment_.mainQueue->asyncAfter(*freshFor, [weak = std::weak_ptr(wait), transport] {
-    const auto waited = weak.lock();
+  const auto onAged = [transport](Wait& waited) {
     const auto alive = transport.lock();
     // Once somebody has called, it connects or fails; a new one comes after either.
-    if (!waited || !alive || alive->hasBeenOffered()) return;
-    if (const auto aged = waited->aged) aged();
-  });
+    if (!alive || alive->hasBeenOffered()) return;
+    if (const auto aged = waited.aged) aged();
+  };
+  wait->timer = environment_.mainQueue->asyncAfter(*freshFor, weakCall(std::weak_ptr(wait), onAged));
 }
 
 TransportFactory::Made TransportFactory::makeOfferer(const std::string& room) {

@@ -23,7 +23,6 @@ namespace tevanto {
 /// be called from any thread; it may be let go of at any moment too.
 class WebRTCTransport final : public MessageChannel,
                               public ScreenTransport,
-                              public std::enable_shared_from_this<WebRTCTransport>,
                               private DataChannelMessaging::Delegate,
                               private PeerConnector::Owner {
  public:

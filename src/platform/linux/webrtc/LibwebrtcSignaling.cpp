@@ -4,6 +4,8 @@
 #include <chrono>
 #include <future>
 
+#include "core/queue/QueueBound.h"
+
 namespace tevanto {
 
 LibwebrtcSignaling::LibwebrtcSignaling(std::shared_ptr<SerialQueue> queue) : queue_(std::move(queue)) {
@@ -41,9 +43,7 @@ void LibwebrtcSignaling::Waiter::WakeUp() {
 
 void LibwebrtcSignaling::wakeUp() {
   if (isWoken_.exchange(true)) return;
-  queue_->async([weak = weakSelf_] {
-    if (const auto self = weak.lock()) (*self)->takeTurn();
-  });
+  queue_->async(weakCall(weakSelf_, [](LibwebrtcSignaling* self) { self->takeTurn(); }));
 }
 
 void LibwebrtcSignaling::takeTurn() {
@@ -63,12 +63,11 @@ void LibwebrtcSignaling::lookAhead() {
 void LibwebrtcSignaling::wakeUpAt(SerialQueue::TimePoint due) {
   // One that is set for earlier sets the next.
   if (alarm_ && alarm_->due <= due) return;
-  alarm_ = Alarm{due, queue_->asyncAfter(due - queue_->now(), [weak = weakSelf_] {
-                   const auto self = weak.lock();
-                   if (!self) return;
-                   (*self)->alarm_.reset();
-                   (*self)->takeTurn();
-                 })};
+  const auto ring = [](LibwebrtcSignaling* self) {
+    self->alarm_.reset();
+    self->takeTurn();
+  };
+  alarm_ = Alarm{due, queue_->asyncAfter(due - queue_->now(), weakCall(weakSelf_, ring))};
 }
 
 void LibwebrtcSignaling::finish(const std::function<void()>& last) {
