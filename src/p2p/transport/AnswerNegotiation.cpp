@@ -6,22 +6,23 @@
 
 namespace tevanto {
 
-void AnswerNegotiation::offered(const SignalMessage& offer, bool viaCloud) {
+void AnswerNegotiation::offered(PeerSession& session, const SignalMessage& offer, bool viaCloud) {
   if (!offer.sdp) return;
-  if (offer.sdp == lastOfferSDP_) return offeredAgain(offer, viaCloud);
-  if (host_.session().hasRemoteDescription() && !host_.rebuildSession()) return;
+  if (offer.sdp == lastOfferSDP_) return offeredAgain(session, offer, viaCloud);
+  auto* fresh = session.hasRemoteDescription() ? host_.rebuildSession() : &session;
+  if (!fresh) return;
   lastOfferSDP_ = offer.sdp;
   replyViaCloud_ = viaCloud;
-  host_.say(std::string("offer received") + (viaCloud ? " via cloud" : ""));
-  apply(offer);
+  log(std::string("offer received") + (viaCloud ? " via cloud" : ""));
+  apply(*fresh, offer);
 }
 
-void AnswerNegotiation::offeredAgain(const SignalMessage& offer, bool viaCloud) {
-  host_.say("duplicate offer replay — applying bundled candidates");
-  applyBundled(offer);
+void AnswerNegotiation::offeredAgain(PeerSession& session, const SignalMessage& offer, bool viaCloud) {
+  log("duplicate offer replay — applying bundled candidates");
+  applyBundled(session, offer);
   if (localAnswer_) {
     sendDescription();
-    sendCandidates();
+    sendCandidates(session);
   }
   if (viaCloud) {
     replyViaCloud_ = true;
@@ -29,24 +30,26 @@ void AnswerNegotiation::offeredAgain(const SignalMessage& offer, bool viaCloud) 
   }
 }
 
-void AnswerNegotiation::apply(const SignalMessage& offer) {
-  host_.session().setRemoteDescription({SdpType::offer, *offer.sdp}, [this, offer](const Result<void>& set) {
-    // A newer offer is on its way to the same peer: its completion goes on.
-    const bool isCurrent = lastOfferSDP_ == offer.sdp;
-    if (!set.ok()) {
-      host_.say("setRemoteDescription: " + set.error());
-      if (isCurrent) lastOfferSDP_.reset();
-    } else if (isCurrent) {
-      offerIsSet(offer);
-    }
-  });
+void AnswerNegotiation::apply(PeerSession& session, const SignalMessage& offer) {
+  // Completions come while the session lives, and not after its close.
+  session.setRemoteDescription({SdpType::offer, *offer.sdp},
+                               [this, &session, offer](const Result<void>& set) {
+                                 // A newer offer is on its way to the same peer: its completion goes on.
+                                 const bool isCurrent = lastOfferSDP_ == offer.sdp;
+                                 if (!set.ok()) {
+                                   log("setRemoteDescription: " + set.error());
+                                   if (isCurrent) lastOfferSDP_.reset();
+                                 } else if (isCurrent) {
+                                   offerIsSet(session, offer);
+                                 }
+                               });
 }
 
-void AnswerNegotiation::offerIsSet(const SignalMessage& offer) {
-  applyBundled(offer);
-  host_.session().describe(SdpType::answer, [this](Result<SessionDescription> answer) {
+void AnswerNegotiation::offerIsSet(PeerSession& session, const SignalMessage& offer) {
+  applyBundled(session, offer);
+  session.describe(SdpType::answer, [this](Result<SessionDescription> answer) {
     if (!answer.ok()) {
-      host_.say("createAnswer: " + answer.error());
+      log("createAnswer: " + answer.error());
       return lastOfferSDP_.reset();  // the offer may be tried again
     }
     answerIsSet(std::move(answer).value());
@@ -55,7 +58,7 @@ void AnswerNegotiation::offerIsSet(const SignalMessage& offer) {
 
 void AnswerNegotiation::answerIsSet(SessionDescription answer) {
   localAnswer_ = std::move(answer);
-  host_.say("sending answer");
+  log("sending answer");
   sendDescription();
   host_.scheduleSnapshot("local answer ready");
 }

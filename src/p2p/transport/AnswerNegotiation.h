@@ -4,23 +4,23 @@
 
 namespace tevanto {
 
-/// The computer's side: answers each new offer with a session of its own, and one that it has seen already
-/// with the same answer again.
+/// AnswerNegotiation is the computer's side: it answers each new offer with a session of its own, and a
+/// repeated offer with the same answer again.
 class AnswerNegotiation final : public Negotiation {
  public:
   using Negotiation::Negotiation;
 
-  void begin() override {}
-  void replay(std::string_view) override {}
-  void offered(const SignalMessage& offer, bool viaCloud) override;
-  void answered(const SignalMessage&, bool) override {}
+  void begin(PeerSession&) override {}
+  void replay(PeerSession&, std::string_view) override {}
+  void offered(PeerSession& session, const SignalMessage& offer, bool viaCloud) override;
+  void answered(PeerSession&, const SignalMessage&, bool) override {}
   bool wantsSnapshot() const override { return replyViaCloud_ && localAnswer_; }
 
  private:
   const std::optional<SessionDescription>& localDescription() const override { return localAnswer_; }
-  void offeredAgain(const SignalMessage& offer, bool viaCloud);
-  void apply(const SignalMessage& offer);
-  void offerIsSet(const SignalMessage& offer);
+  void offeredAgain(PeerSession& session, const SignalMessage& offer, bool viaCloud);
+  void apply(PeerSession& session, const SignalMessage& offer);
+  void offerIsSet(PeerSession& session, const SignalMessage& offer);
   void answerIsSet(SessionDescription answer);
 
   /// Of the last offer that was applied or is being applied.

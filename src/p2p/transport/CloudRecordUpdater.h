@@ -1,24 +1,30 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "core/queue/SerialQueue.h"
+#include "p2p/signaling/SignalMessage.h"
+#include "p2p/transport/TransportLog.h"
 
 namespace tevanto {
 
-class Negotiation;
 class SignalingPaths;
 
-/// Keeps our record in the cloud up to date: the description with all candidates so far, written half a
-/// second after the first change, so that a burst of candidates is one record. On the state queue.
+/// CloudRecordUpdater keeps our record in the cloud up to date: the description with all candidates so far.
+/// It writes 500 ms after the first change, so that a burst of candidates is one record. Lives on the state
+/// queue.
 class CloudRecordUpdater {
  public:
-  CloudRecordUpdater(std::shared_ptr<SerialQueue> queue, const Negotiation& negotiation,
-                     SignalingPaths& roads);
+  /// `snapshot` gives the record's content at the moment of writing; nothing when there is none.
+  CloudRecordUpdater(std::shared_ptr<SerialQueue> queue,
+                     std::function<std::optional<SignalMessage>()> snapshot, SignalingPaths& paths,
+                     TransportLog log);
 
-  /// The record is out of date, if there is to be one.
+  /// The record is out of date. Does nothing until the cloud has been started.
   void schedule(std::string_view reason);
   void cancel() { timer_.cancel(); }
 
@@ -26,8 +32,9 @@ class CloudRecordUpdater {
   void write(const std::string& reason);
 
   const std::shared_ptr<SerialQueue> queue_;
-  const Negotiation& negotiation_;
-  SignalingPaths& roads_;
+  const std::function<std::optional<SignalMessage>()> snapshot_;
+  SignalingPaths& paths_;
+  const TransportLog log_;
   bool scheduled_ = false;
   Timer timer_;
 };

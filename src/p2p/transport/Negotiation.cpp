@@ -3,7 +3,6 @@
 #include <utility>
 #include <vector>
 
-#include "p2p/transport/CandidateSummary.h"
 #include "p2p/transport/PeerSession.h"
 
 namespace tevanto {
@@ -25,32 +24,31 @@ IceCandidate candidateOf(std::string line, const std::optional<std::string>& mid
 
 std::string_view toString(SdpType type) { return type == SdpType::offer ? "offer" : "answer"; }
 
-void Negotiation::candidateCame(const SignalMessage& message) {
+void Negotiation::candidateCame(PeerSession& session, const SignalMessage& message) {
   if (!message.candidate) return;
-  host_.session().addRemoteCandidate(candidateOf(*message.candidate, message.sdpMid, message.sdpMLineIndex));
+  session.addRemoteCandidate(candidateOf(*message.candidate, message.sdpMid, message.sdpMLineIndex));
 }
 
-void Negotiation::sendDescription() { host_.send(signalOf(*localDescription())); }
+void Negotiation::sendDescription() { send_(signalOf(*localDescription())); }
 
-void Negotiation::sendCandidates() {
-  for (const auto& candidate : host_.session().localCandidates()) host_.send(signalOf(candidate));
+void Negotiation::sendCandidates(const PeerSession& session) {
+  for (const auto& candidate : session.localCandidates()) send_(signalOf(candidate));
 }
 
-void Negotiation::applyBundled(const SignalMessage& message) {
+void Negotiation::applyBundled(PeerSession& session, const SignalMessage& message) {
   if (!message.candidates || message.candidates->empty()) return;
-  host_.say("applying " + std::to_string(message.candidates->size()) + " bundled candidates (" +
-            candidateSummary(*message.candidates) + ")");
+  log("applying " + std::to_string(message.candidates->size()) + " bundled candidates (" +
+      candidateSummary(*message.candidates) + ")");
   for (const auto& candidate : *message.candidates) {
-    host_.session().addRemoteCandidate(
-        candidateOf(candidate.candidate, candidate.sdpMid, candidate.sdpMLineIndex));
+    session.addRemoteCandidate(candidateOf(candidate.candidate, candidate.sdpMid, candidate.sdpMLineIndex));
   }
 }
 
-std::optional<SignalMessage> Negotiation::snapshot() const {
-  if (!host_.hasSession() || !localDescription()) return std::nullopt;
+std::optional<SignalMessage> Negotiation::snapshot(const PeerSession& session) const {
+  if (!localDescription()) return std::nullopt;
   auto message = signalOf(*localDescription());
   auto& bundled = message.candidates.emplace();
-  for (const auto& candidate : host_.session().localCandidates()) {
+  for (const auto& candidate : session.localCandidates()) {
     bundled.push_back({candidate.sdp, candidate.sdpMid, candidate.sdpMLineIndex});
   }
   return message;

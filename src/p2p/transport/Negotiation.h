@@ -1,62 +1,67 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "p2p/peer/PeerConnection.h"
 #include "p2p/signaling/SignalMessage.h"
+#include "p2p/transport/TransportLog.h"
 
 namespace tevanto {
 
 class PeerSession;
 
-/// What one role does with the messages of the other side. On the state queue; owned by its host, which keeps
-/// it while a session lives.
+/// Negotiation is one role's part in the exchange of descriptions and candidates. The current session is
+/// passed into each call. Layout of the signals: docs/protocol.md, section 9.3; their order: section 9.4.
+/// Lives on the state queue; owned by its host, which outlives it.
 class Negotiation {
  public:
   class Host {
    public:
     virtual ~Host() = default;
-    /// Whether there is one; always while a signal is handled.
-    virtual bool hasSession() const = 0;
-    virtual PeerSession& session() = 0;
-    /// A new peer takes the place of the current one. False when the engine refuses.
-    virtual bool rebuildSession() = 0;
-    virtual void send(const SignalMessage& message) = 0;
+    /// Closes the current session and makes a fresh one. Null when the engine refuses.
+    virtual PeerSession* rebuildSession() = 0;
     /// The cloud's record is out of date.
     virtual void scheduleSnapshot(std::string_view reason) = 0;
-    /// Logs a line of this transport.
-    virtual void say(const std::string& line) = 0;
   };
+  /// Sends a signal to the other side.
+  using SignalSender = std::function<void(const SignalMessage&)>;
 
-  explicit Negotiation(Host& host) : host_(host) {}
+  Negotiation(Host& host, SignalSender send, TransportLog log)
+      : host_(host), send_(std::move(send)), log_(std::move(log)) {}
   virtual ~Negotiation() = default;
   Negotiation(const Negotiation&) = delete;
   Negotiation& operator=(const Negotiation&) = delete;
 
-  /// A session that nothing was done with yet.
-  virtual void begin() = 0;
-  /// The other side has just come into the room, or we have: what it may have missed is said again.
-  virtual void replay(std::string_view reason) = 0;
-  virtual void offered(const SignalMessage& offer, bool viaCloud) = 0;
-  virtual void answered(const SignalMessage& answer, bool viaCloud) = 0;
-  void candidateCame(const SignalMessage& message);
+  /// `session` is fresh: nothing has been done with it.
+  virtual void begin(PeerSession& session) = 0;
+  /// The other side or this one has just entered the room: sends again what the other side may have missed.
+  virtual void replay(PeerSession& session, std::string_view reason) = 0;
+  /// May rebuild the session, which ends `session`.
+  virtual void offered(PeerSession& session, const SignalMessage& offer, bool viaCloud) = 0;
+  virtual void answered(PeerSession& session, const SignalMessage& answer, bool viaCloud) = 0;
+  void candidateCame(PeerSession& session, const SignalMessage& message);
 
-  Host& host() const { return host_; }
   /// Whether the cloud's record is to hold our description now.
   virtual bool wantsSnapshot() const = 0;
-  /// Our description with all our candidates; nothing while there is no description or no
-  /// session.
-  std::optional<SignalMessage> snapshot() const;
+  /// Our description with all our candidates; nothing while there is no description.
+  std::optional<SignalMessage> snapshot(const PeerSession& session) const;
 
  protected:
   virtual const std::optional<SessionDescription>& localDescription() const = 0;
   void sendDescription();
-  void sendCandidates();
-  void applyBundled(const SignalMessage& message);
+  void sendCandidates(const PeerSession& session);
+  void applyBundled(PeerSession& session, const SignalMessage& message);
+  void log(const std::string& line) const { log_.info(line); }
 
   Host& host_;
+
+ private:
+  const SignalSender send_;
+  const TransportLog log_;
 };
 
 /// A trickled candidate as a signal.

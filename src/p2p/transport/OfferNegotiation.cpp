@@ -6,51 +6,51 @@
 
 namespace tevanto {
 
-void OfferNegotiation::begin() {
+void OfferNegotiation::begin(PeerSession& session) {
   localOffer_.reset();
   receivedAnswer_ = false;
-  host_.session().describe(SdpType::offer, [this](Result<SessionDescription> offer) {
-    if (!offer.ok()) return host_.say("createOffer: " + offer.error());
+  session.describe(SdpType::offer, [this](Result<SessionDescription> offer) {
+    if (!offer.ok()) return log("createOffer: " + offer.error());
     offerIsSet(std::move(offer).value());
   });
 }
 
 void OfferNegotiation::offerIsSet(SessionDescription offer) {
   localOffer_ = std::move(offer);
-  host_.say("sending offer");
+  log("sending offer");
   sendDescription();
   host_.scheduleSnapshot("local offer ready");
 }
 
-void OfferNegotiation::replay(std::string_view reason) {
+void OfferNegotiation::replay(PeerSession& session, std::string_view reason) {
   if (receivedAnswer_ || !localOffer_) return;
-  host_.say(std::string(reason) + " — replaying offer + " +
-            std::to_string(host_.session().localCandidates().size()) + " candidates");
+  log(std::string(reason) + " — replaying offer + " + std::to_string(session.localCandidates().size()) +
+      " candidates");
   sendDescription();
-  sendCandidates();
+  sendCandidates(session);
 }
 
-void OfferNegotiation::answered(const SignalMessage& answer, bool viaCloud) {
+void OfferNegotiation::answered(PeerSession& session, const SignalMessage& answer, bool viaCloud) {
   if (!answer.sdp) return;
-  if (receivedAnswer_) return refreshCandidates(answer);
-  host_.say(std::string("answer received") + (viaCloud ? " via cloud" : ""));
-  apply(answer);
+  if (receivedAnswer_) return refreshCandidates(session, answer);
+  log(std::string("answer received") + (viaCloud ? " via cloud" : ""));
+  apply(session, answer);
 }
 
-void OfferNegotiation::refreshCandidates(const SignalMessage& answer) {
+void OfferNegotiation::refreshCandidates(PeerSession& session, const SignalMessage& answer) {
   if (!answer.candidates || answer.candidates->empty()) return;
-  host_.say("answer candidate refresh: " + std::to_string(answer.candidates->size()));
-  applyBundled(answer);
+  log("answer candidate refresh: " + std::to_string(answer.candidates->size()));
+  applyBundled(session, answer);
 }
 
-void OfferNegotiation::apply(const SignalMessage& answer) {
-  host_.session().setRemoteDescription({SdpType::answer, *answer.sdp},
-                                       [this, answer](const Result<void>& set) {
-                                         if (!set.ok())
-                                           return host_.say("setRemoteDescription: " + set.error());
-                                         receivedAnswer_ = true;
-                                         applyBundled(answer);
-                                       });
+void OfferNegotiation::apply(PeerSession& session, const SignalMessage& answer) {
+  // Completions come while the session lives, and not after its close.
+  session.setRemoteDescription({SdpType::answer, *answer.sdp},
+                               [this, &session, answer](const Result<void>& set) {
+                                 if (!set.ok()) return log("setRemoteDescription: " + set.error());
+                                 receivedAnswer_ = true;
+                                 applyBundled(session, answer);
+                               });
 }
 
 }  // namespace tevanto

@@ -16,7 +16,6 @@ using namespace std::chrono_literals;
 constexpr auto kCloudStartDelay = 500ms;  // of an offerer: the relay alone may be fast enough
 constexpr auto kCloudStopDelay = 2s;      // of an offerer, once it is connected
 constexpr auto kDisconnectGrace = 8s;
-constexpr auto kRouteRecheckDelay = 1s;  // ICE may still move on to a better pair
 
 std::string yesNo(bool value) { return value ? "true" : "false"; }
 
@@ -31,18 +30,43 @@ PeerConnector::PeerConnector(Environment environment, TransportRole role, const 
       profile_(profile),
       messaging_(std::move(messaging)),
       owner_(std::move(owner)),
-      roads_(environment_.relay, environment_.cloud, room, role) {
-  if (role == TransportRole::offerer) {
-    auto offer = std::make_unique<OfferNegotiation>(static_cast<Negotiation::Host&>(*this));
-    offer_ = offer.get();
-    negotiation_ = std::move(offer);
-  } else {
-    negotiation_ = std::make_unique<AnswerNegotiation>(static_cast<Negotiation::Host&>(*this));
-  }
-  snapshot_.emplace(environment_.stateQueue, *negotiation_, roads_);
+      log_(environment_.log, role),
+      paths_(environment_.relay, environment_.cloud, room, role),
+      cloudRecord_(
+          queue(), [this] { return snapshot(); }, paths_, log_),
+      route_(makeRouteMonitor()) {
+  makeNegotiation();
 }
 
 PeerConnector::~PeerConnector() = default;
+
+void PeerConnector::makeNegotiation() {
+  auto& host = static_cast<Negotiation::Host&>(*this);
+  const auto send = [this](const SignalMessage& message) { paths_.send(message); };
+  if (role_ == TransportRole::offerer) {
+    auto offer = std::make_unique<OfferNegotiation>(host, send, log_);
+    offer_ = offer.get();
+    negotiation_ = std::move(offer);
+  } else {
+    negotiation_ = std::make_unique<AnswerNegotiation>(host, send, log_);
+  }
+}
+
+std::shared_ptr<RouteMonitor> PeerConnector::makeRouteMonitor() {
+  return std::make_shared<RouteMonitor>(RouteMonitor::Environment{
+      .queue = queue(),
+      .query =
+          [this](PeerSession::StatisticsHandler done) {
+            if (session_) session_->statistics(std::move(done));
+            return session_ != nullptr;
+          },
+      .messaging = messaging_,
+      .onChange =
+          [this](bool isRelayed, std::optional<std::uint64_t> bytes) {
+            tellOwner([isRelayed, bytes](Owner& owner) { owner.routeDidChange(isRelayed, bytes); });
+          },
+      .log = log_});
+}
 
 template <class Work>
 void PeerConnector::tellOwner(Work work) {
@@ -61,8 +85,6 @@ Timer PeerConnector::after(SerialQueue::Duration delay, Work work) {
   return queue()->asyncAfter(delay, weakCall(unlessStopped(std::move(work))));
 }
 
-// ---- Life
-
 void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
   assertOnQueue();
   if (stopped_ || std::exchange(started_, true)) return;
@@ -70,9 +92,9 @@ void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
   tellOwner([](Owner& owner) { owner.handshakeDidStart(); });
   if (!buildSession()) return;
   listenToPaths();
-  roads_.connectRelay();
+  paths_.connectRelay();
   if (!begin()) return;
-  if (role_ == TransportRole::answerer) return roads_.startCloud();
+  if (role_ == TransportRole::answerer) return paths_.startCloud();
   cloudStart_ = after(kCloudStartDelay, &PeerConnector::startCloudUnlessConnected);
 }
 
@@ -83,8 +105,8 @@ void PeerConnector::useIceServers(std::vector<RemoteIceServerConfig> servers) {
 }
 
 bool PeerConnector::buildSession() {
-  say("ice servers: " + std::to_string(iceServers_.size()) + ", turn=" + yesNo(hasTURNServer_) +
-      ", relayOnly=false");
+  log_.info("ice servers: " + std::to_string(iceServers_.size()) + ", turn=" + yesNo(hasTURNServer_) +
+            ", relayOnly=false");
   session_ =
       PeerSession::make(*environment_.peers, {iceServers_}, {environment_.stateQueue, messaging_}, *this);
   if (!session_) fail();
@@ -96,7 +118,7 @@ bool PeerConnector::begin() {
     fail();
     return false;
   }
-  negotiation_->begin();
+  negotiation_->begin(*session_);
   return true;
 }
 
@@ -114,22 +136,22 @@ void PeerConnector::closeSession() {
   if (const auto session = std::exchange(session_, nullptr)) session->close();
 }
 
-bool PeerConnector::rebuildSession() {
-  say("new offer — rebuilding peer for a fresh session");
+PeerSession* PeerConnector::rebuildSession() {
+  log_.info("new offer — rebuilding peer for a fresh session");
   if (session_->hasChannel(DataChannelKind::screen)) reportScreenChannel(false);
   closeSession();
   channelEverReady_ = false;
   grace_.cancel();  // that was the old peer's outage
-  forgetRoute();
+  route_->forget();
   reports_.reset();
-  return buildSession();
+  return buildSession() ? session_.get() : nullptr;
 }
 
 void PeerConnector::upgradeIceServers(std::vector<RemoteIceServerConfig> servers) {
   assertOnQueue();
   if (role_ != TransportRole::offerer || !started_ || stopped_ || channelEverReady_) return;
   if (hasTURNServer_ || !tevanto::hasTURNServer(servers)) return;
-  say("late TURN arrived — upgrading current ICE attempt");
+  log_.info("late TURN arrived — upgrading current ICE attempt");
   useIceServers(std::move(servers));
   closeSession();
   grace_.cancel();
@@ -138,27 +160,25 @@ void PeerConnector::upgradeIceServers(std::vector<RemoteIceServerConfig> servers
 
 void PeerConnector::stop() {
   if (std::exchange(stopped_, true)) return;
-  forgetRoute();
+  route_->stop();
   const bool hadScreen = session_ && session_->hasChannel(DataChannelKind::screen);
   const bool hadControl = session_ && session_->hasChannel(DataChannelKind::control);
   if (hadScreen) reportScreenChannel(false);
-  if (started_) roads_.close();
+  if (started_) paths_.close();
   closeSession();
-  for (auto* timer : {&cloudStart_, &cloudStop_, &grace_, &routeRecheck_}) timer->cancel();
-  snapshot_->cancel();
+  for (auto* timer : {&cloudStart_, &cloudStop_, &grace_}) timer->cancel();
+  cloudRecord_.cancel();
   if (hadControl) fail();  // it has just been closed
 }
 
-// ---- Signaling
-
 void PeerConnector::listenToPaths() {
   const auto hop = [this](auto work) { return weakPost(unlessStopped(work)); };
-  auto& relay = roads_.relay();
+  auto& relay = paths_.relay();
   relay.onOpen = hop(&PeerConnector::relayDidOpen);
   relay.onClose = hop(&PeerConnector::relayDidClose);
   relay.onMessage =
       hop([](PeerConnector& self, const SignalMessage& message) { self.signalCame(message, false); });
-  auto& cloud = roads_.cloud();
+  auto& cloud = paths_.cloud();
   cloud.onOpen = hop(&PeerConnector::cloudDidOpen);
   cloud.onUnavailable = hop(&PeerConnector::cloudIsUnavailable);
   cloud.onSignal =
@@ -166,68 +186,74 @@ void PeerConnector::listenToPaths() {
 }
 
 void PeerConnector::startCloudUnlessConnected() {
-  if (!offer_->receivedAnswer() && !channelEverReady_) roads_.startCloud();
+  if (!offer_->receivedAnswer() && !channelEverReady_) paths_.startCloud();
 }
 
 void PeerConnector::relayDidOpen() {
   signalingEverOpened_ = true;
-  say("signaling open, announcing");
-  send({.type = "hello"});
-  if (session_) negotiation_->replay("signaling open");
+  log_.info("signaling open, announcing");
+  paths_.send({.type = "hello"});
+  if (session_) negotiation_->replay(*session_, "signaling open");
 }
 
 void PeerConnector::relayDidClose() {
-  roads_.relayClosed();
-  if (channelEverReady_) return say("signaling dropped after connect — session unaffected");
+  paths_.relayClosed();
+  if (channelEverReady_) return log_.info("signaling dropped after connect — session unaffected");
   if (profile_ == Profile::phone && role_ == TransportRole::offerer) startCloudUnlessConnected();
-  if (roads_.mayUseCloud()) return say("relay unreachable — riding CloudKit only");
+  if (paths_.mayUseCloud()) return log_.info("relay unreachable — riding CloudKit only");
   fail();
 }
 
 void PeerConnector::cloudDidOpen() {
   cloudEverOpened_ = true;
-  if (role_ == TransportRole::answerer) roads_.cloud().publishTURN(iceServers_);
+  if (role_ == TransportRole::answerer) paths_.cloud().publishTURN(iceServers_);
   scheduleSnapshot("cloud path up");
 }
 
 void PeerConnector::cloudIsUnavailable() {
-  roads_.cloudUnavailable();
-  if (roads_.isRelayClosed() && !channelEverReady_) fail();
+  paths_.cloudUnavailable();
+  if (paths_.isRelayClosed() && !channelEverReady_) fail();
 }
 
 void PeerConnector::signalCame(const SignalMessage& message, bool viaCloud) {
   assertOnQueue();
-  say("signal in: " + message.type + (viaCloud ? " (cloud)" : ""));
+  log_.info("signal in: " + message.type + (viaCloud ? " (cloud)" : ""));
   if (session_) dispatchSignal(message, viaCloud);
 }
 
 void PeerConnector::dispatchSignal(const SignalMessage& message, bool viaCloud) {
-  if (message.type == "hello") return negotiation_->replay("peer joined");
+  if (message.type == "hello") return negotiation_->replay(*session_, "peer joined");
   if (message.type == "offer") return offered(message, viaCloud);
-  if (message.type == "answer") return negotiation_->answered(message, viaCloud);
-  if (message.type == "ice") return negotiation_->candidateCame(message);
+  if (message.type == "answer") return negotiation_->answered(*session_, message, viaCloud);
+  if (message.type == "ice") return negotiation_->candidateCame(*session_, message);
   if (message.type == "bye") otherSideLeft();
 }
 
 void PeerConnector::offered(const SignalMessage& offer, bool viaCloud) {
   hasBeenOffered_ = true;
-  negotiation_->offered(offer, viaCloud);
+  negotiation_->offered(*session_, offer, viaCloud);
   // The record of a phone that the relay has brought here already.
-  if (viaCloud && channelEverReady_) roads_.concludeCloud();
+  if (viaCloud && channelEverReady_) paths_.concludeCloud();
 }
 
 void PeerConnector::otherSideLeft() {
-  if (channelEverReady_) return say("bye after connect — session unaffected");
-  say("peer left before connect");
+  if (channelEverReady_) return log_.info("bye after connect — session unaffected");
+  log_.info("peer left before connect");
   fail();
 }
 
-void PeerConnector::localCandidateWasGathered(const IceCandidate& candidate) {
-  send(signalOf(candidate));
-  scheduleSnapshot("ice candidate");
+void PeerConnector::scheduleSnapshot(std::string_view reason) {
+  if (negotiation_->wantsSnapshot()) cloudRecord_.schedule(reason);
 }
 
-// ---- Channels
+std::optional<SignalMessage> PeerConnector::snapshot() const {
+  return session_ ? negotiation_->snapshot(*session_) : std::nullopt;
+}
+
+void PeerConnector::localCandidateWasGathered(const IceCandidate& candidate) {
+  paths_.send(signalOf(candidate));
+  scheduleSnapshot("ice candidate");
+}
 
 void PeerConnector::channelDidOpen(DataChannelKind kind) {
   if (kind == DataChannelKind::control) controlChannelIsOpen();
@@ -240,23 +266,21 @@ void PeerConnector::channelDidClose(DataChannelKind kind) {
 }
 
 void PeerConnector::channelWasRejected(const std::string& label) {
-  say("rejecting unknown data channel " + label);
+  log_.info("rejecting unknown data channel " + label);
 }
 
 void PeerConnector::controlChannelIsOpen() {
   channelEverReady_ = true;
   report(ChannelStateFilter::Event::ready);
   if (role_ == TransportRole::answerer) {
-    if (negotiation_->wantsSnapshot()) roads_.concludeCloud();
+    if (negotiation_->wantsSnapshot()) paths_.concludeCloud();
     return;
   }
-  cloudStop_ = after(kCloudStopDelay, [](PeerConnector& self) { self.roads_.stopCloud(); });
+  cloudStop_ = after(kCloudStopDelay, [](PeerConnector& self) { self.paths_.stopCloud(); });
 }
 
-// ---- ICE and the route
-
 void PeerConnector::iceConnectionStateDidChange(IceConnectionState state) {
-  say("ice: " + std::string(toString(state)));
+  log_.info("ice: " + std::string(toString(state)));
   if (isConnected(state)) return iceIsConnected();
   if (state == IceConnectionState::disconnected) return iceIsDisconnected();
   if (state == IceConnectionState::failed) fail();
@@ -265,8 +289,7 @@ void PeerConnector::iceConnectionStateDidChange(IceConnectionState state) {
 void PeerConnector::iceIsConnected() {
   grace_.cancel();
   report(ChannelStateFilter::Event::recovered);
-  queryRoute();
-  routeRecheck_ = after(kRouteRecheckDelay, &PeerConnector::queryRoute);
+  route_->iceDidConnect();
 }
 
 void PeerConnector::iceIsDisconnected() {
@@ -275,64 +298,22 @@ void PeerConnector::iceIsDisconnected() {
 }
 
 void PeerConnector::checkGrace() {
-  if (session_ && isConnected(session_->iceConnectionState())) return say("ice recovered from disconnect");
-  say("ice still down after grace — failing");
+  if (session_ && isConnected(session_->iceConnectionState()))
+    return log_.info("ice recovered from disconnect");
+  log_.info("ice still down after grace — failing");
   fail();
 }
-
-void PeerConnector::checkRoute() {
-  if (!routeWatch_.isDue(queue()->now())) return;
-  post([](PeerConnector& self) {
-    // Others may have found it due at the same time.
-    if (self.routeWatch_.isDue(self.queue()->now())) self.queryRoute();
-  });
-}
-
-void PeerConnector::queryRoute() {
-  if (!session_) return;
-  routeWatch_.queried(queue()->now());
-  session_->statistics([this](const RouteReport& report) {
-    const auto isRelayed = routeUsesTURN(report);
-    if (!isRelayed) return;
-    route_ = *isRelayed ? Route::relayed : Route::direct;
-    routeSelected(*isRelayed);
-  });
-}
-
-std::optional<bool> PeerConnector::isRelayed() const {
-  const auto route = route_.load();
-  if (route == Route::unknown) return std::nullopt;
-  return route == Route::relayed;
-}
-
-void PeerConnector::forgetRoute() {
-  route_ = Route::unknown;
-  routeSelected(false);
-}
-
-void PeerConnector::routeSelected(bool isRelayed) {
-  const auto change = messaging_->routeSelected(isRelayed);
-  if (!change.changed) return;
-  say(std::string("selected route: ") + (isRelayed ? "TURN relay" : "direct"));
-  tellOwner([isRelayed, bytes = change.bytes](Owner& owner) { owner.routeDidChange(isRelayed, bytes); });
-}
-
-// ---- Reports
 
 void PeerConnector::report(ChannelStateFilter::Event event) {
   assertOnQueue();
   const auto report = reports_.on(event, channelEverReady_);
   if (!report) return;
-  say(std::string(report->logLine));
+  log_.info(std::string(report->logLine));
   tellOwner([state = report->state](Owner& owner) { owner.channelStateDidChange(state); });
 }
 
 void PeerConnector::reportScreenChannel(bool isOpen) {
   tellOwner([isOpen](Owner& owner) { owner.screenChannelDidChange(isOpen); });
-}
-
-void PeerConnector::say(const std::string& line) {
-  environment_.log.info("[" + std::string(toString(role_)) + "] " + line);
 }
 
 }  // namespace tevanto

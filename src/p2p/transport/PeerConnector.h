@@ -18,19 +18,21 @@
 #include "p2p/transport/CloudRecordUpdater.h"
 #include "p2p/transport/Negotiation.h"
 #include "p2p/transport/PeerSession.h"
-#include "p2p/transport/RouteQueryTimer.h"
+#include "p2p/transport/RouteMonitor.h"
+#include "p2p/transport/TransportLog.h"
 
 namespace tevanto {
 
 class OfferNegotiation;
 
-/// Brings two peers together and keeps them so: meets the other side on the relay and in the cloud, lets the
-/// role negotiate, rides out short outages, watches the route. All of it lives on the state queue; the owner
-/// hears of the outcome on the main queue.
+/// PeerConnector connects two peers and keeps them connected. It meets the other side at the relay and in the
+/// cloud, lets the role negotiate, and bridges short outages. RouteMonitor watches the route.
 ///
 ///     signals ──> Negotiation ──> PeerSession ──> engine
 ///                                     │
 ///     owner <── reports ── ICE, channels, candidates
+///
+/// Lives on the state queue. The owner is called on the main queue.
 class PeerConnector final : public QueueBound<PeerConnector>,
                             private PeerSession::Delegate,
                             private Negotiation::Host {
@@ -74,10 +76,9 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   bool cloudSignalingEverOpened() const { return cloudEverOpened_; }
   bool hasTURNServer() const { return hasTURNServer_; }
   /// Whether the route that ICE has selected leads through a TURN relay; nothing while that is not known.
-  std::optional<bool> isRelayed() const;
+  std::optional<bool> isRelayed() const { return route_->isRelayed(); }
   bool hasBeenOffered() const { return hasBeenOffered_; }
-  /// Screen data came: looks at the route unless it did lately.
-  void checkRoute();
+  void screenDataDidArrive() { route_->screenDataDidArrive(); }
 
  private:
   // PeerSession::Delegate
@@ -89,12 +90,12 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   void channelWasRejected(const std::string& label) override;
 
   // Negotiation::Host
-  bool hasSession() const override { return session_ != nullptr; }
-  PeerSession& session() override { return *session_; }
-  bool rebuildSession() override;
-  void send(const SignalMessage& message) override { roads_.send(message); }
-  void scheduleSnapshot(std::string_view reason) override { snapshot_->schedule(reason); }
-  void say(const std::string& line) override;
+  PeerSession* rebuildSession() override;
+  void scheduleSnapshot(std::string_view reason) override;
+
+  void makeNegotiation();
+  std::shared_ptr<RouteMonitor> makeRouteMonitor();
+  std::optional<SignalMessage> snapshot() const;
 
   void listenToPaths();
   void relayDidOpen();
@@ -117,9 +118,6 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   void iceIsConnected();
   void iceIsDisconnected();
   void checkGrace();
-  void queryRoute();
-  void routeSelected(bool isRelayed);
-  void forgetRoute();
 
   void fail() { report(ChannelStateFilter::Event::failed); }
   void report(ChannelStateFilter::Event event);
@@ -138,28 +136,27 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   const std::shared_ptr<DataChannelMessaging> messaging_;
   const std::weak_ptr<Owner> owner_;
 
-  SignalingPaths roads_;
+  const TransportLog log_;
+
+  SignalingPaths paths_;
   std::unique_ptr<Negotiation> negotiation_;
   OfferNegotiation* offer_ = nullptr;  // `negotiation_` of an offerer
-  std::optional<CloudRecordUpdater> snapshot_;
+  CloudRecordUpdater cloudRecord_;
   std::shared_ptr<PeerSession> session_;
   std::vector<RemoteIceServerConfig> iceServers_;
   ChannelStateFilter reports_;
-  RouteQueryTimer routeWatch_;
+  const std::shared_ptr<RouteMonitor> route_;
   bool started_ = false;
   bool stopped_ = false;
   bool channelEverReady_ = false;  // of the current session
   std::atomic<bool> signalingEverOpened_ = false;
   std::atomic<bool> cloudEverOpened_ = false;
   std::atomic<bool> hasTURNServer_ = false;
-  enum class Route { unknown, direct, relayed };
-  std::atomic<Route> route_ = Route::unknown;
   std::atomic<bool> hasBeenOffered_ = false;
 
   Timer cloudStart_;
   Timer cloudStop_;
   Timer grace_;  // set while ICE is disconnected
-  Timer routeRecheck_;
 };
 
 }  // namespace tevanto

@@ -74,7 +74,7 @@ class WebRTCTransport final : public MessageChannel,
   void messageArrived(RemoteMessage message) override;
   void screenDataArrived(std::span<const std::byte> message) override;
   void relayScreenBytesArrived(std::uint64_t bytes) override;
-  void screenDataArriving() override { connector_->checkRoute(); }
+  void screenDataArriving() override { connector_->screenDataDidArrive(); }
 
   // PeerConnector::Owner
   void handshakeDidStart() override;

@@ -5,9 +5,9 @@
 
 #include "p2p/peer/DataChannelKind.h"
 #include "p2p/signaling/SignalMessage.h"
-#include "p2p/transport/CandidateSummary.h"
 #include "p2p/transport/ChannelStateFilter.h"
 #include "p2p/transport/RouteQueryTimer.h"
+#include "p2p/transport/TransportLog.h"
 
 namespace tevanto {
 namespace {

@@ -1,4 +1,4 @@
-#include "p2p/transport/CandidateSummary.h"
+#include "p2p/transport/TransportLog.h"
 
 #include <string_view>
 
