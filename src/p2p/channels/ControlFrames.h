@@ -9,12 +9,8 @@
 
 namespace tevanto {
 
-/// The first byte of a frame on the control and motion channels tells its kind:
-///
-///     '{' or '['  a whole message: the frame is one JSON document, so that small messages carry no framing
-///     0x00        a whole message: the document follows
-///     0x01        a slice of a large message: see `MessageChunk`
-///     0x02        a screen message follows
+/// ControlFrame is one frame of the control or motion channel, classified by its first byte. A message that
+/// fits carries no framing at all. Layout: docs/protocol.md, section 10.2.
 struct ControlFrame {
   enum class Kind { message, chunk, screenPayload, unknown, empty };
 
@@ -28,13 +24,8 @@ ControlFrame classifyControlFrame(std::span<const std::byte> frame);
 /// The frame that carries a screen message.
 std::vector<std::byte> screenPayloadFrame(std::span<const std::byte> message);
 
-/// A slice of a message that is too large for one frame (integers big-endian):
-///
-///     0  1 byte   0x01
-///     1  4 bytes  message id, the same for all chunks of one message
-///     5  2 bytes  chunk index, from 0
-///     7  2 bytes  chunk count
-///     9           at least one byte of the message's JSON document
+/// MessageChunk is a slice of a message that is too large for one frame. Layout: docs/protocol.md,
+/// section 10.3.
 struct MessageChunk {
   std::uint32_t messageID = 0;
   std::uint16_t index = 0;
@@ -53,7 +44,7 @@ std::optional<MessageChunk> parseMessageChunk(std::span<const std::byte> frame);
 std::optional<std::uint16_t> messageChunkCount(std::size_t documentBytes);
 
 /// Cuts `document` and calls `visit` with one chunk frame after the other, in index order, each valid during
-/// its call only, until one call returns false. Whether all were taken; false too when there are none.
+/// its call only, until one call returns false. Returns whether all were taken; false when there are none.
 bool forEachMessageChunk(std::span<const std::byte> document, std::uint32_t messageID,
                          const std::function<bool(std::span<const std::byte> frame)>& visit);
 

@@ -15,16 +15,16 @@ namespace tevanto {
 
 class DataChannelMessaging;
 
-/// Listens to one data channel. Frames go straight on to the messaging, on the thread that brought them; but
-/// what arrives before the owner has admitted the channel waits, so that nobody hears a message of a channel
-/// that he does not know to be open yet.
+/// DataChannelListener observes one data channel and passes its frames to the messaging, on the thread that
+/// brought them. Frames that arrive before the owner has admitted the channel wait. So no message of a
+/// channel is delivered before the owner knows that the channel is open.
 class DataChannelListener final : public DataChannel::Observer,
                                   public std::enable_shared_from_this<DataChannelListener> {
  public:
   /// Called on threads of the engine.
   using StateHandler = std::function<void(DataChannelListener& link, DataChannelState state)>;
 
-  /// Frames that wait are few: they come between an opening and the next turn of the owner's queue.
+  /// Few frames wait: those that come between an opening and the next turn of the owner's queue.
   static constexpr std::size_t kMaxWaitingBytes = 8 * 1024 * 1024;
 
   /// Listens from now on. May be called on a thread of the engine.
@@ -39,7 +39,7 @@ class DataChannelListener final : public DataChannel::Observer,
   DataChannelKind kind() const { return kind_; }
   const std::shared_ptr<DataChannel>& channel() const { return channel_; }
 
-  // What follows: on the owner's queue.
+  // On the owner's queue.
 
   /// Whether the channel was not known to be in this state, or beyond it, already.
   bool enters(DataChannelState state);

@@ -19,15 +19,16 @@
 
 namespace tevanto {
 
-/// What travels on the three data channels of a transport, which owns this and tells it of its channels:
+/// DataChannelMessaging sends and receives on the three data channels of a transport. The transport owns it
+/// and sets the channels. Layouts: docs/protocol.md, section 10.
 ///
 ///     channel  carries
 ///     control  messages, whole or in chunks; screen messages that must not get lost
 ///     motion   "movePointer" commands, framed like those on the control channel
 ///     screen   screen packets, which are dropped before they queue
 ///
-/// All of it may be called from any thread. A lock rather than a queue guards the state: the threads of the
-/// engine, which bring the frames, must not wait for another thread, and a packet is not worth a hop.
+/// Thread-safe. A lock rather than a queue guards the state: the engine's threads, which bring the frames,
+/// must not wait for another thread, and posting every packet would cost more than the lock.
 class DataChannelMessaging {
  public:
   struct Environment {
@@ -36,7 +37,7 @@ class DataChannelMessaging {
     Logger log = {};
   };
 
-  /// Who hears of what arrives; held weakly.
+  /// Receives the messages that arrive; held weakly.
   class Delegate {
    public:
     virtual ~Delegate() = default;
@@ -46,7 +47,7 @@ class DataChannelMessaging {
     virtual void screenDataArrived(std::span<const std::byte> message) = 0;
     /// On the main queue: so many bytes of screen data came through a relay since the last such report.
     virtual void relayScreenBytesArrived(std::uint64_t bytes) = 0;
-    /// On the thread that brought screen data, before it counts as relayed or direct: a moment to look
+    /// On the thread that brought screen data, before the data counts as relayed or direct: a moment to check
     /// whether the route has changed.
     virtual void screenDataArriving() = 0;
   };
@@ -74,10 +75,10 @@ class DataChannelMessaging {
   /// Sends a screen message of at most 60,000 bytes on the control channel; false when it was not sent.
   bool sendScreenPayload(std::span<const std::byte> message);
 
-  /// A frame came. Those of channels that are not current are ignored.
+  /// Handles one frame. Frames of channels that are not current are ignored.
   void received(const DataChannel& channel, std::span<const std::byte> frame);
 
-  /// The route that ICE selected; what the change, if it is one, means for the account.
+  /// Sets the route that ICE selected. Returns the change, with the relayed bytes not reported yet.
   TurnByteCounter::RouteChange routeSelected(bool relayed);
 
  private:

@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// Puts large control messages back together from their chunks, in whatever order those come, within bounds
-/// on what a sender that dies in the middle of a message leaves behind. A value; its owner serialises it.
+/// IncomingChunks joins large control messages from their chunks, which may come in any order. Bounds limit
+/// the unfinished messages that a sender leaves behind when it dies. A value; its owner serializes the calls.
 class IncomingChunks {
  public:
   using TimePoint = SerialQueue::TimePoint;

@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// Counts the screen bytes that came through a TURN relay, which somebody pays for, and reports them in large
-/// steps rather than per frame. A value; its owner serialises it.
+/// TurnByteCounter counts the screen bytes that came through a TURN relay, whose operator pays for them. It
+/// reports them in large steps rather than per frame. A value; its owner serializes the calls.
 class TurnByteCounter {
  public:
   static constexpr std::uint64_t kReportStepBytes = 1'000'000;

@@ -14,7 +14,7 @@ namespace tevanto {
 
 inline constexpr std::string_view kCloudRecordType = "TevantoSignal";
 
-/// The numbers are those that the account status has in logs.
+/// The state of the user's account. Logs show these numbers.
 enum class CloudAccountStatus {
   couldNotDetermine = 0,
   available = 1,
@@ -23,7 +23,7 @@ enum class CloudAccountStatus {
   temporarilyUnavailable = 4
 };
 
-/// One record of type `kCloudRecordType`.
+/// CloudRecord is one record of type `kCloudRecordType`. Fields: docs/protocol.md, section 11.1.
 struct CloudRecord {
   std::string name = {};
   std::string room = {};
@@ -37,20 +37,21 @@ struct CloudRecord {
   bool operator==(const CloudRecord&) const = default;
 };
 
-/// `code` is the domain's own number; 11 is "unknown item": no such record.
+/// CloudError is the cloud's own error. `code` is a number of its domain; 11 is "unknown item": no such
+/// record.
 struct CloudError {
   static constexpr int kUnknownItem = 11;
 
   std::string domain;
   int code = 0;
   std::optional<double> retryAfter;  // seconds
-  /// Of a request that failed for some records only.
+  /// Set when a request failed for some records only.
   std::vector<std::pair<std::string, CloudError>> partial;
 
   bool operator==(const CloudError&) const = default;
 };
 
-/// For logs: the domain and the code, then "retryAfter=" and "partial=" where there is something to say.
+/// For logs: the domain and the code, then "retryAfter=" and "partial=" where they are set.
 std::string summary(const CloudError& error);
 
 /// A value, or the cloud's error.
@@ -62,8 +63,8 @@ struct CloudOutcome {
 
 enum class CloudUrgency { userInitiated, utility };
 
-/// The public database of the application's container. Completions come once, on a thread of the
-/// implementation's choosing. Of two writes of one record the later call wins.
+/// CloudDatabase is the public database of the application's container. Of two writes of one record the later
+/// call wins. Each completion comes once, on a thread that the implementation chooses.
 class CloudDatabase {
  public:
   virtual ~CloudDatabase() = default;

@@ -35,8 +35,8 @@ std::string cloudLookupBody(const std::string& recordName);
 std::string cloudSaveBody(const CloudRecord& record);
 std::string cloudRemoveBody(const std::string& recordName);
 
-/// What the service answered about the one record that was asked for. Members that are missing or of another
-/// type stay empty: whoever knows the container may write records.
+/// The service's answer about the one record that was asked for. Members that are missing or of another type
+/// stay empty: everybody who knows the container may write records.
 CloudOutcome<CloudRecord> readLookupAnswer(const HttpResponse& answer, const std::string& recordName);
 /// Nothing when it was written; an error of the record itself is reported as a partial failure.
 std::optional<CloudError> readSaveAnswer(const HttpResponse& answer, const std::string& recordName);

@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// A server-to-server key of CloudKit Web Services: signs requests with ECDSA over P-256 and SHA-256
-/// (FIPS 186-4). A cheap value; any thread may call.
+/// CloudKitServerKey is a server-to-server key of CloudKit Web Services. It signs requests with ECDSA over
+/// P-256 and SHA-256 (FIPS 186-4). A cheap value; thread-safe.
 class CloudKitServerKey {
  public:
   using Headers = std::vector<std::pair<std::string, std::string>>;
@@ -26,9 +26,8 @@ class CloudKitServerKey {
   static Result<CloudKitServerKey> parse(std::string keyID, std::string_view pem);
   static Result<CloudKitServerKey> load(std::string keyID, const std::filesystem::path& file);
 
-  /// The three headers by which the service knows the sender: its key, the date (ISO 8601, in UTC, whole
-  /// seconds) and the signature over "date:base64(SHA-256(body)):subpath". Nothing when the system's
-  /// cryptography fails.
+  /// The three headers that authenticate the sender: key, date (ISO 8601, in UTC, whole seconds), and the
+  /// signature over "date:base64(SHA-256(body)):subpath". Nothing when the system's cryptography fails.
   std::optional<Headers> sign(std::string_view subpath, std::string_view body,
                               std::chrono::system_clock::time_point now) const;
 

@@ -19,9 +19,9 @@
 
 namespace tevanto {
 
-/// Negotiates through records of the cloud: writes this side's description with all its candidates into one
-/// record and looks for the other side's every few seconds. Lives on its own queue, "tevanto.cksignal"; one
-/// life each: start, then stop.
+/// CloudKitSignalingClient negotiates through records of the cloud. It writes this side's description with
+/// all candidates into one record and polls for the other side's. A call by records: docs/protocol.md,
+/// section 11.2. Lives on its own queue, "tevanto.cksignal". Used once: start, then stop.
 ///
 ///     off ── start, account available ──> polling ── stop ──> off
 ///      └── no account: off for good
@@ -41,12 +41,12 @@ class CloudKitSignalingClient final : public CloudSignaling, public QueueBound<C
   static constexpr std::string_view kQueueLabel = "tevanto.cksignal";
   static constexpr std::string_view kLogCategory = "cksignal";
 
-  // The side that waits for an answer looks more often.
+  // The side that waits for an answer polls more often.
   static constexpr std::chrono::seconds kPhoneInterval{1};
   static constexpr std::chrono::seconds kMacInterval{3};
   static constexpr std::chrono::seconds kFirstBackoff{5};
   static constexpr std::chrono::seconds kLongestBackoff{60};
-  /// Older records are from a negotiation that is over.
+  /// Older records belong to a negotiation that is over.
   static constexpr std::chrono::seconds kRecordLife{90};
 
   explicit CloudKitSignalingClient(Environment environment)

@@ -17,8 +17,9 @@
 
 namespace tevanto {
 
-/// The public database of a container through CloudKit Web Services (version 1), for systems without the
-/// framework: signed requests over HTTPS. Lives on the queue that it is given; completions come there.
+/// CloudKitWebDatabase reaches the public database of a container through CloudKit Web Services (version 1),
+/// for systems without the framework. It sends signed requests over HTTPS. Requests: docs/protocol.md,
+/// section 11.1. Lives on the queue that it is given; completions come there.
 class CloudKitWebDatabase final : public CloudDatabase,
                                   public std::enable_shared_from_this<CloudKitWebDatabase> {
  public:
@@ -28,7 +29,7 @@ class CloudKitWebDatabase final : public CloudDatabase,
     WallClock now;
   };
 
-  // Somebody waits for the first; a stuck look must not hold up the next ones for long.
+  // A user waits for the first kind: a request that is stuck must not delay the next ones for long.
   static constexpr std::chrono::seconds kUserInitiatedTimeout{20};
   static constexpr std::chrono::seconds kUtilityTimeout{60};
 
@@ -63,7 +64,8 @@ class CloudKitWebDatabase final : public CloudDatabase,
   std::map<std::string, std::deque<Write>> writes_;
 };
 
-/// Where no container is configured, or its key cannot be used: no account, and nothing works.
+/// UnavailableCloudDatabase stands in where no container is configured or its key cannot be used. It has no
+/// account, and every request fails.
 class UnavailableCloudDatabase final : public CloudDatabase {
  public:
   void accountStatus(std::function<void(CloudAccountStatus)> done) override;

@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// Says what went wrong, and the same not again before something else happened: an invite is written again
-/// every few minutes, by a key that cannot be read too.
+/// Reports logs the errors of one kind of request, and no error twice in a row: an invite is written every
+/// few minutes, also with a key that the service refuses each time.
 class CloudPairingInvites::Reports {
  public:
   Reports(Logger log, std::string what) : log_(std::move(log)), what_(std::move(what)) {}

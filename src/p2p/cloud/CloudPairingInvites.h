@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// Leaves invites in the cloud and withdraws them. Any thread may call; each call is independent, whether or
-/// not a negotiation goes on.
+/// CloudPairingInvites writes pairing invites into the cloud, deletes them and looks them up. Records:
+/// docs/protocol.md, section 11.3. Thread-safe. Calls are independent of one another and of any negotiation.
 class CloudPairingInvites final : public PairingInvites {
  public:
   struct Found {
@@ -28,7 +28,7 @@ class CloudPairingInvites final : public PairingInvites {
   void publishPairInvite(const std::string& code, const std::string& room,
                          const CloudPairingInvite& invite) override;
   void deletePairInvite(const std::string& code) override;
-  /// Looks up the invite for a code. `done` is called once, on a thread of the database's choosing, with
+  /// Looks up the invite for a code. `done` is called once, on a thread that the database chooses, with
   /// nothing when there is none.
   void loadPairInvite(std::string_view code, std::function<void(std::optional<Found>)> done);
 

@@ -8,12 +8,12 @@
 
 namespace tevanto {
 
-/// The negotiations that have led to a connection, of all clients of one program. Their records lie in the
-/// cloud for a while yet; whoever looks for a phone that comes back would meet the one that is gone, and wait
-/// for it while the new one waits. Any thread.
+/// UsedSessionIds holds the session IDs that already led to a connection, of all clients of one program.
+/// Their cloud records outlive the peer; without this list a poller would answer a phone that is gone, while
+/// the one that has come back waits. Thread-safe.
 class UsedSessionIds {
  public:
-  /// More than can come about while a record is young.
+  /// More sessions than can connect within the life of a record.
   static constexpr std::size_t kMost = 64;
 
   void add(const std::string& session) {

@@ -13,10 +13,10 @@ namespace tevanto {
 
 class UserDefaults;
 
-/// What the person who deploys the program decides: the servers of the away road. Each value comes from the
-/// first source that has it: the program's Info.plist, the user defaults, the environment. A list is an array
-/// of strings in the first two and separated by commas in the environment. Nothing is built in: what is not
-/// configured is not used. Reads anew at each call; any thread may call.
+/// DeploymentSettings reads the servers of the away connection, which the person who deploys the program
+/// chooses. Each value comes from the first source that has it: the program's Info.plist, the user defaults,
+/// the environment. A list is an array of strings in the first two and separated by commas in the
+/// environment. No server is built in. Reads the sources at each call; thread-safe.
 ///
 /// | Info.plist                  | user defaults                | environment                  |
 /// |-----------------------------|------------------------------|------------------------------|
@@ -41,7 +41,8 @@ class DeploymentSettings {
     std::string_view environment;
   };
 
-  /// The record database of the away road. Without container, key identifier and key file there is none.
+  /// The record database of the away connection. Without container, key identifier and key file there is
+  /// none.
   struct CloudKit {
     std::string container;
     std::string environment = "production";  // or "development"
@@ -62,12 +63,12 @@ class DeploymentSettings {
   std::vector<RemoteIceServerConfig> stunServers() const;
   /// TURN servers that take the place of those of the credential service.
   std::optional<RemoteIceServerConfig> turnOverride() const;
-  /// Names what TURN servers come from, so that those of another deployment are told apart.
+  /// Names the source of TURN servers, so that those of another deployment are told apart.
   std::string turnOrigin() const;
   std::optional<CloudKit> cloudKit() const;
-  /// The container alone: where the system's own framework speaks for the user, no key is needed.
+  /// The container alone: where the system's own framework authenticates the user, no key is needed.
   std::optional<std::string> cloudKitContainer() const;
-  /// One value of somebody else's, without blanks around it; nothing when it is empty.
+  /// The value of a key of the caller's, without blanks around it; nothing when it is empty.
   std::optional<std::string> value(const Key& key) const;
 
  private:

@@ -17,8 +17,8 @@
 
 namespace tevanto {
 
-/// The ICE servers that a peer is given: TURN servers first (those configured here, else fresh ones of the
-/// credential service), then the STUN servers. Any thread may call.
+/// IceServerSource supplies the ICE servers of a peer: TURN servers first, then STUN servers. The TURN
+/// servers are those configured here, else fresh ones of the credential service. Thread-safe.
 class IceServerSource : public std::enable_shared_from_this<IceServerSource> {
  public:
   using Completion = std::function<void(std::vector<RemoteIceServerConfig>)>;
@@ -26,12 +26,13 @@ class IceServerSource : public std::enable_shared_from_this<IceServerSource> {
   IceServerSource(DeploymentSettings settings, RemoteIceServerPersistentCache cache,
                   TurnCredentialService service, WallClock now, Logger log);
 
-  /// What is known without asking anybody.
+  /// The servers that are known without a request.
   std::vector<RemoteIceServerConfig> known();
   /// The same, after asking the credential service when no TURN server is known. `done` is called once, on
   /// `queue`, never inside this call, after 4 seconds for each relay at the latest.
   void load(const std::shared_ptr<SerialQueue>& queue, Completion done);
-  /// In how long asking again gives fresher servers than are known now; nothing where no service is asked.
+  /// The time until another request gives fresher servers than are known now; nothing where no service is
+  /// asked.
   std::optional<std::chrono::seconds> freshFor();
 
  private:

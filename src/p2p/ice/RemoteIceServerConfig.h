@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-/// One ICE server: "stun:", "turn:" or "turns:" URLs (RFC 7064, RFC 7065), with the credentials of a TURN
-/// server.
+/// RemoteIceServerConfig is one ICE server: "stun:", "turn:" or "turns:" URLs (RFC 7064, RFC 7065), with the
+/// credentials of a TURN server. Layout: docs/protocol.md, section 9.1.
 struct RemoteIceServerConfig {
   std::vector<std::string> urlStrings;
   std::optional<std::string> username;
@@ -18,7 +18,7 @@ struct RemoteIceServerConfig {
   bool operator==(const RemoteIceServerConfig&) const = default;
 };
 
-/// Servers with short-lived credentials, and when those were obtained.
+/// BrokeredIceServers holds servers with short-lived credentials, and the time at which those were obtained.
 struct BrokeredIceServers {
   std::vector<RemoteIceServerConfig> servers;
   std::chrono::system_clock::time_point loadedAt;
@@ -26,16 +26,16 @@ struct BrokeredIceServers {
   bool operator==(const BrokeredIceServers&) const = default;
 };
 
-/// Whether one of the URLs begins with "turn:" or "turns:".
+/// True when one of the URLs begins with "turn:" or "turns:".
 bool isTURNServer(const RemoteIceServerConfig& server);
 bool hasTURNServer(const std::vector<RemoteIceServerConfig>& servers);
 
 /// A JSON array of objects with "urls", "username", "credential"; absent members are omitted.
 std::string encodeIceServers(const std::vector<RemoteIceServerConfig>& servers);
-/// Reads "urlStrings" where "urls" is missing; nothing for what is no such array.
+/// Reads "urlStrings" where "urls" is missing; nothing for a text that is no such array.
 std::optional<std::vector<RemoteIceServerConfig>> decodeIceServers(std::string_view json);
 
-/// A credential service's answer: the servers of {"iceServers": [...]}, nothing for what is no such object.
+/// A credential service's answer: the servers of {"iceServers": [...]}; nothing for another text.
 std::optional<std::vector<RemoteIceServerConfig>> decodeRemoteIceServersResponse(std::string_view json);
 
 /// {"servers": [...], "loadedAt": <seconds since 2001-01-01 00:00 UTC>}, as kept from one start to the next.

@@ -20,11 +20,11 @@ inline constexpr std::string_view kTurnCredentialsOriginKey = "tevanto.turn-cred
 /// How long short-lived credentials are used.
 inline constexpr std::chrono::seconds kTurnCredentialsLife{2700};
 
-/// Whether they are younger than their life, not from the future, and hold a TURN server.
+/// True when they are younger than their life, not from the future, and hold a TURN server.
 bool isUsable(const BrokeredIceServers& brokered, std::chrono::system_clock::time_point now);
 
-/// TURN credentials that survive a restart, as one JSON text in the user defaults, stored as data. Any thread
-/// may call.
+/// RemoteIceServerPersistentCache keeps TURN credentials across restarts, as one JSON text in the user
+/// defaults, stored as data. Thread-safe.
 class RemoteIceServerPersistentCache {
  public:
   /// `origin`: which deployment's servers these are; empty when that does not matter.

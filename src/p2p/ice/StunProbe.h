@@ -8,9 +8,9 @@
 
 namespace tevanto {
 
-/// Asks a STUN server over UDP which address it sees us at: "203.0.113.7:4711". Asks again after 0.5 s and
-/// then twice as long each time (RFC 8489, section 6.2.1), all addresses of its host at once. Blocks, until
-/// `timeout` is over at the latest, besides what the look-up of its name takes.
+/// Asks a STUN server over UDP for the address that it sees us at: "203.0.113.7:4711". Sends to all addresses
+/// of its host at once. Retransmits after 0.5 s, then after twice as long each time (RFC 8489,
+/// section 6.2.1). Blocks for `timeout` at most, in addition to the look-up of the name.
 Result<std::string> askStun(const IceUrl& server,
                             std::chrono::milliseconds timeout = std::chrono::seconds(3));
 

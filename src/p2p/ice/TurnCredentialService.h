@@ -18,8 +18,8 @@ namespace tevanto {
 /// another scheme or no host.
 std::optional<std::string> credentialURL(std::string_view relayURL);
 
-/// Asks the credential services, which live beside the signaling relays, for TURN servers. Any thread may
-/// call.
+/// TurnCredentialService asks the credential services of the signaling relays for TURN servers. Request and
+/// answer: docs/protocol.md, section 9.1. Thread-safe.
 class TurnCredentialService {
  public:
   /// Nothing when no service gave a readable answer.

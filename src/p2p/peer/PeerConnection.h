@@ -66,13 +66,14 @@ struct IceCandidate {
   bool operator==(const IceCandidate&) const = default;
 };
 
-/// Ordered and reliable unless it says otherwise.
+/// DataChannelOptions describe a channel that is ordered and reliable by default.
 struct DataChannelOptions {
   bool ordered = true;
   std::optional<int> maxRetransmits;
 };
 
-/// What the statistics say of ICE (W3C WebRTC statistics identifiers): enough to find the selected pair.
+/// RouteReport is the part of the statistics from which the selected candidate pair can be found. Its names
+/// are the W3C WebRTC statistics identifiers.
 struct RouteReport {
   struct CandidatePair {
     std::string id = {};
@@ -91,8 +92,8 @@ struct RouteReport {
   std::vector<Candidate> candidates;
 };
 
-/// One data channel. Calls may come from any thread. A channel that is no longer held by its owner and its
-/// peer is gone.
+/// DataChannel is one data channel of a peer connection. Thread-safe. It ends once neither its owner nor its
+/// peer holds it.
 class DataChannel {
  public:
   /// Called on threads of the engine; must return soon and must not wait for another thread.
@@ -127,9 +128,10 @@ class PeerConnectionObserver {
   virtual void peerDidOpenDataChannel(std::shared_ptr<DataChannel> channel) = 0;
 };
 
-/// One peer connection. Calls may come from any thread but the engine's own ones, which a loop of the program
-/// that it signals on is not; completions come once, on a thread of the engine or in a turn of that loop,
-/// never inside the call.
+/// PeerConnection is one connection to another peer.
+/// Thread-safe, but must not be called on the engine's own threads (the signaling loop is allowed).
+/// Each completion runs exactly once, on a thread of the engine or on the signaling loop, and never inside
+/// the call.
 class PeerConnection {
  public:
   using DescriptionHandler = std::function<void(Result<SessionDescription>)>;
@@ -152,8 +154,8 @@ class PeerConnection {
   virtual void close() = 0;
 };
 
-/// How a peer is made. Gathering is continual, descriptions are unified plan, the ICE transport policy is
-/// "all".
+/// PeerConfiguration is what differs between peers. Gathering is always continual, descriptions are unified
+/// plan, the ICE transport policy is "all".
 struct PeerConfiguration {
   std::vector<RemoteIceServerConfig> iceServers;
 };

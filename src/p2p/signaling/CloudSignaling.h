@@ -10,23 +10,23 @@
 
 namespace tevanto {
 
-/// The slow road on which two peers negotiate when no relay is there: records in a database that both poll.
-/// Calls may come from any thread. The callbacks are set before `start` and come on the main queue, never
-/// inside a call and never after `stop` has returned on the main queue.
+/// CloudSignaling exchanges signals through records of a database that both sides poll, the slow way to
+/// negotiate when no relay can be reached. Thread-safe.
+/// The callbacks are set before `start`. They come on the main queue, never inside a call and never after
+/// `stop` has returned on the main queue.
 class CloudSignaling {
  public:
   virtual ~CloudSignaling() = default;
 
   std::function<void(SignalMessage)> onSignal;
   std::function<void()> onOpen;
-  /// No account: nothing will come by this road.
+  /// There is no account: no signal will come through the cloud.
   std::function<void()> onUnavailable;
 
   /// Begins to look for the other side's record: the "mac" role for an offer, the "phone" role for an answer.
   virtual void start(const std::string& room, SignalRole role) = 0;
   virtual void stop() = 0;
-  /// The peers have met by the record that was followed: it is not to be followed again, by whoever comes
-  /// after this.
+  /// The record that was followed has led to a connection: no later client follows it again.
   virtual void conclude() = 0;
   /// Replaces the record of `kind`, "offer" or "answer".
   virtual void write(const std::string& kind, const SignalMessage& message) = 0;

@@ -7,9 +7,9 @@
 
 namespace tevanto {
 
-/// The fast road on which two peers negotiate: a room of a relay. One life each: connect, then close.
-/// Calls may come from any thread. The callbacks are set before `connect` and come on a queue of the
-/// implementation's own, never inside a call; who sets them hops to a queue of its own.
+/// RelaySignaling exchanges signals in a room of a relay, the fast way to negotiate. Used once: connect, then
+/// close. Thread-safe.
+/// The callbacks are set before `connect`. They come on a queue of the implementation, never inside a call.
 class RelaySignaling {
  public:
   virtual ~RelaySignaling() = default;
@@ -20,7 +20,7 @@ class RelaySignaling {
   std::function<void()> onClose;
 
   virtual void connect(const std::string& room, SignalRole role) = 0;
-  /// What cannot be sent is dropped.
+  /// Drops a message that cannot be sent.
   virtual void send(const SignalMessage& message) = 0;
   /// Leaves the room: tells the other side when the relay is open. May be called twice.
   virtual void close() = 0;

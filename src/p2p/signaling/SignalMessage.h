@@ -8,7 +8,7 @@
 
 namespace tevanto {
 
-/// Which side of the pairing a client of the relay speaks for.
+/// The side of the pairing that a client of the relay represents.
 enum class SignalRole { mac, phone };
 
 /// "mac" or "phone".
@@ -34,8 +34,8 @@ struct SignalIceCandidate {
   bool operator==(const SignalIceCandidate&) const = default;
 };
 
-/// What two peers tell one another before they have a channel: "hello", "offer", "answer", "ice" or "bye".
-/// On the wire a JSON object with the members' names, in this order; absent members are omitted.
+/// SignalMessage is one signal between two peers that have no channel yet. Layout: docs/protocol.md,
+/// section 9.3. Members are encoded in this order; absent ones are omitted.
 struct SignalMessage {
   std::string type;
   std::optional<std::string> sdp = {};
@@ -48,7 +48,7 @@ struct SignalMessage {
 };
 
 std::string encodeSignalMessage(const SignalMessage& message);
-/// Nothing for what is no such message: wrong types, no "type", invalid JSON or UTF-8.
+/// Nothing for a text that is no signal: wrong types, no "type", invalid JSON or UTF-8.
 std::optional<SignalMessage> decodeSignalMessage(std::string_view json);
 
 }  // namespace tevanto

@@ -67,7 +67,7 @@ void SignalingClient::attempt() {
   const auto url = relayRoom(endpoint, room_, role_);
   host_ = url ? url->host : endpoint;
   log_.info("connecting role=" + std::string(toString(role_)) + " via " + host_);
-  // An endpoint that is none fails as any other: the socket says why.
+  // An invalid endpoint fails as any other: the socket reports the reason.
   startTask(url ? url->text() : endpoint);
 }
 
@@ -116,8 +116,8 @@ void SignalingClient::ended(const WebSocketConnection::End& end) {
   fail("receive failed: " + end.error);
 }
 
-// What is said before the relay is open, its owner says again once it is. Kept for then, an offer would come
-// twice, and the second one would be answered by what there was before the first.
+// Drops a signal from before the relay is open: its owner sends it again once it is. If it were kept, an
+// offer would come twice, and the second one would be answered with the state from before the first.
 void SignalingClient::sendNow(const SignalMessage& message) {
   assertOnQueue();
   if (!isConnected_) return;

@@ -17,17 +17,18 @@
 
 namespace tevanto {
 
-/// The address of a room at a relay ("wss://host[:port]" or "ws://host[:port]"); nothing when that is none.
+/// The address of a room at a relay ("wss://host[:port]" or "ws://host[:port]"); nothing when `relayURL` is
+/// no such address.
 std::optional<Url> relayRoom(const std::string& relayURL, const std::string& room, SignalRole role);
 
-/// The client of a signaling relay: joins a room at the first of its relays that opens, keeps the socket
-/// alive, and hands over what the room says. A socket that once was open is not opened again: the owner
-/// decides what then.
+/// SignalingClient joins a room at the first of its relays that opens, keeps the socket alive and passes on
+/// the signals of the room. It does not reconnect a socket that was open: the owner decides how to go on. The
+/// relay: docs/protocol.md, section 9.2.
 ///
 ///   idle -> connecting (relay 0) --(fault, 8 s)--> connecting (relay 1) ... --(fault)--> exhausted: onClose
 ///           connecting --(answer)--> open: onOpen --(fault)--> closed: onClose
 ///
-/// Lives on its state queue, where its callbacks come too.
+/// Lives on its state queue; its callbacks come there as well.
 class SignalingClient final : public RelaySignaling, public QueueBound<SignalingClient> {
  public:
   static constexpr const char* kQueueLabel = "tevanto.signaling.state";

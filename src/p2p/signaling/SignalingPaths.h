@@ -10,14 +10,14 @@
 
 namespace tevanto {
 
-/// The two ways by which the peers negotiate, side by side, and what has become of each. On the state queue,
-/// but for the callbacks, which their user hops with.
+/// SignalingPaths holds the two ways by which peers negotiate, relay and cloud, and the state of each.
+/// Lives on the state queue. The callbacks of both come on other queues; their user posts them.
 class SignalingPaths {
  public:
   SignalingPaths(std::shared_ptr<RelaySignaling> relay, std::shared_ptr<CloudSignaling> cloud,
                  std::string room, TransportRole role);
 
-  /// Whose callbacks are to be set before the start.
+  /// Their callbacks are set before the start.
   RelaySignaling& relay() { return *relay_; }
   CloudSignaling& cloud() { return *cloud_; }
 

@@ -7,7 +7,8 @@
 
 namespace tevanto {
 
-/// Decides which events of a transport its owner hears of, so that each state is reported once:
+/// ChannelStateFilter decides which events of a transport are reported to its owner, so that each state is
+/// reported once:
 ///
 ///     event        when                                               reports
 ///     ready        not ready yet                                      ready

@@ -16,8 +16,8 @@ class HttpClient;
 class UserDefaults;
 class WebSocketFactory;
 
-/// What the road away stands on in a program, put together from what was deployed and from what the system
-/// brings. Making it connects to nobody.
+/// DeployedTransports creates the parts of the away connection in a program, from the deployment settings and
+/// from the parts of the system. Its construction opens no connection.
 class DeployedTransports {
  public:
   struct Environment {
@@ -26,7 +26,7 @@ class DeployedTransports {
     UserDefaults& defaults;  // outlives it
     std::shared_ptr<LogSink> log;
   };
-  /// What each system has of its own.
+  /// The parts that differ from system to system.
   struct Platform {
     DeploymentSettings settings;  // what was deployed, with this program and by its user
     std::shared_ptr<PeerConnectionFactory> peers;
@@ -39,8 +39,7 @@ class DeployedTransports {
   DeployedTransports(const DeployedTransports&) = delete;
   DeployedTransports& operator=(const DeployedTransports&) = delete;
 
-  /// Whether there is any place where peers could meet that needs nothing of the system: a relay, or records
-  /// in the cloud.
+  /// True when peers could meet without a part of the system: at a relay, or by records in the cloud.
   static bool canMeet(const DeploymentSettings& settings);
 
   TransportFactory& factory() const { return *factory_; }

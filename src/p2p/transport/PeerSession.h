@@ -17,9 +17,9 @@ namespace tevanto {
 class DataChannelListener;
 class DataChannelMessaging;
 
-/// One peer connection with its channels and candidates, from its making to its close. It turns what the
-/// engine's threads bring into work on the state queue, where all of it lives; once it is closed, nothing
-/// that was still under way gets through. A fresh start is a new session.
+/// PeerSession is one peer connection with its channels and candidates, from its creation to its close. It
+/// posts the events of the engine's threads to the state queue. Events that are still queued when it closes
+/// are dropped. A fresh start is a new session. Lives on the state queue.
 class PeerSession final : public PeerConnectionObserver, public QueueBound<PeerSession> {
  public:
   /// The owner. Called on the state queue, until the close.
@@ -41,7 +41,7 @@ class PeerSession final : public PeerConnectionObserver, public QueueBound<PeerS
   using DoneHandler = std::function<void(Result<void>)>;
   using StatisticsHandler = std::function<void(RouteReport)>;
 
-  /// More candidates than any peer has. They come from outside before anything is known of who sends them.
+  /// More candidates than any peer has. They come before anything is known of their sender.
   static constexpr std::size_t kMaxPendingCandidates = 1024;
 
   /// Null when the engine refuses. `delegate` closes the session before it goes.

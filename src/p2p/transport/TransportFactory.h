@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// Makes the transports of one program from what they share, each with roads of its own, and gives them their
-/// ICE servers.
+/// TransportFactory makes the transports of one program from the parts that they share. Each transport gets
+/// its own relay and cloud client, and its ICE servers.
 class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
  public:
   struct Environment {
@@ -28,7 +28,7 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
     Logger log = {};
   };
 
-  /// A transport and what starts it, on the main queue, when its callbacks are set.
+  /// A transport, and the function that starts it on the main queue once its callbacks are set.
   struct Made {
     std::shared_ptr<WebRTCTransport> transport;
     std::function<void()> start;
@@ -40,16 +40,16 @@ class TransportFactory : public std::enable_shared_from_this<TransportFactory> {
 
   explicit TransportFactory(Environment environment) : environment_(std::move(environment)) {}
 
-  /// For the computer: it waits for a phone, for days maybe, and takes no servers later. So it asks for them
-  /// first, and says when they have aged.
+  /// For the computer: it may wait for a phone for days and takes no servers later. So it loads the servers
+  /// first and reports when they have aged.
   Made makeAnswerer(const std::string& room);
   /// How long a phone waits for the credential service before it starts without TURN.
   static constexpr std::chrono::seconds kTimeout{1};
 
-  /// For the phone: it asks the credential service for TURN servers, with little timeout, since somebody
-  /// waits; it starts again with servers that come later, be it those that the computer lends through the
-  /// cloud. The timeout is worth it: an answer to the first offer that arrives after a second one connects
-  /// nobody.
+  /// For the phone: it asks the credential service for TURN servers with a short timeout, since a user waits.
+  /// It starts again with servers that come later, also with those that the computer lends through the cloud.
+  /// Waiting is better than a restart: an answer to the first offer that arrives after a second offer is of
+  /// no use.
   Made makeOfferer(const std::string& room);
 
  private:

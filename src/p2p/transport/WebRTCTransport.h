@@ -15,12 +15,12 @@
 
 namespace tevanto {
 
-/// Carries the session with a phone that is not on the local network, over data channels between two peers.
-/// One life each: start, then stop. It reports `failed` and leaves the rest to its owner, who stops it and
-/// may make another.
+/// WebRTCTransport carries the session with a phone that is not on the local network, over data channels
+/// between two peers. Used once: start, then stop. After it has reported `failed`, its owner stops it and may
+/// make another.
 ///
-/// The callbacks are set on the main queue, before `start`, and come on the main queue. Everything else may
-/// be called from any thread; it may be let go of at any moment too.
+/// The callbacks are set on the main queue, before `start`, and come on the main queue. Everything else is
+/// thread-safe; it may be destroyed at any moment, on any thread.
 class WebRTCTransport final : public MessageChannel,
                               public ScreenTransport,
                               private DataChannelMessaging::Delegate,

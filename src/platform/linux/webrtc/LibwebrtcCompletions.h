@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-// The engine's completion interfaces over our closures. Each reports through its peer's link, which says
-// nothing any more once the peer is closed; that also drops the closure with the engine's last reference.
+// The engine's completion interfaces over our closures. Each reports through its peer's core, which reports
+// nothing once the peer is closed. The closure goes with the engine's last reference.
 
 rtc::scoped_refptr<webrtc::CreateSessionDescriptionObserver> completionOf(
     std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DescriptionHandler done);

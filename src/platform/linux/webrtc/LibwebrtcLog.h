@@ -8,7 +8,7 @@
 
 namespace tevanto {
 
-/// What the engine says of itself, on its way to our log while this exists; nowhere unless it was asked for.
+/// LibwebrtcLog passes the engine's own log to ours while it exists, when the options ask for it.
 class LibwebrtcLog final : public rtc::LogSink {
  public:
   explicit LibwebrtcLog(const PeerEngineOptions& options);

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// What the engine's statistics say of ICE. It has no "selected" of its own on a pair; the "transport" report
-/// names the selected one.
+/// The part of the engine's statistics about ICE. It has no "selected" of its own on a pair; the "transport"
+/// report names the selected one.
 RouteReport routeReportOf(const webrtc::RTCStatsReport& statistics);
 
 }  // namespace tevanto

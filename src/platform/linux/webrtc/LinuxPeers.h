@@ -10,13 +10,12 @@ namespace tevanto {
 
 class UserDefaults;
 
-/// What was deployed, with this program and by its user.
+/// The deployment settings of this program and its user.
 DeploymentSettings linuxDeployment(const UserDefaults& defaults, const std::shared_ptr<LogSink>& log);
 
-/// The peer connections of this program; their engine is loaded with the first of them. `includeLoopback`:
-/// also offer the addresses of the loopback interface, for peers on one computer. What the engine says of
-/// itself goes to the log where the environment has `TEVANTO_ENGINE_LOG`.
-/// `signalingQueue`: see `PeerEngineOptions`.
+/// The peer connections of this program; their engine is loaded with the first of them. The engine's own log
+/// joins the program's where the environment has `TEVANTO_ENGINE_LOG`. For the parameters see
+/// `PeerEngineOptions`.
 std::shared_ptr<LoadedPeers> linuxPeers(const std::shared_ptr<LogSink>& log, bool includeLoopback,
                                         std::shared_ptr<SerialQueue> signalingQueue = nullptr);
 

@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// The peer connections of a module that is loaded with the first of them: the engine is large, and most runs
-/// stay on the local network.
+/// LoadedPeers makes peer connections with the engine of a module. It loads the module with the first of
+/// them: the engine is large, and most runs stay on the local network. Thread-safe.
 class LoadedPeers final : public PeerConnectionFactory {
  public:
   explicit LoadedPeers(PeerEngineOptions options) : options_(std::move(options)) {}
@@ -21,10 +21,10 @@ class LoadedPeers final : public PeerConnectionFactory {
   std::shared_ptr<PeerConnection> create(const PeerConfiguration& configuration,
                                          std::weak_ptr<PeerConnectionObserver> observer) override;
 
-  /// Loads the module now; why it cannot.
+  /// Loads the module now; a failure says why it cannot.
   Result<void> load();
-  /// For a program that ends: lets go of the engine. When all peers are closed, what they had to tell the
-  /// other side is on its way when this returns.
+  /// Releases the engine, for a program that ends. When all peers are closed, their last messages to the
+  /// other side are on their way when this returns.
   void release();
 
  private:

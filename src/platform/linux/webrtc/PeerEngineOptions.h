@@ -7,17 +7,17 @@
 
 namespace tevanto {
 
-/// How the engine behind the peer connections is started.
+/// PeerEngineOptions are the settings with which the engine of the peer connections starts.
 struct PeerEngineOptions {
   /// Also offers the addresses of the loopback interface: for peers on one computer.
   bool includeLoopback = false;
-  /// Passes on what the engine says of itself, at its own levels; otherwise it says nothing.
+  /// Passes on the engine's own log, at its levels; otherwise the engine logs nothing.
   bool verbose = false;
   Logger log;
-  /// Where the engine signals, and calls back: a queue for this alone, of a loop with one thread that has no
-  /// other engine and runs until this one is gone. The first peer is made on this loop, or while nobody there
-  /// makes one. Messages come and go fastest where it is the loop of those who send and get them. Null: on a
-  /// thread of its own.
+  /// The queue on which the engine signals and calls back; null for a thread of its own. Only the engine uses
+  /// the queue. Its loop has one thread and no other engine, and outlives this one. The first peer is made on
+  /// this loop, or while nothing there makes one. Messages are fastest on the loop of their senders and
+  /// receivers.
   std::shared_ptr<SerialQueue> signalingQueue;
 };
 

@@ -7,8 +7,9 @@
 
 namespace tevanto {
 
-/// SCTP (RFC 8831) with a short send buffer. As the library makes it, it takes 2 MB before a data channel has
-/// to wait: on a slow road that is many seconds of screen, and no buffered amount ever tells of them.
+/// ShallowSctpTransportFactory makes SCTP transports (RFC 8831) with a short send buffer. The library's own
+/// buffer takes 2 MB before a data channel has to wait. On a slow connection that is many seconds of screen,
+/// which no buffered amount shows.
 class ShallowSctpTransportFactory final : public webrtc::SctpTransportFactoryInterface {
  public:
   explicit ShallowSctpTransportFactory(rtc::Thread* network) : network_(network) {}
