@@ -31,6 +31,7 @@
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/capture/CaptureEngine.h"
 #include "screen/encode/H264Encoder.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto::bench {

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <span>
 
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 
 using namespace tevanto;

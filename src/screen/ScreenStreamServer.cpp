@@ -8,6 +8,7 @@
 #include "screen/CaptureGeneration.h"
 #include "screen/ScreenCaptureSession.h"
 #include "screen/wire/FramedConnection.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto {

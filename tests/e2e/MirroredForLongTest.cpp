@@ -20,6 +20,7 @@
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/encode/PictureEncoder.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/desktop/DrawingXClient.h"
 #include "tests/support/desktop/XvfbServer.h"

@@ -13,8 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "screen/wire/ScreenStreamMessage.h"
-#include "tests/e2e/Programs.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/peers/ScreenBytes.h"
@@ -23,8 +22,8 @@
 
 namespace tevanto {
 
-using test::kPhone;
-using test::kProgram;
+inline const std::string kProgram = TEVANTO_PROGRAM;
+inline const std::string kPhone = TEVANTO_PHONE;
 
 using test::CompanionDesktop;
 using test::CompanionProcess;

@@ -9,6 +9,7 @@
 
 #include "core/settings/DeviceIdentity.h"
 #include "screen/ScreenStreamServer.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/fakes/FakeDisplayCapture.h"
 #include "tests/support/fakes/FakeEncoderSession.h"

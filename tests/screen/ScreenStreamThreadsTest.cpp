@@ -14,6 +14,7 @@
 #include "screen/ScreenStreamServer.h"
 #include "screen/capture/CaptureEngine.h"
 #include "screen/wire/FramedConnection.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/fakes/FakeUserDefaults.h"
 #include "tests/support/peers/RawSocket.h"

@@ -10,6 +10,7 @@
 #include "screen/wire/FramedConnection.h"
 #include "screen/wire/ScreenPacketReceiver.h"
 #include "screen/wire/ScreenPackets.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/fakes/FakeTcpConnection.h"
 #include "tests/support/fakes/ManualQueue.h"

@@ -12,6 +12,7 @@
 #include "phone/terminal/PhoneOutput.h"
 #include "phone/terminal/RawTerminal.h"
 #include "remote/message/RemoteMessageCodec.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 
 namespace tevanto::phone {

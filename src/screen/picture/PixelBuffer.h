@@ -3,8 +3,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <mutex>
 #include <span>
 #include <vector>
 
@@ -79,23 +77,6 @@ class PixelBuffer {
   const PixelFormat format_;
   const int width_;
   const int height_;
-};
-
-/// Buffers of one shape that come back when their last owner lets go, whichever outlives the other. Any
-/// thread may call, and let go.
-class PixelBufferPool {
- public:
-  /// Width and height even and positive for i420 and nv12. `capacity`: the most buffers that exist at a time.
-  PixelBufferPool(PixelFormat format, int width, int height, std::size_t capacity);
-  ~PixelBufferPool();
-
-  /// A free buffer, with its former contents, the most recently returned one first; null while all are in use
-  /// (then the picture is dropped). Rows begin at multiples of 64 bytes.
-  std::shared_ptr<PixelBuffer> acquire();
-
- private:
-  struct Shared;
-  std::shared_ptr<Shared> shared_;
 };
 
 }  // namespace tevanto

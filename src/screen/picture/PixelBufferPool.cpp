@@ -1,10 +1,10 @@
-#include <algorithm>
+#include "screen/picture/PixelBufferPool.h"
+
 #include <cassert>
-#include <cstdlib>
+#include <mutex>
 #include <new>
 #include <utility>
-
-#include "screen/picture/PixelBuffer.h"
+#include <vector>
 
 namespace tevanto {
 namespace {

@@ -1,6 +1,7 @@
+#include "screen/wire/ScreenStreamHello.h"
+
 #include <boost/json.hpp>
 #include <cmath>
-#include <limits>
 #include <string_view>
 
 #include "screen/wire/ScreenStreamMessage.h"

@@ -18,7 +18,7 @@
 #include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
-#include "screen/wire/ScreenStreamMessage.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
 #include "tests/support/fakes/FakeDisplayCapture.h"
 #include "tests/support/fakes/FakeEncoderSession.h"

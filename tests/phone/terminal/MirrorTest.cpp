@@ -14,6 +14,7 @@
 
 #include "phone/media/LibraryMirrorMedia.h"
 #include "screen/wire/BigEndian.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "tests/phone/terminal/PhoneFixture.h"
 #include "tests/support/peers/ScriptedScreen.h"
 #include "tests/support/programs/ChildProcess.h"

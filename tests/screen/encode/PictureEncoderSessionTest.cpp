@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "screen/encode/H264Encoder.h"
+#include "screen/picture/PixelBufferPool.h"
 #include "tests/screen/encode/PictureEncoderSessionFixture.h"
 #include "tests/support/video/EncoderPictures.h"
 #include "tests/support/video/H264TestDecoder.h"

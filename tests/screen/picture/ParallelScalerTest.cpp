@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "screen/picture/PixelBufferPool.h"
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/ProcessMemory.h"
 #include "tests/support/video/TestPictures.h"

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "screen/capture/CaptureEngine.h"
+#include "screen/picture/PixelBufferPool.h"
 #include "screen/picture/PixelRows.h"
 #include "tests/support/video/TestPictures.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "screen/picture/PixelBuffer.h"
+#include "screen/picture/PixelBufferPool.h"
 
 namespace tevanto {
 namespace {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "screen/capture/DisplayCapture.h"
+#include "screen/picture/PixelBufferPool.h"
 
 namespace tevanto::test {
 

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "screen/wire/FrameExtractor.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "tests/support/peers/Sockets.h"
 
 namespace tevanto::test {

@@ -13,6 +13,7 @@
 
 #include "screen/capture/DisplayCapture.h"
 #include "screen/encode/EncoderSession.h"
+#include "screen/picture/PixelBufferPool.h"
 #include "screen/wire/BigEndian.h"
 
 namespace tevanto::test {

@@ -7,7 +7,7 @@
 #include <memory>
 #include <span>
 
-#include "screen/picture/PixelBuffer.h"
+#include "screen/picture/PixelBufferPool.h"
 
 namespace tevanto::test {
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "screen/wire/BigEndian.h"
+#include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/peers/ScreenBytes.h"
 

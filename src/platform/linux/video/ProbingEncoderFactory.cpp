@@ -7,6 +7,7 @@
 #include "platform/linux/video/OpenEncoder.h"
 #include "screen/encode/PictureEncoder.h"
 #include "screen/encode/PictureEncoderSession.h"
+#include "screen/picture/PixelBufferPool.h"
 
 namespace tevanto {
 namespace {

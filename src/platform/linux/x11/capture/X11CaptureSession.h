@@ -18,6 +18,7 @@
 #include "screen/picture/FramePacer.h"
 #include "screen/picture/ParallelScaler.h"
 #include "screen/picture/PictureHistory.h"
+#include "screen/picture/PixelBufferPool.h"
 
 namespace tevanto {
 

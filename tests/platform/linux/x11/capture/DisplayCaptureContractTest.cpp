@@ -1,5 +1,6 @@
 // The X11 displays, and the fake that stands in for them.
 
+#include "screen/picture/PixelBufferPool.h"
 #include "tests/platform/contracts/DisplayCaptureContract.h"
 #include "tests/platform/linux/x11/capture/CaptureOnXvfb.h"
 #include "tests/support/fakes/FakeDisplayCapture.h"
