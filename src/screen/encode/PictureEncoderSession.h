@@ -10,12 +10,13 @@
 
 namespace tevanto {
 
+class EncoderState;
 class PictureEncoder;
 struct EncoderSettings;
 
-/// A compression session by one opened encoder, in hardware or software, with what both lack: key frames and
-/// data rate by the clock. The encoder is opened with the first picture, whose format it takes; output comes
-/// within `encodeFrame`.
+/// PictureEncoderSession is a compression session over one PictureEncoder, in hardware or software. It adds
+/// what encoders lack: key frames and data rate by the clock. The encoder is opened with the first picture,
+/// whose format it takes. Output comes within `encodeFrame`, on the caller's thread.
 class PictureEncoderSession final : public EncoderSession {
  public:
   struct Environment {
@@ -42,8 +43,7 @@ class PictureEncoderSession final : public EncoderSession {
   void invalidate() override;
 
  private:
-  struct State;
-  const std::shared_ptr<State> state_;  // outlives the session while a frame is under way
+  const std::shared_ptr<EncoderState> state_;  // outlives the session while a frame is under way
 };
 
 }  // namespace tevanto
