@@ -5,7 +5,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <memory>
 
-#include "net/tcp/AsioSocketConnection.h"
+#include "net/tcp/AsioSocket.h"
 #include "relay/RelayConnection.h"
 
 namespace tevanto::relay {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "core/Result.h"
-#include "net/tcp/AsioSocketConnection.h"
+#include "net/tcp/AsioSocket.h"
 
 namespace tevanto::relay {
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-#include "net/tcp/AsioSocketConnection.h"
+#include "net/tcp/AsioSocket.h"
 #include "relay/RelayConnection.h"
 
 namespace tevanto::relay {

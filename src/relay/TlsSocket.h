@@ -13,7 +13,7 @@
 #include <memory>
 #include <utility>
 
-#include "net/tcp/AsioSocketConnection.h"
+#include "net/tcp/AsioSocket.h"
 
 namespace tevanto::relay {
 

@@ -83,7 +83,7 @@ SYSTEM_HEADERS = re.compile(
     r"|ScreenCaptureKit|Security|ServiceManagement|SystemConfiguration|VideoToolbox)/[\w/]+\.h")
 # Headers that wrap a library for the sources beside them and so may name its types.
 WRAPPERS = re.compile(
-    r"(core/queue/EventLoopCore|core/settings/DefaultsJson|core/text/ExactJson|net/(tcp|web)/Asio\w+"
+    r"(core/queue/EventLoopCore|core/settings/DefaultsJson|core/text/ExactJson|net/(tcp|web)/Asio\w+|net/tcp/TcpStream"
     r"|net/web/BeastWebSocket(Link|Core)|relay/Asio\w+|relay/TlsSocket|app/ipc/\w+Json|app/ui/.*|platform/.*)\.h")
 
 

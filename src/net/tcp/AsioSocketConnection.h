@@ -2,23 +2,20 @@
 
 // Private to the socket classes of this folder: shows types of Boost.Asio.
 
-#include <boost/asio/ip/tcp.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
 
 #include "core/queue/EventLoopCore.h"
+#include "net/tcp/AsioSocket.h"
 #include "net/tcp/TcpConnection.h"
 
 namespace tevanto {
 
-using AsioSocket =
-    boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
+class TcpStream;
 
-/// Programs that we start must not inherit a socket: they would keep our port taken after our end.
-void closeOnExec(int descriptor);
-
-/// A TCP connection over a socket of the event loop: one that was accepted, or one that is yet to connect.
+/// AsioSocketConnection is a TCP connection over a socket of the event loop, accepted or yet to connect.
+/// Lives on the queue given to `start`; it may be destroyed on any thread.
 class AsioSocketConnection final : public TcpConnection {
  public:
   AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop, AsioSocket accepted);
@@ -37,11 +34,9 @@ class AsioSocketConnection final : public TcpConnection {
   std::string peerName() const override;
 
  private:
-  class Stream;
-
   std::shared_ptr<EventLoop::Core> loop_;
   std::shared_ptr<SerialQueue> queue_;  // once started
-  std::shared_ptr<Stream> stream_;
+  std::shared_ptr<TcpStream> stream_;
 };
 
 }  // namespace tevanto

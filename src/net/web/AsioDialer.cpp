@@ -4,7 +4,7 @@
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "net/tcp/AsioSocketConnection.h"
+#include "net/tcp/AsioSocket.h"
 
 namespace tevanto {
 
