@@ -7,7 +7,7 @@
 
 #include "relay/RelayMetrics.h"
 #include "relay/RelayOptions.h"
-#include "relay/RelayRequest.h"
+#include "relay/RelayTypes.h"
 
 namespace tevanto::relay {
 

@@ -4,7 +4,7 @@
 #include <list>
 #include <utility>
 
-#include "relay/RelayMessage.h"
+#include "relay/RelayTypes.h"
 
 namespace tevanto::relay {
 

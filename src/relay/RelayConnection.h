@@ -10,8 +10,8 @@
 #include "relay/OutgoingMessages.h"
 #include "relay/RelayContext.h"
 #include "relay/RelayMember.h"
-#include "relay/RelayRequest.h"
 #include "relay/RelayTarget.h"
+#include "relay/RelayTypes.h"
 
 namespace tevanto::relay {
 

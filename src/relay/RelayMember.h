@@ -1,7 +1,7 @@
 #pragma once
 
 #include "relay/CloseReason.h"
-#include "relay/RelayMessage.h"
+#include "relay/RelayTypes.h"
 #include "relay/RoomTable.h"
 #include "relay/TimerWheel.h"
 #include "relay/TokenBucket.h"

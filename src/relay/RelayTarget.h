@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "relay/RoomRole.h"
+#include "relay/RelayTypes.h"
 
 namespace tevanto::relay {
 

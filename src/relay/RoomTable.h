@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "relay/RoomRole.h"
+#include "relay/RelayTypes.h"
 
 namespace tevanto::relay {
 

@@ -3,7 +3,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <string>
 
-#include "net/web/TlsTrust.h"
+#include "net/web/HttpClient.h"
 
 namespace tevanto {
 

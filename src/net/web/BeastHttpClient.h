@@ -4,7 +4,6 @@
 
 #include "core/queue/EventLoop.h"
 #include "net/web/HttpClient.h"
-#include "net/web/TlsTrust.h"
 
 namespace tevanto {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "core/queue/EventLoop.h"
-#include "net/web/TlsTrust.h"
+#include "net/web/HttpClient.h"
 #include "net/web/WebSocketConnection.h"
 
 namespace tevanto {

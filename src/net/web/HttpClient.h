@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,7 +13,12 @@
 
 namespace tevanto {
 
-/// One HTTP/1.1 request (RFC 9112). `url` is absolute, "http://" or "https://".
+/// TlsTrust names whose certificates a client believes: those of the system's authorities, or these alone.
+struct TlsTrust {
+  std::optional<std::string> authoritiesPem = {};  // certificates in PEM (RFC 7468), one after the other
+};
+
+/// HttpRequest is one HTTP/1.1 request (RFC 9112). `url` is absolute, "http://" or "https://".
 struct HttpRequest {
   std::string method = "GET";
   std::string url = {};
