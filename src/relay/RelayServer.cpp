@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/queue/QueueBound.h"
 #include "net/IceUrl.h"
 #include "relay/AsioRelayConnection.h"
 #include "relay/AsioRelayListener.h"
@@ -78,12 +79,8 @@ class RelayServer::Core : public std::enable_shared_from_this<RelayServer::Core>
         deadline_(context) {}
 
   void start() {
-    shared_->onConnectionEnded = [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->connectionEnded();
-    };
-    listener_->start([weak = weak_from_this()](AsioSocket socket, const AsioRelayListener::Endpoint& peer) {
-      if (const auto self = weak.lock()) self->accepted(std::move(socket), peer);
-    });
+    shared_->onConnectionEnded = weakCall(weak_from_this(), &Core::connectionEnded);
+    listener_->start(weakCall(weak_from_this(), &Core::accepted));
     turnWheel();
   }
 

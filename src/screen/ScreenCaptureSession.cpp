@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/queue/QueueBound.h"
 #include "screen/ScreenFrameDelivery.h"
 #include "screen/encode/PictureRefinement.h"
 
@@ -29,9 +30,7 @@ void ScreenCaptureSession::start(ScreenRoute route, Handlers handlers) {
 
 std::shared_ptr<PictureRefinement> ScreenCaptureSession::makeRefinement() const {
   PictureRefinement::Steps steps;
-  steps.again = [weak = std::weak_ptr(capture_)] {
-    if (const auto capture = weak.lock()) capture->refresh();
-  };
+  steps.again = weakCall(std::weak_ptr(capture_), &CaptureEngine::refresh);
   steps.isFinest = [weak = std::weak_ptr(encoder_)] {
     const auto encoder = weak.lock();
     return !encoder || encoder->lastWasFinest();

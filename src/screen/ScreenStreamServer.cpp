@@ -68,7 +68,8 @@ std::shared_ptr<ScreenStreamServer> ScreenStreamServer::create(Environment envir
 }
 
 ScreenStreamServer::ScreenStreamServer(Environment environment, Machinery machinery)
-    : isStreaming(environment.mainQueue, false),
+    : QueueBound(environment.queue),
+      isStreaming(environment.mainQueue, false),
       statusText(environment.mainQueue, ""),
       isScreenRecordingTrusted(environment.mainQueue, machinery.permission.isGranted()),
       port(environment.mainQueue, 0),
@@ -89,20 +90,19 @@ void ScreenStreamServer::requestScreenRecording() {
 }
 
 void ScreenStreamServer::start() {
-  environment_.queue->async([self = shared_from_this()] { self->startListener(); });
+  queue()->async([self = shared_from_this()] { self->startListener(); });
 }
 
 void ScreenStreamServer::startListener() {
+  assertOnQueue();
   if (listener_) return;
   stopped_ = false;
   auto made = environment_.listeners.listen(environment_.port);
   if (!made) return statusText.set("Screen server failed");
   listener_ = std::move(made).value();
   listener_->setStateHandler([](ListenerState) {});
-  listener_->setConnectionHandler([weak = weak_from_this()](std::unique_ptr<TcpConnection> connection) {
-    if (const auto self = weak.lock()) self->accept(std::move(connection));
-  });
-  listener_->start(environment_.queue);
+  listener_->setConnectionHandler(weakCall(&ScreenStreamServer::accept));
+  listener_->start(queue());
   port.set(listener_->port());
   advertise();
 }
@@ -112,17 +112,18 @@ void ScreenStreamServer::advertise() {
                                    "_tevanto-video._tcp",
                                    listener_->port(),
                                    {{"id", deviceIdentifier(environment_.defaults)}}};
-  advertisement_ =
-      environment_.advertiser.advertise(service, [weak = weak_from_this()](const AdvertisingStatus& status) {
-        if (const auto self = weak.lock()) self->advertising.set(status);
-      });
+  advertisement_ = environment_.advertiser.advertise(
+      service, weakCall([](ScreenStreamServer& self, const AdvertisingStatus& status) {
+        self.advertising.set(status);
+      }));
 }
 
 void ScreenStreamServer::stop() {
-  environment_.queue->async([self = shared_from_this()] { self->stopEverything(); });
+  queue()->async([self = shared_from_this()] { self->stopEverything(); });
 }
 
 void ScreenStreamServer::stopEverything() {
+  assertOnQueue();
   stopped_ = true;
   if (listener_) listener_->cancel();
   listener_.reset();
@@ -139,29 +140,25 @@ void ScreenStreamServer::accept(std::unique_ptr<TcpConnection> connection) {
   if (const auto replaced = std::exchange(candidateConnection_, nullptr)) replaced->cancel();
   const auto framed = std::make_shared<FramedConnection>(std::move(connection));
   candidateConnection_ = framed;
-  framed->onStateChange = [weak = weak_from_this(),
-                           weakFramed = std::weak_ptr(framed)](ConnectionState state) {
-    const auto self = weak.lock();
-    const auto sender = weakFramed.lock();
-    if (!self || !sender) return;
-    if (state == ConnectionState::failed || state == ConnectionState::cancelled)
-      self->connectionEnded(sender);
-  };
-  framed->onData = [weak = weak_from_this(), weakFramed = std::weak_ptr(framed)](auto message) {
-    const auto self = weak.lock();
-    const auto sender = weakFramed.lock();
-    if (self && sender) self->take({sender, nullptr}, message);
-  };
-  framed->start(environment_.queue);
-  helloTimer_ = environment_.queue->asyncAfter(kHelloTimeout,
-                                               [weak = weak_from_this(), weakFramed = std::weak_ptr(framed)] {
-                                                 const auto self = weak.lock();
-                                                 const auto late = weakFramed.lock();
-                                                 if (!self || !late || self->candidateConnection_ != late)
-                                                   return;
-                                                 self->candidateConnection_.reset();
-                                                 late->cancel();
-                                               });
+  const std::weak_ptr weak = framed;
+  framed->onStateChange = weakCall([weak](ScreenStreamServer& self, ConnectionState state) {
+    const bool isEnd = state == ConnectionState::failed || state == ConnectionState::cancelled;
+    if (const auto sender = weak.lock(); sender && isEnd) self.connectionEnded(sender);
+  });
+  framed->onData = weakCall([weak](ScreenStreamServer& self, std::span<const std::byte> message) {
+    if (const auto sender = weak.lock()) self.take({sender, nullptr}, message);
+  });
+  framed->start(queue());
+  helloTimer_ = queue()->asyncAfter(kHelloTimeout, weakCall([weak](ScreenStreamServer& self) {
+                                      if (const auto late = weak.lock()) self.helloOverdue(late);
+                                    }));
+}
+
+void ScreenStreamServer::helloOverdue(const std::shared_ptr<FramedConnection>& late) {
+  assertOnQueue();
+  if (candidateConnection_ != late) return;
+  candidateConnection_.reset();
+  late->cancel();
 }
 
 void ScreenStreamServer::connectionEnded(const std::shared_ptr<FramedConnection>& ended) {
@@ -177,8 +174,7 @@ void ScreenStreamServer::attach(const std::shared_ptr<ScreenTransport>& transpor
       former->onScreenChannelState = nullptr;
     }
     // Nobody will hear of its end any more, so nobody else would end its session.
-    environment_.queue->async(
-        [self = shared_from_this(), former = attachedTransport_] { self->endSessionOf(former); });
+    queue()->async([self = shared_from_this(), former = attachedTransport_] { self->endSessionOf(former); });
   }
   attachedTransport_ = transport;
   if (transport) listenTo(transport);
@@ -189,25 +185,17 @@ void ScreenStreamServer::detach(const std::shared_ptr<ScreenTransport>& transpor
 }
 
 void ScreenStreamServer::listenTo(const std::shared_ptr<ScreenTransport>& transport) {
-  const std::weak_ptr<ScreenTransport> weakTransport = transport;
-  transport->onScreenData = [weak = weak_from_this(), weakTransport](std::span<const std::byte> message) {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->environment_.queue->async(
-        [weak, weakTransport, bytes = std::vector<std::byte>(message.begin(), message.end())] {
-          const auto server = weak.lock();
-          const auto sender = weakTransport.lock();
-          if (server && sender && !server->stopped_) server->take({nullptr, sender}, bytes);
-        });
-  };
-  transport->onScreenChannelState = [weak = weak_from_this(), weakTransport](bool isOpen) {
-    const auto self = weak.lock();
-    if (!self || isOpen) return;
-    // The transport may be gone by the time that the queue comes to this.
-    self->environment_.queue->async([weak, weakTransport] {
-      if (const auto server = weak.lock()) server->endSessionOf(weakTransport);
+  const std::weak_ptr<ScreenTransport> weak = transport;
+  transport->onScreenData = weakCall([weak](ScreenStreamServer& self, std::span<const std::byte> message) {
+    self.post([weak, bytes = std::vector(message.begin(), message.end())](ScreenStreamServer& server) {
+      const auto sender = weak.lock();
+      if (sender && !server.stopped_) server.take({nullptr, sender}, bytes);
     });
-  };
+  });
+  transport->onScreenChannelState = weakCall([weak](ScreenStreamServer& self, bool isOpen) {
+    // The transport may be gone by the time that the queue comes to this.
+    if (!isOpen) self.post([weak](ScreenStreamServer& server) { server.endSessionOf(weak); });
+  });
 }
 
 void ScreenStreamServer::take(const Sender& sender, std::span<const std::byte> message) {
@@ -267,17 +255,16 @@ ScreenCaptureSession::Handlers ScreenStreamServer::handlersFor(const std::string
     const auto alive = current.lock();
     return alive && alive->isCurrent(generation);
   };
-  handlers.onStarted = weakly(shared_from_this(), environment_.queue, [generation](ScreenStreamServer& self) {
+  handlers.onStarted = weakPost([generation](ScreenStreamServer& self) {
     if (!self.captureGeneration_->isCurrent(generation)) return;
     self.isStreaming.set(true);
     self.statusText.set("Mirroring to iPhone");
   });
-  handlers.onError = weakly(shared_from_this(), environment_.queue,
-                            [generation](ScreenStreamServer& self, const std::string& message) {
-                              if (!self.captureGeneration_->isCurrent(generation)) return;
-                              self.stopSession();
-                              self.statusText.set(message);
-                            });
+  handlers.onError = weakPost([generation](ScreenStreamServer& self, const std::string& message) {
+    if (!self.captureGeneration_->isCurrent(generation)) return;
+    self.stopSession();
+    self.statusText.set(message);
+  });
   return handlers;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "core/queue/Published.h"
+#include "core/queue/QueueBound.h"
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/ServiceAdvertiser.h"
 #include "net/tcp/TcpListener.h"
@@ -21,19 +22,20 @@ namespace tevanto {
 class CaptureGeneration;
 class FramedConnection;
 
-/// Mirrors the screen to one paired phone at a time, over a TCP connection or over an attached transport.
+/// ScreenStreamServer mirrors the screen to one paired phone at a time, over a TCP connection or an attached
+/// transport.
+/// Order of events: docs/protocol.md, section 8.1.
 ///
 ///     idle --hello--> sharing ("Sharing screen…") --capture runs--> mirroring ("Mirroring to iPhone")
 ///      ^                                                               |
 ///      +------- stop message, route lost, capture error, new owner ---+
 ///
 /// Lives on its own queue, "tevanto.screen.server"; the published values may be read anywhere.
-class ScreenStreamServer final : public ScreenTransportHost,
-                                 public std::enable_shared_from_this<ScreenStreamServer> {
+class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<ScreenStreamServer> {
  public:
   static constexpr std::uint16_t kDefaultPort = 51638;
 
-  /// What the server stands on. Everything outlives it.
+  /// The services that the server uses. Everything outlives it.
   struct Environment {
     std::shared_ptr<SerialQueue> queue;         // "tevanto.screen.server", of the loop of the sockets
     std::shared_ptr<SerialQueue> captureQueue;  // "tevanto.screen.capture", of a background loop: it encodes
@@ -44,7 +46,7 @@ class ScreenStreamServer final : public ScreenTransportHost,
     std::optional<std::string> computerName;
     std::uint16_t port = kDefaultPort;  // 0: any free one
   };
-  /// Where the pictures come from and who encodes them.
+  /// The sources of pictures, and their encoders.
   struct Machinery {
     DisplayCapture& displays;
     EncoderSessionFactory& encoders;
@@ -73,12 +75,12 @@ class ScreenStreamServer final : public ScreenTransportHost,
   void detach(const std::shared_ptr<ScreenTransport>& transport) override;
   /// Asks again whether the screen may be captured. May be called from any thread.
   void refreshScreenRecordingTrust();
-  /// Asks the system, and so the user, for the permission, and publishes what came of it. May be called from
-  /// any thread, and may wait for the display.
+  /// Asks the system, and so the user, for the permission, and publishes the outcome. May be called from any
+  /// thread, and may wait for the display.
   void requestScreenRecording();
 
  private:
-  /// Where a message came from: exactly one of the two is set.
+  /// The sender of a message: exactly one of the two is set.
   struct Sender {
     std::shared_ptr<FramedConnection> connection;
     std::shared_ptr<ScreenTransport> transport;
@@ -99,6 +101,7 @@ class ScreenStreamServer final : public ScreenTransportHost,
   void listenTo(const std::shared_ptr<ScreenTransport>& transport);
   void take(const Sender& sender, std::span<const std::byte> message);
   void takeHello(const Sender& sender, std::span<const std::byte> body);
+  void helloOverdue(const std::shared_ptr<FramedConnection>& late);
   void promote(const std::shared_ptr<FramedConnection>& sender);
   void startSession(const std::shared_ptr<void>& owner, const StreamProfile& profile, ScreenRoute route);
   ScreenCaptureSession::Handlers handlersFor(const std::string& generation);
@@ -110,7 +113,7 @@ class ScreenStreamServer final : public ScreenTransportHost,
   std::unique_ptr<TcpListener> listener_;
   bool stopped_ = false;  // a transport may go on talking
   ServiceAdvertiser::Registration advertisement_;
-  std::shared_ptr<FramedConnection> connection_;           // has said a valid hello
+  std::shared_ptr<FramedConnection> connection_;           // has sent a valid hello
   std::shared_ptr<FramedConnection> candidateConnection_;  // has not yet
   Timer helloTimer_;
   std::weak_ptr<ScreenTransport> attachedTransport_;  // main queue only

@@ -13,8 +13,8 @@ namespace tevanto {
 /// Wraps `work` for a caller that is on the right queue already: invoked with the owner and the arguments, at
 /// once. Does nothing, and returns a default value, once the owner is gone.
 template <class Owner, class Work>
-auto weakCall(const std::weak_ptr<Owner>& owner, Work work) {
-  return [owner, work = std::move(work)](auto&&... arguments) mutable {
+auto weakCall(std::weak_ptr<Owner> owner, Work work) {
+  return [owner = std::move(owner), work = std::move(work)](auto&&... arguments) mutable {
     using Value = std::invoke_result_t<Work&, Owner&, decltype(arguments)...>;
     if (const auto alive = owner.lock()) {
       return std::invoke(work, *alive, std::forward<decltype(arguments)>(arguments)...);
@@ -32,7 +32,8 @@ auto weakCall(const std::weak_ptr<Owner>& owner, Work work) {
 ///       service_.list(weakPost(&Server::listed));                    // answers on a thread of its own
 ///     };
 ///
-/// Owned by shared pointers; the queue outlives it. Thread-safe but for `assertOnQueue`'s purpose.
+/// Owned by shared pointers; the queue outlives it.
+/// The closures may be made on any thread.
 template <class Derived>
 class QueueBound : public std::enable_shared_from_this<Derived> {
  protected:

@@ -38,10 +38,10 @@ OutputSize scaledSize(std::int64_t width, std::int64_t height, std::int64_t long
 
 CaptureEngine::CaptureEngine(DisplayCapture& displays, std::int64_t longSide, std::int64_t fps,
                              std::shared_ptr<SerialQueue> queue)
-    : displays_(displays),
+    : QueueBound(std::move(queue)),
+      displays_(displays),
       longSide_(longSide),
-      frameInterval_(frameInterval(fps)),
-      queue_(std::move(queue)) {}
+      frameInterval_(frameInterval(fps)) {}
 
 CaptureEngine::~CaptureEngine() { stop(); }
 
@@ -60,14 +60,11 @@ void CaptureEngine::setStartedHandler(StartedHandler handler) {
   startedHandler_.swap(handler);
 }
 
-void CaptureEngine::start() {
-  queue_->async([weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (!self || self->isStopped()) return;
-    self->displays_.listDisplays([weak](Result<std::vector<ShareableDisplay>> displays) {
-      if (const auto alive = weak.lock()) alive->startWith(std::move(displays));
-    });
-  });
+void CaptureEngine::start() { post(&CaptureEngine::listDisplays); }
+
+void CaptureEngine::listDisplays() {
+  assertOnQueue();
+  if (!isStopped()) displays_.listDisplays(weakCall(&CaptureEngine::startWith));
 }
 
 void CaptureEngine::startWith(Result<std::vector<ShareableDisplay>> displays) {
@@ -85,22 +82,17 @@ void CaptureEngine::startCapture(const ShareableDisplay& display) {
   if (!stream) return captureStarted(Failure{stream.error()});
   // Stopped meanwhile: the stream was never started, and goes.
   if (!keep(stream.value())) return;
-  stream.value()->start([weak = weak_from_this()](const Result<void>& result) {
-    if (const auto self = weak.lock()) self->captureStarted(result);
-  });
+  stream.value()->start(weakCall(&CaptureEngine::captureStarted));
 }
 
 Result<std::shared_ptr<CaptureStream>> CaptureEngine::makeStream(const ShareableDisplay& display) {
   const CaptureConfiguration configuration{
       outSize_.width, outSize_.height, frameInterval_, displays_.preferredFormat(), kQueueDepth, true};
   CaptureStream::Handlers handlers;
-  handlers.onSample = [weak = weak_from_this()](const CaptureSample& sample) {
-    if (const auto self = weak.lock()) self->take(sample);
-  };
-  handlers.onStopped = [weak = weak_from_this()](const std::string&) {
-    if (const auto self = weak.lock()) self->reportError("Screen capture stopped");
-  };
-  return displays_.makeStream(display.id, configuration, queue_, std::move(handlers));
+  handlers.onSample = weakCall(&CaptureEngine::take);
+  handlers.onStopped = weakCall(
+      [](CaptureEngine& self, const std::string& /*reason*/) { self.reportError("Screen capture stopped"); });
+  return displays_.makeStream(display.id, configuration, queue(), std::move(handlers));
 }
 
 bool CaptureEngine::keep(const std::shared_ptr<CaptureStream>& stream) {
@@ -132,11 +124,7 @@ void CaptureEngine::take(const CaptureSample& sample) {
   deliver(frame);
 }
 
-void CaptureEngine::requestRefresh() {
-  queue_->async([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->refresh();
-  });
-}
+void CaptureEngine::requestRefresh() { post(&CaptureEngine::refresh); }
 
 void CaptureEngine::refresh() {
   Frame frame;

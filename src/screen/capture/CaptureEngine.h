@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/queue/QueueBound.h"
 #include "screen/capture/DisplayCapture.h"
 #include "screen/picture/PixelBuffer.h"
 
@@ -24,12 +25,13 @@ struct OutputSize {
 /// never larger than the display, both sides even. `longSide` squared for a display without pixels.
 OutputSize scaledSize(std::int64_t width, std::int64_t height, std::int64_t longSide);
 
-/// Captures the main display for one streaming session and hands every complete picture to one handler. Keeps
-/// the latest one, to deliver it again while the screen stands still. The server creates it, sets the
-/// handlers, starts it and stops it; pictures and refreshes come on `queue`.
+/// CaptureEngine captures the main display for one streaming session and hands every complete picture to one
+/// handler. It keeps the latest picture, to deliver it again while the screen stands still.
+/// Pictures and refreshes come on `queue`.
+/// Owned by the capture session.
 ///
 ///     created --start--> starting --stream runs--> capturing --stop--> stopped (for good)
-class CaptureEngine final : public std::enable_shared_from_this<CaptureEngine> {
+class CaptureEngine final : public QueueBound<CaptureEngine> {
  public:
   using PixelBufferHandler =
       std::function<void(const std::shared_ptr<const PixelBuffer>& pixelBuffer, PresentationTime time,
@@ -66,6 +68,7 @@ class CaptureEngine final : public std::enable_shared_from_this<CaptureEngine> {
     std::int64_t height = 0;
   };
 
+  void listDisplays();
   void startWith(Result<std::vector<ShareableDisplay>> displays);
   void startCapture(const ShareableDisplay& display);
   Result<std::shared_ptr<CaptureStream>> makeStream(const ShareableDisplay& display);
@@ -79,7 +82,6 @@ class CaptureEngine final : public std::enable_shared_from_this<CaptureEngine> {
   DisplayCapture& displays_;
   const std::int64_t longSide_;
   const std::chrono::nanoseconds frameInterval_;
-  const std::shared_ptr<SerialQueue> queue_;
   OutputSize outSize_;  // written before the stream exists, read by its samples
 
   std::mutex callbackLock_;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/Precondition.h"
+#include "core/queue/QueueBound.h"
 
 namespace tevanto {
 namespace {
@@ -51,9 +52,7 @@ void H264Encoder::encode(std::shared_ptr<const PixelBuffer> pixelBuffer, Present
   lastWasFinest_ = false;
   lastWasLeftOut_ = true;  // until it comes out
   session->encodeFrame(std::move(pixelBuffer), presentationTime, properties,
-                       [weak = weak_from_this()](EncodeStatus status, const EncodedSample* sample) {
-                         if (const auto self = weak.lock()) self->take(status, sample);
-                       });
+                       weakCall(weak_from_this(), &H264Encoder::take));
 }
 
 std::shared_ptr<EncoderSession> H264Encoder::sessionFor(std::int64_t width, std::int64_t height) {

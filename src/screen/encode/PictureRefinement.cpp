@@ -7,7 +7,7 @@ namespace tevanto {
 
 PictureRefinement::PictureRefinement(std::shared_ptr<SerialQueue> queue,
                                      std::chrono::nanoseconds frameInterval, Steps steps)
-    : queue_(std::move(queue)), frameInterval_(frameInterval), steps_(std::move(steps)) {}
+    : QueueBound(std::move(queue)), frameInterval_(frameInterval), steps_(std::move(steps)) {}
 
 void PictureRefinement::pictureCame(const PixelBuffer* picture) {
   if (std::exchange(latest_, picture) != picture) left_ = kMostRefinements;
@@ -16,13 +16,12 @@ void PictureRefinement::pictureCame(const PixelBuffer* picture) {
 }
 
 void PictureRefinement::waitFor(std::chrono::nanoseconds pause) {
-  timer_ =
-      queue_->asyncAfter(std::chrono::duration_cast<SerialQueue::Duration>(pause), [weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->rested();
-      });
+  timer_ = queue()->asyncAfter(std::chrono::duration_cast<SerialQueue::Duration>(pause),
+                               weakCall(&PictureRefinement::rested));
 }
 
 void PictureRefinement::rested() {
+  assertOnQueue();
   if (steps_.isBlocked()) return waitFor(kLongPause);
   if (isAnew_.exchange(false)) left_ = kMostRefinements;
   if (!steps_.isMissing() && (left_ == 0 || steps_.isFinest())) return;

@@ -5,25 +5,26 @@
 #include <functional>
 #include <memory>
 
-#include "core/queue/SerialQueue.h"
+#include "core/queue/QueueBound.h"
 
 namespace tevanto {
 
 class PixelBuffer;
 
-/// Makes a picture that stands still as good as the encoder can. Under its data cap an encoder makes large
-/// changes and key frames coarse, and without another picture it would leave them so. So the latest one is
-/// encoded again, a few times, from a moment after the last change until the encoder did its best; then
-/// nothing runs any more. Pictures that move come faster than that moment, and never notice.
+/// PictureRefinement makes a picture that stands still as good as the encoder can. Under its data cap an
+/// encoder makes large changes and key frames coarse, and without another picture it would leave them so. The
+/// latest picture is therefore encoded again, a few times, from a moment after the last change until the
+/// encoder did its best; then nothing runs any more. Pictures that move come before that moment, and are not
+/// refined.
 ///
 ///     picture --pause--> again --shorter pause--> again ... best, or ten times: silence
 ///
 /// It also brings a phone up to date that lacks the last picture, because its route refused it or the encoder
-/// left it out: for as long as it takes, and not while the route has no room. Lives on the capture queue;
-/// belongs to one session.
-class PictureRefinement final : public std::enable_shared_from_this<PictureRefinement> {
+/// left it out. That goes on for as long as it takes, and pauses while the route has no room.
+/// Lives on the capture queue; belongs to one session.
+class PictureRefinement final : public QueueBound<PictureRefinement> {
  public:
-  /// A display full of the smallest text takes seven or eight, most pictures two or three.
+  /// Measured: a display full of the smallest text takes seven or eight, most pictures two or three.
   static constexpr int kMostRefinements = 10;
   /// In frame intervals: longer than between the frames of what moves, ten times a second included.
   static constexpr int kPauseIntervals = 3;
@@ -50,7 +51,6 @@ class PictureRefinement final : public std::enable_shared_from_this<PictureRefin
   void waitFor(std::chrono::nanoseconds pause);
   void rested();
 
-  const std::shared_ptr<SerialQueue> queue_;
   const std::chrono::nanoseconds frameInterval_;
   const Steps steps_;
   std::atomic<bool> isAnew_ = false;

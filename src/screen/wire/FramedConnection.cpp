@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/Precondition.h"
+#include "core/queue/QueueBound.h"
 #include "screen/wire/BigEndian.h"
 
 namespace tevanto {
@@ -29,13 +30,10 @@ FramedConnection::~FramedConnection() {
 
 void FramedConnection::start(std::shared_ptr<SerialQueue> queue) {
   queue_ = std::move(queue);
-  connection_->setStateHandler([weak = weak_from_this()](ConnectionState state) {
-    const auto self = weak.lock();
-    if (self && self->onStateChange) self->onStateChange(state);
-  });
-  connection_->setReceiveHandler([weak = weak_from_this()](const Received& received) {
-    if (const auto self = weak.lock()) self->received(received);
-  });
+  connection_->setStateHandler(weakCall(weak_from_this(), [](FramedConnection& self, ConnectionState state) {
+    if (self.onStateChange) self.onStateChange(state);
+  }));
+  connection_->setReceiveHandler(weakCall(weak_from_this(), &FramedConnection::received));
   connection_->start(queue_);
   receive();
 }
@@ -71,18 +69,18 @@ bool FramedConnection::send(SharedBytes payload, std::int64_t maxPendingBytes, b
   precondition(payload->size() <= std::numeric_limits<std::uint32_t>::max(),
                "a frame is longer than its header can say");
   if (!reserve(frameBytesOf(payload->size()), maxPendingBytes, force)) return false;
-  queue_->async([weak = weak_from_this(), payload = std::move(payload)]() mutable {
-    if (const auto self = weak.lock()) self->transmit(std::move(payload));
-  });
+  queue_->async(weakCall(weak_from_this(), [payload = std::move(payload)](FramedConnection& self) mutable {
+    self.transmit(std::move(payload));
+  }));
   return true;
 }
 
 void FramedConnection::transmit(SharedBytes payload) {
   const auto frameBytes = frameBytesOf(payload->size());
   const auto header = bigEndian(static_cast<std::uint32_t>(payload->size()));
-  connection_->send(header, std::move(payload), [weak = weak_from_this(), frameBytes] {
-    if (const auto self = weak.lock()) self->processed(frameBytes);
-  });
+  connection_->send(
+      header, std::move(payload),
+      weakCall(weak_from_this(), [frameBytes](FramedConnection& self) { self.processed(frameBytes); }));
 }
 
 // The check and the count under one lock, so that no two senders pass a check that only one of them fits.

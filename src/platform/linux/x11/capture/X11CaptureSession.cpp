@@ -22,16 +22,16 @@ std::size_t poolSize(const CaptureConfiguration& configuration) {
 X11CaptureSession::X11CaptureSession(std::string displayName, DisplayID display,
                                      const CaptureConfiguration& configuration,
                                      std::shared_ptr<SerialQueue> queue, CaptureStream::Handlers handlers)
-    : displayName_(std::move(displayName)),
+    : QueueBound(std::move(queue)),
+      displayName_(std::move(displayName)),
       configuration_(configuration),
-      queue_(std::move(queue)),
       handlers_(std::move(handlers)),
       display_(display),
       pacer_(std::chrono::duration_cast<FramePacer::Duration>(configuration.minimumFrameInterval)),
       headStart_(std::chrono::duration_cast<CaptureLeadTime::Duration>(configuration.minimumFrameInterval)) {}
 
 void X11CaptureSession::start(std::function<void(Result<void>)> done) {
-  queue_->async([self = shared_from_this(), done = std::move(done)] {
+  queue()->async([self = shared_from_this(), done = std::move(done)] {
     auto opened = self->open();
     if (!opened) self->close();
     done(std::move(opened));
@@ -48,7 +48,7 @@ void X11CaptureSession::stop(std::function<void(Result<void>)> done) {
     const std::lock_guard lock(screenLock_);
     if (screen_) screen_->interrupt();
   }
-  queue_->async([self = shared_from_this(), done = std::move(done)] {
+  queue()->async([self = shared_from_this(), done = std::move(done)] {
     self->close();
     done({});
   });
@@ -103,10 +103,8 @@ void X11CaptureSession::useMonitor(const XMonitor& monitor) {
 
 void X11CaptureSession::watch() {
   if (!screen_) return;
-  if (!watch_) watch_ = std::make_unique<DescriptorWatch>(*queue_, xcb_get_file_descriptor(screen_->xcb()));
-  watch_->whenReadable([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->eventsCame();
-  });
+  if (!watch_) watch_ = std::make_unique<DescriptorWatch>(*queue(), xcb_get_file_descriptor(screen_->xcb()));
+  watch_->whenReadable(weakCall(&X11CaptureSession::eventsCame));
 }
 
 void X11CaptureSession::eventsCame() {
@@ -117,10 +115,11 @@ void X11CaptureSession::eventsCame() {
 // Answers come by the same socket as events: after whatever waited for one, events may already have been
 // read, and nobody else would look for them.
 void X11CaptureSession::service() {
+  assertOnQueue();
   while (screen_ && !stopped_) {
     note(screen_->readEvents());
     if (screen_->broken()) return end("The X server is gone.");
-    const auto wait = pacer_.wait(queue_->now());
+    const auto wait = pacer_.wait(queue()->now());
     if (!wait) return;
     const auto lead = isPrepared_ ? CaptureLeadTime::Duration::zero() : headStart_.length();
     if (*wait > lead) return wakeAfter(*wait - lead);
@@ -134,12 +133,10 @@ void X11CaptureSession::service() {
 
 void X11CaptureSession::wakeAfter(FramePacer::Duration wait) {
   if (timer_) return;
-  timer_ = queue_->asyncAfter(wait, [weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->timer_.cancel();
-    self->service();
-  });
+  timer_ = queue()->asyncAfter(wait, weakCall([](X11CaptureSession& self) {
+                                 self.timer_.cancel();
+                                 self.service();
+                               }));
 }
 
 void X11CaptureSession::note(const XCaptureConnection::Changes& changes) {
@@ -155,17 +152,17 @@ void X11CaptureSession::note(const XCaptureConnection::Changes& changes) {
 void X11CaptureSession::prepare() {
   isPrepared_ = true;
   if (layoutStale_) return;
-  const auto began = queue_->now();
+  const auto began = queue()->now();
   isRead_ = readScreen();
   if (!isRead_ || unshown_.empty()) return;
   const auto region = outputBounds();
   prepared_ = drawPicture(region);
-  headStart_.drew(queue_->now() - began, isLarge(region));
+  headStart_.drew(queue()->now() - began, isLarge(region));
 }
 
 void X11CaptureSession::takePicture() {
   pacer_.beginPicture();
-  pictureBegan_ = queue_->now();
+  pictureBegan_ = queue()->now();
   isPrepared_ = false;
   if (layoutStale_ && !updateLayout()) return;
   if (!std::exchange(isRead_, false) && !readScreen()) return readingFailed();
@@ -243,7 +240,7 @@ std::shared_ptr<PixelBuffer> X11CaptureSession::finishPicture() {
     return unshown_.empty() ? std::exchange(prepared_, nullptr) : drawPicture(region);
   }
   auto picture = drawPicture(region);
-  headStart_.drew(queue_->now() - pictureBegan_, isLarge(region));
+  headStart_.drew(queue()->now() - pictureBegan_, isLarge(region));
   return picture;
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "core/queue/QueueBound.h"
 #include "platform/linux/x11/capture/DescriptorWatch.h"
 #include "platform/linux/x11/capture/XCaptureConnection.h"
 #include "platform/linux/x11/capture/XPointerImage.h"
@@ -32,7 +33,7 @@ namespace tevanto {
 /// changed until then.
 ///
 /// A handler that takes its time holds up the next picture rather than having pictures queue.
-class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSession> {
+class X11CaptureSession final : public QueueBound<X11CaptureSession> {
  public:
   X11CaptureSession(std::string displayName, DisplayID display, const CaptureConfiguration& configuration,
                     std::shared_ptr<SerialQueue> queue, CaptureStream::Handlers handlers);
@@ -70,7 +71,6 @@ class X11CaptureSession final : public std::enable_shared_from_this<X11CaptureSe
 
   const std::string displayName_;
   const CaptureConfiguration configuration_;
-  const std::shared_ptr<SerialQueue> queue_;
   const CaptureStream::Handlers handlers_;
   std::atomic<bool> stopped_ = false;
 
