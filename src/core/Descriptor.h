@@ -6,7 +6,7 @@
 
 namespace tevanto {
 
-/// Owns a file descriptor (POSIX); a negative one is none.
+/// Descriptor owns a file descriptor (POSIX); a negative one is none.
 class Descriptor {
  public:
   Descriptor() = default;

@@ -9,7 +9,8 @@ namespace tevanto {
 /// Severities, with the numbers of syslog(3), which the journal uses too.
 enum class LogLevel { error = 3, warning = 4, info = 6, debug = 7 };
 
-/// Where log lines end. May be called from any thread.
+/// LogSink receives the log lines of all categories.
+/// Thread-safe.
 class LogSink {
  public:
   virtual ~LogSink() = default;
@@ -21,8 +22,9 @@ class LogSink {
   static std::shared_ptr<LogSink> none();
 };
 
-/// A log of one category under the subsystem "app.tevanto". A cheap value: pass it by value, keep it as a
-/// member.
+/// Logger writes the lines of one category under the subsystem "app.tevanto".
+/// A cheap value: pass it by value, keep it as a member.
+/// Thread-safe.
 class Logger {
  public:
   static constexpr std::string_view kSubsystem = "app.tevanto";

@@ -8,12 +8,12 @@
 
 namespace tevanto {
 
-/// Why something failed: one sentence for a person, that says what to do next where it can.
+/// Failure holds one sentence for a person: why something failed, and what to do next where it can tell.
 struct Failure {
   std::string message;
 };
 
-/// A value, or why there is none.
+/// Result holds a value, or the Failure that took its place.
 template <class T>
 class [[nodiscard]] Result {
  public:
@@ -44,7 +44,7 @@ class [[nodiscard]] Result {
   std::variant<T, Failure> content_;
 };
 
-/// Success, or why not.
+/// Result<void> holds success, or the Failure that took its place.
 template <>
 class [[nodiscard]] Result<void> {
  public:

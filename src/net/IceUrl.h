@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// The URL of a STUN or TURN server (RFC 7064, RFC 7065), taken apart: "stun:host",
+/// IceUrl is the URL of a STUN or TURN server (RFC 7064, RFC 7065), taken apart: "stun:host",
 /// "turn:host:port?transport=tcp".
 struct IceUrl {
   std::string scheme;  // "stun", "stuns", "turn" or "turns"
@@ -18,7 +18,7 @@ struct IceUrl {
   bool operator==(const IceUrl&) const = default;
 };
 
-/// Nothing for another scheme, no host, a port that is none or another transport.
+/// Absent for another scheme, no host, a port that is none or another transport.
 std::optional<IceUrl> parseIceUrl(std::string_view text);
 
 }  // namespace tevanto

@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// An absolute URL (RFC 3986) of "http", "https", "ws" or "wss", taken apart.
+/// Url is an absolute URL (RFC 3986) of "http", "https", "ws" or "wss", taken apart.
 struct Url {
   std::string scheme;
   std::string host;  // a name or an address; IPv6 without its brackets
@@ -24,7 +24,7 @@ struct Url {
   bool operator==(const Url&) const = default;
 };
 
-/// Nothing for another scheme, a user name, characters that a request line cannot hold, or a port that is
+/// Absent for another scheme, a user name, characters that a request line cannot hold, or a port that is
 /// none. A fragment is left out.
 std::optional<Url> parseUrl(std::string_view text);
 

@@ -5,8 +5,9 @@
 
 namespace tevanto::relay {
 
-/// Why the relay ends a member's WebSocket. Breaches of the framing itself (1002), text that is not UTF-8
-/// (1007) and messages that are too large (1009) are answered by the WebSocket library with their own codes.
+/// CloseReason tells why the relay ends a member's WebSocket (docs/protocol.md, section 9.2). Breaches of the
+/// framing itself (1002), text that is not UTF-8 (1007) and messages that are too large (1009) are answered
+/// by the WebSocket library with their own codes.
 enum class CloseReason {
   goingAway,
   badRoom,

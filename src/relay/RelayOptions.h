@@ -8,8 +8,8 @@
 
 namespace tevanto::relay {
 
-/// What one client may cost. The defaults suit a small server; a session's negotiation takes a few dozen
-/// messages of some kilobytes.
+/// RelayLimits bound the cost of one client. The defaults suit a small server and are those of
+/// docs/protocol.md, section 9.2. A session's negotiation takes a few dozen messages of some kilobytes.
 struct RelayLimits {
   std::size_t maxMessageBytes = 256 * 1024;
   /// Messages and pings a second from one connection, on average and at once.
@@ -30,7 +30,7 @@ struct RelayLimits {
   std::chrono::milliseconds closeTimeout{2'000};
 };
 
-/// Which TURN servers are told to clients, and how their credentials are made.
+/// TurnOptions are the TURN servers that clients are told, and the making of their credentials.
 struct TurnOptions {
   /// The secret shared with the TURN server; without one no credentials are handed out.
   std::string secret;

@@ -8,8 +8,9 @@
 
 namespace tevanto::relay {
 
-/// The target of a request line: a path and the two query items that the relay knows. Percent escapes are
-/// decoded, a plus sign stands for itself (RFC 3986); of an item that is given twice the first counts.
+/// RelayTarget is the target of a request line: a path and the two query items that the relay knows
+/// (docs/protocol.md, section 9.2). Percent escapes are decoded; a plus sign stands for itself (RFC 3986). Of
+/// an item that is given twice the first counts.
 struct RelayTarget {
   std::string path;
   std::optional<std::string> room;

@@ -7,8 +7,10 @@
 
 namespace tevanto {
 
-/// The identity of the current capture session, replaced at every start and every stop. What comes back from
-/// a session asks here first, on whatever thread, and does nothing when it belongs to an earlier one.
+/// CaptureGeneration holds the identity of the current capture session, replaced at every start and every
+/// stop. Callbacks of a session compare theirs with it, and do nothing when they belong to an earlier
+/// session.
+/// Thread-safe.
 class CaptureGeneration {
  public:
   std::string renew() {

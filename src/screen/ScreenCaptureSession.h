@@ -26,14 +26,14 @@ inline constexpr StreamProfile kLowProfile{960, 12, 2'000'000};
 class PictureRefinement;
 class ScreenFrameDelivery;
 
-/// One capture session: engine → encoder → gate → route.
+/// ScreenCaptureSession is one capture session: engine → encoder → gate → route.
 ///
 ///     capture queue                            encoder's thread
 ///     CaptureEngine --pixel buffer--> H264Encoder --parameter sets------------------> route
 ///        ^  once more at rest |            ^      --frame--> ScreenFrameSendGate --> route
 ///        +-- PictureRefinement            +--- key frame, please ----+
 ///
-/// Made, started and stopped on the server's queue. Nothing comes out once `isCurrent` says no.
+/// Made, started and stopped on the server's queue. It sends nothing once `isCurrent` returns false.
 class ScreenCaptureSession {
  public:
   struct Handlers {

@@ -10,8 +10,9 @@
 
 namespace tevanto {
 
-/// The way of one session's frames through the gate onto the route, and what is known of a route that does
-/// not take them. Any thread may ask; frames come one at a time.
+/// ScreenFrameDelivery passes one session's frames through the gate to the route. It remembers whether the
+/// route refused one.
+/// Thread-safe; frames come one at a time.
 class ScreenFrameDelivery {
  public:
   enum class Outcome { sent, sentKeyframe, keyframeNeeded };

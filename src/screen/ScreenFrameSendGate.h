@@ -4,14 +4,16 @@
 
 namespace tevanto {
 
-/// Decides which encoded frames go out, so that the phone's decoder never meets a frame whose reference it
-/// has lost: after a frame that the route refused nothing goes until a key frame does. One per session; any
-/// thread may ask.
+/// ScreenFrameSendGate decides which encoded frames go out. After a frame that the route refused it holds all
+/// frames back until a key frame is accepted: the phone's decoder never gets a frame whose reference it
+/// lacks.
+/// One for each session.
+/// Thread-safe.
 ///
 ///     open --refused--> awaiting a key frame --key frame accepted--> open
 class ScreenFrameSendGate {
  public:
-  /// What is left to do after `offer`.
+  /// Tells the caller of `offer` whether a key frame has to be made.
   enum class Outcome { sent, keyframeNeeded };
 
   /// Lets the frame through to `send`, which tells whether the route accepted it, unless a key frame is

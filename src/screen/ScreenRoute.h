@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// How a session's messages reach the phone. Called on the encoder's thread; the senders tell whether the
-/// route took the message, and refuse once the route is gone.
+/// ScreenRoute sends a session's messages to the phone. The senders return whether the route took the
+/// message; they refuse once the route is gone. Called on the encoder's thread.
 struct ScreenRoute {
   std::function<bool(SharedBytes message)> sendParameterSets;
   std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;

@@ -7,8 +7,9 @@
 
 namespace tevanto {
 
-/// A transport with data channels that can also carry the screen, for a phone away from the local network.
-/// The two handlers are set and called on the main queue; sending may be done from any thread.
+/// ScreenTransport is a transport with data channels that can also carry the screen, for a phone away from
+/// the local network. Messages: docs/protocol.md, section 10.5.
+/// The two handlers are set and called on the main queue. Sending is thread-safe.
 class ScreenTransport {
  public:
   virtual ~ScreenTransport() = default;
@@ -27,7 +28,8 @@ class ScreenTransport {
   virtual bool takesKeyFrame(std::size_t bytes) const = 0;
 };
 
-/// Who carries the screen over a transport that somebody else owns. Main queue only.
+/// ScreenTransportHost mirrors the screen over a transport that another object owns.
+/// Main queue only.
 class ScreenTransportHost {
  public:
   virtual ~ScreenTransportHost() = default;

@@ -7,11 +7,16 @@
 
 namespace tevanto {
 
-/// Lets one thread wait until a call that another one is making has come back, without a lock that is held
-/// during the call. The calls are made by a single thread, each inside a `Call`; a call may contain others.
+/// CallbackGuard lets one thread wait until a callback that another thread is making has returned. No lock is
+/// held during the callback.
 ///
-/// First change what the calls look at (an observer, a "closed" flag), then `quiesce`: whatever began before
-/// the change has ended, whatever begins later sees it.
+///     calling thread   Call{ callback .............. }            Call{ callback }: sees the change
+///     other thread             change what it reads, quiesce ─────> returns here
+///
+/// First change what the callbacks read (an observer, a "closed" flag), then `quiesce`. Each callback that
+/// began before the change has then returned, and each later one sees the change.
+/// One thread makes all callbacks, each inside a `Call`; a `Call` may contain others. `quiesce` is
+/// thread-safe.
 class CallbackGuard {
  public:
   class Call {
@@ -25,8 +30,8 @@ class CallbackGuard {
     CallbackGuard& gate_;
   };
 
-  /// Waits for the running call; not when this is made inside of it, which would wait for itself. Whoever
-  /// calls this holds nothing that a call might want.
+  /// Waits for the running callback. Returns at once inside of one, which would wait for itself. The caller
+  /// holds no lock that a callback might take.
   void quiesce();
 
  private:

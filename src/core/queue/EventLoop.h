@@ -9,12 +9,12 @@ namespace tevanto {
 
 class SerialQueue;
 
-/// Waits for sockets, timers and posted work, and runs what is due. The main loop is run by the main thread
-/// and carries the main queue and the queues of the network; a background loop owns a few threads of its own,
-/// for work that may block. Queues of one loop never run on another.
+/// EventLoop waits for sockets, timers and posted work, and runs what is due. The main loop is run by the
+/// main thread and carries the main queue and the queues of the network. A background loop owns a few
+/// threads, for work that may block. Queues of one loop never run on another.
 class EventLoop {
  public:
-  /// A loop that is run by whoever calls `run()`.
+  /// A loop that is run by the caller of `run()`.
   static std::shared_ptr<EventLoop> forCallingThread();
   /// A loop that is run by `threads` threads of its own, started when the first work arrives.
   static std::shared_ptr<EventLoop> background(unsigned threads);

@@ -8,8 +8,9 @@
 
 namespace tevanto {
 
-/// Waits on one thread for what others say: the first value counts. Held by all of them, so that who comes
-/// late finds something to talk to.
+/// OneShotResult is a slot for one value that other threads produce. The first `say` wins; `waitFor` blocks
+/// until then. Producers share ownership, so that a late `say` is safe.
+/// Thread-safe.
 template <class Value>
 class OneShotResult {
  public:
@@ -19,7 +20,7 @@ class OneShotResult {
     said_.notify_all();
   }
 
-  /// Nothing when nobody has said anything until `end`.
+  /// The value; absent when none came until `end`.
   std::optional<Value> waitUntil(std::chrono::steady_clock::time_point end) {
     std::unique_lock lock(mutex_);
     said_.wait_until(lock, end, [this] { return value_.has_value(); });

@@ -10,11 +10,12 @@
 
 namespace tevanto {
 
-/// Holding it means observing; dropping it ends the observation. Drop it on the main queue.
+/// Subscription keeps an observer called for as long as it is held. Drop it on the main queue.
 using Subscription = std::shared_ptr<void>;
 
-/// A value that its owner sets on its own queue, that anybody may read, and that is observed on the main
-/// queue. Observers hear of changes only, each with the value that was set.
+/// Published holds a value that its owner sets and that others observe. Observers are called on the main
+/// queue, after changes only, each time with the value that was set.
+/// Thread-safe; observers live on the main queue.
 template <class T>
 class Published {
  public:

@@ -10,9 +10,9 @@
 
 namespace tevanto {
 
-/// A timer that has been set on a queue. Destroying or cancelling it before it fired means that it never
-/// fires. Cancel it on its own queue (or after the queue has stopped): only there is "cancelled means silent"
-/// exact.
+/// Timer holds a timer that has been set on a queue. A timer that is destroyed or cancelled before it fired
+/// never fires. Cancel it on its own queue, or after the queue has stopped: on another thread it may be
+/// firing already.
 class Timer {
  public:
   Timer() = default;
@@ -37,8 +37,9 @@ class Timer {
   std::function<void()> cancel_;
 };
 
-/// Work given to a serial queue runs one piece at a time, in the order in which it was given.
-/// Every stateful object of the program lives on one such queue; every wait is a timer of one.
+/// SerialQueue runs the work given to it one piece at a time, in the order in which it was given. Every
+/// stateful object of the program lives on one such queue; every wait is a timer of one.
+/// Thread-safe.
 class SerialQueue {
  public:
   using Duration = std::chrono::steady_clock::duration;

@@ -7,9 +7,8 @@
 
 namespace tevanto {
 
-/// A piece of work that is run at most a few times and owned by one place: a move-only `void()` callable.
-/// Closures of up to `kInlineBytes` are stored in place, so that posting one on the pointer road costs no
-/// allocation; larger ones go to the heap.
+/// Task is a move-only `void()` callable. Closures of up to `kInlineBytes` are stored in place, so that
+/// posting one for a pointer command costs no allocation. Larger ones go to the heap.
 class Task {
  public:
   static constexpr std::size_t kInlineBytes = 48;

@@ -7,9 +7,9 @@
 
 namespace tevanto {
 
-/// Waits until `work` has run where `post` puts it, or until nothing will run there any more. `core` has the
-/// queue's `mutex`, and what it guards: `stopped`, and `changed`, which tells of it. Work that has begun is
-/// waited for in any case.
+/// waitForTurn blocks until `work` has run where `post` puts it, or until nothing will run there any more.
+/// Work that has begun is waited for in any case. `core` has the queue's `mutex`, and what it guards: the
+/// flag `stopped`, and the condition variable `changed`.
 template <class CorePointer, class Post>
 void waitForTurn(const CorePointer& core, Post post, Task& work) {
   enum class Turn { waiting, running, done, givenUp };

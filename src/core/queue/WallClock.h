@@ -5,7 +5,8 @@
 
 namespace tevanto {
 
-/// Tells the time of day, which may jump; any thread may ask. Waiting is for the queues' timers.
+/// WallClock tells the time of day, which may jump. Any thread may call it. Waiting is done by the queues'
+/// timers.
 using WallClock = std::function<std::chrono::system_clock::time_point()>;
 
 }  // namespace tevanto

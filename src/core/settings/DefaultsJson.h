@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// A setting as JSON has it. Data, which JSON has not, is an object with one member: {"base64": "..."}.
+/// A setting in JSON. JSON has no type for data: it becomes an object with one member, {"base64": "..."}.
 boost::json::value jsonOf(const DefaultsValue& value);
 
 /// The setting that such a value is; nothing for null, other objects, arrays of anything but strings, and

@@ -9,9 +9,9 @@
 
 namespace tevanto {
 
-/// The steps out of which durable files are made, each one system call (POSIX) as far as its effect on the
-/// disk goes, so that a test can record them, let any of them fail, and replay what a power cut would leave.
-/// Signals that interrupt a step are not errors: the step goes on.
+/// FileSystem offers the steps of which durable files are made. Each step is one system call (POSIX) in its
+/// effect on the disk: a test can record the steps, let any of them fail, and replay the state that a power
+/// cut leaves. A signal that interrupts a step is no error: the step goes on.
 class FileSystem {
  public:
   using Path = std::filesystem::path;

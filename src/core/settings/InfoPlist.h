@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// The bundle information of the program: deployment values by key, from an XML or binary property list.
-/// Strings and arrays of strings at the top level can be asked for; everything else is of no use here.
+/// InfoPlist holds the bundle information of the program: deployment values by key, from an XML or binary
+/// property list. It gives strings and arrays of strings at the top level, and nothing else.
 class InfoPlist {
  public:
   /// The largest property list that is read, in bytes.

@@ -11,13 +11,18 @@ namespace tevanto {
 
 class FileSystem;
 
-/// User defaults in one JSON object in one file of mode 0600. Every change rewrites the file: a new file
-/// beside it, fsync, rename over the old one, fsync of the folder; so the file is always the old or the new
-/// state. Changes of several threads and processes are merged under a lock file; `reload()` picks up what
-/// another process wrote. A file that is no JSON object, or larger than 4 MiB, is renamed to
-/// `<name>.unreadable-<n>` and reported; one that the system does not let us read is reported and left alone.
-/// Neither is ever overwritten. Data is kept as base64 (DefaultsJson.h); other members that
-/// are no DefaultsValue (objects, integers beyond int64) are kept as they are and not shown.
+/// JsonUserDefaults keeps user defaults as one JSON object in one file of mode 0600.
+///
+/// - Every change rewrites the file: a new file beside it, fsync, rename over the old one, fsync of the
+///   folder. So the file always holds the old or the new state.
+/// - Changes of several threads and processes are merged under a lock file. `reload()` reads the changes of
+///   another process.
+/// - A file that is no JSON object, or larger than 4 MiB, is renamed to `<name>.unreadable-<n>` and reported.
+///   A file that the system does not let us read is reported and left alone. Neither is ever overwritten.
+/// - Data is kept as base64 (DefaultsJson.h). Other members that are no DefaultsValue (objects, integers
+///   beyond int64) are kept as they are and not shown.
+///
+/// Thread-safe.
 class JsonUserDefaults final : public UserDefaults {
  public:
   /// Reads `file` (absent: empty). Its folder is created, mode 0700, on the first write.

@@ -18,8 +18,9 @@ using DefaultsData = std::vector<std::byte>;
 using DefaultsValue =
     std::variant<bool, std::int64_t, double, std::string, std::vector<std::string>, DefaultsData>;
 
-/// The user's persistent settings and secrets, by key. Any thread may call; a value that `set` has reported
-/// as stored survives the process, and a power cut.
+/// UserDefaults keeps the user's persistent settings and secrets, by key. A value that `set` has reported as
+/// stored survives the process, and a power cut.
+/// Thread-safe.
 class UserDefaults {
  public:
   virtual ~UserDefaults() = default;

@@ -23,7 +23,8 @@ std::string wellFormedUtf8(std::string_view bytes);
 /// Well-formed, and without what could steer a terminal.
 std::string printable(std::string_view text);
 
-/// Compares names as the user's locale sorts them, without regard to case. Build one for a whole sort.
+/// LocalizedOrder compares names as the user's locale sorts them, without regard to case. Build one for a
+/// whole sort.
 class LocalizedOrder {
  public:
   LocalizedOrder();

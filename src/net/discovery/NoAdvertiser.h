@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// For users who do not want to be seen on the network.
+/// NoAdvertiser publishes nothing, for users who do not want to be seen on the network.
 class NoAdvertiser final : public ServiceAdvertiser {
  public:
   Registration advertise(const ServiceDescription& service, StatusHandler onStatus) override {

@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-/// One service in DNS-Based Service Discovery (RFC 6763), in the default domain.
+/// ServiceDescription is one service in DNS-Based Service Discovery (RFC 6763), in the default domain.
 struct ServiceDescription {
   std::string name;
   std::string type;  // "_service._tcp"
@@ -33,8 +33,8 @@ struct AdvertisingStatus {
   bool operator==(const AdvertisingStatus&) const = default;
 };
 
-/// Keeps services visible on the local network for as long as the returned registration is held.
-/// The status callback comes on an arbitrary thread.
+/// ServiceAdvertiser keeps services visible on the local network, each for as long as its registration is
+/// held. The status callback comes on an arbitrary thread.
 class ServiceAdvertiser {
  public:
   using Registration = std::shared_ptr<void>;

@@ -10,7 +10,7 @@
 
 namespace tevanto {
 
-/// A service found on the local network, resolved to where it can be reached.
+/// FoundService is a service found on the local network, resolved to where it can be reached.
 struct FoundService {
   std::string name;
   std::string hostName;
@@ -21,11 +21,12 @@ struct FoundService {
   bool operator==(const FoundService&) const = default;
 };
 
-/// Looks for services on the local network.
+/// ServiceBrowser looks for services on the local network.
 class ServiceBrowser {
  public:
   virtual ~ServiceBrowser() = default;
-  /// Blocks for at most `wait` and returns what answered; returns early once the daemon has no more to say.
+  /// Blocks for at most `wait` and returns the services that answered. Returns early once the daemon knows of
+  /// no more.
   virtual Result<std::vector<FoundService>> browse(const std::string& type,
                                                    std::chrono::milliseconds wait) = 0;
 };

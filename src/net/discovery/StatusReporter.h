@@ -8,15 +8,16 @@
 
 namespace tevanto {
 
-/// The one road by which the status of one registration leaves: it passes changes only, and nothing any more
-/// once it has been closed.
+/// StatusReporter reports the status of one service registration to its handler. It suppresses repeated
+/// values. No call of the handler begins or is running once `close` has returned.
+/// `report` is called on one thread; `close` is thread-safe.
 class StatusReporter {
  public:
   StatusReporter(AdvertisingStatus initial, ServiceAdvertiser::StatusHandler handler);
 
   /// Calls the handler when `status` differs from the last one. Always on the same thread.
   void report(const AdvertisingStatus& status);
-  /// After it no call begins, and none is under way on another thread. Any thread, also inside the handler.
+  /// Waits for a call of the handler on another thread. May be called inside the handler too.
   void close();
 
  private:

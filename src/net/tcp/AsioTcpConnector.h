@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// Opens TCP connections from this side, over sockets of the event loop. The queue given to the connection's
-/// `start` must belong to the same loop.
+/// AsioTcpConnector opens TCP connections from this side, over sockets of the event loop.
+/// The queue given to the connection's `start` must belong to the same loop.
 class AsioTcpConnector {
  public:
   explicit AsioTcpConnector(std::shared_ptr<EventLoop> loop);

@@ -9,12 +9,13 @@
 
 namespace tevanto {
 
-/// Listeners over sockets of the event loop, one socket for IPv4 and one for IPv6 where the machine has it.
-/// The queue given to `start` must belong to the same loop; accepted connections live there too.
+/// AsioTcpListenerFactory makes listeners over sockets of the event loop: one socket for IPv4, and one for
+/// IPv6 where the machine has it.
+/// The queue given to a listener's `start` must belong to the same loop; accepted connections live there too.
 class AsioTcpListenerFactory final : public TcpListenerFactory {
  public:
-  /// What a system wants done with each socket, by its descriptor, before it is bound. Listening goes on
-  /// whatever comes of it.
+  /// Prepares each socket, by its descriptor, before it is bound, as the system needs. Listening does not
+  /// depend on the outcome.
   using SocketPreparation = std::function<void(int descriptor)>;
 
   /// `keepAlive`: of the connections that are accepted.

@@ -4,9 +4,9 @@
 
 namespace tevanto {
 
-/// When the system asks whether the other side of a silent connection is still there: a phone whose battery
-/// is empty, or that has left the house, says no goodbye. Without an answer the connection fails. Bytes
-/// under way are asked for by TCP itself.
+/// KeepAlive holds the times of TCP keep-alive: the system probes a silent connection and fails it without an
+/// answer. A phone with an empty battery, or out of range, does not close its connection. While bytes are
+/// under way, TCP's own retransmission notices.
 struct KeepAlive {
   std::chrono::seconds silence{30};   // before the first question
   std::chrono::seconds interval{10};  // from one to the next

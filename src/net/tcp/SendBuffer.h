@@ -11,8 +11,9 @@
 
 namespace tevanto {
 
-/// Bytes that wait for the kernel, in the order in which they were given. Small pieces share one block, whose
-/// memory is used again; a piece that is shared is kept where it lies, with what to do once it is gone.
+/// SendBuffer keeps the bytes that wait for the kernel, in the order in which they were given. Small pieces
+/// share one block, whose memory is used again. A shared piece is not copied; its task becomes due once the
+/// kernel has taken it.
 class SendBuffer {
  public:
   void append(std::span<const std::byte> bytes);

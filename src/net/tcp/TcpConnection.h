@@ -13,15 +13,16 @@
 
 namespace tevanto {
 
-/// The life of a platform connection. `failed` and `cancelled` are final; exactly one of them is reported.
+/// ConnectionState is the state of a platform connection. `failed` and `cancelled` are final; exactly one of
+/// them is reported.
 ///
 ///     setup --start--> preparing --> ready --> failed      (fault, or the peer has ended its stream)
 ///                          |           +-----> cancelled   (`cancel`)
 ///                          +--> failed or cancelled
 enum class ConnectionState { setup, waiting, preparing, ready, failed, cancelled };
 
-/// What one receive brought: bytes, whether the stream ended, and a fault if any. The bytes are valid until
-/// the callback returns or asks for more, whichever comes first.
+/// Received is the outcome of one receive: bytes, whether the stream ended, and a fault if any. The bytes are
+/// valid until the callback returns or asks for more, whichever comes first.
 struct Received {
   std::span<const std::byte> bytes;
   bool endOfStream = false;
@@ -31,16 +32,17 @@ struct Received {
 /// Bytes that several may hold and nobody changes.
 using SharedBytes = std::shared_ptr<const std::vector<std::byte>>;
 
-/// Memory that a receive may write into, and whatever keeps it there.
+/// ReceiveRoom is memory that a receive may write into, with its owner.
 struct ReceiveRoom {
   std::span<std::byte> bytes;
   std::shared_ptr<void> owner;
 };
 
-/// One TCP connection of the platform. Lives on the queue given to `start`: every call after that and every
-/// callback happens there, never inside a call. Each callback has a turn of its own, but a few receives that
-/// follow each other may share one. After a final state nothing more is called back, and nothing after its
-/// destruction, which is best done on the queue too.
+/// TcpConnection is one TCP connection of the platform. After a final state, and after its destruction,
+/// nothing is called back any more.
+/// Lives on the queue given to `start`: every call after that and every callback happens there, never inside
+/// a call. Each callback has a turn of its own, but a few receives that follow each other may share one.
+/// Destroy it on the queue where possible.
 class TcpConnection {
  public:
   using StateHandler = std::function<void(ConnectionState)>;

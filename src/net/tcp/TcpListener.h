@@ -12,10 +12,11 @@ namespace tevanto {
 
 enum class ListenerState { setup, waiting, ready, failed, cancelled };
 
-/// From where connections are accepted.
+/// ListenScope tells from where connections are accepted.
 enum class ListenScope { everywhere, loopback };
 
-/// A bound TCP listener of the platform, IPv4 and IPv6. Lives on the queue given to `start`.
+/// TcpListener is a bound TCP listener of the platform, IPv4 and IPv6.
+/// Lives on the queue given to `start`.
 class TcpListener {
  public:
   virtual ~TcpListener() = default;
@@ -29,7 +30,7 @@ class TcpListener {
   virtual std::uint16_t port() const = 0;
 };
 
-/// Binds a listener to a port (0: any free one), or says why it cannot be bound.
+/// TcpListenerFactory binds a listener to a port (0: any free one), or tells why it cannot be bound.
 class TcpListenerFactory {
  public:
   virtual ~TcpListenerFactory() = default;

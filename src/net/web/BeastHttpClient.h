@@ -9,8 +9,9 @@ namespace tevanto {
 
 class AsioTlsContext;
 
-/// Sends HTTP/1.1 requests over sockets of the event loop, each on a connection of its own. May be used from
-/// any thread; what was sent is answered even when this is gone by then.
+/// BeastHttpClient sends HTTP/1.1 requests over sockets of the event loop, each on a connection of its own. A
+/// request that was sent is answered even when the client is gone by then.
+/// Thread-safe.
 class BeastHttpClient final : public HttpClient {
  public:
   explicit BeastHttpClient(std::shared_ptr<EventLoop> loop, const TlsTrust& trust = {});

@@ -1,6 +1,6 @@
 #pragma once
 
-// For BeastWebSocketFactory alone: nobody else wants what this includes.
+// Private to BeastWebSocketFactory: shows types of Boost.Asio and Boost.Beast.
 
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket/stream.hpp>
@@ -19,8 +19,8 @@
 
 namespace tevanto {
 
-/// What outlives the connection object for as long as the socket still has work under way. Lives on its
-/// strand. It owns no queue and no loop: the loop owns the work that owns this.
+/// BeastWebSocketCore is the part of a WebSocket that lives for as long as the socket has work under way.
+/// Lives on its strand. It owns no queue and no loop: the loop owns the work that owns it.
 ///
 ///   opening --(answer)--> open --(cancel)--> closing --(close frames, 2 s)--> ended
 ///      any --(fault, close frame, cancel while opening)--> ended

@@ -12,17 +12,17 @@ namespace tevanto {
 
 class AsioTlsContext;
 
-/// How long a WebSocket waits for its server.
+/// WebSocketLimits tells how long a WebSocket waits for its server.
 struct WebSocketLimits {
-  /// From the start to the open socket; whoever is in more of a hurry cancels.
+  /// From the start to the open socket. A caller with a shorter deadline cancels.
   std::chrono::milliseconds open{60'000};
   std::chrono::milliseconds pong{20'000};
   /// For what is unsent, and for the server's own close frame.
   std::chrono::milliseconds close{2'000};
 };
 
-/// Makes WebSockets over sockets of the event loop. The queue given to a connection's `start` must belong to
-/// the same loop.
+/// BeastWebSocketFactory makes WebSockets over sockets of the event loop.
+/// The queue given to a connection's `start` must belong to the same loop.
 class BeastWebSocketFactory final : public WebSocketFactory {
  public:
   explicit BeastWebSocketFactory(std::shared_ptr<EventLoop> loop, const TlsTrust& trust = {},

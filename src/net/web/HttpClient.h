@@ -34,7 +34,8 @@ struct HttpResponse {
   std::string body;
 };
 
-/// Sends requests without blocking. With "https://" the server's certificate and host name are verified.
+/// HttpClient sends requests without blocking. With "https://" the server's certificate and host name are
+/// verified.
 class HttpClient {
  public:
   /// Called exactly once, on the queue given to `send`.

@@ -11,9 +11,10 @@
 
 namespace tevanto {
 
-/// The client's end of one WebSocket (RFC 6455). Lives on the queue given to `start`: every call after that
-/// and every callback happens there, each callback in a turn of its own, never inside a call. After `onEnd`,
-/// after `cancel` and after its destruction nothing is called back.
+/// WebSocketConnection is the client's end of one WebSocket (RFC 6455). After `onEnd`, after `cancel` and
+/// after its destruction nothing is called back.
+/// Lives on the queue given to `start`: every call after that and every callback happens there. Each callback
+/// has a turn of its own, never inside a call.
 class WebSocketConnection {
  public:
   /// Why it ended by itself: the server's close frame, or a fault.
@@ -46,7 +47,7 @@ class WebSocketConnection {
   static constexpr std::size_t kMaxMessageBytes = 1024 * 1024;
 };
 
-/// Makes connections; a fake one for tests.
+/// WebSocketFactory makes connections.
 class WebSocketFactory {
  public:
   virtual ~WebSocketFactory() = default;

@@ -16,7 +16,7 @@ namespace tevanto {
 
 using DisplayID = std::uint32_t;
 
-/// A display that can be captured; its size in pixels.
+/// ShareableDisplay is a display that can be captured; its size is in pixels.
 struct ShareableDisplay {
   DisplayID id = 0;
   std::int64_t width = 0;
@@ -40,7 +40,7 @@ struct CaptureConfiguration {
 enum class SampleType { screen, audio };
 enum class SampleStatus { complete, idle, blank, suspended };
 
-/// What the stream delivers. Only a valid, complete screen sample carries a picture.
+/// CaptureSample is what a stream delivers. Only a valid, complete screen sample carries a picture.
 struct CaptureSample {
   bool isValid = true;
   SampleType type = SampleType::screen;
@@ -49,11 +49,14 @@ struct CaptureSample {
   PresentationTime presentationTime{0};
 };
 
-/// One running capture of one display. Driven by events: while neither the picture nor the pointer changes,
-/// nothing runs and nothing is called. The first change after rest is delivered at once; from then on at most
-/// one sample per `minimumFrameInterval`, and the last change of a burst is always delivered. The first
-/// sample after the start is the whole display as it is. Any thread may call, and destroy it, from within a
-/// callback too.
+/// CaptureStream is one running capture of one display. It is driven by events: while neither the picture nor
+/// the pointer changes, nothing runs and nothing is called.
+///
+/// - The first sample after the start is the whole display.
+/// - The first change after rest is delivered at once, later ones at most once per `minimumFrameInterval`.
+/// - The last change of a burst is always delivered.
+///
+/// Thread-safe; it may be called and destroyed within a callback too.
 class CaptureStream {
  public:
   struct Handlers {
@@ -70,8 +73,9 @@ class CaptureStream {
   virtual void stop(std::function<void(Result<void>)> done) = 0;
 };
 
-/// The displays of this computer. Any thread may call. Holds nothing of the display's resources while no
-/// stream exists.
+/// DisplayCapture lists the displays of this computer and captures them. It holds none of the display's
+/// resources while no stream exists.
+/// Thread-safe.
 class DisplayCapture {
  public:
   virtual ~DisplayCapture() = default;

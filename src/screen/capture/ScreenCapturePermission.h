@@ -4,11 +4,13 @@
 
 namespace tevanto {
 
-/// Where the user grants the permission on a system that has such a page.
+/// The page on which the user grants the permission, on a system that has one.
 inline constexpr std::string_view kScreenRecordingSettingsUrl =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture";
 
-/// Whether the system lets this process capture the screen. May be asked from any thread; asks nobody.
+/// ScreenCapturePermission tells whether the system lets this process capture the screen. Only `request`
+/// shows a question to the user.
+/// Thread-safe.
 class ScreenCapturePermission {
  public:
   virtual ~ScreenCapturePermission() = default;

@@ -25,7 +25,7 @@ NalUnitType nalUnitType(std::span<const std::byte> nalUnit);
 /// bytes that may follow one. What comes before the first start code is left out.
 std::vector<std::span<const std::byte>> annexBNalUnits(std::span<const std::byte> stream);
 
-/// What an encoder put out for one picture, taken apart.
+/// AccessUnit is the output of an encoder for one picture, taken apart.
 struct AccessUnit {
   bool isIdr = false;
   std::optional<std::vector<std::byte>> sps;  // where the stream holds them

@@ -9,10 +9,17 @@
 
 namespace tevanto {
 
-/// How much of a leaky bucket is left by the clock, and how much an encoder believes is left that takes every
-/// frame for one interval. After a pause the encoder knows of less than there is, and would make the next
-/// large change needlessly coarse; begun anew it knows of all. Frames that come faster than expected make it
-/// believe in more than there is. In bits; times are of a clock, not of the pictures.
+/// DataRateAccount compares a leaky bucket by the clock with the same bucket as the encoder counts it.
+///
+///     full --.               .--------  left by the clock: refills all the time
+///             \           .'
+///              '---------'------------  left as the encoder counts: refills with frames only
+///     frames  | | | | |   (pause)   |   a large change here meets the gap: begin the encoder anew
+///
+/// The clock refills the bucket all the time, the encoder only by one frame interval for each frame. After a
+/// pause the encoder counts on too little and would make the next large change needlessly coarse; one that is
+/// begun anew knows of all that is left. Frames that come faster than expected make it count on too much.
+/// A value. In bits; times are of a clock, not of the pictures.
 class DataRateAccount {
  public:
   DataRateAccount() = default;

@@ -47,7 +47,7 @@ struct EncodeFrameProperties {
   bool operator==(const EncodeFrameProperties&) const = default;
 };
 
-/// What came out for one frame. The bytes are valid during the output handler only.
+/// EncodedSample is the output for one frame. The bytes are valid during the output handler only.
 struct EncodedSample {
   /// The sample's attachments; `notSync` absent or false marks a key frame (IDR).
   struct Attachments {
@@ -66,14 +66,14 @@ struct EncodedSample {
 
 enum class EncodeStatus { success, failure };
 
-/// One compression session for pictures of one size. Any thread may call `invalidate`; the other calls come
-/// one at a time. May be destroyed on any thread, from within an output handler too.
+/// EncoderSession is one compression session for pictures of one size.
+/// `invalidate` is thread-safe; the other calls come one at a time. It may be destroyed on any thread, within
+/// an output handler too.
 class EncoderSession {
  public:
-  /// `sample` is null when nothing came out: a picture is left out where the data rate does not allow for it,
-  /// or key frames are asked for one right behind the other; the key frame that was asked for with it then
-  /// comes with a later one. Comes on any thread, also
-  /// within `encodeFrame`; never later than the next frame's.
+  /// `sample` is null when nothing came out. A picture is left out where the data rate does not allow for it,
+  /// or where one key frame is requested right after another; the key frame then comes with a later picture.
+  /// Called on any thread, also within `encodeFrame`; never later than the next frame's.
   using OutputHandler = std::function<void(EncodeStatus status, const EncodedSample* sample)>;
 
   virtual ~EncoderSession() = default;
@@ -89,7 +89,8 @@ class EncoderSession {
   virtual void invalidate() = 0;
 };
 
-/// Makes compression sessions, with the best encoder of this computer. Any thread may call.
+/// EncoderSessionFactory makes compression sessions, with the best encoder of this computer.
+/// Thread-safe.
 class EncoderSessionFactory {
  public:
   virtual ~EncoderSessionFactory() = default;

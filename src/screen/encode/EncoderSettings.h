@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-/// What a compression session asks of its encoder.
+/// EncoderSettings are the demands of a compression session on its encoder.
 struct EncoderSettings {
   std::int32_t width = 0;
   std::int32_t height = 0;
@@ -21,7 +21,8 @@ struct EncoderSettings {
   std::optional<std::int64_t> left;  // bits in the leaky bucket at the beginning; else it is full
 };
 
-/// What encoders know as their virtual buffer: it fills at `rate`, each picture takes its bits out of it.
+/// LeakyBucket is the virtual buffer of an encoder: it fills at `rate`, and each picture takes its bits out
+/// of it.
 struct LeakyBucket {
   std::int64_t rate;  // bits per second
   std::int64_t size;  // bits
@@ -39,7 +40,7 @@ int frameRate(const EncoderSettings& settings);
 /// Frames from one key frame to the next at the most, within what encoders take.
 int keyFrameInterval(const EncoderSettings& settings);
 
-/// The floor of the quantiser: finer ones cost bits that nobody sees on text.
+/// The floor of the quantizer: finer ones cost bits that nobody sees on text.
 inline constexpr int kFinestQuantizer = 18;
 
 /// The encoder in software; it always works.

@@ -13,10 +13,10 @@
 
 namespace tevanto {
 
-/// Turns the pictures of one streaming session into H.264 for low latency: no reordering, a key frame at
-/// least every four seconds, a hard cap on the data of each second. Its compression session is made with the
-/// first picture, and again whenever their size changes. `encode` runs on the capture queue; output comes on
-/// the session's thread.
+/// H264Encoder turns the pictures of one streaming session into H.264 for low latency: no reordering, a key
+/// frame at least every four seconds, a hard cap on the data of each second. It makes its compression session
+/// with the first picture, and a new one whenever the size changes.
+/// `encode` runs on the capture queue; output comes on the session's thread.
 class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
  public:
   /// The bytes are valid during the call only.

@@ -8,15 +8,21 @@
 
 namespace tevanto {
 
-/// When a key frame that was asked for may come. One that is asked for right behind the last one says that
-/// the way to the viewer is full, and another at once would only fill it further: it is as large as many
-/// ordinary frames. So those that follow one another wait for each other, longer each time, up to as long as
-/// a key frame is ever waited for. A value; times are of a clock.
+/// KeyFrameRequests rate-limits requested key frames: one a second, doubled up to 4 s while requests follow
+/// each other.
+///
+///     frames    K P P P P K      K          K                    K
+///     requests          ^ ^      ^          ^
+///     answered     at once 1 s   2 s        4 s later, never more
+///
+/// A request right after a key frame means that the route is congested. Another key frame, many times the
+/// size of a P frame, would make it worse.
+/// A value; times are of a clock.
 class KeyFrameRequests {
  public:
   static constexpr std::chrono::seconds kFirstPause{1};
   static constexpr std::chrono::seconds kLongestPause{4};
-  /// Frames behind a key frame, of which more have gone well than the one that was refused.
+  /// So many frames after a key frame, at most, mean that the route refused one of the two.
   static constexpr int kFewFrames = 1;
 
   bool mayBeMet(PresentationTime time) const {

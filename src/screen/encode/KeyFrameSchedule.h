@@ -8,8 +8,15 @@
 
 namespace tevanto {
 
-/// When the next key frame is due: an encoder that counts frames alone lets a viewer wait for minutes while
-/// few of them come. Zero switches a limit off.
+/// KeyFrameSchedule tells when the next key frame is due: after a number of frames or after a duration,
+/// whichever comes first.
+///
+///     moving   K P P P P P P P K        `frames` after the last one
+///     at rest  K     P         K        `duration` after the last one
+///
+/// An encoder that counts frames alone lets a viewer wait for minutes while few of them come. Zero switches a
+/// limit off.
+/// A value; times are of a clock.
 class KeyFrameSchedule {
  public:
   KeyFrameSchedule() = default;

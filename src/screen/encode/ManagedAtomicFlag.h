@@ -5,7 +5,8 @@
 
 namespace tevanto {
 
-/// A request that any thread may make and one place takes. Starts unset.
+/// ManagedAtomicFlag is a request that any thread sets and one place takes. It starts unset.
+/// Thread-safe.
 class ManagedAtomicFlag {
  public:
   void set() {

@@ -9,17 +9,17 @@
 
 namespace tevanto {
 
-/// One opened encoder. Used by one thread at a time.
+/// PictureEncoder is one opened encoder.
+/// Used by one thread at a time.
 class PictureEncoder {
  public:
   virtual ~PictureEncoder() = default;
 
-  /// What came out, which is for this picture, as nothing is held back: absent when the encoder put nothing
-  /// out. The picture is read where it lies; the encoder lets go of it by its return. Key frames carry their
-  /// parameter sets.
+  /// The output for this picture, as nothing is held back; absent when the encoder put nothing out. The
+  /// picture is not copied; the encoder lets go of it by its return. Key frames carry their parameter sets.
   virtual Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture,
                                                    bool forceKeyFrame) = 0;
-  /// The mean quantiser of what came out last; absent for encoders that do not tell.
+  /// The mean quantizer of the last output; absent for encoders that do not tell.
   virtual std::optional<double> lastQuantizer() const = 0;
 };
 

@@ -9,14 +9,14 @@
 
 namespace tevanto {
 
-/// Finds by how many rows a page has scrolled from one picture to the next, from a few columns of it. Where
-/// nothing moved as one, it says so. A fraction of a millisecond a picture.
+/// ScrollProbe finds by how many rows a page has scrolled from one picture to the next. It compares a few
+/// columns, in a fraction of a millisecond a picture, and gives no answer where nothing moved as one.
 class ScrollProbe {
  public:
   static constexpr int kFarthest = 112;  // rows
 
-  /// The next picture's luma, which differs from the one before within `changed`. How far up what is in there
-  /// has gone (down when negative); absent when it has not, or is not to be told.
+  /// The next picture's luma, which differs from the one before within `changed`. The number of rows by which
+  /// its content has moved up (down when negative); absent when it has not moved, or the number is not clear.
   std::optional<int> take(const PixelPlane& luma, const PixelRect& changed);
 
  private:

@@ -4,18 +4,25 @@
 
 namespace tevanto {
 
-/// How long before it is due a picture is begun. Reading and drawing a page that scrolls takes a good part of
-/// what encoding it does: begun so much earlier, it can go out when it is due, with what is drawn over
-/// meanwhile put in. Small changes take no time worth saving. Where most of an early picture is drawn over,
-/// that was work for nothing, and some pictures wait for their moment, up to eight where it goes on so. A
-/// value without a clock.
+/// CaptureLeadTime tells how long before a picture is due the capture begins it.
+///
+///     due             |                    |                    |
+///     without         |read, draw|encode   |read, draw|encode   |
+///     with   read, draw|encode    read, draw|encode
+///            <--lead-->           <--lead-->
+///
+/// Reading and drawing a page that scrolls takes a good part of the time of encoding it: begun by so much
+/// earlier, the picture goes out when it is due, and later changes are drawn into it. Small changes take no
+/// time worth saving. Where most of an early picture is drawn over again, the work was wasted: some pictures
+/// are then begun when they are due, up to eight in a row while that goes on.
+/// A value without a clock.
 class CaptureLeadTime {
  public:
   using Duration = SerialQueue::Duration;
 
   explicit CaptureLeadTime(Duration frameInterval) : most_(frameInterval / 4) {}
 
-  /// Of the next picture; zero when it waits for its moment.
+  /// Of the next picture; zero when it is begun when it is due.
   Duration length() const { return pause_ == 0 ? length_ : Duration::zero(); }
   /// A picture took `time` to be read and drawn, before or when it was due.
   void drew(Duration time, bool isLarge);

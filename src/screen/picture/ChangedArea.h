@@ -13,8 +13,9 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b);
 PixelRect bounds(const PixelRect& a, const PixelRect& b);
 inline bool hasPixels(const PixelRect& rect) { return rect.width > 0 && rect.height > 0; }
 
-/// What changed of a picture, as a few rectangles that share no row: a clock that ticks above and a cursor
-/// that blinks below cost two small bands rather than everything between. A value.
+/// ChangedArea holds the changed parts of a picture as a few rectangles that share no row. A clock that ticks
+/// above and a cursor that blinks below cost two small bands rather than everything between.
+/// A value.
 class ChangedArea {
  public:
   void add(const PixelRect& rect);

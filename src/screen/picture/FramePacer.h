@@ -6,9 +6,10 @@
 
 namespace tevanto {
 
-/// When a picture is taken: at once for the first change after rest, then one interval after the last one was
-/// due, and after every change, so that the last one of a burst is never lost. A value without a clock or
-/// timer of its own.
+/// FramePacer tells when a picture is taken: at once for the first change after rest, then one interval after
+/// the last one was due. Each change leads to a picture after it, so that the last change of a burst is never
+/// lost.
+/// A value without a clock or timer.
 class FramePacer {
  public:
   using Duration = SerialQueue::Duration;

@@ -11,10 +11,11 @@
 
 namespace tevanto {
 
-/// A picture's scaler that draws what is large together with a second thread, because that is time by which
-/// every picture of a moving page comes later. Both take band after band, so that a thread that the system
-/// lets wait holds up nothing but the band that it is at. The thread begins with the first large part and
-/// ends with the object; in between it sleeps. Called by one thread.
+/// ParallelScaler scales large parts of a picture together with a second thread, as each picture of a moving
+/// page is late by that time. Both threads take band after band: a thread that the system does not schedule
+/// delays nothing but its present band.
+/// Called by one thread. The second thread begins with the first large part, sleeps in between, and ends with
+/// the object.
 class ParallelScaler {
  public:
   ParallelScaler(int sourceWidth, int sourceHeight, int outputWidth, int outputHeight);

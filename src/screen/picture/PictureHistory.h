@@ -7,8 +7,9 @@
 
 namespace tevanto {
 
-/// What changed from picture to picture, for as far back as recycled buffers are likely to reach: tells what
-/// to redraw in a buffer that still holds an earlier picture. A value.
+/// PictureHistory holds the changes from picture to picture, for as far back as recycled buffers are likely
+/// to reach. It tells which area to redraw in a buffer that still holds an earlier picture.
+/// A value.
 class PictureHistory {
  public:
   /// `everything`: the whole picture.

@@ -11,9 +11,10 @@ namespace tevanto {
 
 struct PixelRows;
 
-/// Draws a display's picture, or the part of it that changed, into a buffer of another size and format: an
-/// area filter first, then the conversion to YCbCr while the rows are still in the nearest cache. Where the
-/// shapes differ, the picture keeps its proportions between black bars. One thread.
+/// PictureScaler draws a display's picture, or the changed part of it, into a buffer of another size and
+/// format. It runs an area filter, then the conversion to YCbCr while the rows are still in the nearest
+/// cache. Where the shapes differ, the picture keeps its proportions between black bars.
+/// Used by one thread.
 class PictureScaler {
  public:
   PictureScaler(int sourceWidth, int sourceHeight, int outputWidth, int outputHeight);

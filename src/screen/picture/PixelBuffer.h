@@ -18,7 +18,8 @@ enum class PixelFormat {
   native,  // no planes: `nativeHandle` is a buffer of the system's own, such as a CVPixelBuffer
 };
 
-/// What the numbers in a buffer mean; the YCbCr formats carry ITU-R BT.709 in limited range.
+/// ColorSpace is the meaning of the numbers in a buffer; the YCbCr formats carry ITU-R BT.709 in limited
+/// range.
 enum class ColorSpace { srgb, bt709Limited };
 
 struct PixelPlane {
@@ -38,17 +39,17 @@ struct PixelRect {
   bool operator==(const PixelRect&) const = default;
 };
 
-/// Which picture a buffer holds, and where it differs from an earlier one. Lets the capture redraw only what
-/// changed in a recycled buffer, and the encoder skip what stands still. Numbers count up from 1 within a
-/// stream.
+/// PictureChange names the picture that a buffer holds, and the region in which it differs from an earlier
+/// one. With it the capture redraws only the changes in a recycled buffer, and the encoder skips the parts
+/// that stand still. Numbers count up from 1 within a stream.
 struct PictureChange {
   std::uint64_t picture = 0;   // 0: unknown
   std::uint64_t previous = 0;  // the picture that `region` is counted from; 0: everything changed
   PixelRect region;
 };
 
-/// One picture on its way from capture to encoder. Shared, never copied: the capture fills it, and from its
-/// delivery on nobody changes it until the last owner lets go.
+/// PixelBuffer is one picture on its way from capture to encoder. It is shared, never copied: the capture
+/// fills it, and after its delivery it does not change until the last owner lets go.
 class PixelBuffer {
  public:
   virtual ~PixelBuffer() = default;

@@ -8,7 +8,8 @@
 
 namespace tevanto {
 
-/// The screen wire's integers: most significant byte first. The caller has checked that the bytes are there.
+/// Reads an integer, most significant byte first (docs/protocol.md, section 2). The caller has checked that
+/// the bytes are there.
 template <class Integer>
 Integer readBigEndian(std::span<const std::byte> bytes) {
   Integer value = 0;

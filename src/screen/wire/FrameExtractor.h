@@ -9,12 +9,8 @@
 
 namespace tevanto {
 
-/// Cuts a byte stream into frames, each a length and then as many bytes of payload:
-///
-///     0  4 bytes       length of the payload, big-endian; 0 is a valid, empty frame
-///     4  length bytes  payload
-///
-/// Does no I/O; keeps at most one unfinished frame.
+/// FrameExtractor cuts the byte stream of a screen connection into frames. Layout: docs/protocol.md, section
+/// 8. It does no I/O, and keeps at most one unfinished frame.
 class FrameExtractor {
  public:
   static constexpr std::size_t kHeaderBytes = 4;

@@ -12,10 +12,11 @@
 
 namespace tevanto {
 
-/// Carries the screen stream over one TCP connection, in length-prefixed frames (see FrameExtractor), and
-/// counts the bytes on their way out, so that its owner can drop video frames instead of building a queue.
-/// Lives on the queue given to `start`; only `send` may be called from any thread. Made and started by the
-/// server, which also keeps it.
+/// FramedConnection carries the screen stream over one TCP connection, in length-prefixed frames
+/// (FrameExtractor). It counts the bytes on their way out, so that its owner can drop video frames instead of
+/// building a queue.
+/// Lives on the queue given to `start`; only `send` is thread-safe.
+/// Owned by the server.
 class FramedConnection final : public std::enable_shared_from_this<FramedConnection> {
  public:
   explicit FramedConnection(std::unique_ptr<TcpConnection> connection);

@@ -8,8 +8,9 @@
 
 namespace tevanto {
 
-/// The receiving end of the screen channel: assembles messages and holds back video frames that come late or
-/// twice. Its owner keeps it on one queue and resets it with every new channel.
+/// ScreenPacketReceiver is the receiving end of the screen channel: it assembles messages and drops video
+/// frames that come late or twice. Rules: docs/protocol.md, section 10.4.
+/// Its owner keeps it on one queue and resets it with every new channel.
 class ScreenPacketReceiver {
  public:
   /// Takes one packet; gives a message when one is complete and due. A video frame is due only when its

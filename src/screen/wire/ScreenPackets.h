@@ -9,12 +9,8 @@
 
 namespace tevanto {
 
-/// A screen message on a data channel, whose own messages are kept small, is cut into packets:
-///
-///     0  4 bytes  packet id, the same for all chunks of one screen message    (integers big-endian)
-///     4  2 bytes  chunk index, from 0
-///     6  2 bytes  chunk count, 1 to 800
-///     8           1 to 4,000 bytes of the screen message; only the last chunk is shorter than 4,000
+/// ScreenPacket is one packet of a screen message on a data channel, whose own messages are kept small.
+/// Layout: docs/protocol.md, section 10.4.
 struct ScreenPacket {
   std::uint32_t packetID = 0;
   std::uint16_t index = 0;
@@ -27,7 +23,7 @@ inline constexpr std::size_t kScreenPacketPayloadBytes = 4000;
 inline constexpr std::size_t kMaxScreenPackets = 800;
 inline constexpr std::size_t kMaxScreenMessageBytes = kMaxScreenPackets * kScreenPacketPayloadBytes;
 
-/// The packets of one screen message, back to back in one piece of memory.
+/// ScreenPacketList holds the packets of one screen message, back to back in one piece of memory.
 class ScreenPacketList {
  public:
   std::size_t size() const { return (bytes_.size() + kStride - 1) / kStride; }

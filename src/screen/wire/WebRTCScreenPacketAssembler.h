@@ -18,8 +18,9 @@ struct AssembledScreenMessage {
   std::vector<std::byte> bytes;
 };
 
-/// Puts screen messages back together from their packets, in whatever order those come, within bounds on what
-/// unfinished messages may hold. A value; its owner keeps it on one queue.
+/// WebRTCScreenPacketAssembler puts screen messages back together from their packets, in whatever order those
+/// come. Unfinished messages are bounded in number, bytes and time. Layout: docs/protocol.md, section 10.4.
+/// A value; its owner keeps it on one queue.
 class WebRTCScreenPacketAssembler {
  public:
   using TimePoint = SerialQueue::TimePoint;

@@ -7,13 +7,13 @@
 
 namespace tevanto {
 
-/// Advertises through the Avahi daemon, which it follows: services are published again after the daemon was
-/// restarted, once it appears, and after its host name changed; a name that is taken on the network is
-/// replaced by its next alternative ("Name #2").
+/// AvahiServiceAdvertiser advertises services through the Avahi daemon. It publishes them again after the
+/// daemon was restarted, once it appears, and after its host name changed. A name that is taken on the
+/// network is replaced by its next alternative ("Name #2").
 ///
-/// It may be used and destroyed on any thread, also inside a status callback. A status is reported when it
+/// Thread-safe; it may be used and destroyed inside a status callback too. A status is reported when it
 /// differs from the last one; the first one differs from `pending`. Dropping a registration waits for a
-/// callback of it that runs on another thread, so do not hold a lock then that the callback takes.
+/// callback of it that runs on another thread: hold no lock then that the callback takes.
 class AvahiServiceAdvertiser final : public ServiceAdvertiser {
  public:
   /// `retryEvery` is the wait before another attempt to reach a system bus that is not there; nothing tells

@@ -6,8 +6,9 @@
 
 namespace tevanto {
 
-/// Looks for services through the Avahi daemon. Each call of `browse` has a connection of its own and runs on
-/// the caller's thread; several threads may browse at once. Fails when there is no daemon to ask.
+/// The browser that looks for services through the Avahi daemon. Each call of `browse` has a connection of
+/// its own and runs on the caller's thread; several threads may browse at once. It fails when no daemon
+/// answers.
 std::unique_ptr<ServiceBrowser> makeAvahiServiceBrowser();
 
 }  // namespace tevanto

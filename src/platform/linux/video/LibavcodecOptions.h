@@ -10,7 +10,7 @@ struct AVCodecContext;
 
 namespace tevanto {
 
-/// Sets what all encoders have in common: size, rates, colours, key frames.
+/// Sets what all encoders have in common: size, rates, colors, key frames.
 void applySettings(AVCodecContext& context, const EncoderSettings& settings);
 
 /// The private options of an encoder for low latency: nothing held back, key frames only where they are asked

@@ -10,8 +10,10 @@
 
 namespace tevanto {
 
-/// The encoders of a module that is loaded when the first session is made: most runs of the companion never
-/// mirror, and need neither its libraries nor the search for an encoder that works.
+/// LoadedEncoders makes compression sessions with the encoders of a module, which it loads with the first
+/// session. Most runs of the companion never mirror, and need neither its libraries nor the search for a
+/// working encoder.
+/// Thread-safe.
 class LoadedEncoders final : public EncoderSessionFactory {
  public:
   explicit LoadedEncoders(Logger log) : log_(std::move(log)) {}

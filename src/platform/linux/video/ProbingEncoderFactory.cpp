@@ -39,12 +39,12 @@ ProbingEncoderFactory::ProbingEncoderFactory(PictureEncoderSession::Environment 
 
 Result<std::shared_ptr<EncoderSession>> ProbingEncoderFactory::create(std::int32_t width, std::int32_t height,
                                                                       VideoCodec codec) {
-  if (codec != VideoCodec::h264) return Failure{"Only H.264 can be encoded"};
+  if (codec != VideoCodec::h264) return Failure{"Only H.264 can be encoded."};
   if (!isPossible(width) || !isPossible(height)) {
     return Failure{"Pictures of " + std::to_string(width) + "×" + std::to_string(height) +
-                   " cannot be encoded"};
+                   " cannot be encoded."};
   }
-  if (choice().encoder.empty()) return Failure{"No H.264 encoder works on this computer"};
+  if (choice().encoder.empty()) return Failure{"No H.264 encoder works on this computer."};
   return std::shared_ptr<EncoderSession>(
       std::make_shared<PictureEncoderSession>(choice().encoder, width, height, environmentOfSession()));
 }

@@ -6,9 +6,9 @@
 
 namespace tevanto {
 
-/// The displays of an X server, by XCB with DAMAGE, XFIXES, MIT-SHM and RandR. Connects anew for each
-/// question and for each stream, and keeps nothing in between. The sample queue of a stream has to be a queue
-/// of an event loop.
+/// X11DisplayCapture lists and captures the displays of an X server, by XCB with DAMAGE, XFIXES, MIT-SHM and
+/// RandR. It opens a connection for each question and for each stream, and keeps nothing in between.
+/// The sample queue of a stream has to be a queue of an event loop.
 class X11DisplayCapture final : public DisplayCapture {
  public:
   /// An empty `displayName` means what DISPLAY says at the time.

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// An X server lets every client read the screen that it lets connect: the permission is there while a server
-/// answers that has a display and gives its pixels away.
+/// X11ScreenCapturePermission is granted while an X server answers that has a display and lets its pixels be
+/// read. An X server lets each client that may connect read the screen.
 class X11ScreenCapturePermission final : public ScreenCapturePermission {
  public:
   /// An empty `displayName` means what DISPLAY says at the time.
@@ -15,7 +15,7 @@ class X11ScreenCapturePermission final : public ScreenCapturePermission {
 
   /// Connects and reads a pixel row; blocks for a few round trips.
   bool isGranted() override;
-  /// There is nobody to ask.
+  /// Does nothing: X11 has no such permission to request.
   void request() override {}
 
  private:

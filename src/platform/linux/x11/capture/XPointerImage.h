@@ -31,7 +31,7 @@ class XPointerImage {
   int height_ = 0;
   int hotX_ = 0;
   int hotY_ = 0;
-  std::vector<std::uint32_t> pixels_;  // alpha in the highest byte, the colours multiplied by it
+  std::vector<std::uint32_t> pixels_;  // alpha in the highest byte, the colors multiplied by it
   PixelRect covered_;
   std::vector<std::uint32_t> under_;
 };
