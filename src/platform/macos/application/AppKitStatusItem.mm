@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "platform/macos/values/MenuBarGeometry.h"
+#include "platform/macos/values/system/MenuBarGeometry.h"
 
 @interface TevantoStatusItemTarget : NSObject
 - (instancetype)initWithHandler:(std::function<void()>)handler;

@@ -7,7 +7,7 @@
 
 #include "platform/macos/foundation/Entitlements.h"
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/CloudRecordFields.h"
+#include "platform/macos/values/network/CloudRecordFields.h"
 
 static_assert(CKErrorPartialFailure == 2 && CKErrorUnknownItem == tevanto::CloudError::kUnknownItem &&
                   CKAccountStatusAvailable == 1 && CKAccountStatusTemporarilyUnavailable == 4,

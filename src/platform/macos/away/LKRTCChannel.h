@@ -5,7 +5,7 @@
 
 #include "p2p/peer/PeerConnection.h"
 #include "platform/macos/away/LKRTCFramework.h"
-#include "platform/macos/values/ChannelCallbacks.h"
+#include "platform/macos/values/network/ChannelCallbacks.h"
 
 namespace tevanto {
 

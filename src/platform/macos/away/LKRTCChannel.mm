@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/PeerStates.h"
+#include "platform/macos/values/network/PeerStates.h"
 
 static_assert(LKRTCDataChannelStateConnecting == 0 && LKRTCDataChannelStateOpen == 1 &&
                   LKRTCDataChannelStateClosing == 2 && LKRTCDataChannelStateClosed == 3,

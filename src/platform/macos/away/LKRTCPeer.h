@@ -4,7 +4,7 @@
 
 #include "p2p/peer/PeerConnection.h"
 #include "platform/macos/away/LKRTCFramework.h"
-#include "platform/macos/values/PeerCallbacks.h"
+#include "platform/macos/values/network/PeerCallbacks.h"
 
 namespace tevanto {
 

@@ -6,7 +6,7 @@
 #include "platform/macos/away/LKRTCPeerDelegate.h"
 #include "platform/macos/foundation/FoundationText.h"
 #include "platform/macos/foundation/SystemError.h"
-#include "platform/macos/values/RouteStatistics.h"
+#include "platform/macos/values/network/RouteStatistics.h"
 
 namespace tevanto {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "platform/macos/away/LKRTCChannel.h"
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/PeerStates.h"
+#include "platform/macos/values/network/PeerStates.h"
 
 // The portable translation knows these numbers.
 static_assert(LKRTCIceConnectionStateNew == 0 && LKRTCIceConnectionStateFailed == 4 &&

@@ -4,7 +4,7 @@
 
 #include "platform/macos/control/ApplicationIcon.h"
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/ApplicationFolders.h"
+#include "platform/macos/values/system/ApplicationFolders.h"
 
 namespace tevanto {
 namespace {

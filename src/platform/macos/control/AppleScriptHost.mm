@@ -3,7 +3,7 @@
 #import <Foundation/Foundation.h>
 
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/ScriptValueKind.h"
+#include "platform/macos/values/system/ScriptValueKind.h"
 
 namespace tevanto {
 namespace {

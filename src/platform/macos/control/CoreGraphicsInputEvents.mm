@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "platform/macos/foundation/CfOwned.h"
-#include "platform/macos/values/MediaKeyEvent.h"
+#include "platform/macos/values/system/MediaKeyEvent.h"
 
 namespace tevanto {
 namespace {

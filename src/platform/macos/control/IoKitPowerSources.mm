@@ -6,7 +6,7 @@
 
 #include "platform/macos/foundation/CfOwned.h"
 #include "platform/macos/foundation/PropertyListValue.h"
-#include "platform/macos/values/PowerSourceDescription.h"
+#include "platform/macos/values/system/PowerSourceDescription.h"
 
 namespace tevanto {
 

@@ -4,7 +4,7 @@
 #import <ServiceManagement/ServiceManagement.h>
 
 #include "platform/macos/foundation/FoundationText.h"
-#include "platform/macos/values/LoginItemStates.h"
+#include "platform/macos/values/system/LoginItemStates.h"
 
 namespace tevanto {
 namespace {

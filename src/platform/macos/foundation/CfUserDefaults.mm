@@ -4,7 +4,7 @@
 
 #include "platform/macos/foundation/FoundationText.h"
 #include "platform/macos/foundation/PropertyListValue.h"
-#include "platform/macos/values/DefaultsValues.h"
+#include "platform/macos/values/system/DefaultsValues.h"
 
 namespace tevanto {
 namespace {

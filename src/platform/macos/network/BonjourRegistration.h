@@ -9,7 +9,7 @@
 
 #include "net/discovery/ServiceAdvertiser.h"
 #include "net/discovery/StatusReporter.h"
-#include "platform/macos/values/BonjourErrors.h"
+#include "platform/macos/values/network/BonjourErrors.h"
 
 namespace tevanto {
 

@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "net/discovery/ServiceRecord.h"
-#include "platform/macos/values/BonjourErrors.h"
+#include "platform/macos/values/network/BonjourErrors.h"
 
 namespace tevanto {
 namespace {

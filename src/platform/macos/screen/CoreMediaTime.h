@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "platform/macos/values/MediaTime.h"
+#include "platform/macos/values/system/MediaTime.h"
 #include "screen/picture/PixelBuffer.h"
 
 namespace tevanto {

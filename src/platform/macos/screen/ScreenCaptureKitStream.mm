@@ -9,7 +9,7 @@
 #include "platform/macos/foundation/SystemError.h"
 #include "platform/macos/screen/CoreMediaTime.h"
 #include "platform/macos/screen/CoreVideoPixelBuffer.h"
-#include "platform/macos/values/CaptureValues.h"
+#include "platform/macos/values/system/CaptureValues.h"
 
 static_assert(tevanto::kCapturePixelFormat == kCVPixelFormatType_32BGRA);
 static_assert(static_cast<int>(SCFrameStatusComplete) == 0 && static_cast<int>(SCFrameStatusSuspended) == 3,

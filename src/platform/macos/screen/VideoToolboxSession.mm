@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/macos/screen/CoreMediaTime.h"
-#include "platform/macos/values/CompressionValues.h"
+#include "platform/macos/values/system/CompressionValues.h"
 
 namespace tevanto {
 namespace {
