@@ -55,9 +55,12 @@ def arguments(root=ROOT):
 
 
 def configured(folder, root=ROOT):
-    """Configures the build as a Mac would, in `folder`. What it would compile: the sources, with the arguments of each."""
-    done = subprocess.run(["cmake", "-G", "Ninja", "-S", str(root), "-B", str(folder), "--toolchain", str(TOOLCHAIN)],
-                          text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+    """Configures the build as a Mac would, in `folder`. What it would compile: the sources, with the arguments of each.
+
+    Without the sources that CMake puts together out of those of a folder, behind which each of them would be missed.
+    """
+    done = subprocess.run(["cmake", "-G", "Ninja", "-S", str(root), "-B", str(folder), "--toolchain", str(TOOLCHAIN),
+                           "-DTEVANTO_UNITY=OFF"], text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
     if done.returncode != 0:
         sys.exit(done.stdout)
     found = {}
