@@ -5,8 +5,7 @@
 #include <chrono>
 
 #include "app/runtime/CompanionServices.h"
-#include "app/runtime/StartupPowerSources.h"
-#include "app/runtime/StartupScreenPermission.h"
+#include "app/runtime/StartupDeferrals.h"
 #include "core/settings/UserDefaults.h"
 #include "net/discovery/NoAdvertiser.h"
 #include "net/tcp/AsioTcpListenerFactory.h"
@@ -79,8 +78,7 @@ struct LinuxServices::Parts {
         workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
         scripts(audio, session),
         assertions(Logger(sink, "power")),
-        powerSources(kernelPowerSources, upower),
-        screenPermission(displayPermission),
+        deferrals(kernelPowerSources, upower, displayPermission),
         encoders(Logger(sink, "screen")),
         services(queues, system(), {name, options.remotePort, options.screenPort}, defaults, sink) {}
 
@@ -106,11 +104,10 @@ struct LinuxServices::Parts {
   LogindSleepAssertions assertions;
   SysfsPowerSources kernelPowerSources;
   UPowerSources upower;
-  StartupPowerSources powerSources;
   XdgAutostartLoginItem loginItem;
   X11DisplayCapture displays;
   X11ScreenCapturePermission displayPermission;
-  StartupScreenPermission screenPermission;
+  StartupDeferrals deferrals;
   LoadedEncoders encoders;
   std::shared_ptr<LoadedPeers> peers;  // null without a road away
   Timer trimming;
@@ -136,11 +133,11 @@ struct LinuxServices::Parts {
             .scripts = scripts,
             .accessibility = permission,
             .sleepAssertions = assertions,
-            .powerSources = powerSources,
+            .powerSources = deferrals.powerSources(),
             .loginItem = loginItem,
             .displays = displays,
             .encoders = encoders,
-            .screenPermission = screenPermission,
+            .screenPermission = deferrals.screenPermission(),
             .listeners = listeners,
             .advertiser = *advertiser,
             .displayQueue = queues.shortcuts,
@@ -194,10 +191,7 @@ std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->queues.
 std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->queues.remote; }
 std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
 bool LinuxServices::hasRoad() const { return parts_->services.hasRoad(); }
-void LinuxServices::started() {
-  parts_->powerSources.started();
-  parts_->screenPermission.started();
-}
+void LinuxServices::started() { parts_->deferrals.started(); }
 
 TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,
                                                       SetupWindowHost& windows) {

@@ -25,6 +25,7 @@
 #include "tests/support/fakes/FakeListenerFactory.h"
 #include "tests/support/fakes/FakeLoginItem.h"
 #include "tests/support/fakes/FakePowerSources.h"
+#include "tests/support/fakes/FakeScreenPermission.h"
 #include "tests/support/fakes/FakeScriptHost.h"
 #include "tests/support/fakes/FakeServiceAdvertiser.h"
 #include "tests/support/fakes/FakeSleepAssertions.h"
@@ -36,19 +37,6 @@
 #include "tests/support/peers/ScreenBytes.h"
 
 namespace tevanto::test {
-
-/// A permission to capture the screen that the test grants, and that a request grants where the user agrees.
-class FakeScreenPermission final : public ScreenCapturePermission {
- public:
-  bool isGranted() override { return granted; }
-  void request() override {
-    ++requests;
-    granted = granted || userAgrees;
-  }
-  bool granted = true;
-  bool userAgrees = false;
-  int requests = 0;
-};
 
 /// The real services, with fakes where they touch the system, and the model over them. Time is virtual; `run`
 /// lets everything happen that is due.
