@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"
 #include "screen/ScreenStreamServer.h"
 
@@ -42,23 +43,19 @@ ScreenServiceState StreamScreenService::state() const {
 }
 
 std::shared_ptr<void> StreamScreenService::observe(std::function<void()> changed) {
-  const auto tell = [changed = std::move(changed)](const auto&) { changed(); };
+  const auto notify = [changed = std::move(changed)](const auto&) { changed(); };
   using Subscriptions = std::array<std::shared_ptr<void>, 3>;
-  return std::make_shared<Subscriptions>(Subscriptions{server_->isStreaming.observe(tell),
-                                                       server_->statusText.observe(tell),
-                                                       server_->isScreenRecordingTrusted.observe(tell)});
+  return std::make_shared<Subscriptions>(Subscriptions{server_->isStreaming.observe(notify),
+                                                       server_->statusText.observe(notify),
+                                                       server_->isScreenRecordingTrusted.observe(notify)});
 }
 
 void StreamScreenService::requestScreenRecording() {
-  displayQueue_->async([weak = std::weak_ptr(server_)] {
-    if (const auto server = weak.lock()) server->requestScreenRecording();
-  });
+  displayQueue_->async(weakCall(std::weak_ptr(server_), &ScreenStreamServer::requestScreenRecording));
 }
 
 void StreamScreenService::refreshTrust() const {
-  displayQueue_->async([weak = std::weak_ptr(server_)] {
-    if (const auto server = weak.lock()) server->refreshScreenRecordingTrust();
-  });
+  displayQueue_->async(weakCall(std::weak_ptr(server_), &ScreenStreamServer::refreshScreenRecordingTrust));
 }
 
 }  // namespace tevanto

@@ -6,6 +6,7 @@
 #include "app/runtime/ScreenService.h"
 #include "control/MacLaunchAtLoginController.h"
 #include "control/MacPowerManager.h"
+#include "core/queue/QueueBound.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {
@@ -21,9 +22,7 @@ void TevantoMacRuntime::start() {
   if (std::exchange(didStart_, true)) return;
   launchAtLogin_->applyDefault();
   server_->setPower(power_);
-  power_->onStateChanged = [weak = std::weak_ptr(server_)](RemoteMessage state) {
-    if (const auto server = weak.lock()) server->send(std::move(state));
-  };
+  power_->onStateChanged = weakCall(std::weak_ptr(server_), &MacRemoteServer::send);
   server_->setScreen(screen_);
   server_->start();
   screen_->start();
