@@ -190,7 +190,7 @@ void LinuxServices::releasePeers() {
 std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->queues.main; }
 std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->queues.remote; }
 std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
-bool LinuxServices::hasRoad() const { return parts_->services.hasRoad(); }
+bool LinuxServices::hasRoad() const { return parts_->services.hasAwayAccess(); }
 void LinuxServices::started() { parts_->deferrals.started(); }
 
 TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,

@@ -17,7 +17,7 @@
 namespace tevanto {
 namespace {
 
-/// Invites in the cloud, where one was deployed. Main queue.
+/// Passes invites on to the cloud, where one was deployed. Main queue.
 class DeployedInvites final : public PairingInvites {
  public:
   explicit DeployedInvites(std::function<std::shared_ptr<PairingInvites>()> find) : find_(std::move(find)) {}
@@ -92,8 +92,8 @@ std::shared_ptr<MacRemoteServer> CompanionServices::makeServer() {
                               {.input = input, .shortcuts = shortcuts, .permission = system_.accessibility});
   server->setAwayAccess({.makeAnswerer = [this](const std::string& room) { return makeAnswerer(room); },
                          .invites = std::make_shared<DeployedInvites>([this] {
-                           auto* const road = transports();
-                           return road ? road->invites() : nullptr;
+                           auto* const deployed = transports();
+                           return deployed ? deployed->invites() : nullptr;
                          })});
   return server;
 }
@@ -119,9 +119,9 @@ DeployedTransports* CompanionServices::transports() {
 }
 
 Answerer CompanionServices::makeAnswerer(const std::string& room) {
-  auto* const road = transports();
-  if (!road) return {};
-  auto made = road->factory().makeAnswerer(room);
+  auto* const deployed = transports();
+  if (!deployed) return {};
+  auto made = deployed->factory().makeAnswerer(room);
   return {made.transport, made.transport, std::move(made.start), std::move(made.whenAged)};
 }
 

@@ -33,11 +33,13 @@ class UserDefaults;
 class UserPreferences;
 class Workspace;
 
-/// The companion's services and the queues that they run on, over what a system has for them.
+/// CompanionServices makes the companion's services over the adapters of a system, and the queues that they
+/// run on.
 ///
-/// Three loops carry the queues. The network's has "tevanto.remote.server" and "tevanto.screen.server"; that
-/// of the background has what may block, "tevanto.shortcuts" and "tevanto.applications"; and
-/// "tevanto.screen.capture" has a thread of its own, as it encodes.
+/// Three loops carry the queues:
+///   network      tevanto.remote.server, tevanto.screen.server
+///   background   tevanto.shortcuts, tevanto.applications: work that may block
+///   capture      tevanto.screen.capture: encoding needs a thread of its own
 class CompanionServices {
  public:
   struct Loops {
@@ -55,7 +57,7 @@ class CompanionServices {
     const std::shared_ptr<SerialQueue> shortcuts;
     const std::shared_ptr<SerialQueue> applications;
   };
-  /// All of it outlives the services.
+  /// The adapters of the system. All of them outlive the services.
   struct System {
     InputEvents& inputEvents;
     UserPreferences& preferences;
@@ -70,11 +72,11 @@ class CompanionServices {
     ScreenCapturePermission& screenPermission;
     TcpListenerFactory& listeners;
     ServiceAdvertiser& advertiser;
-    std::shared_ptr<SerialQueue> displayQueue;  // what asks the display may wait
+    std::shared_ptr<SerialQueue> displayQueue;  // for questions to the display, which may block
     std::function<std::string()> usedEncoder;   // the encoder of the last session, without looking for one
-    /// What the road away stands on; null when none was deployed.
+    /// Makes the transports of the away connection; null when none was deployed.
     std::function<std::unique_ptr<DeployedTransports>()> makeTransports;
-    /// Told on the main queue when the screen begins and ends to be mirrored. May be empty.
+    /// Called on the main queue when mirroring begins and when it ends. May be empty.
     std::function<void(bool isStreaming)> onStreaming = {};
   };
   struct Options {
@@ -89,16 +91,16 @@ class CompanionServices {
   CompanionServices(const CompanionServices&) = delete;
   CompanionServices& operator=(const CompanionServices&) = delete;
 
-  /// How the runtime makes its services from what is here.
+  /// The factories with which the runtime makes its services. This outlives the runtime.
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
-  /// Whether the road away was made.
-  bool hasRoad() const { return transports_ != nullptr; }
+  /// True once the transports of the away connection were made.
+  bool hasAwayAccess() const { return transports_ != nullptr; }
 
  private:
   std::shared_ptr<MacRemoteServer> makeServer();
   std::shared_ptr<ScreenService> makeScreen();
-  /// The road away, when one was deployed. What it stands on takes time to make, so that this comes after the
-  /// start. Main queue.
+  /// The transports of the away connection; null when none was deployed. Makes them on first use, since that
+  /// takes time that the start must not wait for. Main queue.
   DeployedTransports* transports();
   Answerer makeAnswerer(const std::string& room);
 

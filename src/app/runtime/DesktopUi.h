@@ -14,8 +14,8 @@ namespace tevanto {
 class TevantoMacRuntime;
 class UserDefaults;
 
-/// What the face shows, and what it may ask for; it adds what its toolkit can do itself, opening and copying.
-/// All of it outlives the face's loop.
+/// UiModelSources is everything that the desktop UI shows and may ask for. The UI adds the actions that its
+/// toolkit carries out itself: opening links and copying. All references outlive the UI's loop.
 struct UiModelSources {
   TevantoMacRuntime& runtime;
   UserDefaults& defaults;
@@ -25,23 +25,22 @@ struct UiModelSources {
   std::function<void()> displayLost;
 };
 
-/// The companion's windows and its icon in the tray, with the loop of the toolkit that they live on. Made on
-/// the main thread, which then runs it; main queue only, where nothing else is said.
+/// DesktopUi holds the companion's windows and its icon in the tray, with the toolkit's loop that they live
+/// on. Made on the main thread, which then runs it. Main queue only, unless a method states otherwise.
 class DesktopUi : public ApplicationPresence, public SetupWindowHost {
  public:
-  /// Its work runs on the face's loop.
+  /// A queue whose work runs on the UI's loop.
   virtual std::shared_ptr<SerialQueue> mainQueue() = 0;
-  /// From now on it shows `subject`. Once, before `run`.
-  virtual void present(UiModelSources subject) = 0;
-  /// The desktop's permission to bring a window forward, given to whoever asked for it: a startup
-  /// notification identifier on X11, an activation token on Wayland. Used up by the next window that is
-  /// raised.
+  /// Shows `sources` from now on. Once, before `run`.
+  virtual void present(UiModelSources sources) = 0;
+  /// Keeps the desktop's permission to bring a window forward: a startup notification identifier on X11, an
+  /// activation token on Wayland. The next window that is raised uses it up.
   virtual void useActivationToken(const std::string& token) = 0;
 
   /// Runs the loop until `stop`.
   virtual void run() = 0;
-  /// Takes everything off the screen and makes `run` return; what has not run by then never runs. From any
-  /// thread.
+  /// Takes everything off the screen and makes `run` return. Work of the main queue that has not run by then
+  /// never runs. From any thread.
   virtual void stop() = 0;
 };
 

@@ -6,12 +6,12 @@ namespace tevanto {
 
 class DesktopUi;
 
-/// The module that holds the windows and the tray icon, and the function in it that makes them, which the
-/// caller owns. Null where Qt finds no way onto the display.
+/// The module that holds the windows and the tray icon, and its function that makes them. The caller owns the
+/// result, which is null where Qt cannot use the display.
 inline constexpr auto* kDesktopUiModule = "ui";
 inline constexpr auto* kMakeDesktopUi = "tevantoMakeDesktopUi";
 using MakeDesktopUi = DesktopUi* (*)();
-/// What fonts it finds, for a person; empty when there are none.
+/// Describes the installed fonts, for a person; empty when there are none.
 inline constexpr auto* kDescribeFonts = "tevantoDescribeFonts";
 using DescribeFonts = std::string* (*)();
 

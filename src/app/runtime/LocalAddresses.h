@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// The addresses under which other machines may reach this one, IPv4 first; loopback and link-local ones are
-/// left out. Empty without a network.
+/// Returns the addresses under which other machines may reach this one, IPv4 first, without loopback and
+/// link-local ones. Empty without a network.
 std::vector<std::string> localAddresses();
 
 }  // namespace tevanto

@@ -5,14 +5,15 @@ namespace tevanto {
 class ApplicationPresence;
 class TevantoMacRuntime;
 
-/// What the application does when the system tells it about its own life. Main queue only.
+/// MacAppDelegate handles the events of the application's life: launch, reopening, termination. Main queue
+/// only.
 class MacAppDelegate {
  public:
   MacAppDelegate(ApplicationPresence& presence, TevantoMacRuntime& runtime);
 
-  /// Every launch shows the setup window once; it is the user who closes it.
+  /// Shows the setup window. Only the user closes it.
   void applicationDidFinishLaunching();
-  /// The application was opened again while it runs. Answers whether that was dealt with.
+  /// Handles that the application was opened again while it runs; true when it did.
   bool applicationShouldHandleReopen();
   void applicationWillTerminate();
 

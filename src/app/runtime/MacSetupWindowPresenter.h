@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// Shows the one setup window: makes it the first time, brings it forward after that, and takes the
-/// application out of the Dock again when it closes. Main queue only.
+/// MacSetupWindowPresenter shows the one setup window: it makes the window the first time and brings it
+/// forward after that. When the window closes, the application leaves the Dock again. Main queue only.
 class MacSetupWindowPresenter {
  public:
   MacSetupWindowPresenter(ApplicationPresence& presence, SetupWindowHost& host);

@@ -6,8 +6,8 @@ namespace tevanto {
 
 class DeploymentSettings;
 
-/// Where the panel's links and the guide's QR code lead: for the person who deploys the program to say. What
-/// is not deployed leads to names under ".example", which are reserved (RFC 2606) and belong to nobody.
+/// PublicLinks holds the targets of the panel's links and of the guide's QR code, as the deployment sets
+/// them. A link that was not deployed leads to a name under ".example", which is reserved (RFC 2606).
 ///
 /// | Info.plist          | user defaults             | environment            |
 /// |---------------------|---------------------------|------------------------|

@@ -6,11 +6,11 @@
 
 namespace tevanto {
 
-/// How the application appears among others: `regular` has a Dock icon and menus, `accessory` only lives in
-/// the menu bar.
+/// The application's appearance among others: `regular` has a Dock icon and menus, `accessory` has an icon in
+/// the menu bar only.
 enum class ActivationPolicy { accessory, regular };
 
-/// The application as the desktop sees it. Main queue only.
+/// ApplicationPresence sets how the desktop treats the application. Main queue only.
 class ApplicationPresence {
  public:
   virtual ~ApplicationPresence() = default;
@@ -18,7 +18,7 @@ class ApplicationPresence {
   virtual void activateIgnoringOtherApps() = 0;
 };
 
-/// What a window is made of. Points, origin of the frame at 0,0.
+/// SetupWindowStyle describes a window. In points, with the origin of the frame at 0,0.
 struct SetupWindowStyle {
   static constexpr int kWidth = 360;
   static constexpr int kHeight = 520;
@@ -34,7 +34,7 @@ struct SetupWindowStyle {
   bool resizable = false;
 };
 
-/// A window that outlives being closed: ordering it front shows it again. Main queue only.
+/// SetupWindow is a window that closing only hides: ordering it front shows it again. Main queue only.
 class SetupWindow {
  public:
   virtual ~SetupWindow() = default;
@@ -42,7 +42,7 @@ class SetupWindow {
   virtual void orderFrontAsKey() = 0;
 };
 
-/// Makes the setup window of this system, with its content.
+/// SetupWindowHost makes the setup window of this system, with its content.
 class SetupWindowHost {
  public:
   virtual ~SetupWindowHost() = default;

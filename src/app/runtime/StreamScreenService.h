@@ -10,11 +10,11 @@ namespace tevanto {
 class ScreenStreamServer;
 class SerialQueue;
 
-/// The screen stream server as the runtime's screen service.
+/// StreamScreenService adapts the screen stream server to the runtime's screen service. Main queue only.
 class StreamScreenService final : public ScreenService {
  public:
-  /// `usedEncoder` names the encoder that was used last, without waiting. What asks the display runs on
-  /// `displayQueue`, as it may wait.
+  /// `usedEncoder` names the encoder that was used last, without waiting. Questions to the display run on
+  /// `displayQueue`, since they may block.
   StreamScreenService(std::shared_ptr<ScreenStreamServer> server, std::shared_ptr<SerialQueue> displayQueue,
                       std::function<std::string()> usedEncoder);
 
@@ -22,7 +22,7 @@ class StreamScreenService final : public ScreenService {
   void stop() override;
   void attach(const std::shared_ptr<ScreenTransport>& transport) override;
   void detach(const std::shared_ptr<ScreenTransport>& transport) override;
-  /// Also has the permission looked at again, for the next time.
+  /// Also refreshes the permission, for the next call.
   ScreenServiceState state() const override;
   std::shared_ptr<void> observe(std::function<void()> changed) override;
   void requestScreenRecording() override;

@@ -11,11 +11,11 @@ class MacRemoteServer;
 class MacSetupWindowPresenter;
 class ScreenService;
 
-/// Owns every long-lived service of the process and wires them together. There is one, for as long as the
-/// process lives; `start` runs once. Main queue only.
+/// TevantoMacRuntime owns every long-lived service of the process and wires them together. There is one, for
+/// as long as the process lives; `start` runs once. Main queue only.
 class TevantoMacRuntime {
  public:
-  /// How the services are made on this system. Making one starts nothing.
+  /// The functions that make the services of this system. Making one starts nothing.
   struct Factories {
     std::function<std::shared_ptr<MacRemoteServer>()> server;
     std::function<std::shared_ptr<ScreenService>()> screen;
@@ -27,11 +27,11 @@ class TevantoMacRuntime {
   /// Makes the services, in the order of the members above.
   explicit TevantoMacRuntime(const Factories& factories);
 
-  /// Wires the services and starts them; again: nothing.
+  /// Wires the services and starts them. A second call does nothing.
   void start();
-  /// Starts the services where that has not happened, and brings the setup window forward.
+  /// Starts the services unless they run, and brings the setup window forward.
   void openSetupWindow();
-  /// Lets go of everything that would outlast the process: the sleep assertion, the advertisement, the ports.
+  /// Releases everything that would outlast the process: the sleep assertion, the advertisement, the ports.
   void willTerminate();
 
   MacRemoteServer& server() const { return *server_; }

@@ -95,7 +95,7 @@ void CompanionModel::disconnectPhone() { perform(operations_.disconnectPhone); }
 void CompanionModel::quit() { perform(operations_.quit); }
 
 void CompanionModel::completeGuide() {
-  // Where the disk does not take it, the guide comes once more at the next start: this session goes on.
+  // When it cannot be stored, the guide appears again at the next start. This session goes on.
   const auto stored = services_.defaults.set(kGuideKey, true);
   static_cast<void>(stored);
   completedGuideInSession_ = true;

@@ -19,8 +19,8 @@ class MacPowerManager;
 class MacRemoteServer;
 class UserDefaults;
 
-/// What the views show and do: the published state of the services as properties, in the services' own words,
-/// and the operations that the views call. Lives on the main queue, which is the thread of the views.
+/// CompanionModel is the model of all views: it has the published state of the services as properties, and
+/// the operations that the views call. Lives on the main queue, which is the thread of the views.
 class CompanionModel : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -47,7 +47,7 @@ class CompanionModel : public QObject {
   Q_PROPERTY(QString appStoreURL READ appStoreURL CONSTANT FINAL)
 
  public:
-  /// Whose published state is shown. Everything outlives the model.
+  /// The services whose published state is shown. All of them outlive the model.
   struct Services {
     MacRemoteServer& server;
     ScreenService& screen;
@@ -67,7 +67,7 @@ class CompanionModel : public QObject {
   bool isAccessibilityTrusted() const;
   bool isScreenRecordingTrusted() const;
   bool isMirroring() const;
-  /// Empty when there is nothing to tell.
+  /// Empty when there is nothing to report.
   QString screenStatusText() const;
   bool isKeepAwakeOn() const;
   QString keepAwakeStatusText() const;
@@ -75,14 +75,14 @@ class CompanionModel : public QObject {
   int batteryPercent() const;
   bool isLaunchAtLoginOn() const;
   QString launchAtLoginStatusText() const;
-  /// Now or at an earlier start.
+  /// True when the guide was completed, now or at an earlier start.
   bool hasCompletedGuide() const;
   QString appStoreURL() const;
 
   Q_INVOKABLE void copyCode();
   Q_INVOKABLE void openAccessibilitySettings();
   Q_INVOKABLE void openScreenRecordingSettings();
-  /// Where it is refused, the property stays as it is and the status text says why.
+  /// When the system refuses, the property keeps its value and the status text names the reason.
   Q_INVOKABLE void setKeepAwake(bool on);
   Q_INVOKABLE void setLaunchAtLogin(bool on);
   Q_INVOKABLE void openSetupWindow();
@@ -94,7 +94,7 @@ class CompanionModel : public QObject {
   Q_INVOKABLE void openSupport();
   Q_INVOKABLE void openPrivacy();
   Q_INVOKABLE void openTerms();
-  /// To be called when a view appears, so that it does not show what was true long ago.
+  /// Reads the state again that changes without notice. A view calls this when it appears.
   Q_INVOKABLE void refresh();
 
  Q_SIGNALS:

@@ -7,7 +7,8 @@
 
 namespace tevanto {
 
-/// How the desktop wants to be looked at: dark or light, with motion or without. Follows changes.
+/// DesktopAppearance holds the desktop's preferences for looks: dark or light, with motion or without.
+/// Follows changes. Main thread.
 class DesktopAppearance : public QObject {
   Q_OBJECT
   QML_ELEMENT
@@ -18,11 +19,10 @@ class DesktopAppearance : public QObject {
   Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
 
  public:
-  /// Tells an appearance what the system's desktop wants, now and when that changes, for as long as the
-  /// result lives.
+  /// Keeps an appearance up to date with the system's desktop for as long as the result lives.
   using Follow = std::unique_ptr<QObject> (*)(DesktopAppearance&);
-  /// Has every appearance that is made from now on follow the desktop. Without it they keep the palette's
-  /// value.
+  /// Makes every appearance that is constructed from now on follow the desktop. Without a call they keep the
+  /// palette's value.
   static void followBy(Follow follow) { follow_ = follow; }
 
   explicit DesktopAppearance(QObject* parent = nullptr);
@@ -30,19 +30,19 @@ class DesktopAppearance : public QObject {
 
   bool isDark() const { return isDark_; }
   bool isMotionReduced() const { return isMotionReduced_; }
-  /// Whether the interface runs from right to left. Here because the first look at `Qt.RightToLeft` in QML
-  /// has the engine take in all of Qt's enumerations, which takes a tenth of a start.
+  /// True when the interface runs from right to left. It is a property of this class because the first use of
+  /// `Qt.RightToLeft` in QML makes the engine load all of Qt's enumerations, a tenth of a start.
   bool isRightToLeft() const;
   QString monospacedFamily() const;
 
-  /// Takes the place of what the desktop says.
+  /// Replaces the desktop's value.
   void setDark(bool dark);
   void setMotionReduced(bool reduced);
   void setMotionReducedByPortal(bool reduced);
-  /// What a desktop says otherwise, which counts for as long as no portal has said anything about it.
+  /// Sets the toolkit's value, which counts until a portal has reported one.
   void setMotionReducedByToolkit(bool reduced);
 
-  /// By the application's palette.
+  /// True when the application's palette is dark.
   static bool isPaletteDark();
 
  Q_SIGNALS:

@@ -10,7 +10,7 @@ namespace {
 
 const QColor kIdle(0x80, 0x88, 0x96);
 const QColor kConnected(0x4f, 0x7d, 0xf3);
-/// What trays ask for, in pixels; in between Qt scales down.
+/// The sizes that trays request, in pixels. Qt scales down for sizes in between.
 constexpr int kSizes[] = {16, 22, 24, 32, 44, 48, 64, 96};
 
 }  // namespace

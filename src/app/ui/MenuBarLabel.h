@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// The icon in the tray: a phone, with radio waves while one is connected. Its colours can be told from light
-/// and from dark panels, as no desktop says which it has.
+/// MenuBarLabel draws the icon in the tray: a phone, with radio waves while one is connected. Its colors
+/// stand out against light and dark panels alike, since no desktop reports the color of its panel.
 class MenuBarLabel {
  public:
   /// The name of the image, as the file under images/.

@@ -13,13 +13,12 @@ namespace tevanto {
 class CompanionModel;
 class CompanionViews;
 
-/// The panel under the tray's icon: opens with a click on it, closes with another one, with Escape, or when
-/// the user turns to something else. Main thread.
+/// PanelWindow is the panel below the tray's icon. A click on the icon opens it; another click, Escape or the
+/// loss of the focus closes it. Main thread.
 class PanelWindow final : public QObject {
  public:
-  /// Both outlive it. `isTransparencyShown` tells whether the desktop shows what lies behind a window's
-  /// transparent parts, and is asked each time that the panel opens: it has round corners only where that is
-  /// so.
+  /// Model and views outlive it. `isTransparencyShown` is true when the desktop composites transparent
+  /// windows; the panel has round corners only then. It is asked each time that the panel opens.
   PanelWindow(
       CompanionModel& model, CompanionViews& views,
       std::function<bool()> isTransparencyShown = [] { return true; });

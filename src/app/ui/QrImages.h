@@ -6,8 +6,9 @@
 
 namespace tevanto {
 
-/// QR codes of correction level M for the UTF-8 bytes of a text: "image://qr/<text>", percent-encoded. Black
-/// on nothing: whoever shows one puts white behind it, of a shape that goes with what is around it.
+/// QrImages provides QR codes of correction level M for the UTF-8 bytes of a text: "image://qr/<text>",
+/// percent-encoded. The modules are black on transparent ground, so that a view chooses the white shape
+/// below.
 class QrImages : public QQuickImageProvider {
  public:
   static constexpr const char* kName = "qr";

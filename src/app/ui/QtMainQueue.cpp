@@ -51,7 +51,7 @@ struct QtMainQueue::Core final : std::enable_shared_from_this<Core> {
   std::unique_ptr<Receiver> receiver;
 };
 
-/// Where Qt's loop meets the queue.
+/// Receives the events by which Qt's loop runs the queue's work.
 class QtMainQueue::Core::Receiver final : public QObject {
  public:
   explicit Receiver(Core& core) : core_(core) {}

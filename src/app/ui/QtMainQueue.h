@@ -7,9 +7,9 @@
 
 namespace tevanto {
 
-/// The main queue of a program with windows: its work and its timers run on the loop of Qt's application, so
-/// that whatever runs on the main thread, a click included, runs on this queue. Made and destroyed on the
-/// main thread, while the application exists.
+/// QtMainQueue is the main queue of a program with windows: its work and its timers run on the loop of Qt's
+/// application. Everything that runs on the main thread, a click included, therefore runs on this queue. Made
+/// and destroyed on the main thread, while the application exists.
 class QtMainQueue final : public SerialQueue {
  public:
   explicit QtMainQueue(std::string label);
@@ -21,7 +21,7 @@ class QtMainQueue final : public SerialQueue {
   bool isCurrent() const override;
   TimePoint now() const override;
 
-  /// What has not run by now never runs, and nobody waits for it any longer. On the main thread, once the
+  /// Drops the work that has not run, and releases the threads that wait for it. On the main thread, once the
   /// loop has ended.
   void stop();
 

@@ -12,7 +12,7 @@ namespace tevanto {
 
 class WindowActivation;
 
-/// The setup window: closing it hides it, whatever it shows goes on. Main thread.
+/// QtSetupWindow is the setup window. Closing it only hides it. Main thread.
 class QtSetupWindow final : public QObject, public SetupWindow {
  public:
   /// `activation` outlives it; `view` may go away first.

@@ -2,7 +2,7 @@
 
 namespace tevanto {
 
-/// A damped harmonic oscillator of mass 1, as interfaces describe it: by its response, which is the period
+/// Spring is a damped harmonic oscillator of mass 1, described as in interfaces: by its response, the period
 /// that it would have without damping, and by its damping as a fraction of the critical one. Its stiffness is
 /// (2π / response)², its damping 4π · fraction / response.
 class Spring {
@@ -18,9 +18,10 @@ class Spring {
   /// `dampingFraction` from 0 to below 1: it swings.
   explicit Spring(double response = kResponse, double dampingFraction = kDampingFraction);
 
-  /// Where it is `seconds` after it was let go as `start`, when its rest is at 0.
+  /// The motion `seconds` after its release as `start`, when its rest is at 0.
   Motion after(double seconds, Motion start) const;
-  /// Seconds after which it stays within `precision` of its rest, let go without velocity at a distance of 1.
+  /// Seconds after which it stays within `precision` of its rest, released without velocity at a distance
+  /// of 1.
   double settlingTime(double precision) const;
 
  private:

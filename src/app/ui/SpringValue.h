@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// A number that follows its target on a spring, frame by frame, and keeps its velocity when the target
-/// changes on the way. With reduced motion it jumps.
+/// SpringValue is a number that follows its target on a spring, frame by frame. It keeps its velocity when
+/// the target changes meanwhile. With reduced motion it jumps.
 class SpringValue : public QAbstractAnimation {
   Q_OBJECT
   QML_ELEMENT

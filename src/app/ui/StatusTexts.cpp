@@ -9,7 +9,7 @@ namespace {
 
 constexpr auto* kDigits = "0123456789";
 
-// What the services say, for the translators; %1 is a number.
+// The status texts of the services, for the translators; %1 is a number.
 [[maybe_unused]] constexpr const char* kTexts[] = {
     QT_TRANSLATE_NOOP("Status", "Starting"),
     QT_TRANSLATE_NOOP("Status", "Waiting for iPhone"),

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// A service's status text, with at most one number in it, in the user's language; a text that nobody
-/// translated stays as it is.
+/// Translates a service's status text, with at most one number in it, into the user's language. A text
+/// without a translation stays as it is.
 QString translatedStatus(const std::string& text);
 
 }  // namespace tevanto

@@ -5,10 +5,10 @@
 
 namespace tevanto {
 
-/// The interface's images, drawn at the size that is asked for, symbols in one colour:
-/// "image://symbols/<name>/<colour>", the colour as "#rrggbb" or with alpha as "#aarrggbb" (the '#' escaped),
-/// or "image://symbols/<name>" for an image in its own colours. As files, Qt would look for who can read them
-/// among all its plugins and load those.
+/// SymbolImages draws the interface's images at the requested size, symbols in one color:
+/// "image://symbols/<name>/<color>", the color as "#rrggbb" or with alpha as "#aarrggbb" (the '#' escaped),
+/// or "image://symbols/<name>" for an image in its own colors. For image files, Qt would load all of its
+/// plugins in search of a reader.
 class SymbolImages : public QQuickImageProvider {
  public:
   static constexpr const char* kName = "symbols";

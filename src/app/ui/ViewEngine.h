@@ -6,8 +6,9 @@
 
 namespace tevanto {
 
-/// The engine that runs the views, with their types and images. Begins to load the setup window's view on the
-/// engine's own thread, while the main thread makes what that shows. On the thread of the QGuiApplication.
+/// ViewEngine is the QML engine of the views, with their types and images. It begins to load the setup
+/// window's view on the engine's own thread, while the main thread makes the model for it. On the thread of
+/// the QGuiApplication.
 class ViewEngine {
  public:
   ViewEngine();
@@ -17,7 +18,7 @@ class ViewEngine {
   QQmlEngine& engine() { return engine_; }
   /// Gives an engine the views' types and images.
   static void prepare(QQmlEngine& engine);
-  /// Where a view lies: `name` without its ending.
+  /// The URL of a view; `name` is without its extension.
   static QUrl sourceOf(const char* name);
 
  private:

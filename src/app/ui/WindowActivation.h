@@ -4,7 +4,7 @@ class QWindow;
 
 namespace tevanto {
 
-/// Brings windows forward in this system's way. Main thread.
+/// WindowActivation brings windows forward in this system's way. Main thread.
 class WindowActivation {
  public:
   virtual ~WindowActivation() = default;

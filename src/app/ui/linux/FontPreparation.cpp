@@ -15,7 +15,7 @@ struct FontStyle {
   QFont::Weight weight;
 };
 
-/// What Theme.qml has of the system's font. One that is missing here is opened when it is first shown.
+/// The styles of the system's font in Theme.qml. One that is missing here is opened when it is first shown.
 constexpr FontStyle kStyles[] = {{11, QFont::Medium},   {12, QFont::Normal},  {12, QFont::Medium},
                                  {12, QFont::DemiBold}, {13, QFont::Normal},  {13, QFont::Medium},
                                  {13, QFont::DemiBold}, {16, QFont::DemiBold}};
@@ -31,7 +31,7 @@ void open(QFont font, int size, QFont::Weight weight) {
 
 FontPreparation::FontPreparation()
     : thread_([this] {
-        // Where it finds nothing, Qt says so itself.
+        // Qt itself reports that there are none.
         FcInit();
         application_.wait();
         static_cast<void>(QFontDatabase::families());

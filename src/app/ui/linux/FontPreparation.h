@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// Reads what fonts there are on a thread of its own, while the main thread does the rest of a start: without
-/// it, the window's first text would wait for that.
+/// FontPreparation reads the list of installed fonts on a thread of its own, while the main thread does the
+/// rest of a start. Without it, the window's first text would wait for that.
 class FontPreparation {
  public:
   /// Begins with the system's configuration.
@@ -15,12 +15,12 @@ class FontPreparation {
   FontPreparation(const FontPreparation&) = delete;
   FontPreparation& operator=(const FontPreparation&) = delete;
 
-  /// Qt's application was made: its own list of the fonts can be filled. Exactly once.
+  /// To be called once Qt's application was made, so that Qt's own list of fonts can be filled. Exactly once.
   void goOnWithApplication() { application_.count_down(); }
-  /// Waits until everything was read, and opens the views' fonts on this thread: to be called before the
+  /// Waits until everything was read, and opens the views' fonts on this thread. To be called before the
   /// first text is laid out, while the engine's thread still loads the views.
   void finish();
-  /// Before Qt's application goes.
+  /// Waits for the thread. To be called before Qt's application is destroyed.
   void wait();
 
  private:

@@ -4,7 +4,8 @@
 
 namespace tevanto {
 
-/// How many fonts there are and which of them the windows use, for a person; empty when there is none.
+/// Describes for a person how many fonts there are and which of them the windows use; empty when there is
+/// none.
 std::string describeInstalledFonts();
 
 }  // namespace tevanto

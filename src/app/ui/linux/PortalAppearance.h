@@ -11,7 +11,8 @@ namespace tevanto {
 
 class DesktopAppearance;
 
-/// What the settings portal of a bus says of the desktop's looks; where it says nothing, Qt's palette holds.
+/// PortalAppearance sets the desktop's looks by the settings portal of a bus. Qt's palette holds where the
+/// portal has no value. Main thread.
 class PortalAppearance final : public QObject {
   Q_OBJECT
 
@@ -31,7 +32,7 @@ class PortalAppearance final : public QObject {
   QDBusConnection bus_;
 };
 
-/// A follower of the session bus's portal.
+/// Makes a follower of the session bus's portal.
 std::unique_ptr<QObject> followPortal(DesktopAppearance& appearance);
 
 }  // namespace tevanto

@@ -31,10 +31,11 @@ namespace tevanto {
 namespace {
 
 /// How long the icons wait for a window's first frame.
-constexpr auto kWindowPatience = std::chrono::seconds(1);
+constexpr auto kWindowTimeout = std::chrono::seconds(1);
 
 constexpr auto kApplicationIdentifier = "app.tevanto.Tevanto";
-/// Where translations are, "tevanto_<language>.qm", from the folder of the program. The sources are English.
+/// The folder of translations, "tevanto_<language>.qm", seen from the folder of the program. The sources are
+/// English.
 constexpr auto kTranslations = "/../share/tevanto/translations";
 
 /// Small, mostly still windows: drawing them on the processor starts sooner than a graphics driver, and holds
@@ -67,8 +68,8 @@ QIcon applicationIcon() {
   return themed.isNull() ? MenuBarLabel::mark() : themed;
 }
 
-/// The face whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
-/// connection broken, so that what runs at the exit is all that hears of it.
+/// The desktop UI whose loop runs. Qt's plugin for X11 ends the process by exit() as soon as it finds the
+/// connection broken, so that only handlers of the exit learn of it.
 QtDesktopUi* runningUi = nullptr;
 
 }  // namespace
@@ -91,13 +92,13 @@ QtDesktopUi::QtDesktopUi()
   QApplication::setDesktopFileName(kApplicationIdentifier);
   // Closing the window leaves the companion running.
   QApplication::setQuitOnLastWindowClosed(false);
-  speakTheUsersLanguage();
+  installTranslation();
   chooseRenderer();
   DesktopAppearance::followBy(followPortal);
   engine_ = std::make_unique<ViewEngine>();
 }
 
-void QtDesktopUi::speakTheUsersLanguage() {
+void QtDesktopUi::installTranslation() {
   const auto folder = QApplication::applicationDirPath() + kTranslations;
   if (translator_.load(QLocale(), QStringLiteral("tevanto"), QStringLiteral("_"), folder))
     QApplication::installTranslator(&translator_);
@@ -110,19 +111,19 @@ QtDesktopUi::~QtDesktopUi() {
 
 std::shared_ptr<SerialQueue> QtDesktopUi::mainQueue() { return queue_; }
 
-void QtDesktopUi::present(UiModelSources subject) {
-  addDesktopOperations(subject.operations);
-  subject_.emplace(std::move(subject));
-  auto& runtime = subject_->runtime;
+void QtDesktopUi::present(UiModelSources sources) {
+  addDesktopOperations(sources.operations);
+  sources_.emplace(std::move(sources));
+  auto& runtime = sources_->runtime;
   model_ = std::make_unique<CompanionModel>(
       CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
-                               subject_->defaults},
-      subject_->operations, subject_->links);
+                               sources_->defaults},
+      sources_->operations, sources_->links);
   views_ = std::make_unique<CompanionViews>(*model_, std::move(engine_));
   panel_ = std::make_unique<PanelWindow>(*model_, *views_, isTransparencyShown);
   tray_ = std::make_unique<TrayIcon>(*model_, [this](const QRect& icon) { panel_->toggle(icon); });
-  // Where no window comes, or one that nobody can see.
-  QTimer::singleShot(kWindowPatience, model_.get(), [this] { showIcons(); });
+  // In case no window appears, or one that is hidden.
+  QTimer::singleShot(kWindowTimeout, model_.get(), [this] { showIcons(); });
 }
 
 void QtDesktopUi::showIcons() {
@@ -140,7 +141,7 @@ std::unique_ptr<SetupWindow> QtDesktopUi::makeWindow(const SetupWindowStyle& sty
   QObject::connect(
       setupView_.get(), &QQuickWindow::frameSwapped, model_.get(), [this] { showIcons(); },
       static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
-  // Whoever comes back from the settings wants to see what changed there.
+  // The user may come back from the settings, after a change there.
   QObject::connect(setupView_.get(), &QWindow::activeChanged, model_.get(), [this] {
     if (setupView_->isActive()) model_->refresh();
   });
@@ -149,7 +150,7 @@ std::unique_ptr<SetupWindow> QtDesktopUi::makeWindow(const SetupWindowStyle& sty
 
 void QtDesktopUi::exitedFromWithin() {
   // Elsewhere exit() was somebody else's, and the main thread still stands in the loop.
-  if (runningUi && runningUi->queue_->isCurrent()) runningUi->subject_->displayLost();
+  if (runningUi && runningUi->queue_->isCurrent()) runningUi->sources_->displayLost();
 }
 
 void QtDesktopUi::run() {
@@ -158,7 +159,7 @@ void QtDesktopUi::run() {
   // The session, too, may ask the application to quit; then the companion ends what it began.
   while (!stopping_) {
     QApplication::exec();
-    if (!stopping_) subject_->operations.quit();
+    if (!stopping_) sources_->operations.quit();
   }
   runningUi = nullptr;
   endWindows();

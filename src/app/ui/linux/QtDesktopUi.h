@@ -23,14 +23,15 @@ class ToolkitMotion;
 class TrayIcon;
 class ViewEngine;
 
-/// The face with Qt: its application and loop, the setup window, the panel and the icon in the tray.
+/// QtDesktopUi is the desktop UI on Linux: Qt's application and loop, the setup window, the panel and the
+/// icon in the tray.
 class QtDesktopUi final : public DesktopUi {
  public:
   QtDesktopUi();
   ~QtDesktopUi() override;
 
   std::shared_ptr<SerialQueue> mainQueue() override;
-  void present(UiModelSources subject) override;
+  void present(UiModelSources sources) override;
   void useActivationToken(const std::string& token) override { activation_.useToken(token); }
   void run() override;
   void stop() override;
@@ -46,9 +47,9 @@ class QtDesktopUi final : public DesktopUi {
  private:
   struct Arguments;
 
-  void speakTheUsersLanguage();
+  void installTranslation();
   static void exitedFromWithin();
-  /// What nobody misses before there is a window to be seen: the icons in the tray and of the window.
+  /// Shows the icons of tray and window. Not needed before the first window is visible.
   void showIcons();
   void endWindows();
 
@@ -58,7 +59,7 @@ class QtDesktopUi final : public DesktopUi {
   QTranslator translator_;
   const std::shared_ptr<QtMainQueue> queue_;
   TokenActivation activation_;
-  std::optional<UiModelSources> subject_;
+  std::optional<UiModelSources> sources_;
   std::unique_ptr<ViewEngine> engine_;  // until the views have it
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;

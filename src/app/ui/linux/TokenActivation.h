@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// Brings windows forward by the desktop's own protocol, which favors only those that the user asked for:
-/// startup notification on X11, xdg-activation on Wayland. Main thread.
+/// TokenActivation brings windows forward by the desktop's own protocol: startup notification on X11,
+/// xdg-activation on Wayland. Desktops favor only windows that the user asked for. Main thread.
 class TokenActivation final : public WindowActivation {
  public:
   /// Keeps the proof that the user asked for the next window.

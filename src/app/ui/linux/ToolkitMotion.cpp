@@ -21,16 +21,16 @@ ToolkitMotion::ToolkitMotion(std::function<void(bool)> changed)
   if (settings_) {
     news_ = std::make_unique<QSocketNotifier>(settings_->descriptor(), QSocketNotifier::Read);
     QObject::connect(news_.get(), &QSocketNotifier::activated, news_.get(), [this] {
-      if (settings_->takeNews()) return tell();
+      if (settings_->takeNews()) return notify();
       news_->setEnabled(false);
     });
   }
-  tell();
+  notify();
 }
 
 ToolkitMotion::~ToolkitMotion() = default;
 
-void ToolkitMotion::tell() {
+void ToolkitMotion::notify() {
   const auto animations = settings_ ? settings_->integer(kXSetting) : std::nullopt;
   changed_(animations ? *animations == 0 : isReducedByGnome());
 }

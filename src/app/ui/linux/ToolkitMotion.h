@@ -8,9 +8,9 @@ namespace tevanto {
 
 class XSettings;
 
-/// Whether the desktop asks every toolkit to do without animations, for desktops without a settings portal:
-/// by `Gtk/EnableAnimations` of an X desktop's settings daemon, which is followed, else by GNOME's setting,
-/// which is not. Main thread.
+/// ToolkitMotion watches whether the desktop asks every toolkit to do without animations, for desktops
+/// without a settings portal. It follows `Gtk/EnableAnimations` of an X desktop's settings daemon; without
+/// one it reads GNOME's setting once. Main thread.
 class ToolkitMotion {
  public:
   /// Calls `changed` at once, and again whenever it may have changed.
@@ -20,7 +20,7 @@ class ToolkitMotion {
   ToolkitMotion& operator=(const ToolkitMotion&) = delete;
 
  private:
-  void tell();
+  void notify();
 
   const std::function<void(bool)> changed_;
   const std::unique_ptr<XSettings> settings_;  // null without an X server

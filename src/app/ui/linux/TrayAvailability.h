@@ -5,9 +5,9 @@
 
 namespace tevanto {
 
-/// Whether the desktop has a tray: one that speaks StatusNotifier over D-Bus, or an XEmbed tray on the X
-/// server. Qt decides once, when the first icon is made, which of the two it uses, so that an icon that is
-/// made before the panel of the desktop has come up would never be seen. Main thread.
+/// TrayAvailability finds the desktop's tray: StatusNotifier over D-Bus, or an XEmbed tray on the X server.
+/// Qt chooses between the two once, when the first icon is made. An icon that is made before the desktop's
+/// panel has come up would never be visible. Main thread.
 class TrayAvailability {
  public:
   enum class Kind { none, statusNotifier, xembed };

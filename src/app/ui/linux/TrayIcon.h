@@ -13,17 +13,18 @@ namespace tevanto {
 
 class CompanionModel;
 
-/// The icon in the desktop's tray, from the moment that there is a tray: it shows whether a phone is
-/// connected, a click opens the panel, and its menu has what must be at hand even then. Main thread.
+/// TrayIcon is the icon in the desktop's tray, from the moment that there is a tray. It shows whether a phone
+/// is connected; a click opens the panel, and its menu offers the most important commands. Main thread.
 class TrayIcon {
  public:
-  /// `model` outlives it. `clicked` gets the icon's place on the screen, empty where the tray does not tell.
+  /// `model` outlives it. `clicked` gets the icon's place on the screen, empty where the tray does not report
+  /// it.
   TrayIcon(CompanionModel& model, std::function<void(const QRect&)> clicked);
   ~TrayIcon();
   TrayIcon(const TrayIcon&) = delete;
   TrayIcon& operator=(const TrayIcon&) = delete;
 
-  /// Into a tray that is there already; into others it comes by itself.
+  /// Looks for a tray now. The icon appears in a later one without a call.
   void lookForTray() { availability_.lookSoon(); }
 
  private:

@@ -5,7 +5,7 @@
 namespace tevanto {
 
 QString trayToolTip(bool isClientConnected, bool isMirroring) {
-  // The two roads are separate: the screen may be seen while the control connection is being made anew.
+  // The two connections are separate: the screen may be seen while the control connection is being made anew.
   if (isMirroring)
     return QCoreApplication::translate("TrayToolTip", "Tevanto: your screen is being mirrored");
   if (isClientConnected) {

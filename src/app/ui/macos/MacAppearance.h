@@ -8,7 +8,7 @@ namespace tevanto {
 
 class DesktopAppearance;
 
-/// A follower of the palette, which is the system's, and of the setting for reduced motion.
+/// Makes a follower of the palette, which is the system's, and of the setting for reduced motion.
 std::unique_ptr<QObject> followAppKit(DesktopAppearance& appearance);
 
 }  // namespace tevanto

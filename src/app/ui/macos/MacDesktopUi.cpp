@@ -50,7 +50,7 @@ class MacDesktopUi final : public DesktopUi {
       : application_(arguments_.count, arguments_.values),
         queue_(std::make_shared<QtMainQueue>("main")),
         appKit_([this] {
-          if (subject_) subject_->operations.openSetupWindow();
+          if (sources_) sources_->operations.openSetupWindow();
         }) {
     QGuiApplication::setApplicationName(QStringLiteral("Tevanto"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TEVANTO_VERSION));
@@ -61,14 +61,14 @@ class MacDesktopUi final : public DesktopUi {
 
   std::shared_ptr<SerialQueue> mainQueue() override { return queue_; }
 
-  void present(UiModelSources subject) override {
-    addDesktopOperations(subject.operations);
-    subject_.emplace(std::move(subject));
-    auto& runtime = subject_->runtime;
+  void present(UiModelSources sources) override {
+    addDesktopOperations(sources.operations);
+    sources_.emplace(std::move(sources));
+    auto& runtime = sources_->runtime;
     model_ = std::make_unique<CompanionModel>(
         CompanionModel::Services{runtime.server(), runtime.screen(), runtime.power(), runtime.launchAtLogin(),
-                                 subject_->defaults},
-        subject_->operations, subject_->links);
+                                 sources_->defaults},
+        sources_->operations, sources_->links);
     DesktopAppearance::followBy(followAppKit);
     views_ = std::make_unique<CompanionViews>(*model_);
     panel_ = std::make_unique<PanelWindow>(*model_, *views_);
@@ -85,7 +85,7 @@ class MacDesktopUi final : public DesktopUi {
     // The session, too, may ask the application to quit; then the companion ends what it began.
     while (!stopping_) {
       QGuiApplication::exec();
-      if (!stopping_) subject_->operations.quit();
+      if (!stopping_) sources_->operations.quit();
     }
     endWindows();
     queue_->stop();
@@ -121,7 +121,7 @@ class MacDesktopUi final : public DesktopUi {
   const std::shared_ptr<QtMainQueue> queue_;
   AppKitApplication appKit_;
   MacWindowActivation activation_;
-  std::optional<UiModelSources> subject_;
+  std::optional<UiModelSources> sources_;
   std::unique_ptr<AppKitStatusItem> item_;
   std::unique_ptr<CompanionModel> model_;
   std::unique_ptr<CompanionViews> views_;

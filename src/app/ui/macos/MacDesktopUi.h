@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The face on a Mac: the icon and the application are AppKit's, the windows and the loop Qt's, which runs
-/// AppKit's underneath. On the main thread, once.
+/// Makes the desktop UI of a Mac. The icon and the application are AppKit's; the windows and the loop are
+/// Qt's, which runs AppKit's loop underneath. On the main thread, once.
 std::unique_ptr<DesktopUi> makeMacDesktopUi();
 
 }  // namespace tevanto

@@ -4,7 +4,8 @@
 
 namespace tevanto {
 
-/// Raises windows of the active application; `ApplicationPresence` decides whether it is active. Main thread.
+/// MacWindowActivation raises windows of the active application; `ApplicationPresence` makes the application
+/// active. Main thread.
 class MacWindowActivation final : public WindowActivation {
  public:
   void bringForward(QWindow& window) override;

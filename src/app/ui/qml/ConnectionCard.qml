@@ -1,7 +1,7 @@
 import QtQuick
 import Tevanto
 
-/// The connection line, what the screen's server has to tell, and the pairing code.
+/// The connection line, the status of the screen's server, and the pairing code.
 Card {
     id: card
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Tevanto
 
-/// What a person sees who has just installed the program: how to get the phone's half of it.
+/// The guide after the installation: how to get the phone's half of the program.
 Item {
     id: guide
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Tevanto
 
-/// What can be pressed: by the pointer, by Space and Return, and through assistive technology. A press by the
+/// A control that can be pressed: by the pointer, by Space and Return, and through assistive technology. A press by the
 /// pointer does not move the keyboard's focus, so that the ring is there for those who use the keyboard.
 Item {
     id: pressable

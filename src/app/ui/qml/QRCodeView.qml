@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A QR code of a text, as large as the view. Whoever shows it says what it is for, in `label`.
+/// A QR code of a text, as large as the view. `label` names its purpose.
 Item {
     id: view
 

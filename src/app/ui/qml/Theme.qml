@@ -41,7 +41,7 @@ QtObject {
     /// Milliseconds that a colour or a switch's knob takes.
     readonly property int quick: isMotionReduced ? 0 : 140
 
-    /// What lies over a control under the pointer, and while it is pressed.
+    /// The overlay of a control under the pointer, and while it is pressed.
     function veil(isPressed: bool, isHovered: bool): color {
         const strength = isPressed ? 0.14 : isHovered ? 0.07 : 0;
         return isDark ? Qt.rgba(1, 1, 1, strength) : Qt.rgba(0, 0, 0, strength);

@@ -1,7 +1,7 @@
 import QtQuick
 import Tevanto
 
-/// A switch. It shows what is; whoever owns the value decides what a press changes.
+/// A switch. It shows the current value; the owner of the value decides what a press changes.
 Pressable {
     id: toggle
 

@@ -1,4 +1,4 @@
-// The face on this Mac, over the real services, which touch nothing but fakes. Needs a session with a
+// The desktop UI on this Mac, over the real services, which touch nothing but fakes. Needs a session with a
 // display.
 
 #include <gtest/gtest.h>
@@ -36,16 +36,16 @@ QWindow* setupWindow() { return shownWindow(true); }
 
 class MacDesktopUiContract : public testing::Test {
  protected:
-  /// Runs the face's loop, and `drive` beside it on another thread, with which both end.
+  /// Runs the UI's loop, with `drive` on another thread. Both end when `drive` returns.
   void show(const std::function<void()>& drive) {
     auto operations = UiActions::of(world_.runtime());
     operations.openSetupWindow = [this] { ++reopenings_; };
     operations.quit = [this] { ui_->stop(); };
     ui_->present({.runtime = world_.runtime(),
-                    .defaults = world_.defaults,
-                    .operations = std::move(operations),
-                    .links = {},
-                    .displayLost = {}});
+                  .defaults = world_.defaults,
+                  .operations = std::move(operations),
+                  .links = {},
+                  .displayLost = {}});
     std::thread driver([&] {
       drive();
       ui_->stop();
