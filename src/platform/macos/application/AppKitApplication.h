@@ -5,11 +5,12 @@
 
 namespace tevanto {
 
-/// This process as an application of the Mac: whether it has a Dock icon, and its coming forward. Made on the
-/// main thread; main queue only.
+/// AppKitApplication controls this process as an application of the Mac: its Dock icon, and its coming
+/// forward. Made on the main thread; main queue only.
 class AppKitApplication {
  public:
-  /// `onReopen`: the user opened the application again, in the Finder or the Dock, while it runs.
+  /// `onReopen` is called when the user opens the application again, in the Finder or the Dock, while it
+  /// runs.
   explicit AppKitApplication(std::function<void()> onReopen);
   ~AppKitApplication();
   AppKitApplication(const AppKitApplication&) = delete;
@@ -21,8 +22,8 @@ class AppKitApplication {
   void activateIgnoringOtherApps();
 
  private:
-  struct Reopening;
-  std::unique_ptr<Reopening> reopening_;
+  struct Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

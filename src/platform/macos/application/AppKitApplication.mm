@@ -56,17 +56,16 @@
 
 namespace tevanto {
 
-struct AppKitApplication::Reopening {
+struct AppKitApplication::Core {
   TevantoReopenHandler* handler;
 };
 
-AppKitApplication::AppKitApplication(std::function<void()> onReopen)
-    : reopening_(std::make_unique<Reopening>()) {
-  reopening_->handler = [[TevantoReopenHandler alloc] initWithHandler:std::move(onReopen)];
-  [reopening_->handler start];
+AppKitApplication::AppKitApplication(std::function<void()> onReopen) : core_(std::make_unique<Core>()) {
+  core_->handler = [[TevantoReopenHandler alloc] initWithHandler:std::move(onReopen)];
+  [core_->handler start];
 }
 
-AppKitApplication::~AppKitApplication() { [reopening_->handler stop]; }
+AppKitApplication::~AppKitApplication() { [core_->handler stop]; }
 
 void AppKitApplication::becomeRegular() {
   [NSApplication.sharedApplication setActivationPolicy:NSApplicationActivationPolicyRegular];

@@ -5,7 +5,8 @@
 
 namespace tevanto {
 
-/// Whether the user wants less motion (System Settings > Accessibility > Display). Main queue only.
+/// AppKitMotion watches the setting for reduced motion (System Settings > Accessibility > Display). Main
+/// queue only.
 class AppKitMotion {
  public:
   explicit AppKitMotion(std::function<void(bool isReduced)> onChange);
@@ -16,8 +17,8 @@ class AppKitMotion {
   static bool isReduced();
 
  private:
-  struct Observation;
-  const std::unique_ptr<Observation> observation_;
+  struct Core;
+  const std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

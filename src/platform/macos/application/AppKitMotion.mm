@@ -27,22 +27,21 @@
 
 namespace tevanto {
 
-struct AppKitMotion::Observation {
+struct AppKitMotion::Core {
   TevantoMotionObserver* observer;
 };
 
-AppKitMotion::AppKitMotion(std::function<void(bool)> onChange)
-    : observation_(std::make_unique<Observation>()) {
-  observation_->observer = [[TevantoMotionObserver alloc] initWithHandler:std::move(onChange)];
+AppKitMotion::AppKitMotion(std::function<void(bool)> onChange) : core_(std::make_unique<Core>()) {
+  core_->observer = [[TevantoMotionObserver alloc] initWithHandler:std::move(onChange)];
   [NSWorkspace.sharedWorkspace.notificationCenter
-      addObserver:observation_->observer
+      addObserver:core_->observer
          selector:@selector(optionsChanged:)
              name:NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification
            object:nil];
 }
 
 AppKitMotion::~AppKitMotion() {
-  [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:observation_->observer];
+  [NSWorkspace.sharedWorkspace.notificationCenter removeObserver:core_->observer];
 }
 
 bool AppKitMotion::isReduced() { return NSWorkspace.sharedWorkspace.accessibilityDisplayShouldReduceMotion; }

@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// The icon in the menu bar: a template image, which the system draws in the colour that suits the bar. It is
-/// there while this object is. Main queue only.
+/// AppKitStatusItem is the icon in the menu bar: a template image, which the system draws in the color that
+/// suits the bar. The icon exists for as long as this object. Main queue only.
 class AppKitStatusItem {
  public:
   /// Of the icon, in points; the origin is at the top left of the main display.
@@ -16,7 +16,7 @@ class AppKitStatusItem {
     double width = 0;
     double height = 0;
   };
-  /// `onClick` gets the frame under which the panel belongs.
+  /// `onClick` gets the frame of the icon, below which the panel belongs.
   explicit AppKitStatusItem(std::function<void(Frame)> onClick);
   ~AppKitStatusItem();
   AppKitStatusItem(const AppKitStatusItem&) = delete;
@@ -26,8 +26,8 @@ class AppKitStatusItem {
   void showConnected(bool isConnected);
 
  private:
-  struct Item;
-  std::unique_ptr<Item> item_;
+  struct Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -29,7 +29,7 @@
 
 namespace tevanto {
 
-struct AppKitStatusItem::Item {
+struct AppKitStatusItem::Core {
   AppKitStatusItem::Frame frame() const {
     const NSRect inScreen = item.button.window.frame;
     // The first screen is the one with the origin, whichever has the keyboard.
@@ -42,8 +42,8 @@ struct AppKitStatusItem::Item {
   TevantoStatusItemTarget* target;
 };
 
-AppKitStatusItem::AppKitStatusItem(std::function<void(Frame)> onClick) : item_(std::make_unique<Item>()) {
-  auto& parts = *item_;
+AppKitStatusItem::AppKitStatusItem(std::function<void(Frame)> onClick) : core_(std::make_unique<Core>()) {
+  auto& parts = *core_;
   parts.item = [NSStatusBar.systemStatusBar statusItemWithLength:NSVariableStatusItemLength];
   parts.target = [[TevantoStatusItemTarget alloc]
       initWithHandler:[&parts, onClick = std::move(onClick)] { onClick(parts.frame()); }];
@@ -53,15 +53,15 @@ AppKitStatusItem::AppKitStatusItem(std::function<void(Frame)> onClick) : item_(s
 }
 
 AppKitStatusItem::~AppKitStatusItem() {
-  item_->item.button.target = nil;
-  [NSStatusBar.systemStatusBar removeStatusItem:item_->item];
+  core_->item.button.target = nil;
+  [NSStatusBar.systemStatusBar removeStatusItem:core_->item];
 }
 
 void AppKitStatusItem::showConnected(bool isConnected) {
   NSString* symbol = isConnected ? @"iphone.radiowaves.left.and.right" : @"iphone";
   NSImage* image = [NSImage imageWithSystemSymbolName:symbol accessibilityDescription:@"Tevanto"];
   [image setTemplate:YES];
-  item_->item.button.image = image;
+  core_->item.button.image = image;
 }
 
 }  // namespace tevanto

@@ -7,11 +7,12 @@
 
 namespace tevanto {
 
-/// The public database of a container through the CloudKit framework, as the user who is signed in to iCloud.
-/// Any thread may call; completions come on threads of the framework's, also after this is gone.
+/// CloudKitDatabase is the public database of a container by the CloudKit framework, for the user who is
+/// signed in to iCloud. Thread-safe. Completions run on the framework's threads, even after this is
+/// destroyed.
 class CloudKitDatabase final : public CloudDatabase {
  public:
-  /// Whether this process may use the framework, which otherwise ends it.
+  /// True when this process may use the framework, which ends a process that may not.
   static bool isAvailable();
 
   /// `container`: its identifier, "iCloud.…".

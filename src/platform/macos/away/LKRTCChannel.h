@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-/// A data channel as the rest of the program holds it. Letting it go closes it.
+/// LKRTCChannel is the handle of a data channel. Destroying it closes the channel.
 class LKRTCChannel final : public DataChannel {
  public:
   /// Observers are called on the queue.

@@ -1,6 +1,6 @@
 #pragma once
 
-// WebRTC with its classes' names beginning with LKRTC; whoever packs the framework names it.
+// WebRTC whose class names begin with LKRTC. The name of the framework depends on who packs it.
 #if __has_include(<LiveKitWebRTC/LiveKitWebRTC.h>)
 #import <LiveKitWebRTC/LiveKitWebRTC.h>
 #else

@@ -8,7 +8,7 @@
 
 namespace tevanto {
 
-/// A peer connection as the rest of the program holds it. Letting it go closes it.
+/// LKRTCPeer is the handle of a peer connection. Destroying it closes the connection.
 class LKRTCPeer final : public PeerConnection {
  public:
   /// Null when the engine refuses the configuration.

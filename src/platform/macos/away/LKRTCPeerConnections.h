@@ -7,11 +7,11 @@
 
 namespace tevanto {
 
-/// Peer connections by the WebRTC framework, for data channels only. The engine starts with the first peer
-/// and stays until this and all of its peers are gone.
+/// LKRTCPeerConnections makes peer connections by the WebRTC framework, for data channels only. The engine
+/// starts with the first peer and runs until this and all of its peers are gone.
 ///
 /// Observers and completions are called on the queue that is given here, one at a time, never on a thread of
-/// the engine: a callback may call everything here, `close` included, and may let go of its peer.
+/// the engine. A callback may call everything here, `close` included, and may destroy its peer.
 class LKRTCPeerConnections final : public PeerConnectionFactory {
  public:
   struct Options {
@@ -26,9 +26,9 @@ class LKRTCPeerConnections final : public PeerConnectionFactory {
                                          std::weak_ptr<PeerConnectionObserver> observer) override;
 
  private:
-  struct Engine;
+  struct Core;
   const std::shared_ptr<SerialQueue> callbackQueue_;
-  const std::unique_ptr<Engine> engine_;
+  const std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -33,8 +33,8 @@ LKRTCConfiguration* engineConfiguration(const PeerConfiguration& configuration) 
 
 }  // namespace
 
-struct LKRTCPeerConnections::Engine {
-  explicit Engine(const Options& wanted) : options(wanted) {}
+struct LKRTCPeerConnections::Core {
+  explicit Core(const Options& wanted) : options(wanted) {}
 
   LKRTCPeerConnectionFactory* factory() {
     const std::lock_guard lock(mutex);
@@ -61,7 +61,7 @@ struct LKRTCPeerConnections::Engine {
 };
 
 LKRTCPeerConnections::LKRTCPeerConnections(std::shared_ptr<SerialQueue> callbackQueue, Options options)
-    : callbackQueue_(std::move(callbackQueue)), engine_(std::make_unique<Engine>(options)) {}
+    : callbackQueue_(std::move(callbackQueue)), core_(std::make_unique<Core>(options)) {}
 
 LKRTCPeerConnections::~LKRTCPeerConnections() = default;
 
@@ -69,7 +69,7 @@ std::shared_ptr<PeerConnection> LKRTCPeerConnections::create(const PeerConfigura
                                                              std::weak_ptr<PeerConnectionObserver> observer) {
   @autoreleasepool {
     const auto callbacks = std::make_shared<PeerCallbacks>(callbackQueue_, std::move(observer));
-    return LKRTCPeer::create(engine_->factory(), engineConfiguration(configuration), callbacks);
+    return LKRTCPeer::create(core_->factory(), engineConfiguration(configuration), callbacks);
   }
 }
 

@@ -5,7 +5,7 @@
 #include "platform/macos/away/LKRTCFramework.h"
 #include "platform/macos/values/network/PeerCallbacks.h"
 
-/// What the engine tells of a peer, on threads of its own; goes on to the callbacks.
+/// TevantoPeerDelegate passes the engine's events of a peer on to its callbacks. On threads of the engine.
 @interface TevantoPeerDelegate : NSObject <LKRTCPeerConnectionDelegate>
 - (instancetype)initWithCallbacks:(std::shared_ptr<tevanto::PeerCallbacks>)callbacks;
 @end

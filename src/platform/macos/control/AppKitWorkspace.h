@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// The shared workspace, bundles and the file manager; all of them may be used from any thread. Locations are
-/// paths.
+/// AppKitWorkspace finds and opens applications by the shared workspace, bundles and the file manager. Any
+/// thread. Locations are paths.
 class AppKitWorkspace final : public Workspace {
  public:
   std::vector<std::string> applicationFolders() override;

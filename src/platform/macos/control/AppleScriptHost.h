@@ -7,8 +7,9 @@
 
 namespace tevanto {
 
-/// AppleScript, which only the main thread may run: a script that is run elsewhere holds its caller and the
-/// main queue until it is done. The first one for another application waits for the user's consent.
+/// AppleScriptHost runs AppleScript, which only the main thread may do. A call from another thread blocks
+/// that thread and the main queue until the script is done. The first script for another application waits
+/// for the user's consent.
 class AppleScriptHost final : public ScriptHost {
  public:
   explicit AppleScriptHost(std::shared_ptr<SerialQueue> mainQueue);

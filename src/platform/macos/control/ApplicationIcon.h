@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-/// The icon, drawn into a bitmap of `pixels` squared and encoded as PNG; nothing when that fails. Any thread;
-/// for Objective-C++ sources.
+/// Draws the icon into a bitmap of `pixels` squared and encodes it as PNG; empty when that fails. Any thread.
+/// For Objective-C++ sources.
 std::optional<std::vector<std::byte>> pngOfIcon(NSImage* icon, int pixels);
 
 }  // namespace tevanto

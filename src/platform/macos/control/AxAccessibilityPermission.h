@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// What the user allows under "Accessibility" in the privacy settings.
+/// AxAccessibilityPermission is the permission under "Accessibility" in the privacy settings.
 class AxAccessibilityPermission final : public AccessibilityPermission {
  public:
   bool isTrusted() override;

@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Core Graphics events, posted to the tap at which the system takes in its hardware's. The system drops them
-/// without a word while this program has no accessibility permission. Main queue.
+/// CoreGraphicsInputEvents posts Core Graphics events to the tap of the hardware's events. The system drops
+/// them without an error while this program has no accessibility permission. Main queue.
 class CoreGraphicsInputEvents final : public InputEvents {
  public:
   std::unique_ptr<EventSource> makeEventSource() override;

@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// The power sources that IOKit lists: none on a Mac without a battery.
+/// IoKitPowerSources lists the power sources of IOKit: none on a Mac without a battery.
 class IoKitPowerSources final : public PowerSources {
  public:
   std::vector<PowerSource> snapshot() override;

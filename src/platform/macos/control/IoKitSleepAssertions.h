@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Power assertions of IOKit; the codes are `IOReturn` values. The system takes back what a process leaves
-/// behind.
+/// IoKitSleepAssertions makes power assertions of IOKit; the codes are `IOReturn` values. The system releases
+/// them when the process exits.
 class IoKitSleepAssertions final : public SleepAssertions {
  public:
   Created create(std::string_view type, std::string_view reason) override;

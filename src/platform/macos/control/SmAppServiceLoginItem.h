@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// The main application as a login item of the service management. Only an installed application bundle is
-/// found.
+/// SmAppServiceLoginItem is the main application as a login item of the service management. The system finds
+/// only an installed application bundle.
 class SmAppServiceLoginItem final : public LoginItem {
  public:
   LoginItemStatus status() override;

@@ -6,14 +6,14 @@
 
 namespace tevanto {
 
-/// One count of a Core Foundation object, given back at the end.
+/// CfOwned holds one reference count of a Core Foundation object and releases it when destroyed.
 template <class Ref>
 class CfOwned {
  public:
   CfOwned() = default;
-  /// Takes over a count that the caller owns: of what a function named Create or Copy returned.
+  /// Takes over a count that the caller owns: for results of functions named Create or Copy.
   explicit CfOwned(Ref object) : object_(object) {}
-  /// Adds a count of its own: for what a function named Get returned.
+  /// Adds a count of its own: for results of functions named Get.
   static CfOwned retaining(Ref object) {
     if (object) CFRetain(static_cast<CFTypeRef>(object));
     return CfOwned(object);

@@ -6,11 +6,11 @@
 
 namespace tevanto {
 
-/// The program's own domain in the user's preferences, `defaults read app.tevanto.Tevanto` in a terminal.
-/// What another process sets there is seen at the next look.
+/// CfUserDefaults is the program's own domain in the user's preferences: `defaults read app.tevanto.Tevanto`
+/// in a terminal. The next read sees a value that another process has set.
 class CfUserDefaults final : public UserDefaults {
  public:
-  /// The domain of the program is its bundle identifier; another one is for tests.
+  /// The domain of the program is its bundle identifier. Another one is for tests.
   explicit CfUserDefaults(std::string domain = "app.tevanto.Tevanto");
 
   std::optional<DefaultsValue> value(std::string_view key) const override;

@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// The preferences of any application of this user. Any thread.
+/// CfUserPreferences reads the preferences of any application of this user. Any thread.
 class CfUserPreferences final : public UserPreferences {
  public:
   std::optional<PreferenceValue> value(std::string_view key, std::string_view domain) override;

@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Whether this process was signed with the entitlement. Some frameworks end a process that uses them
-/// without.
+/// True when this process was signed with the entitlement. Some frameworks end a process that uses them
+/// without theirs.
 bool isEntitled(NSString* entitlement);
 
 }  // namespace tevanto

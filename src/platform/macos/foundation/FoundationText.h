@@ -8,9 +8,9 @@
 
 namespace tevanto {
 
-/// For Objective-C++ sources only. Text that is no UTF-8 becomes an empty string.
+/// Converts UTF-8; other text becomes an empty string. For Objective-C++ sources only.
 NSString* foundationText(std::string_view text);
-/// Nothing for nil and for what UTF-8 cannot say (half a surrogate pair).
+/// Empty for nil and for text that UTF-8 cannot express (half a surrogate pair).
 std::optional<std::string> utf8Text(NSString* text);
 
 }  // namespace tevanto

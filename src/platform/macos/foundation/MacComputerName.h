@@ -5,7 +5,7 @@
 
 namespace tevanto {
 
-/// The name that the user gave this computer in the settings; nothing when there is none.
+/// Returns the name that the user gave this computer in the settings; empty when there is none.
 std::optional<std::string> macComputerName();
 
 }  // namespace tevanto

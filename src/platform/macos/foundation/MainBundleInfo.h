@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// The information of the bundle that this program runs from. Empty outside of one; what cannot be read is
-/// reported, and empty too.
+/// Reads the information of the bundle that this program runs from. Empty outside of a bundle. Information
+/// that cannot be read is logged, and empty too.
 InfoPlist mainBundleInfo(const Logger& log);
 
 }  // namespace tevanto

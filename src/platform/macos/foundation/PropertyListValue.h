@@ -7,10 +7,10 @@
 
 namespace tevanto {
 
-/// A property list in the shapes that matter here, for Objective-C++ sources. Dates and dictionary keys that
-/// are no text are left out, of arrays too; nothing when the whole is of that kind.
+/// Converts a property list, for Objective-C++ sources. Dates and dictionary keys that are no text are left
+/// out, in arrays too; empty when the whole is of that kind.
 std::optional<PreferenceValue> preferenceValueOf(id propertyList);
-/// The other way round.
+/// Converts a value to a property list.
 id propertyListOf(const DefaultsValue& value);
 
 }  // namespace tevanto

@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Shows a page of the system's settings, named by its URL. Whether the user changes anything there is not
-/// told.
+/// Shows a page of the system's settings, named by its URL. Changes that the user makes there are not
+/// reported.
 void openSettingsPage(std::string_view url);
 
 }  // namespace tevanto

@@ -8,7 +8,7 @@
 
 namespace tevanto {
 
-/// For Objective-C++ sources only. "What failed: what the system says (its domain and code)."
+/// Makes the text "<what>: <the system's description> (its domain and code)." For Objective-C++ sources only.
 Failure failureOf(const std::string& what, NSError* error);
 /// Success where there is no error.
 Result<void> resultOf(const std::string& what, NSError* error);

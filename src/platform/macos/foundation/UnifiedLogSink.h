@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The unified log, `log stream --predicate 'subsystem == "app.tevanto"'` in a terminal. Messages are public:
-/// the system would otherwise show none of their text.
+/// UnifiedLogSink writes to the unified log: `log stream --predicate 'subsystem == "app.tevanto"'` in a
+/// terminal. Messages are public, since the system would otherwise hide their text.
 class UnifiedLogSink final : public LogSink {
  public:
   UnifiedLogSink();
@@ -16,8 +16,8 @@ class UnifiedLogSink final : public LogSink {
   void write(LogLevel level, std::string_view category, std::string_view message) override;
 
  private:
-  struct Logs;
-  std::unique_ptr<Logs> logs_;
+  struct Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -25,7 +25,7 @@ os_log_type_t typeOf(LogLevel level) {
 
 }  // namespace
 
-struct UnifiedLogSink::Logs {
+struct UnifiedLogSink::Core {
   os_log_t of(std::string_view category) {
     const std::lock_guard lock(mutex);
     const auto found = byCategory.find(category);
@@ -40,12 +40,12 @@ struct UnifiedLogSink::Logs {
   std::map<std::string, os_log_t, std::less<>> byCategory;
 };
 
-UnifiedLogSink::UnifiedLogSink() : logs_(std::make_unique<Logs>()) {}
+UnifiedLogSink::UnifiedLogSink() : core_(std::make_unique<Core>()) {}
 UnifiedLogSink::~UnifiedLogSink() = default;
 
 void UnifiedLogSink::write(LogLevel level, std::string_view category, std::string_view message) {
   const std::string text(message);
-  os_log_with_type(logs_->of(category), typeOf(level), "%{public}s", text.c_str());
+  os_log_with_type(core_->of(category), typeOf(level), "%{public}s", text.c_str());
 }
 
 }  // namespace tevanto

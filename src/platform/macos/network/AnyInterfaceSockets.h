@@ -2,8 +2,8 @@
 
 namespace tevanto {
 
-/// Lets a listening socket take connections over peer-to-peer links (AWDL) too, which the system keeps from
-/// sockets that do not ask. A preparation for AsioTcpListenerFactory.
+/// Lets a listening socket accept connections over peer-to-peer links (AWDL) too. The system withholds these
+/// from sockets without this option. To be given to AsioTcpListenerFactory.
 void receiveOnAnyInterface(int descriptor);
 
 }  // namespace tevanto

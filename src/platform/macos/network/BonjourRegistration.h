@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// One service at the system's responder, from `begin` to `end`. Lives on the dispatch queue that it is
-/// given, besides its making and its destruction.
+/// BonjourRegistration is one service at the system's responder, from `begin` to `end`. Lives on the dispatch
+/// queue that it is given; it may be made and destroyed anywhere.
 class BonjourRegistration final : public std::enable_shared_from_this<BonjourRegistration> {
  public:
   BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
@@ -23,7 +23,7 @@ class BonjourRegistration final : public std::enable_shared_from_this<BonjourReg
   BonjourRegistration& operator=(const BonjourRegistration&) = delete;
 
   void begin();
-  /// For good; nothing is reported any more.
+  /// Final: nothing is reported any more.
   void end();
 
  private:

@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// Whether the local network says of the service, within `timeout`, what it was advertised with: its port
-/// and its text record. Waits for it; fails when nobody can be asked.
+/// Returns true when the local network resolves the service to its port and text record within `timeout`.
+/// Blocks; fails when the system's responder cannot be asked.
 Result<bool> bonjourResolves(const ServiceDescription& service, std::chrono::milliseconds timeout);
 
 }  // namespace tevanto

@@ -4,13 +4,13 @@
 
 namespace tevanto {
 
-/// What the user allows under "Screen Recording" in the privacy settings. A grant holds from the program's
-/// next start on.
+/// CoreGraphicsScreenPermission is the permission under "Screen Recording" in the privacy settings. A grant
+/// takes effect with the program's next start.
 class CoreGraphicsScreenPermission final : public ScreenCapturePermission {
  public:
   bool isGranted() override;
-  /// Lets the system ask the user, which it does once in the program's life, and otherwise shows the page on
-  /// which the user can grant it. Main queue.
+  /// Makes the system ask the user, which it does once in the program's life. Otherwise shows the page on
+  /// which the user can grant the permission. Main queue.
   void request() override;
 };
 

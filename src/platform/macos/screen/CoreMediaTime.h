@@ -11,7 +11,7 @@ namespace tevanto {
 
 inline CMTime coreMediaTime(const MediaTime& time) { return CMTimeMake(time.value, time.timescale); }
 
-/// Nothing for what is no time: invalid, indefinite, infinite.
+/// Empty for a value that is no time: invalid, indefinite, infinite.
 inline std::optional<PresentationTime> presentationTimeOf(CMTime time) {
   if (!CMTIME_IS_NUMERIC(time)) return std::nullopt;
   return nanosecondsOf({time.value, time.timescale});

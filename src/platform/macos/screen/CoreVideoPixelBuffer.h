@@ -9,8 +9,8 @@
 
 namespace tevanto {
 
-/// A buffer of the system's own on its way from capture to encoder. Its pixels are never looked at here:
-/// while this lives, the system does not use the buffer again.
+/// CoreVideoPixelBuffer holds a buffer of the system on its way from capture to encoder. Its pixels are not
+/// accessed. The system does not reuse the buffer while this lives.
 class CoreVideoPixelBuffer final : public PixelBuffer {
  public:
   static std::shared_ptr<const CoreVideoPixelBuffer> of(CVPixelBufferRef buffer);

@@ -25,7 +25,7 @@ std::vector<ShareableDisplay> shareable(NSArray<SCDisplay*>* displays) {
 
 }  // namespace
 
-struct ScreenCaptureKitSource::Listed {
+struct ScreenCaptureKitSource::Core {
   std::mutex mutex;
   NSArray<SCDisplay*>* displays = nil;
 
@@ -42,13 +42,13 @@ struct ScreenCaptureKitSource::Listed {
   }
 };
 
-ScreenCaptureKitSource::ScreenCaptureKitSource() : listed_(std::make_shared<Listed>()) {}
+ScreenCaptureKitSource::ScreenCaptureKitSource() : core_(std::make_shared<Core>()) {}
 
 ScreenCaptureKitSource::~ScreenCaptureKitSource() = default;
 
 void ScreenCaptureKitSource::listDisplays(std::function<void(Result<std::vector<ShareableDisplay>>)> done) {
   @autoreleasepool {
-    const auto listed = listed_;
+    const auto listed = core_;
     [SCShareableContent
         getShareableContentExcludingDesktopWindows:NO
                                onScreenWindowsOnly:NO
@@ -66,7 +66,7 @@ Result<std::shared_ptr<CaptureStream>> ScreenCaptureKitSource::makeStream(
     CaptureStream::Handlers handlers) {
   if (configuration.pixelFormat != PixelFormat::native)
     return Failure{"ScreenCaptureKit delivers buffers of its own."};
-  SCDisplay* const target = listed_->display(display);
+  SCDisplay* const target = core_->display(display);
   if (!target) return Failure{"There is no such display."};
   return ScreenCaptureKitStream::create(target, configuration, std::move(sampleQueue), std::move(handlers));
 }

@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-/// One capture of one display by an SCStream. Its samples come on a dispatch queue of its own and go on to
-/// the sample queue; those that say that nothing changed end here.
+/// ScreenCaptureKitStream is one capture of one display by an SCStream. Its samples arrive on a dispatch
+/// queue of its own and go on to the sample queue. Samples without a change are dropped here.
 class ScreenCaptureKitStream final : public CaptureStream {
  public:
   static Result<std::shared_ptr<CaptureStream>> create(SCDisplay* display,
@@ -24,7 +24,7 @@ class ScreenCaptureKitStream final : public CaptureStream {
 
  private:
   SCStream* const stream_;
-  const id output_;  // what the stream tells; it does not hold its delegate
+  const id output_;  // held: the stream does not hold its delegate
 };
 
 }  // namespace tevanto

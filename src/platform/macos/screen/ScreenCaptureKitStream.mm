@@ -42,10 +42,10 @@ CaptureSample sampleOf(CMSampleBufferRef buffer, SCStreamOutputType type) {
   return sample;
 }
 
-/// Where what a stream tells goes on.
-class SampleRoad {
+/// Passes the samples and the end of a stream on to its handlers.
+class SampleForwarder {
  public:
-  SampleRoad(std::shared_ptr<SerialQueue> queue, CaptureStream::Handlers handlers)
+  SampleForwarder(std::shared_ptr<SerialQueue> queue, CaptureStream::Handlers handlers)
       : queue_(std::move(queue)), handlers_(std::move(handlers)) {}
 
   void take(CMSampleBufferRef buffer, SCStreamOutputType type) const {
@@ -79,27 +79,27 @@ SCStreamConfiguration* streamConfigurationOf(const CaptureConfiguration& configu
 }  // namespace tevanto
 
 @interface TevantoStreamOutput : NSObject <SCStreamOutput, SCStreamDelegate>
-- (instancetype)initWithRoad:(std::shared_ptr<tevanto::SampleRoad>)road;
+- (instancetype)initWithForwarder:(std::shared_ptr<tevanto::SampleForwarder>)forwarder;
 @end
 
 @implementation TevantoStreamOutput {
-  std::shared_ptr<tevanto::SampleRoad> _road;
+  std::shared_ptr<tevanto::SampleForwarder> _forwarder;
 }
 
-- (instancetype)initWithRoad:(std::shared_ptr<tevanto::SampleRoad>)road {
+- (instancetype)initWithForwarder:(std::shared_ptr<tevanto::SampleForwarder>)forwarder {
   self = [super init];
-  if (self) _road = std::move(road);
+  if (self) _forwarder = std::move(forwarder);
   return self;
 }
 
 - (void)stream:(SCStream*)stream
     didOutputSampleBuffer:(CMSampleBufferRef)sampleBuffer
                    ofType:(SCStreamOutputType)type {
-  _road->take(sampleBuffer, type);
+  _forwarder->take(sampleBuffer, type);
 }
 
 - (void)stream:(SCStream*)stream didStopWithError:(NSError*)error {
-  _road->stopped(error);
+  _forwarder->stopped(error);
 }
 
 @end
@@ -110,8 +110,8 @@ Result<std::shared_ptr<CaptureStream>> ScreenCaptureKitStream::create(
     SCDisplay* display, const CaptureConfiguration& configuration, std::shared_ptr<SerialQueue> sampleQueue,
     Handlers handlers) {
   @autoreleasepool {
-    const auto road = std::make_shared<SampleRoad>(std::move(sampleQueue), std::move(handlers));
-    TevantoStreamOutput* const output = [[TevantoStreamOutput alloc] initWithRoad:road];
+    const auto forwarder = std::make_shared<SampleForwarder>(std::move(sampleQueue), std::move(handlers));
+    TevantoStreamOutput* const output = [[TevantoStreamOutput alloc] initWithForwarder:forwarder];
     SCContentFilter* const filter = [[SCContentFilter alloc] initWithDisplay:display excludingWindows:@[]];
     SCStream* const stream = [[SCStream alloc] initWithFilter:filter
                                                 configuration:streamConfigurationOf(configuration)

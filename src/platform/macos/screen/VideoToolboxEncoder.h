@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Compression sessions by VideoToolbox, which encodes in hardware where the Mac can. They take pictures of
-/// `PixelFormat::native` only: CVPixelBuffers, which travel uncopied.
+/// VideoToolboxEncoder makes compression sessions of VideoToolbox, which encodes in hardware where the Mac
+/// can. They take pictures of `PixelFormat::native` only: CVPixelBuffers, which are not copied.
 class VideoToolboxEncoder final : public EncoderSessionFactory {
  public:
   Result<std::shared_ptr<EncoderSession>> create(std::int32_t width, std::int32_t height,

@@ -11,8 +11,8 @@
 
 namespace tevanto {
 
-/// One VTCompressionSession. Output comes on a thread of VideoToolbox's, in the order of the pictures, often
-/// after the call and maybe after the next one.
+/// VideoToolboxSession is one VTCompressionSession. Output arrives on a thread of VideoToolbox in the order
+/// of the pictures, often after the call has returned and maybe after the next one.
 class VideoToolboxSession final : public EncoderSession {
  public:
   explicit VideoToolboxSession(CfOwned<VTCompressionSessionRef> session);
@@ -29,7 +29,8 @@ class VideoToolboxSession final : public EncoderSession {
 
   mutable std::mutex mutex_;
   CfOwned<VTCompressionSessionRef> session_;  // none once invalidated
-  /// A key frame was asked for with a picture that was left out. Outlives the session while one is under way.
+  /// True when a key frame was requested with a picture that was dropped. Outlives the session while a
+  /// picture is being encoded.
   const std::shared_ptr<std::atomic<bool>> owesKeyFrame_ = std::make_shared<std::atomic<bool>>(false);
 };
 

@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// What a DNSServiceErrorType means for a service that should be visible.
+/// BonjourFailure is the consequence of a DNSServiceErrorType for a service that should be visible.
 struct BonjourFailure {
   AdvertisingState state = AdvertisingState::pending;
   const char* message = "";  // for a person
@@ -16,8 +16,8 @@ struct BonjourFailure {
 
 BonjourFailure bonjourFailureOf(std::int32_t error);
 
-/// After the first failure, and after one that followed a wait: the system takes what looks for peer-to-peer
-/// links all the time for a waste of power.
+/// The wait after the first failure; `nextBonjourRetry` gives the wait after a later one. The waits grow
+/// because frequent registrations search for peer-to-peer links and drain the battery.
 inline constexpr std::chrono::seconds kFirstBonjourRetry{10};
 constexpr std::chrono::seconds nextBonjourRetry(std::chrono::seconds last) {
   constexpr std::chrono::seconds longest{640};

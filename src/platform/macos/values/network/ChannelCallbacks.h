@@ -12,13 +12,14 @@
 
 namespace tevanto {
 
-/// Brings what an engine tells of a data channel on threads of its own to one queue. What comes before there
-/// is an observer is kept for it, up to 16 MiB; with more the channel is closed.
+/// ChannelCallbacks moves the callbacks of a data channel from the engine's threads to one queue. Messages
+/// that arrive before there is an observer are kept for it, up to 16 MiB; a channel that exceeds this is
+/// closed.
 class ChannelCallbacks final : public std::enable_shared_from_this<ChannelCallbacks> {
  public:
   ChannelCallbacks(std::shared_ptr<SerialQueue> queue, DataChannelState state);
 
-  /// Once, before anything is told.
+  /// Once, before the first callback.
   void connect(std::weak_ptr<DataChannel> owner) { owner_ = std::move(owner); }
 
   // On threads of the engine.
@@ -26,10 +27,11 @@ class ChannelCallbacks final : public std::enable_shared_from_this<ChannelCallba
   void received(std::vector<std::byte> message);
 
   // On any thread.
-  /// As last told to the observer; closing at least once `closeSoon` was called.
+  /// The state that was last reported to the observer; at least closing once `closeSoon` was called.
   DataChannelState state() const;
   void closeSoon() { closing_ = true; }
-  /// When it returns the former observer is not being called, besides where it made this call, nor will be.
+  /// After it returns, no call of the former observer starts or is running, except one that this call is made
+  /// from.
   void setObserver(std::weak_ptr<DataChannel::Observer> observer);
 
  private:

@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// What is written of a record, by its fields' keys. Dates are seconds since 1970, as the framework counts
-/// them.
+/// CloudRecordFields holds the fields of a record to be written, by their keys. Dates are seconds since 1970,
+/// as the framework counts them.
 struct CloudRecordFields {
   std::vector<std::pair<std::string, std::string>> texts;
   std::optional<double> created;
@@ -20,18 +20,19 @@ inline constexpr const char* kCloudCreatedField = "created";
 
 CloudRecordFields fieldsOf(const CloudRecord& record);
 
-/// A record that was read. `text` gives a field that is a text, or nothing.
+/// Makes a record from the fields that were read. `text` returns a field that is a text, or nothing.
 CloudRecord cloudRecordOf(const std::string& name,
                           const std::function<std::optional<std::string>(const char* key)>& text,
                           std::optional<double> created, std::optional<double> serverCreated);
 
-/// The number of the framework's account status (CKAccountStatus); one that is not known says nothing.
+/// Translates the number of the framework's account status (CKAccountStatus). An unknown number means that
+/// the status is not known.
 CloudAccountStatus cloudAccountStatusOf(long number);
 
-/// The error of the one record that was asked for, out of that of the request.
+/// Returns the error of the one requested record, out of the error of the whole request.
 CloudError errorOfOne(CloudError error);
 
-/// What of an error is left where a record was to go: that it is not there is none.
+/// Returns the error of a removal: a record that does not exist is no error.
 std::optional<CloudError> removalError(CloudError error);
 
 }  // namespace tevanto

@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// Brings what an engine tells of a peer on threads of its own to one queue, so that whoever is told may call
-/// the peer again, and ends it with the peer.
+/// PeerCallbacks moves the callbacks of a peer from the engine's threads to one queue, so that an observer
+/// may call the peer again. It ends with the peer.
 class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
  public:
   PeerCallbacks(std::shared_ptr<SerialQueue> queue, std::weak_ptr<PeerConnectionObserver> observer);
@@ -23,7 +23,7 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
   void iceGatheringStateChanged(IceGatheringState state);
   void candidateGenerated(IceCandidate candidate);
   void channelOpened(std::shared_ptr<DataChannel> channel);
-  /// Calls it on the queue, unless the peer has been shut by then.
+  /// Calls `function` on the queue, unless the peer has been shut by then.
   template <class F>
   void report(F&& function) {
     queue_->async([self = shared_from_this(), function = std::forward<F>(function)]() mutable {
@@ -33,7 +33,7 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
   }
 
   // On any thread.
-  /// When it returns nothing is being reported, besides what made this call, nor will be.
+  /// After it returns, no report starts or is running, except one that this call is made from.
   void shut();
   IceConnectionState iceConnectionState() const { return iceConnectionState_; }
 

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-// The numbers of the engine's enumerations (LKRTCIceConnectionState, LKRTCIceGatheringState,
-// LKRTCDataChannelState). One that is not known yet is no state of a connection, and the end of anything
+// These translate the numbers of the engine's enumerations (LKRTCIceConnectionState, LKRTCIceGatheringState,
+// LKRTCDataChannelState). An unknown number is no state of a connection, and the final state of anything
 // else.
 
 constexpr IceConnectionState iceConnectionStateOf(std::int64_t number) {
@@ -25,8 +25,8 @@ constexpr DataChannelState dataChannelStateOf(std::int64_t number) {
   return known ? static_cast<DataChannelState>(number) : DataChannelState::closed;
 }
 
-/// What the engine keeps of a channel's messages that the network has not taken; with more than that it ends
-/// the channel.
+/// The size of the engine's buffer for messages that a channel has not sent. The engine closes a channel that
+/// exceeds it.
 inline constexpr std::uint64_t kMaxBufferedBytes = 16 * 1024 * 1024;
 
 constexpr bool fitsBuffer(std::uint64_t buffered, std::uint64_t bytes) {

@@ -8,7 +8,8 @@
 
 namespace tevanto {
 
-/// One entry of the engine's statistics; what it lacks, or has of another type, is nothing.
+/// StatisticsEntry is one entry of the engine's statistics. A member that is missing or of another type reads
+/// as empty.
 struct StatisticsEntry {
   std::string id;
   std::string type;  // "transport", "candidate-pair", ...
@@ -16,7 +17,7 @@ struct StatisticsEntry {
   std::function<std::optional<bool>(const char* member)> flag;
 };
 
-/// Adds what the entry says of ICE, if anything (identifiers of the W3C's WebRTC statistics).
+/// Adds the entry's statistics of ICE, if it has any (identifiers of the W3C's WebRTC statistics).
 void add(RouteReport& report, const StatisticsEntry& entry);
 
 }  // namespace tevanto

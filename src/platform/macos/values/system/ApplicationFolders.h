@@ -5,10 +5,10 @@
 
 namespace tevanto {
 
-/// Where applications are installed, the most important folder first; the user's own, under `home`, is the
-/// last.
+/// Returns the folders in which applications are installed, the most important one first. The user's own,
+/// under `home`, is the last.
 std::vector<std::string> applicationFoldersOf(const std::string& home);
-/// Whether an entry of such a folder is an application, by its name.
+/// True when an entry of such a folder is an application, by its name.
 bool isApplicationName(const std::string& name);
 /// The name without the extension.
 std::string applicationFileName(const std::string& name);

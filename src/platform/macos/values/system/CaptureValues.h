@@ -8,11 +8,11 @@
 
 namespace tevanto {
 
-/// What ScreenCaptureKit delivers as `PixelFormat::native`.
+/// The pixel format that ScreenCaptureKit delivers as `PixelFormat::native`.
 inline constexpr std::uint32_t kCapturePixelFormat = fourCharacterCode("BGRA");
 
-/// The status of a frame (SCFrameStatus) that its sample's attachments name. Started and stopped are none of
-/// a picture's.
+/// Translates the status of a frame (SCFrameStatus) from its sample's attachments. Empty for started and
+/// stopped, which are no status of a picture.
 std::optional<SampleStatus> sampleStatusOf(std::optional<std::int64_t> frameStatus);
 
 }  // namespace tevanto

@@ -13,14 +13,14 @@
 
 namespace tevanto {
 
-/// The value of a compression session's property as a property list has it. Two numbers: the most bytes, and
-/// in how many seconds.
+/// The value of a compression session's property, in the types of a property list. The two numbers are the
+/// highest count of bytes, and the seconds that it is counted over.
 using CompressionValue = std::variant<bool, std::int64_t, std::array<std::int64_t, 2>, EncoderProfileLevel>;
 
 /// Fails for a value that is not of the property's type.
 Result<CompressionValue> compressionValue(EncoderProperty property, const EncoderPropertyValue& value);
 
-/// The parameter sets of a sample's format: SPS at index 0, PPS at index 1 of its list. Either may be
+/// ParameterSets holds those of a sample's format: SPS at index 0, PPS at index 1 of its list. Either may be
 /// missing.
 struct ParameterSets {
   std::optional<std::span<const std::byte>> sps;

@@ -7,8 +7,8 @@
 
 namespace tevanto {
 
-/// A stored value in the shapes that this program keeps: nothing for dictionaries, and for arrays of anything
-/// but strings.
+/// Translates a stored value into the types that this program keeps. Empty for dictionaries, and for arrays
+/// of anything but strings.
 std::optional<DefaultsValue> defaultsValueOf(const PreferenceValue& stored);
 
 }  // namespace tevanto

@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// The status of a login-item service by its number (SMAppServiceStatus); one that is not known yet counts as
-/// unknown.
+/// Translates the number of a login item's status (SMAppServiceStatus). A number that this program does not
+/// know becomes `unknown`.
 LoginItemStatus loginItemStatusOf(long serviceStatus);
 
 }  // namespace tevanto

@@ -6,8 +6,9 @@
 
 namespace tevanto {
 
-/// What a system-defined event (type 14, subtype 8) says of a key of a media keyboard: `NX_KEYDOWN` (10) or
-/// `NX_KEYUP` (11) in the second byte, of the flags as of the data, and the key's type above it.
+/// MediaKeyEvent holds the fields of a system-defined event (type 14, subtype 8) for a key of a media
+/// keyboard. Flags and data have `NX_KEYDOWN` (10) or `NX_KEYUP` (11) in the second byte. The data has the
+/// key's type above it.
 struct MediaKeyEvent {
   std::uint32_t modifierFlags = 0;
   std::int32_t data1 = 0;

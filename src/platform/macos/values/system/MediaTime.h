@@ -6,7 +6,7 @@
 
 namespace tevanto {
 
-/// A time as Core Media counts it: `value` units, of which `timescale` make a second.
+/// MediaTime is a time in the units of Core Media: `value` units, of which `timescale` make a second.
 struct MediaTime {
   std::int64_t value = 0;
   std::int32_t timescale = 1;
@@ -17,11 +17,11 @@ struct MediaTime {
 /// In nanoseconds, exactly.
 MediaTime mediaTimeOf(std::chrono::nanoseconds time);
 
-/// The time between two frames: one unit of their rate when there is a whole number of them in a second,
-/// which no count of nanoseconds says exactly; else in nanoseconds.
+/// Returns the time between two frames. It is one unit of their rate when a second has a whole number of
+/// them, since nanoseconds cannot express that exactly; otherwise it is in nanoseconds.
 MediaTime frameIntervalOf(std::chrono::nanoseconds interval);
 
-/// The nearest nanosecond; nothing for what is no time, or too far away to be counted so.
+/// The nearest nanosecond. Empty for a value that is no time, or that is out of range.
 std::optional<std::chrono::nanoseconds> nanosecondsOf(const MediaTime& time);
 
 }  // namespace tevanto

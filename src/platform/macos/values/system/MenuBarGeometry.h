@@ -2,9 +2,9 @@
 
 namespace tevanto {
 
-/// AppKit's screens have their origin at the bottom left of the main display and y growing upwards;
-/// everything else here has it at the top left and y growing downwards. The upper edge of a rectangle, in
-/// that.
+/// Returns the upper edge of a rectangle of AppKit, measured from the top of the main display. AppKit's
+/// origin is at the bottom left of the main display, with y growing upwards; the rest of this program has it
+/// at the top left, with y growing downwards.
 constexpr double topLeftY(double bottomLeftY, double height, double mainDisplayHeight) {
   return mainDisplayHeight - bottomLeftY - height;
 }

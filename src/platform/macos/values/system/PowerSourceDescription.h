@@ -12,7 +12,7 @@ inline constexpr std::string_view kMaxCapacity = "Max Capacity";
 inline constexpr std::string_view kState = "Power Source State";
 }  // namespace powerSourceKey
 
-/// What a power source's description (IOPSKeys) says of it. Capacities that are no integers count as absent.
+/// Translates a power source's description (IOPSKeys). Capacities that are no integers count as absent.
 PowerSource powerSourceOf(const PreferenceValue& description);
 
 }  // namespace tevanto
