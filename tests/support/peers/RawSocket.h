@@ -6,7 +6,6 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -14,6 +13,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/Descriptor.h"
 #include "tests/support/peers/Sockets.h"
 
 namespace tevanto::test {
@@ -26,15 +26,6 @@ class RawSocket {
 
   RawSocket() = default;
   explicit RawSocket(int fd) : fd_(fd) {}
-  RawSocket(RawSocket&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  RawSocket& operator=(RawSocket&& other) noexcept {
-    if (this != &other) {
-      close();
-      fd_ = std::exchange(other.fd_, -1);
-    }
-    return *this;
-  }
-  ~RawSocket() { close(); }
 
   /// Connected to a port of 127.0.0.1 (or ::1); not open when that was refused.
   static RawSocket connectTo(std::uint16_t port, bool ipv6 = false) {
@@ -49,7 +40,7 @@ class RawSocket {
     v6.sin6_addr = in6addr_loopback;
     const auto* address = ipv6 ? reinterpret_cast<sockaddr*>(&v6) : reinterpret_cast<sockaddr*>(&v4);
     const socklen_t size = ipv6 ? sizeof v6 : sizeof v4;
-    if (::connect(made.fd_, address, size) != 0) made.close();
+    if (::connect(made.fd(), address, size) != 0) made.close();
     return made;
   }
 
@@ -60,21 +51,21 @@ class RawSocket {
     name.sin_family = AF_INET;
     ::inet_pton(AF_INET, from.c_str(), &name.sin_addr);
     const auto* generic = reinterpret_cast<const sockaddr*>(&name);
-    if (!from.empty() && ::bind(made.fd_, generic, sizeof name) != 0) made.close();
+    if (!from.empty() && ::bind(made.fd(), generic, sizeof name) != 0) made.close();
     name.sin_port = htons(port);
     ::inet_pton(AF_INET, address.c_str(), &name.sin_addr);
-    if (::connect(made.fd_, generic, sizeof name) != 0) made.close();
+    if (::connect(made.fd(), generic, sizeof name) != 0) made.close();
     return made;
   }
 
-  bool isOpen() const { return fd_ >= 0; }
-  int fd() const { return fd_; }
+  bool isOpen() const { return fd_.get() >= 0; }
+  int fd() const { return fd_.get(); }
 
   /// False when the peer took no more before the deadline, or is gone.
   bool send(std::string_view bytes) const {
     while (!bytes.empty()) {
       if (!wait(POLLOUT)) return false;
-      const auto sent = ::send(fd_, bytes.data(), bytes.size(), kNoSignal | MSG_DONTWAIT);
+      const auto sent = ::send(fd(), bytes.data(), bytes.size(), kNoSignal | MSG_DONTWAIT);
       if (sent < 0 && errno != EAGAIN) return false;
       if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
@@ -85,7 +76,7 @@ class RawSocket {
   std::string receiveSome() const {
     std::string bytes(64 * 1024, '\0');
     if (!wait(POLLIN)) return {};
-    const auto count = ::recv(fd_, bytes.data(), bytes.size(), 0);
+    const auto count = ::recv(fd(), bytes.data(), bytes.size(), 0);
     bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return bytes;
   }
@@ -96,7 +87,7 @@ class RawSocket {
     while (bytes.size() < size) {
       std::string more(size - bytes.size(), '\0');
       if (!wait(POLLIN)) break;
-      const auto count = ::recv(fd_, more.data(), more.size(), 0);
+      const auto count = ::recv(fd(), more.data(), more.size(), 0);
       if (count <= 0) break;
       bytes.append(more, 0, static_cast<std::size_t>(count));
     }
@@ -122,31 +113,29 @@ class RawSocket {
   bool waitForEnd() const {
     while (wait(POLLIN)) {
       char bytes[4096];
-      if (::recv(fd_, bytes, sizeof bytes, 0) <= 0) return true;
+      if (::recv(fd(), bytes, sizeof bytes, 0) <= 0) return true;
     }
     return false;
   }
 
-  void endStream() const { ::shutdown(fd_, SHUT_WR); }
+  void endStream() const { ::shutdown(fd(), SHUT_WR); }
 
-  void close() {
-    if (fd_ >= 0) ::close(std::exchange(fd_, -1));
-  }
+  void close() { fd_.reset(); }
 
   /// Closes with a reset instead of an orderly end.
   void reset() {
     const linger now{.l_onoff = 1, .l_linger = 0};
-    ::setsockopt(fd_, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    ::setsockopt(fd(), SOL_SOCKET, SO_LINGER, &now, sizeof now);
     close();
   }
 
  private:
   bool wait(short events) const {
-    pollfd one{.fd = fd_, .events = events, .revents = 0};
+    pollfd one{.fd = fd(), .events = events, .revents = 0};
     return ::poll(&one, 1, kDeadlineMs) == 1;
   }
 
-  int fd_ = -1;
+  Descriptor fd_;
   std::string line_;
 };
 
