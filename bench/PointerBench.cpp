@@ -1,5 +1,5 @@
-// The pointer road from a client's write to MotionNotify at another X client, and how many commands a second
-// it carries, for the companion and for a bare loop, in turns within one run. Prints JSON.
+// The time of a pointer command from a client's write to MotionNotify at another X client, and the number of
+// commands a second, for the companion and for a bare loop, in turns within one run. Prints JSON.
 //
 //   pointer_bench --display :N --companion-port P --token T [--samples N] [--commands N]
 

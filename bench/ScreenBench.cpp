@@ -1,4 +1,4 @@
-// The screen's roads beside what a machine can do at best, in the same run: packets beside memcpy, framed
+// The screen's framing beside what a machine can do at best, in the same run: packets beside memcpy, framed
 // connections on loopback beside plain send and recv.
 
 #include <arpa/inet.h>

@@ -145,8 +145,8 @@ def main():
         for _ in range(ROUNDS):
             rounds["direct"].append(measure(phone, waiting, relayed=False))
             rounds["turn"].append(measure(phone, waiting, relayed=True))
-        middle = {road: {name: sorted(one.get(name, 0) for one in seen)[len(seen) // 2]
-                         for name in ("offer", "ice", "open", "picture")} for road, seen in rounds.items()}
+        middle = {route: {name: sorted(one.get(name, 0) for one in seen)[len(seen) // 2]
+                         for name in ("offer", "ice", "open", "picture")} for route, seen in rounds.items()}
         print(json.dumps(middle))
     finally:
         end([companion, *(network.holder for network in networks), display.server])

@@ -161,7 +161,7 @@ def measure_sizes(tool, make_display, seconds=3.0):
     return rows
 
 
-def measure_roads(screen_bench):
+def measure_throughput(screen_bench):
     """Bytes per second of packets and frames, and of memcpy, send and recv, in turns."""
     report = tool_output([screen_bench, "--benchmark_format=json", "--benchmark_repetitions=9",
                           "--benchmark_enable_random_interleaving=true", "--benchmark_report_aggregates_only=true"])
@@ -172,7 +172,7 @@ def measure_roads(screen_bench):
 def measure(bin_folder, make_display, make_companion, say):
     tool, figures = str(bin_folder / "mirror_bench"), {}
     say("frames and packets")
-    figures["roads"] = measure_roads(str(bin_folder / "screen_bench"))
+    figures["throughput"] = measure_throughput(str(bin_folder / "screen_bench"))
     with make_display(1920, 1080) as ours, make_display(1920, 1080) as theirs, make_companion(ours.name) as companion:
         say("cost of mirroring, in turns with ffmpeg")
         figures["cost"] = measure_costs(tool, ours, theirs, companion)
@@ -201,20 +201,20 @@ def delay_rows(figures, verdict):
                f"p95 under {goal:.1f} ms", verdict(delay["delayMsP95"] < goal))
 
 
-def road_rows(figures, verdict):
-    roads = figures["roads"]
+def throughput_rows(figures, verdict):
+    rates = figures["throughput"]
     pairs = [("Packets: cut and assemble 1 MB", "cutAndAssembleAFrame", "copyAFrame", "memcpy", 0.25)]
     for size, text in (("50000", "50 kB"), ("1000000", "1 MB")):
         pairs.append((f"Framed connection: send {text}", f"sendFramed/{size}", f"sendPlain/{size}", "send", 0.8))
         pairs.append((f"Framed connection: receive {text}", f"receiveFramed/{size}", f"receivePlain/{size}", "recv", 0.8))
     for label, ours, theirs, rival, goal in pairs:
-        ratio = roads[ours] / roads[theirs]
-        yield (label, f"{roads[ours] / 1e9:.1f} GB/s", f"{roads[theirs] / 1e9:.1f} GB/s ({rival})", f"{ratio:.2f}",
+        ratio = rates[ours] / rates[theirs]
+        yield (label, f"{rates[ours] / 1e9:.1f} GB/s", f"{rates[theirs] / 1e9:.1f} GB/s ({rival})", f"{ratio:.2f}",
                f"at least {goal}", verdict(ratio >= goal))
 
 
 def table(figures, verdict):
-    rows = [*cost_rows(figures, verdict), *delay_rows(figures, verdict), *road_rows(figures, verdict)]
+    rows = [*cost_rows(figures, verdict), *delay_rows(figures, verdict), *throughput_rows(figures, verdict)]
     head = ["| Measured | Companion | Rival, same run | Ratio | Goal | |", "|---|---|---|---|---|---|"]
     sizes = ["", f"Processor seconds per second of scrolling text, by display and frame rate ({LONG_SIDE} pixels on the long",
              "side, 6 Mbit/s):", "",

@@ -26,7 +26,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
 endif()
 
 if(CMAKE_SYSTEM_NAME STREQUAL "Darwin" AND NOT TEVANTO_UI)
-  message(FATAL_ERROR "On a Mac the companion has a face: leave TEVANTO_UI on")
+  message(FATAL_ERROR "On a Mac the companion has windows: leave TEVANTO_UI on")
 endif()
 
 if(TEVANTO_UI)

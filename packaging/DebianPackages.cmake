@@ -38,7 +38,7 @@ type, switch desktops, change the volume, see the screen, from the sofa or
 from the other end of the world.")
 
 set(CPACK_COMPONENTS_ALL)
-tevanto_package(common tevanto-common "engine of Tevanto's road away"
+tevanto_package(common tevanto-common "engine of Tevanto's away connection"
 "${purpose}
 .
 This package has what companion and phone share.")

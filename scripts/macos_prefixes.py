@@ -1,5 +1,5 @@
 """Large headers of others, compiled once for all sources that include them: without that, the check of the build for
-macOS takes twice as long. A source gets them when it includes something of the same library, by whatever road; headers
+macOS takes twice as long. A source gets them when it includes something of the same library, directly or not; headers
 of the C++ library itself are never given, so that what a source forgot to include of it is missed.
 """
 import collections

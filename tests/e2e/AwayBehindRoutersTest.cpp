@@ -8,8 +8,8 @@
 #include "tests/e2e/AwayFixture.h"
 #include "tests/support/network/NatRouter.h"
 
-// The road away as most people have it: the companion and the phone each behind a router that translates
-// addresses, so that neither's own address means anything to the other.
+// The away connection as most people have it: the companion and the phone each behind a router that
+// translates addresses, so that neither's own address means anything to the other.
 namespace tevanto {
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "tests/e2e/AwayFixture.h"
 
-// The road away without a relay: the two meet through records in the cloud.
+// The away connection without a relay: the two meet through records in the cloud.
 namespace tevanto {
 namespace {
 

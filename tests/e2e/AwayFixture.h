@@ -38,13 +38,13 @@ class Away : public ::testing::Test {
     world->startServers(kRelay);
     deploy({{"TEVANTO_RELAY_URLS", test::AwayWorld::kRelayURL}});
   }
-  /// What the companion and the phone are told of the road away.
+  /// Sets the deployment settings of the away connection for companion and phone.
   void deploy(const Environment& values) {
     desktop.environment.insert(desktop.environment.end(), values.begin(), values.end());
     phoneEnvironment.insert(phoneEnvironment.end(), values.begin(), values.end());
   }
 
-  /// Starts the companion and pairs the phone with it, over the road away.
+  /// Starts the companion and pairs the phone with it, over the away connection.
   void startCompanion() {
     companion = std::make_unique<test::CompanionProcess>(
         desktop, kProgram, std::vector<std::string>{"--no-discovery"}, &world->home());

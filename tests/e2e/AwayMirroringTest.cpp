@@ -17,8 +17,8 @@
 #include "tests/support/video/H264TestDecoder.h"
 #include "tests/support/video/MovingPage.h"
 
-// The screen over the road away when the line is bad. What is drawn carries numbers, so that what is seen
-// tells how much was left out and how much waits.
+// The screen over the away connection when the line is bad. What is drawn carries numbers, so that what is
+// seen tells how much was left out and how much waits.
 namespace tevanto {
 namespace {
 

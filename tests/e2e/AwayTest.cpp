@@ -12,7 +12,7 @@
 #include "tests/support/programs/TestFiles.h"
 #include "tests/support/web/TestAuthority.h"
 
-// The road away from one end to the other: the real companion at home, the real phone's program in a network
+// The away connection from end to end: the real companion at home, the real phone's program in a network
 // that cannot see it, a real relay and a real TURN server between them. Where time passes for real, it is the
 // outage that is tested.
 namespace tevanto {

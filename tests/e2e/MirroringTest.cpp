@@ -28,7 +28,7 @@
 #include "tests/support/programs/Eventually.h"
 #include "tests/support/programs/TemporaryFolder.h"
 
-// The screen's road from one end to the other: a client draws on a real X server, the real companion
+// Mirroring from end to end: a client draws on a real X server, the real companion
 // captures, encodes and sends, the real phone's program decodes.
 namespace tevanto {
 namespace {

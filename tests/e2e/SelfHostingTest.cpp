@@ -13,9 +13,9 @@
 #include "tests/e2e/SelfHostingFixture.h"
 #include "tests/support/companion/CompanionProcess.h"
 
-// The guide to an away road of one's own, followed as it is written: its commands are run, its files are put
-// where it says, and the real coturn, nginx and relay start on them. What is not run is apt, certbot and
-// systemd.
+// The guide to self-hosting the servers of the away connection, followed as it is written: its commands are
+// run, its files are put where it says, and the real coturn, nginx and relay start on them. What is not run
+// is apt, certbot and systemd.
 namespace tevanto {
 namespace {
 
@@ -33,9 +33,9 @@ std::vector<std::string> urlsIn(const std::string& file) {
   return made;
 }
 
-class SelfHostedRoad : public SelfHosting {
+class SelfHostedServers : public SelfHosting {
  protected:
-  void expectAWorkingRoad() const {
+  void expectAWorkingConnection() const {
     EXPECT_THAT(clientDoes(*away, guide().blockWith("curl https://relay.example.org/healthz")).output,
                 EndsWith("ok\n"));
     const auto set = clientDoes(*home, guide().blockWith("tevanto.relay.urls"));
@@ -53,12 +53,12 @@ class SelfHostedRoad : public SelfHosting {
   }
 };
 
-TEST_F(SelfHostedRoad, worksToTheDoctorsMind) {
+TEST_F(SelfHostedServers, worksToTheDoctorsMind) {
   startRelayBehindProxy();
-  // Seconds, whatever the road.
+  // Seconds, whatever the route.
   const auto tried =
       beginAsClient(*away, replaced(guide().blockWith("turnutils_uclient"), "apt install jq\n", ""));
-  expectAWorkingRoad();
+  expectAWorkingConnection();
   const auto packets = tried->readAll();
   EXPECT_EQ(tried->wait(), 0) << packets;
   EXPECT_THAT(packets, HasSubstr("tot_recv_msgs=20"));
@@ -83,9 +83,9 @@ TEST_F(SelfHosting, turnIsNoDoorIntoItsOwnNetworkAndNoneForStrangers) {
     EXPECT_THAT(sendTo(peer, credential), HasSubstr("error 403 (Forbidden IP)")) << peer;
 }
 
-TEST_F(SelfHostedRoad, doesWithoutAProxyToo) {
+TEST_F(SelfHostedServers, doesWithoutAProxyToo) {
   startRelayWithItsCertificate();
-  expectAWorkingRoad();
+  expectAWorkingConnection();
 }
 
 TEST_F(SelfHosting, carriesASessionThroughTURN) {
