@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "screen/wire/ScreenStreamHello.h"
+#include "tests/e2e/Programs.h"
 #include "tests/support/companion/CompanionProcess.h"
 #include "tests/support/peers/RawSocket.h"
 #include "tests/support/peers/ScreenBytes.h"
@@ -22,8 +23,8 @@
 
 namespace tevanto {
 
-inline const std::string kProgram = TEVANTO_PROGRAM;
-inline const std::string kPhone = TEVANTO_PHONE;
+using test::kPhone;
+using test::kProgram;
 
 using test::CompanionDesktop;
 using test::CompanionProcess;
