@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "control/InputEvents.h"
 #include "core/Log.h"
@@ -11,12 +10,13 @@ namespace tevanto {
 
 class SerialQueue;
 class ReconnectingXServer;
+class XTestEventQueue;
 
-/// Synthetic input for an X server, through its XTEST extension. Main queue. It may be made before there is a
-/// server: as long as there is none, a post fails. When it goes, everything that it holds down is released.
+/// XTestInputEvents injects input into an X server through its XTEST extension. It may be made before there
+/// is a server: as long as there is none, a post fails. Its end releases everything that it holds down.
 ///
-/// Text takes time where the keyboard layout lacks its characters. What is posted behind such text waits for
-/// it, except for pointer motion with no button queued.
+/// Text takes time where the keyboard layout lacks its characters. Events that are posted behind such text
+/// wait for it, except for pointer motion with no button queued. Main queue.
 class XTestInputEvents final : public InputEvents {
  public:
   static std::shared_ptr<XTestInputEvents> open(std::shared_ptr<ReconnectingXServer> link,
@@ -32,11 +32,9 @@ class XTestInputEvents final : public InputEvents {
   PointerLocation pointerLocation() override;
 
  private:
-  struct Session;
-  class Stream;
-  explicit XTestInputEvents(std::shared_ptr<Stream> stream);
+  explicit XTestInputEvents(std::shared_ptr<XTestEventQueue> events);
 
-  std::shared_ptr<Stream> stream_;
+  const std::shared_ptr<XTestEventQueue> events_;
 };
 
 }  // namespace tevanto
