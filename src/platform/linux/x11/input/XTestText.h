@@ -17,7 +17,7 @@ namespace tevanto {
 
 /// Types characters of any script by key strokes, whatever the keyboard layout. A character that the layout
 /// has is typed with its key; another one is put on a key code that the layout leaves unused, for as long as
-/// it is needed. It never waits: it says how long the rest has to. Main queue.
+/// it is needed. It never waits: it returns how long the rest has to. Main queue.
 class XTestText {
  public:
   XTestText(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard,
@@ -35,7 +35,6 @@ class XTestText {
   Progress type(std::u32string_view text);
   /// No text follows for now: Caps Lock and its like are as the user left them.
   void pause();
-  bool borrowsKeycodes() const { return !keyboard_.spares().carrying().empty(); }
   void giveBackKeycodes();
 
  private:
