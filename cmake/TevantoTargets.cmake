@@ -112,7 +112,10 @@ function(tevanto_module name)
   set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib/tevanto)
   target_compile_options(${name} PRIVATE -fvisibility=hidden -fvisibility-inlines-hidden)
   target_link_options(${name} PRIVATE -Wl,--as-needed -Wl,--version-script=${CMAKE_BINARY_DIR}/module.map)
-  add_dependencies(programs ${name})
+  # Modules that only tests load are not what a user builds.
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "^${CMAKE_SOURCE_DIR}/src/")
+    add_dependencies(programs ${name})
+  endif()
 endfunction()
 
 # tevanto_test(<name> SOURCES a.cpp ... LINK lib ... [PROGRAMS target ...] [TIMEOUT seconds] [LABELS label ...] [SERIAL])

@@ -1,5 +1,3 @@
-#include "app/linux/CompanionModule.h"
-
 #include <csignal>
 #include <filesystem>
 #include <utility>

@@ -19,7 +19,6 @@
 #include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
 #include "app/linux/LinuxServices.h"
-#include "app/linux/LoadedDesktopUi.h"
 #include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
 #include "app/runtime/MacAppDelegate.h"
@@ -32,12 +31,16 @@
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "platform/linux/process/JournalLogSink.h"
+#include "platform/linux/process/LoadedModule.h"
 #include "platform/linux/process/RestartProcess.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
+#include "platform/linux/x11/DisplayReach.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {
 namespace {
+
+constexpr ModuleEntry<DesktopUi*()> kMakeDesktopUi{"ui", "tevantoMakeDesktopUi", Binding::onCall};
 
 /// How long an answer may take through the control socket.
 constexpr auto kAnswering = std::chrono::milliseconds(100);
@@ -50,6 +53,24 @@ void print(const std::string& text) {
 }
 
 bool hasTerminal() { return Descriptor(::open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC)).get() >= 0; }
+
+/// The windows and the tray icon, of a module that a headless companion never loads. Null, with the reason in
+/// the log, where no display can be reached or the module is not installed. On the main thread.
+std::unique_ptr<DesktopUi> loadDesktopUi(const Logger& log) {
+  // First: Qt ends the process where it finds no display.
+  if (!canReachDisplay()) {
+    log.info("No display can be reached; there is no window");
+    return nullptr;
+  }
+  auto ui = makeFromModule(kMakeDesktopUi);
+  if (!ui) {
+    log.info("There is no window: " + ui.error());
+    return nullptr;
+  }
+  if (!ui.value())
+    log.info("There is no window: Qt has no plugin for Wayland; it is in the package qt6-wayland");
+  return std::move(ui).value();
+}
 
 class LinuxCompanion {
  public:
@@ -108,10 +129,10 @@ class LinuxCompanion {
     auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
     ui_->present({.runtime = runtime_,
-                    .defaults = defaults_,
-                    .operations = std::move(operations),
-                    .links = PublicLinks::of(linuxDeployment(defaults_, log_)),
-                    .displayLost = [this] { goOnHeadless(); }});
+                  .defaults = defaults_,
+                  .operations = std::move(operations),
+                  .links = PublicLinks::of(linuxDeployment(defaults_, log_)),
+                  .displayLost = [this] { goOnHeadless(); }});
     ui_->run();
     services_.networkLoop().stop();
   }
@@ -144,7 +165,7 @@ class LinuxCompanion {
   void handleSignals() {
     services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP}, [this](int signal) {
       services_.mainQueue()->async([this, signal] {
-        // Somebody's wish to read the settings again, unless it says that the terminal was closed.
+        // The signal asks to read the settings again, unless it reports that the terminal was closed.
         const bool wasClosed = startedInTerminal_ && !hasTerminal();
         if (signal == SIGHUP && !wasClosed) {
           defaults_.reload();

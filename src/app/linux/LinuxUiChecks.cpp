@@ -7,9 +7,8 @@
 #include <string>
 #include <variant>
 
-#include "app/runtime/DesktopUiModule.h"
 #include "platform/linux/dbus/BusConnection.h"
-#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/process/LoadedModule.h"
 #include "platform/linux/x11/XDesktop.h"
 
 namespace tevanto {
@@ -19,6 +18,7 @@ using Attempt = Result<std::string>;
 
 constexpr auto kTrayService = "org.kde.StatusNotifierWatcher";
 constexpr auto kPortalService = "org.freedesktop.portal.Desktop";
+constexpr ModuleEntry<std::string*()> kDescribeFonts{"ui", "tevantoDescribeFonts"};
 constexpr double kFullScale = 96;  // dots per inch
 
 /// A property of a service on the session bus; nothing when there is no such service.
@@ -41,10 +41,9 @@ Attempt tryTray() {
 }
 
 Attempt tryFonts() {
-  const auto describe = functionOfModule(kDesktopUiModule, kDescribeFonts);
-  if (!describe) return std::string("not needed: this installation has no window");
-  const std::unique_ptr<std::string> found(reinterpret_cast<DescribeFonts>(describe.value())());
-  if (!found->empty()) return *found;
+  const auto found = makeFromModule(kDescribeFonts);
+  if (!found) return std::string("not needed: this installation has no window");
+  if (!found.value()->empty()) return *found.value();
   return Failure{"No font is installed, so that the window would show no text; install fonts-dejavu-core."};
 }
 

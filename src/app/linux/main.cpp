@@ -3,13 +3,13 @@
 // windows' libraries, which have the most symbols, are there in two thirds of the time.
 #include <cstdio>
 
-#include "app/linux/CompanionModule.h"
-#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/process/LoadedModule.h"
 
 int main(int argc, char** argv) {
   using namespace tevanto;
-  const auto run = functionOfModule(kCompanionModule, kRunProgram, Binding::onCall);
-  if (run) return reinterpret_cast<RunProgram>(run.value())(argc, argv);
+  constexpr ModuleEntry<int(int, char**)> kRunProgram{"companion", "tevantoRunProgram", Binding::onCall};
+  const auto run = functionOfModule(kRunProgram);
+  if (run) return run.value()(argc, argv);
   std::fprintf(stderr, "%s\n", run.error().c_str());
   return 1;
 }

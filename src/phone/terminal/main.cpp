@@ -11,10 +11,9 @@
 #include "core/queue/EventLoop.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "phone/mirror/MirrorMediaModule.h"
 #include "phone/terminal/CommandLine.h"
 #include "platform/linux/avahi/AvahiServiceBrowser.h"
-#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/process/LoadedModule.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
 
 namespace {
@@ -25,12 +24,12 @@ using tevanto::phone::AwayChannel;
 using tevanto::phone::AwayTransport;
 using tevanto::phone::MirrorMedia;
 
+constexpr tevanto::ModuleEntry<MirrorMedia*()> kMakeMirrorMedia{"phone-media", "tevantoMakeMirrorMedia"};
+
 Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
-  const auto function =
-      tevanto::functionOfModule(tevanto::phone::kMediaModule, tevanto::phone::kMakeMirrorMedia);
-  if (!function) return Failure{function.error()};
-  const auto make = reinterpret_cast<tevanto::phone::MakeMirrorMedia>(function.value());
-  return std::shared_ptr<MirrorMedia>(make());
+  auto made = tevanto::makeFromModule(kMakeMirrorMedia);
+  if (!made) return Failure{made.error()};
+  return std::shared_ptr<MirrorMedia>(std::move(made).value());
 }
 
 /// The road away, with a loop of its own below it.

@@ -1,5 +1,3 @@
-#include "app/runtime/DesktopUiModule.h"
-
 #include <QFile>
 #include <QLibraryInfo>
 

@@ -1,5 +1,3 @@
-#include "platform/linux/audio/AudioModule.h"
-
 #include "platform/linux/audio/PulseAudioOutput.h"
 
 extern "C" __attribute__((visibility("default"))) tevanto::AudioOutput* tevantoMakeAudio() {

@@ -1,15 +1,21 @@
 #include "platform/linux/audio/LoadedAudio.h"
 
-#include "platform/linux/audio/AudioModule.h"
-#include "platform/linux/process/ProgramModule.h"
+#include <utility>
+
+#include "platform/linux/process/LoadedModule.h"
 
 namespace tevanto {
+namespace {
+
+constexpr ModuleEntry<AudioOutput*()> kMakeAudio{"audio", "tevantoMakeAudio"};
+
+}  // namespace
 
 Result<AudioOutput*> LoadedAudio::loaded() {
   if (audio_) return audio_.get();
-  const auto make = functionOfModule(kAudioModule, kMakeAudio);
-  if (!make) return Failure{make.error()};
-  audio_.reset(reinterpret_cast<MakeAudio>(make.value())());
+  auto made = makeFromModule(kMakeAudio);
+  if (!made) return Failure{made.error()};
+  audio_ = std::move(made).value();
   return audio_.get();
 }
 

@@ -1,5 +1,3 @@
-#include "platform/linux/video/EncoderModule.h"
-
 #include "platform/linux/video/ProbingEncoderFactory.h"
 
 using tevanto::EncoderSessionFactory;

@@ -1,18 +1,25 @@
 #include "platform/linux/video/LoadedEncoders.h"
 
-#include "platform/linux/process/ProgramModule.h"
-#include "platform/linux/video/EncoderModule.h"
+#include "platform/linux/process/LoadedModule.h"
 
 namespace tevanto {
+namespace {
+
+constexpr auto kModule = "encoders";
+constexpr ModuleEntry<EncoderSessionFactory*(const Logger&)> kMakeEncoders{kModule, "tevantoMakeEncoders"};
+constexpr ModuleEntry<std::string*(EncoderSessionFactory&)> kDescribeEncoders{kModule,
+                                                                              "tevantoDescribeEncoders"};
+
+}  // namespace
 
 LoadedEncoders::~LoadedEncoders() = default;
 
 Result<EncoderSessionFactory*> LoadedEncoders::load() const {
   const std::lock_guard lock(mutex_);
   if (encoders_) return encoders_.get();
-  const auto make = functionOfModule(kEncoderModule, kMakeEncoders);
-  if (!make) return Failure{make.error()};
-  encoders_.reset(reinterpret_cast<MakeEncoders>(make.value())(log_));
+  auto made = makeFromModule(kMakeEncoders, log_);
+  if (!made) return Failure{made.error()};
+  encoders_ = std::move(made).value();
   return encoders_.get();
 }
 
@@ -47,11 +54,9 @@ std::string LoadedEncoders::usedEncoder() const {
 Result<std::string> LoadedEncoders::description() const {
   const auto encoders = load();
   if (!encoders) return Failure{encoders.error()};
-  const auto describe = functionOfModule(kEncoderModule, kDescribeEncoders);
-  if (!describe) return Failure{describe.error()};
-  const std::unique_ptr<std::string> text(
-      reinterpret_cast<DescribeEncoders>(describe.value())(*encoders.value()));
-  return *text;
+  const auto text = makeFromModule(kDescribeEncoders, *encoders.value());
+  if (!text) return Failure{text.error()};
+  return *text.value();
 }
 
 }  // namespace tevanto

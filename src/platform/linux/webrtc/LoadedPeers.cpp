@@ -1,18 +1,23 @@
 #include "platform/linux/webrtc/LoadedPeers.h"
 
-#include "platform/linux/process/ProgramModule.h"
-#include "platform/linux/webrtc/PeerModule.h"
+#include "platform/linux/process/LoadedModule.h"
 
 namespace tevanto {
+namespace {
+
+constexpr ModuleEntry<PeerConnectionFactory*(const PeerEngineOptions&)> kMakePeers{"peers",
+                                                                                   "tevantoMakePeers"};
+
+}  // namespace
 
 LoadedPeers::~LoadedPeers() = default;
 
 Result<PeerConnectionFactory*> LoadedPeers::loaded() {
   const std::lock_guard lock(mutex_);
   if (peers_) return peers_.get();
-  const auto make = functionOfModule(kPeerModule, kMakePeers);
-  if (!make) return Failure{make.error()};
-  peers_.reset(reinterpret_cast<MakePeers>(make.value())(options_));
+  auto made = makeFromModule(kMakePeers, options_);
+  if (!made) return Failure{made.error()};
+  peers_ = std::move(made).value();
   return peers_.get();
 }
 

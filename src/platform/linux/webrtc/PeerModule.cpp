@@ -1,5 +1,3 @@
-#include "platform/linux/webrtc/PeerModule.h"
-
 #include "platform/linux/webrtc/LibwebrtcPeerFactory.h"
 
 extern "C" __attribute__((visibility("default"))) tevanto::PeerConnectionFactory* tevantoMakePeers(

@@ -1,4 +1,4 @@
-#include "platform/linux/process/ProgramModule.h"
+#include "platform/linux/process/LoadedModule.h"
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -28,7 +28,7 @@ bool wasReplaced() {
 
 }  // namespace
 
-Result<void*> functionOfModule(const std::string& module, const std::string& function, Binding binding) {
+Result<void*> addressInModule(const std::string& module, const std::string& function, Binding binding) {
   const auto path = pathOfModule(module);
   const int flags = RTLD_LOCAL | (binding == Binding::atOnce ? RTLD_NOW : RTLD_LAZY);
   void* handle = ::dlopen(path.c_str(), flags | RTLD_NOLOAD);

@@ -1,5 +1,4 @@
 #include "phone/media/LibraryMirrorMedia.h"
-#include "phone/mirror/MirrorMediaModule.h"
 
 extern "C" __attribute__((visibility("default"))) tevanto::phone::MirrorMedia* tevantoMakeMirrorMedia() {
   return new tevanto::phone::LibraryMirrorMedia();
