@@ -7,15 +7,13 @@
 #include "app/cli/CommandLine.h"
 #include "app/cli/Commands.h"
 #include "app/cli/SingleCompanion.h"
-#include "app/linux/LinuxAwayDoctorChecks.h"
-#include "app/linux/LinuxCompanion.h"
-#include "app/linux/LinuxDoctorChecks.h"
-#include "app/linux/LinuxUiChecks.h"
+#include "app/linux/AwayChecks.h"
+#include "app/linux/Companion.h"
+#include "app/linux/DoctorChecks.h"
+#include "app/linux/UiChecks.h"
 #include "core/Log.h"
 #include "core/settings/JsonUserDefaults.h"
 #include "platform/linux/x11/DisplayReach.h"
-#include "remote/MacRemoteServer.h"
-#include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
 namespace {
@@ -30,7 +28,7 @@ ExitCode run(const CompanionOptions& options) {
   const bool wantsDisplay = !options.headless && canReachDisplay();
   return runSingleCompanion(wantsDisplay, [&](const std::filesystem::path& folder) {
     auto defaults = openDefaults();
-    return runLinuxCompanion(options, defaults, folder);
+    return runCompanion(options, defaults, folder);
   });
 }
 
@@ -43,11 +41,9 @@ ExitCode run(const DefaultsOptions& options) {
 
 ExitCode run(const DoctorOptions& options) {
   auto defaults = openDefaults();
-  auto checks = linuxDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
-                                  options.screenPort.value_or(ScreenStreamServer::kDefaultPort),
-                                  JsonUserDefaults::standardFile(kDefaultsName));
-  for (auto& check : linuxUiChecks()) checks.push_back(std::move(check));
-  for (auto& check : linuxAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
+  auto checks = doctorChecks(options, JsonUserDefaults::standardFile(kDefaultsName));
+  for (auto& check : uiChecks()) checks.push_back(std::move(check));
+  for (auto& check : awayChecks(defaults)) checks.push_back(std::move(check));
   runDoctor(checks, options.json);
 }
 

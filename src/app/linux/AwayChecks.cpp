@@ -1,25 +1,26 @@
-#include "app/macos/MacAwayDoctorChecks.h"
+#include "app/linux/AwayChecks.h"
+
+#include <memory>
 
 #include "app/doctor/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/macos/away/CloudKitDatabase.h"
-#include "platform/macos/away/MacPeers.h"
+#include "platform/linux/webrtc/LinuxPeers.h"
 
 namespace tevanto {
 
-std::vector<DoctorCheck> macAwayDoctorChecks(UserDefaults& defaults) {
+std::vector<DoctorCheck> awayChecks(UserDefaults& defaults) {
   const auto loop = EventLoop::background(2);
-  const auto settings = macDeployment(defaults, LogSink::none());
   // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
   // computer is one, too.
+  const auto peers = linuxPeers(LogSink::none(), true);
   const DeployedTransports transports(
       {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
-      {.settings = settings, .peers = macPeers(loop, true), .database = macCloudDatabase(settings)});
+      {.settings = linuxDeployment(defaults, LogSink::none()), .peers = peers});
   return awayDoctorChecks({.settings = transports.settings(),
                            .loop = loop,
                            .http = transports.http(),
                            .webSockets = transports.webSockets(),
-                           .loadPeers = [] { return Result<void>(); },  // linked, not loaded
+                           .loadPeers = [peers] { return peers->load(); },
                            .peers = transports.peers(),
                            .database = transports.database()});
 }

@@ -1,4 +1,4 @@
-#include "app/linux/LinuxCompanion.h"
+#include "app/linux/Companion.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@
 #include "app/ipc/IpcRequestHandler.h"
 #include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
-#include "app/linux/LinuxServices.h"
+#include "app/linux/Services.h"
 #include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
 #include "app/runtime/MacAppDelegate.h"
@@ -72,9 +72,9 @@ std::unique_ptr<DesktopUi> loadDesktopUi(const Logger& log) {
   return std::move(ui).value();
 }
 
-class LinuxCompanion {
+class Companion {
  public:
-  LinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults)
+  Companion(const CompanionOptions& options, JsonUserDefaults& defaults)
       : options_(options),
         defaults_(defaults),
         log_(makeSystemLogSink()),
@@ -98,7 +98,7 @@ class LinuxCompanion {
                return options_.lostDisplay;
              }}) {}
 
-  ~LinuxCompanion() {
+  ~Companion() {
     if (ending_.joinable()) ending_.join();
   }
 
@@ -207,7 +207,7 @@ class LinuxCompanion {
   JsonUserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_;
   const std::unique_ptr<DesktopUi> ui_;  // null when headless
-  LinuxServices services_;
+  Services services_;
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
@@ -223,9 +223,9 @@ class LinuxCompanion {
 
 }  // namespace
 
-ExitCode runLinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
-                           const std::filesystem::path& runtimeFolder) {
-  return LinuxCompanion(options, defaults).run(runtimeFolder);
+ExitCode runCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
+                      const std::filesystem::path& runtimeFolder) {
+  return Companion(options, defaults).run(runtimeFolder);
 }
 
 }  // namespace tevanto

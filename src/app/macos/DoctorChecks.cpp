@@ -1,4 +1,4 @@
-#include "app/macos/MacDoctorChecks.h"
+#include "app/macos/DoctorChecks.h"
 
 #include <string>
 
@@ -15,6 +15,8 @@
 #include "platform/macos/network/BonjourServiceAdvertiser.h"
 #include "platform/macos/screen/CoreGraphicsScreenPermission.h"
 #include "platform/macos/screen/VideoToolboxEncoder.h"
+#include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
 namespace {
@@ -100,7 +102,9 @@ Attempt tryLoginItem() {
 
 }  // namespace
 
-std::vector<DoctorCheck> macDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort) {
+std::vector<DoctorCheck> doctorChecks(const DoctorOptions& options) {
+  const auto remotePort = options.remotePort.value_or(MacRemoteServer::kDefaultPort);
+  const auto screenPort = options.screenPort.value_or(ScreenStreamServer::kDefaultPort);
   auto volume = tryVolume();
   return {{"accessibility", tryAccessibility},
           {"screen recording", tryScreenRecording},

@@ -10,7 +10,7 @@ class JsonUserDefaults;
 
 /// Puts the companion of a Linux desktop together and runs it on the calling thread until SIGINT or SIGTERM.
 /// The caller holds the `CompanionLock` of `runtimeFolder`.
-ExitCode runLinuxCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
-                           const std::filesystem::path& runtimeFolder);
+ExitCode runCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
+                      const std::filesystem::path& runtimeFolder);
 
 }  // namespace tevanto

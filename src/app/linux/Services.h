@@ -24,14 +24,14 @@ class UserDefaults;
 /// goes from its socket to the pointer without changing threads. With windows the main queue is that of their
 /// toolkit's loop, and the network's loop has a thread of its own, so that neither a view nor a frame waits
 /// for the other.
-class LinuxServices {
+class Services {
  public:
   /// `windowsQueue`: the main queue of a program with windows; null when headless.
-  LinuxServices(const CompanionOptions& options, UserDefaults& defaults, const std::shared_ptr<LogSink>& log,
-                const std::shared_ptr<SerialQueue>& windowsQueue);
-  ~LinuxServices();
-  LinuxServices(const LinuxServices&) = delete;
-  LinuxServices& operator=(const LinuxServices&) = delete;
+  Services(const CompanionOptions& options, UserDefaults& defaults, const std::shared_ptr<LogSink>& log,
+           const std::shared_ptr<SerialQueue>& windowsQueue);
+  ~Services();
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
 
   /// The caller runs it when headless, and stops it.
   EventLoop& networkLoop();

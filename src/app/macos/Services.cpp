@@ -1,4 +1,4 @@
-#include "app/macos/MacServices.h"
+#include "app/macos/Services.h"
 
 #include <utility>
 
@@ -34,7 +34,7 @@ std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& option
 
 }  // namespace
 
-struct MacServices::Parts {
+struct Services::Parts {
   Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
         const std::shared_ptr<LogSink>& logSink, std::shared_ptr<SerialQueue> mainQueue)
       : options(companionOptions),
@@ -101,23 +101,23 @@ struct MacServices::Parts {
   }
 };
 
-MacServices::MacServices(const CompanionOptions& options, UserDefaults& defaults,
-                         std::shared_ptr<LogSink> log, std::shared_ptr<SerialQueue> mainQueue)
+Services::Services(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log,
+                   std::shared_ptr<SerialQueue> mainQueue)
     : parts_(std::make_unique<Parts>(options, defaults, log, std::move(mainQueue))) {}
 
-MacServices::~MacServices() = default;
+Services::~Services() = default;
 
-EventLoop& MacServices::networkLoop() { return *parts_->loops.network; }
-std::shared_ptr<SerialQueue> MacServices::networkQueue() { return parts_->queues.remote; }
-std::optional<std::string> MacServices::computerName() const { return parts_->name; }
+EventLoop& Services::networkLoop() { return *parts_->loops.network; }
+std::shared_ptr<SerialQueue> Services::networkQueue() { return parts_->queues.remote; }
+std::optional<std::string> Services::computerName() const { return parts_->name; }
 
-void MacServices::endThreads() {
+void Services::endThreads() {
   parts_->loops.capture->stop();
   parts_->loops.background->stop();
   parts_->loops.network->stop();
 }
 
-TevantoMacRuntime::Factories MacServices::factories(ApplicationPresence& presence, SetupWindowHost& windows) {
+TevantoMacRuntime::Factories Services::factories(ApplicationPresence& presence, SetupWindowHost& windows) {
   return parts_->services.factories(presence, windows);
 }
 

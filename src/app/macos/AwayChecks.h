@@ -9,6 +9,6 @@ namespace tevanto {
 class UserDefaults;
 
 /// The checks of the away road with what it stands on here. `defaults` outlives them.
-std::vector<DoctorCheck> macAwayDoctorChecks(UserDefaults& defaults);
+std::vector<DoctorCheck> awayChecks(UserDefaults& defaults);
 
 }  // namespace tevanto

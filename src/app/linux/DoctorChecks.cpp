@@ -1,4 +1,4 @@
-#include "app/linux/LinuxDoctorChecks.h"
+#include "app/linux/DoctorChecks.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -13,7 +13,7 @@
 
 #include "app/doctor/DiscoveryCheck.h"
 #include "app/doctor/PortCheck.h"
-#include "app/linux/LinuxScreenCheck.h"
+#include "app/linux/ScreenCheck.h"
 #include "core/queue/EventLoop.h"
 #include "core/text/Uuid.h"
 #include "platform/linux/audio/LoadedAudio.h"
@@ -24,6 +24,8 @@
 #include "platform/linux/x11/ReconnectingXServer.h"
 #include "platform/linux/x11/input/XPointerWindow.h"
 #include "platform/linux/x11/input/XTestInputEvents.h"
+#include "remote/MacRemoteServer.h"
+#include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
 namespace {
@@ -124,8 +126,10 @@ Attempt tryDefaultsFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-std::vector<DoctorCheck> linuxDoctorChecks(std::uint16_t remotePort, std::uint16_t screenPort,
-                                           const std::filesystem::path& defaultsFile) {
+std::vector<DoctorCheck> doctorChecks(const DoctorOptions& options,
+                                      const std::filesystem::path& defaultsFile) {
+  const auto remotePort = options.remotePort.value_or(MacRemoteServer::kDefaultPort);
+  const auto screenPort = options.screenPort.value_or(ScreenStreamServer::kDefaultPort);
   return {{"pointer", tryPointer},
           {"screen", tryScreenCapture},
           {"encoder", tryEncoders},

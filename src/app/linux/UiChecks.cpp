@@ -1,4 +1,4 @@
-#include "app/linux/LinuxUiChecks.h"
+#include "app/linux/UiChecks.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -68,7 +68,7 @@ Attempt tryScale() {
 
 }  // namespace
 
-std::vector<DoctorCheck> linuxUiChecks() {
+std::vector<DoctorCheck> uiChecks() {
   return {{"tray", tryTray}, {"fonts", tryFonts}, {"portal", tryPortal}, {"scale", tryScale}};
 }
 

@@ -7,14 +7,12 @@
 #include "app/cli/CommandLine.h"
 #include "app/cli/Commands.h"
 #include "app/cli/SingleCompanion.h"
-#include "app/macos/MacAwayDoctorChecks.h"
-#include "app/macos/MacCompanion.h"
-#include "app/macos/MacDoctorChecks.h"
+#include "app/macos/AwayChecks.h"
+#include "app/macos/Companion.h"
+#include "app/macos/DoctorChecks.h"
 #include "app/runtime/DesktopUi.h"
 #include "app/ui/macos/MacDesktopUi.h"
 #include "platform/macos/foundation/CfUserDefaults.h"
-#include "remote/MacRemoteServer.h"
-#include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
 namespace {
@@ -22,7 +20,7 @@ namespace {
 ExitCode run(const CompanionOptions& options) {
   return runSingleCompanion(false, [&](const std::filesystem::path& folder) {
     CfUserDefaults defaults;
-    return runMacCompanion(options, defaults, folder, options.headless ? nullptr : makeMacDesktopUi());
+    return runCompanion(options, defaults, folder, options.headless ? nullptr : makeMacDesktopUi());
   });
 }
 
@@ -35,9 +33,8 @@ ExitCode run(const DefaultsOptions& options) {
 
 ExitCode run(const DoctorOptions& options) {
   CfUserDefaults defaults;
-  auto checks = macDoctorChecks(options.remotePort.value_or(MacRemoteServer::kDefaultPort),
-                                options.screenPort.value_or(ScreenStreamServer::kDefaultPort));
-  for (auto& check : macAwayDoctorChecks(defaults)) checks.push_back(std::move(check));
+  auto checks = doctorChecks(options);
+  for (auto& check : awayChecks(defaults)) checks.push_back(std::move(check));
   runDoctor(checks, options.json);
 }
 

@@ -1,26 +1,25 @@
-#include "app/linux/LinuxAwayDoctorChecks.h"
-
-#include <memory>
+#include "app/macos/AwayChecks.h"
 
 #include "app/doctor/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
-#include "platform/linux/webrtc/LinuxPeers.h"
+#include "platform/macos/away/CloudKitDatabase.h"
+#include "platform/macos/away/MacPeers.h"
 
 namespace tevanto {
 
-std::vector<DoctorCheck> linuxAwayDoctorChecks(UserDefaults& defaults) {
+std::vector<DoctorCheck> awayChecks(UserDefaults& defaults) {
   const auto loop = EventLoop::background(2);
+  const auto settings = macDeployment(defaults, LogSink::none());
   // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
   // computer is one, too.
-  const auto peers = linuxPeers(LogSink::none(), true);
   const DeployedTransports transports(
       {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
-      {.settings = linuxDeployment(defaults, LogSink::none()), .peers = peers});
+      {.settings = settings, .peers = macPeers(loop, true), .database = macCloudDatabase(settings)});
   return awayDoctorChecks({.settings = transports.settings(),
                            .loop = loop,
                            .http = transports.http(),
                            .webSockets = transports.webSockets(),
-                           .loadPeers = [peers] { return peers->load(); },
+                           .loadPeers = [] { return Result<void>(); },  // linked, not loaded
                            .peers = transports.peers(),
                            .database = transports.database()});
 }

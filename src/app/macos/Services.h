@@ -20,13 +20,13 @@ class UserDefaults;
 ///
 /// The main queue is the caller's: the main thread runs it with the loop of AppKit, or alone where there is
 /// no window. The network has a thread of its own.
-class MacServices {
+class Services {
  public:
-  MacServices(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log,
-              std::shared_ptr<SerialQueue> mainQueue);
-  ~MacServices();
-  MacServices(const MacServices&) = delete;
-  MacServices& operator=(const MacServices&) = delete;
+  Services(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log,
+           std::shared_ptr<SerialQueue> mainQueue);
+  ~Services();
+  Services(const Services&) = delete;
+  Services& operator=(const Services&) = delete;
 
   /// How the runtime makes its services from what is here.
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);

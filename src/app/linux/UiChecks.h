@@ -8,6 +8,6 @@ namespace tevanto {
 
 /// What the windows and the icon find on this desktop: tray, fonts, portal, scale. Where only a convenience
 /// is missing the check passes and says what takes its place.
-std::vector<DoctorCheck> linuxUiChecks();
+std::vector<DoctorCheck> uiChecks();
 
 }  // namespace tevanto

@@ -1,4 +1,4 @@
-#include "app/macos/MacCompanion.h"
+#include "app/macos/Companion.h"
 
 #include <chrono>
 #include <csignal>
@@ -15,7 +15,7 @@
 #include "app/ipc/IpcRequestHandler.h"
 #include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
-#include "app/macos/MacServices.h"
+#include "app/macos/Services.h"
 #include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
 #include "app/runtime/MacAppDelegate.h"
@@ -38,9 +38,9 @@ void print(const std::string& text) {
   std::fflush(stdout);
 }
 
-class MacCompanion {
+class Companion {
  public:
-  MacCompanion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<DesktopUi> ui)
+  Companion(const CompanionOptions& options, UserDefaults& defaults, std::unique_ptr<DesktopUi> ui)
       : defaults_(defaults),
         ui_(std::move(ui)),
         mainLoop_(ui_ ? nullptr : EventLoop::forCallingThread()),
@@ -55,7 +55,7 @@ class MacCompanion {
              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
              [] {}, [](const std::string&) {}, [] { return false; }}) {}
 
-  ~MacCompanion() {
+  ~Companion() {
     if (ending_.joinable()) ending_.join();
   }
 
@@ -80,10 +80,10 @@ class MacCompanion {
     auto operations = UiActions::of(runtime_);
     operations.quit = [this] { end(); };
     ui_->present({.runtime = runtime_,
-                    .defaults = defaults_,
-                    .operations = std::move(operations),
-                    .links = PublicLinks::of(macDeployment(defaults_, log_)),
-                    .displayLost = {}});  // a Mac's does not go away
+                  .defaults = defaults_,
+                  .operations = std::move(operations),
+                  .links = PublicLinks::of(macDeployment(defaults_, log_)),
+                  .displayLost = {}});  // a Mac's does not go away
     ui_->run();
   }
 
@@ -113,10 +113,10 @@ class MacCompanion {
 
   UserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
-  const std::unique_ptr<DesktopUi> ui_;      // null when headless
+  const std::unique_ptr<DesktopUi> ui_;        // null when headless
   const std::shared_ptr<EventLoop> mainLoop_;  // without a face
   const std::shared_ptr<SerialQueue> mainQueue_;
-  MacServices services_;
+  Services services_;
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
@@ -129,9 +129,9 @@ class MacCompanion {
 
 }  // namespace
 
-ExitCode runMacCompanion(const CompanionOptions& options, UserDefaults& defaults,
-                         const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> ui) {
-  return MacCompanion(options, defaults, std::move(ui)).run(runtimeFolder);
+ExitCode runCompanion(const CompanionOptions& options, UserDefaults& defaults,
+                      const std::filesystem::path& runtimeFolder, std::unique_ptr<DesktopUi> ui) {
+  return Companion(options, defaults, std::move(ui)).run(runtimeFolder);
 }
 
 }  // namespace tevanto

@@ -1,4 +1,4 @@
-#include "app/linux/LinuxServices.h"
+#include "app/linux/Services.h"
 
 #include <malloc.h>
 
@@ -58,7 +58,7 @@ constexpr auto kMemoryKept = std::chrono::milliseconds(500);
 
 }  // namespace
 
-struct LinuxServices::Parts {
+struct Services::Parts {
   Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
         const std::shared_ptr<LogSink>& logSink, const std::shared_ptr<SerialQueue>& windowsQueue)
       : options(companionOptions),
@@ -164,20 +164,19 @@ struct LinuxServices::Parts {
   }
 };
 
-LinuxServices::LinuxServices(const CompanionOptions& options, UserDefaults& defaults,
-                             const std::shared_ptr<LogSink>& log,
-                             const std::shared_ptr<SerialQueue>& windowsQueue)
+Services::Services(const CompanionOptions& options, UserDefaults& defaults,
+                   const std::shared_ptr<LogSink>& log, const std::shared_ptr<SerialQueue>& windowsQueue)
     : parts_(std::make_unique<Parts>(options, defaults, log, windowsQueue)) {}
 
-LinuxServices::~LinuxServices() = default;
+Services::~Services() = default;
 
-EventLoop& LinuxServices::networkLoop() { return *parts_->loops.network; }
-void LinuxServices::endBackgroundWork() {
+EventLoop& Services::networkLoop() { return *parts_->loops.network; }
+void Services::endBackgroundWork() {
   parts_->loops.capture->stop();
   parts_->loops.background->stop();
 }
 
-void LinuxServices::releasePeers() {
+void Services::releasePeers() {
   if (!parts_->peers) return;
   // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
   // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.
@@ -187,14 +186,13 @@ void LinuxServices::releasePeers() {
   parts_->peers->release();
 }
 
-std::shared_ptr<SerialQueue> LinuxServices::mainQueue() { return parts_->queues.main; }
-std::shared_ptr<SerialQueue> LinuxServices::networkQueue() { return parts_->queues.remote; }
-std::optional<std::string> LinuxServices::computerName() const { return parts_->name; }
-bool LinuxServices::hasRoad() const { return parts_->services.hasAwayAccess(); }
-void LinuxServices::started() { parts_->deferrals.started(); }
+std::shared_ptr<SerialQueue> Services::mainQueue() { return parts_->queues.main; }
+std::shared_ptr<SerialQueue> Services::networkQueue() { return parts_->queues.remote; }
+std::optional<std::string> Services::computerName() const { return parts_->name; }
+bool Services::hasRoad() const { return parts_->services.hasAwayAccess(); }
+void Services::started() { parts_->deferrals.started(); }
 
-TevantoMacRuntime::Factories LinuxServices::factories(ApplicationPresence& presence,
-                                                      SetupWindowHost& windows) {
+TevantoMacRuntime::Factories Services::factories(ApplicationPresence& presence, SetupWindowHost& windows) {
   return parts_->services.factories(presence, windows);
 }
 

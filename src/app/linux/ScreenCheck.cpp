@@ -1,4 +1,4 @@
-#include "app/linux/LinuxScreenCheck.h"
+#include "app/linux/ScreenCheck.h"
 
 #include <chrono>
 #include <cstdint>
