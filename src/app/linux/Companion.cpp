@@ -30,11 +30,11 @@
 #include "core/Descriptor.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
+#include "platform/linux/display/DisplayReach.h"
 #include "platform/linux/process/JournalLogSink.h"
 #include "platform/linux/process/LoadedModule.h"
 #include "platform/linux/process/RestartProcess.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
-#include "platform/linux/x11/DisplayReach.h"
 #include "remote/MacRemoteServer.h"
 
 namespace tevanto {

@@ -13,7 +13,7 @@
 #include "app/linux/UiChecks.h"
 #include "core/Log.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "platform/linux/x11/DisplayReach.h"
+#include "platform/linux/display/DisplayReach.h"
 
 namespace tevanto {
 namespace {

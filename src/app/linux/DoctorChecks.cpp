@@ -13,17 +13,15 @@
 
 #include "app/doctor/DiscoveryCheck.h"
 #include "app/doctor/PortCheck.h"
+#include "app/linux/CheckedDisplay.h"
 #include "app/linux/ScreenCheck.h"
-#include "core/queue/EventLoop.h"
+#include "control/InputEvents.h"
 #include "core/text/Uuid.h"
 #include "platform/linux/audio/LoadedAudio.h"
 #include "platform/linux/avahi/AvahiServiceAdvertiser.h"
 #include "platform/linux/avahi/AvahiServiceBrowser.h"
+#include "platform/linux/display/DisplayDiagnosis.h"
 #include "platform/linux/session/LogindSleepAssertions.h"
-#include "platform/linux/x11/DisplayReach.h"
-#include "platform/linux/x11/ReconnectingXServer.h"
-#include "platform/linux/x11/input/XPointerWindow.h"
-#include "platform/linux/x11/input/XTestInputEvents.h"
 #include "remote/MacRemoteServer.h"
 #include "screen/ScreenStreamServer.h"
 
@@ -32,33 +30,29 @@ namespace {
 
 using Attempt = Result<std::string>;
 
-/// Moves the pointer by the companion's own road and puts it back.
-bool pointerReaches(XPointerWindow& window) {
-  const auto loop = EventLoop::background(1);
-  const auto queue = loop->makeQueue("main");
-  const auto link = std::make_shared<ReconnectingXServer>(std::string(), queue, Logger());
+/// Moves the pointer as the companion does, and puts it back.
+bool pointerReaches(PointerProof& window, const CheckedDisplay& display) {
   bool seen = false;
-  queue->sync([&] {
-    const auto events = XTestInputEvents::open(
-        link, queue, [] { return CommandModifier::control; }, Logger());
+  display.sync([&] {
+    const auto events = display->input();
     const auto before = events->pointerLocation();
     events->warpPointer(window.middle());
     events->postMouse({MouseEventType::moved, window.middle(), 0, 0});
     seen = window.seesPointer(std::chrono::seconds(3));
     events->warpPointer(before);
   });
-  loop->stop();
   return seen;
 }
 
 Attempt tryPointer() {
-  auto window = XPointerWindow::open({});
+  const CheckedDisplay display;
+  const auto window = display->diagnosis().openPointerProof();
   if (!window) {
-    return Failure{"The pointer cannot be moved, because " + window.error() + " (" + displayText() +
+    return Failure{"The pointer cannot be moved, because " + window.error() + " (" + display->describe() +
                    "); run this in a graphical X11 session, or start one with scripts/start."};
   }
-  if (!pointerReaches(*window.value())) {
-    return Failure{"The X server takes our window but not our pointer events (" + displayText() +
+  if (!pointerReaches(*window.value(), display)) {
+    return Failure{"The X server takes our window but not our pointer events (" + display->describe() +
                    "); enable its XTEST extension."};
   }
   return std::string("a pointer event arrived in a window of our own");

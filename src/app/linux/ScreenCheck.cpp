@@ -6,12 +6,11 @@
 #include <memory>
 #include <utility>
 
+#include "app/linux/CheckedDisplay.h"
 #include "core/Log.h"
 #include "core/queue/EventLoop.h"
 #include "core/queue/OneShotResult.h"
 #include "platform/linux/video/LoadedEncoders.h"
-#include "platform/linux/x11/DisplayReach.h"
-#include "platform/linux/x11/capture/X11DisplayCapture.h"
 #include "screen/capture/CaptureEngine.h"
 
 namespace tevanto {
@@ -21,7 +20,7 @@ constexpr std::int64_t kLongSide = 1280;
 constexpr std::int64_t kFramesPerSecond = 15;
 constexpr auto kTimeout = std::chrono::seconds(5);
 
-/// The first thing that the capture says.
+/// The first result of the capture: a picture or an error.
 Result<std::string> firstWord(CaptureEngine& engine) {
   using Word = Result<std::string>;
   const auto answer = std::make_shared<OneShotResult<Word>>();
@@ -38,14 +37,14 @@ Result<std::string> firstWord(CaptureEngine& engine) {
 
 Result<std::string> tryScreenCapture() {
   const auto loop = EventLoop::background(1);
-  X11DisplayCapture displays;
-  const auto engine = std::make_shared<CaptureEngine>(displays, kLongSide, kFramesPerSecond,
+  const CheckedDisplay display;
+  const auto engine = std::make_shared<CaptureEngine>(display->capture(), kLongSide, kFramesPerSecond,
                                                       loop->makeQueue("tevanto.screen.capture"));
   auto word = firstWord(*engine);
   engine->stop();
   loop->stop();
   if (word) return word;
-  return Failure{"The screen cannot be mirrored: " + word.error() + " (" + displayText() +
+  return Failure{"The screen cannot be mirrored: " + word.error() + " (" + display->describe() +
                  "); run this in a graphical X11 session, or start one with scripts/start."};
 }
 

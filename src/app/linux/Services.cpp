@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "app/linux/DisplayBackends.h"
 #include "app/runtime/CompanionServices.h"
 #include "app/runtime/StartupDeferrals.h"
 #include "core/settings/UserDefaults.h"
@@ -27,11 +28,6 @@
 #include "platform/linux/session/UPowerSources.h"
 #include "platform/linux/video/LoadedEncoders.h"
 #include "platform/linux/webrtc/LinuxPeers.h"
-#include "platform/linux/x11/ReconnectingXServer.h"
-#include "platform/linux/x11/capture/X11DisplayCapture.h"
-#include "platform/linux/x11/capture/X11ScreenCapturePermission.h"
-#include "platform/linux/x11/input/XTestInputEvents.h"
-#include "platform/linux/x11/input/XTestPermission.h"
 
 namespace tevanto {
 namespace {
@@ -68,17 +64,18 @@ struct Services::Parts {
         queues(loops, windowsQueue ? windowsQueue : loops.network->makeQueue("main")),
         listeners(loops.network, options.loopbackOnly ? ListenScope::loopback : ListenScope::everywhere),
         advertiser(makeAdvertiser(options)),
-        xServer(std::make_shared<ReconnectingXServer>(std::string(), queues.main, Logger(sink, "input"))),
-        permission(xServer),
-        xEvents(XTestInputEvents::open(
-            xServer, queues.main, [this] { return commandModifierOf(defaults); }, Logger(sink, "input"))),
+        display(makeDisplayBackend(
+            {queues.main, [this] { return commandModifierOf(defaults); }, Logger(sink, "input")})),
         overview(DesktopOverview::ofSession(queues.shortcuts, Logger(sink, "applications"))),
-        events(std::make_shared<DesktopKeyStrokes>(xEvents, keyStrokes())),
+        events(std::make_shared<DesktopKeyStrokes>(display->input(), keyStrokes())),
         preferences(DesktopPreferences::sessionOfThisProcess()),
-        workspace(DesktopFolders::fromEnvironment(), asLocations(overview), Logger(sink, "applications")),
+        workspace(
+            DesktopFolders::fromEnvironment(), asLocations(overview),
+            [this](const WindowIdentity& application) { return display->raiseWindow(application); },
+            Logger(sink, "applications")),
         scripts(audio, session),
         assertions(Logger(sink, "power")),
-        deferrals(kernelPowerSources, upower, displayPermission),
+        deferrals(kernelPowerSources, upower, display->screenCapture()),
         encoders(Logger(sink, "screen")),
         services(queues, system(), {name, options.remotePort, options.screenPort}, defaults, sink) {}
 
@@ -90,9 +87,7 @@ struct Services::Parts {
 
   AsioTcpListenerFactory listeners;
   std::unique_ptr<ServiceAdvertiser> advertiser;
-  std::shared_ptr<ReconnectingXServer> xServer;
-  XTestPermission permission;
-  std::shared_ptr<XTestInputEvents> xEvents;
+  const std::unique_ptr<DisplayBackend> display;
   std::shared_ptr<DesktopOverview> overview;
   std::shared_ptr<DesktopKeyStrokes> events;
   DesktopPreferences preferences;
@@ -105,11 +100,9 @@ struct Services::Parts {
   SysfsPowerSources kernelPowerSources;
   UPowerSources upower;
   XdgAutostartLoginItem loginItem;
-  X11DisplayCapture displays;
-  X11ScreenCapturePermission displayPermission;
   StartupDeferrals deferrals;
   LoadedEncoders encoders;
-  std::shared_ptr<LoadedPeers> peers;  // null without a road away
+  std::shared_ptr<LoadedPeers> peers;  // null until a deployment needs them
   Timer trimming;
   const std::optional<std::string> name = tevanto::computerName();
   CompanionServices services;
@@ -131,11 +124,11 @@ struct Services::Parts {
             .preferences = preferences,
             .workspace = workspace,
             .scripts = scripts,
-            .accessibility = permission,
+            .accessibility = display->accessibility(),
             .sleepAssertions = assertions,
             .powerSources = deferrals.powerSources(),
             .loginItem = loginItem,
-            .displays = displays,
+            .displays = display->capture(),
             .encoders = encoders,
             .screenPermission = deferrals.screenPermission(),
             .listeners = listeners,

@@ -7,9 +7,10 @@
 #include <string>
 #include <variant>
 
+#include "app/linux/CheckedDisplay.h"
 #include "platform/linux/dbus/BusConnection.h"
+#include "platform/linux/display/DisplayDiagnosis.h"
 #include "platform/linux/process/LoadedModule.h"
-#include "platform/linux/x11/XDesktop.h"
 
 namespace tevanto {
 namespace {
@@ -34,9 +35,9 @@ Attempt tryTray() {
   const auto host =
       sessionProperty(kTrayService, "/StatusNotifierWatcher", kTrayService, "IsStatusNotifierHostRegistered");
   if (host && host == BusValue(true)) return std::string("a StatusNotifier tray was found");
-  const auto desktop = XDesktop::current();
+  const auto desktop = CheckedDisplay()->diagnosis().desktop();
   if (!desktop) return std::string("there is no X server, and so no tray to look for");
-  if (desktop->hasXembedTray) return std::string("an XEmbed tray was found");
+  if (desktop->hasTray) return std::string("an XEmbed tray was found");
   return std::string("no tray was found; start tevanto once more to see its window again");
 }
 
@@ -59,7 +60,7 @@ Attempt tryPortal() {
 Attempt tryScale() {
   if (const char* factor = std::getenv("QT_SCALE_FACTOR"); factor && *factor)
     return "windows are scaled by QT_SCALE_FACTOR, " + std::string(factor);
-  const auto desktop = XDesktop::current();
+  const auto desktop = CheckedDisplay()->diagnosis().desktop();
   if (!desktop) return std::string("there is no X server to ask");
   const auto percent = std::lround(desktop->dotsPerInch.value_or(kFullScale) / kFullScale * 100);
   return "windows are drawn at " + std::to_string(percent) + " %" +

@@ -10,7 +10,7 @@
 #include "platform/linux/desktop/applications/DesktopEntry.h"
 #include "platform/linux/desktop/applications/IconRenderer.h"
 #include "platform/linux/desktop/applications/IconTheme.h"
-#include "platform/linux/x11/windows/EwmhWindows.h"
+#include "platform/linux/display/WindowIdentity.h"
 
 namespace tevanto {
 namespace {
@@ -48,9 +48,11 @@ WindowIdentity windowsOf(const DesktopEntry& entry) {
 
 }  // namespace
 
-DesktopWorkspace::DesktopWorkspace(DesktopFolders folders, Overviews overviews, Logger log)
+DesktopWorkspace::DesktopWorkspace(DesktopFolders folders, Overviews overviews, RaiseWindow raiseWindow,
+                                   Logger log)
     : folders_(std::move(folders)),
       overviews_(std::move(overviews)),
+      raiseWindow_(std::move(raiseWindow)),
       log_(std::move(log)),
       icons_(std::make_unique<IconTheme>(folders_)) {}
 
@@ -115,11 +117,12 @@ bool DesktopWorkspace::exists(const std::string& location) {
 void DesktopWorkspace::open(const std::string& location, Activation activation) {
   if (overviews_.open && overviews_.open(location)) return;
   const auto entry = DesktopEntry::read(location);
-  if (!entry) return log_.error("no application at " + location);
+  if (!entry) return log_.error("There is no application at " + location + ".");
   // What the bus activates raises its window by itself.
-  if (activation == Activation::activate && !entry->activatable && raiseWindowOf(windowsOf(*entry))) return;
+  const bool mayRaise = activation == Activation::activate && !entry->activatable && raiseWindow_;
+  if (mayRaise && raiseWindow_(windowsOf(*entry))) return;
   const auto launched = launchApplication(location);
-  if (!launched) log_.error("cannot open " + location + ": " + launched.error());
+  if (!launched) log_.error("The application " + location + " cannot be opened: " + launched.error());
 }
 
 }  // namespace tevanto

@@ -13,19 +13,25 @@
 namespace tevanto {
 
 class IconTheme;
+struct WindowIdentity;
 
-/// The applications that have a desktop entry. An application's identifier is its desktop file identifier
-/// with the extension ("org.example.Viewer.desktop"), its location the path of the desktop file.
+/// DesktopWorkspace lists and opens the applications that have a desktop entry. An application's identifier
+/// is its desktop file identifier with the extension ("org.example.Viewer.desktop"). Its location is the path
+/// of the desktop file.
 class DesktopWorkspace final : public Workspace {
  public:
-  /// The locations that stand for the desktop's overviews rather than for a desktop entry. Each function says
-  /// whether it knows the location; `open` shows it then.
+  /// The locations that stand for the desktop's overviews rather than for a desktop entry. Each function
+  /// returns true when it knows the location; `open` shows it then. May be empty.
   struct Overviews {
     std::function<bool(const std::string& location)> exists;
     std::function<bool(const std::string& location)> open;
   };
 
-  DesktopWorkspace(DesktopFolders folders, Overviews overviews, Logger log = Logger());
+  /// Raises a window of the application; false when there is none to raise. May be empty.
+  using RaiseWindow = std::function<bool(const WindowIdentity& application)>;
+
+  DesktopWorkspace(DesktopFolders folders, Overviews overviews, RaiseWindow raiseWindow,
+                   Logger log = Logger());
   ~DesktopWorkspace() override;
 
   std::vector<std::string> applicationFolders() override;
@@ -40,6 +46,7 @@ class DesktopWorkspace final : public Workspace {
 
   const DesktopFolders folders_;
   const Overviews overviews_;
+  const RaiseWindow raiseWindow_;
   const Logger log_;
   const std::unique_ptr<IconTheme> icons_;
 };

@@ -4,23 +4,22 @@
 #include <memory>
 #include <string>
 
-#include "control/InputEvents.h"
 #include "core/Result.h"
+#include "platform/linux/display/PointerProof.h"
 
 namespace tevanto {
 
-/// A small window of our own that sees the pointer arrive: proof that injected input reaches other programs.
-/// It lies above all others for as long as it lives. One thread.
-class XPointerWindow {
+/// XPointerWindow is the proof window on an X server, out of reach of any window manager.
+class XPointerWindow final : public PointerProof {
  public:
   /// An empty `displayName` means DISPLAY.
   static Result<std::unique_ptr<XPointerWindow>> open(const std::string& displayName);
-  ~XPointerWindow();
+  ~XPointerWindow() override;
+  XPointerWindow(const XPointerWindow&) = delete;
+  XPointerWindow& operator=(const XPointerWindow&) = delete;
 
-  /// Its middle, in the coordinates of the screen.
-  PointerLocation middle() const;
-  /// Waits for the pointer to come to the middle.
-  bool seesPointer(std::chrono::milliseconds timeout);
+  PointerLocation middle() const override;
+  bool seesPointer(std::chrono::milliseconds timeout) override;
 
  private:
   struct Connection;

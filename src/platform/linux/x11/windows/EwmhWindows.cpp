@@ -5,8 +5,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "platform/linux/display/WindowIdentity.h"
 #include "platform/linux/x11/XcbOwned.h"
 #include "platform/linux/x11/XcbServer.h"
 

@@ -55,7 +55,7 @@ class Applications : public testing::Test {
   }
 
   DesktopFixture desktop_;
-  DesktopWorkspace workspace_{desktop_.folders(), {}};
+  DesktopWorkspace workspace_{desktop_.folders(), {}, {}};
 };
 
 TEST_F(Applications, standInTheFoldersOfTheDesktopTheUsersFirst) {
@@ -215,7 +215,8 @@ TEST_F(Applications, ofTheDesktopsOverviewsAreLeftToIt) {
                               [&](const std::string& location) {
                                 if (location == overview) opened.push_back(location);
                                 return location == overview;
-                              }});
+                              }},
+                             {});
   EXPECT_TRUE(workspace.exists(overview));
   EXPECT_FALSE(workspace.exists("/System/Applications/Launchpad.app"));
   workspace.open(overview, Workspace::Activation::systemDefault);
@@ -243,7 +244,7 @@ TEST_F(Applications, withoutAReadableIconHaveTheGenericOneIfThereIsOne) {
   other.writeTheme("first/icons", "hicolor");
   other.writePng("first/icons/hicolor/64x64/apps/application-x-executable.png", 64, 64, 0x010203FF);
   const auto broken = other.write("broken.png", "no image");
-  DesktopWorkspace workspace(other.folders(), {});
+  DesktopWorkspace workspace(other.folders(), {}, {});
   for (const auto& icon : {std::string("missing"), broken, std::string("../../secret"), std::string()}) {
     ApplicationBundle bundle;
     bundle.location = other.writeEntry("data", "a.desktop", "Name=A\nExec=true\nIcon=" + icon + "\n");

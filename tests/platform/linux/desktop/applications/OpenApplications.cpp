@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/linux/desktop/applications/DesktopWorkspace.h"
+#include "platform/linux/x11/windows/EwmhWindows.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ void waitForTheEndOf(GDBusConnection* bus) {
 int main() {
   // Held as another part of a program might.
   auto* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
-  tevanto::DesktopWorkspace workspace(tevanto::DesktopFolders::fromEnvironment(), {},
+  tevanto::DesktopWorkspace workspace(tevanto::DesktopFolders::fromEnvironment(), {}, tevanto::raiseWindowOf,
                                       tevanto::Logger(tevanto::LogSink::standardError(), "workspace"));
   std::string how;
   std::string location;

@@ -1,4 +1,4 @@
-#include "platform/linux/x11/DisplayReach.h"
+#include "platform/linux/display/DisplayReach.h"
 
 #include <gtest/gtest.h>
 

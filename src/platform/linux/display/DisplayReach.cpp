@@ -1,4 +1,4 @@
-#include "platform/linux/x11/DisplayReach.h"
+#include "platform/linux/display/DisplayReach.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -43,10 +43,5 @@ bool canReachXServer() {
 }
 
 bool canReachDisplay() { return canReachXServer() || compositorAnswers(); }
-
-std::string displayText() {
-  const char* display = std::getenv("DISPLAY");
-  return display && *display ? "DISPLAY is " + std::string(display) : "DISPLAY is not set";
-}
 
 }  // namespace tevanto

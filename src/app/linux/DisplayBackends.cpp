@@ -1,0 +1,14 @@
+#include "app/linux/DisplayBackends.h"
+
+#include <utility>
+
+#include "platform/linux/x11/backend/X11Backend.h"
+
+namespace tevanto {
+
+std::unique_ptr<DisplayBackend> makeDisplayBackend(DisplayBackend::Environment environment) {
+  // Wayland sessions are reached through their X server, too.
+  return std::make_unique<X11Backend>(std::move(environment));
+}
+
+}  // namespace tevanto
