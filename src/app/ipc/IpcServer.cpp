@@ -14,6 +14,7 @@
 #include "app/ipc/IpcMessages.h"
 #include "app/ipc/ProcessFacts.h"
 #include "core/queue/EventLoopCore.h"
+#include "core/queue/QueueBound.h"
 
 namespace tevanto {
 namespace {
@@ -56,9 +57,7 @@ class Client final : public std::enable_shared_from_this<Client> {
   enum class AfterAnswer { readOn, close };
 
   void waitForSilence() {
-    silence_ = queue_->asyncAfter(limits_.silence, [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->close();
-    });
+    silence_ = queue_->asyncAfter(limits_.silence, weakCall(weak_from_this(), &Client::close));
   }
 
   void nextLine() {
@@ -145,9 +144,7 @@ struct IpcServer::Listener final : std::enable_shared_from_this<Listener> {
 
   /// Out of descriptors, most likely: trying again at once would only burn time.
   void acceptLater() {
-    pause = queue->asyncAfter(std::chrono::seconds(1), [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->acceptNext();
-    });
+    pause = queue->asyncAfter(std::chrono::seconds(1), weakCall(weak_from_this(), &Listener::acceptNext));
   }
 
   void take(Protocol::socket socket) {
