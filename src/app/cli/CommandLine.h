@@ -7,10 +7,10 @@
 
 namespace tevanto {
 
-/// How a program of this suite ends.
+/// ExitCode is the exit status of a program of this suite.
 enum class ExitCode { done = 0, failed = 1, usage = 2, notRunning = 3 };
 
-/// Starts the companion.
+/// CompanionOptions starts the companion.
 struct CompanionOptions {
   bool headless = false;
   bool lostDisplay = false;                 // headless because the display of its windows is gone
@@ -38,7 +38,7 @@ struct DoctorOptions {
   std::optional<std::uint16_t> remotePort;
   std::optional<std::uint16_t> screenPort;
 };
-/// Nothing to do but to end; what there was to say has been printed.
+/// EndNow ends the program: help, version or an error has been printed.
 struct EndNow {
   int exitStatus = 0;
 };

@@ -15,8 +15,9 @@ namespace tevanto {
 
 class TevantoMacRuntime;
 
-/// The setup window of a program without windows: the panel as text, on standard output, and after it a line
-/// for each change. There is no Dock to appear in and nothing to close. Main queue only.
+/// CompanionTerminal is the setup window of a program without windows. It prints the panel as text on
+/// standard output, and after it a line for each change. There is no Dock to appear in and nothing to close.
+/// Main queue only.
 class CompanionTerminal final : public SetupWindowHost, public ApplicationPresence {
  public:
   struct Environment {
@@ -31,7 +32,7 @@ class CompanionTerminal final : public SetupWindowHost, public ApplicationPresen
 
   /// Follows the published values of the services from now on.
   void follow(TevantoMacRuntime& runtime);
-  /// What still changes while the services end is of no interest to anybody.
+  /// Ends the lines: changes while the services end concern nobody.
   void stopFollowing();
 
   std::unique_ptr<SetupWindow> makeWindow(const SetupWindowStyle& style,

@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// How a text may look where it is shown.
+/// TextStyle tells how a text may look on its output.
 struct TextStyle {
   bool picture = false;  // a terminal: frames and alignment; else plain lines
   bool colour = false;
@@ -15,8 +15,8 @@ struct TextStyle {
   static TextStyle forStandardOutput();
 };
 
-/// What a person who has just started the companion needs: code, name, addresses, and the command for a
-/// second terminal, in which `phoneProgram` is the phone's side as this user can call it.
+/// Formats what a person needs who has just started the companion: code, name, addresses, and the command for
+/// a second terminal. `phoneProgram` is the phone's program as this user can call it.
 std::string companionPanel(const CompanionStatus& status, const std::string& phoneProgram, TextStyle style);
 /// The whole status, one "name: value" a line.
 std::string statusLines(const CompanionStatus& status);

@@ -12,12 +12,12 @@ namespace tevanto {
 /// A setting as a person reads it: strings bare, everything else as JSON.
 std::string defaultsText(const DefaultsValue& value);
 
-/// What a person wrote as a setting. `automatic` takes true, false, numbers, arrays of strings and data as it
-/// is shown for what they look like, everything else for a string.
+/// Reads a setting as a person writes it. `automatic` takes true, false, numbers, arrays of strings and data
+/// as it is shown for what they look like, everything else for a string.
 Result<DefaultsValue> defaultsValueFrom(std::string_view text, DefaultsOptions::Type type);
 
-/// Whether the setting under `key` gives access to this computer or to a service, and is not to be shown
-/// unless asked for by name.
+/// Returns true when the setting under `key` gives access to this computer or to a service, and is not to be
+/// shown unless asked for by name.
 bool isSecretDefault(std::string_view key);
 
 }  // namespace tevanto

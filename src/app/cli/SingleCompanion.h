@@ -7,9 +7,9 @@
 
 namespace tevanto {
 
-/// Runs the companion as this user's only one: `run` gets the folder of its control socket. Where one runs
-/// already, that one is asked to show itself and this returns at once. `wantsDisplay`: one that has lost its
-/// display is asked to give way first.
+/// Runs the companion as this user's only one. `run` gets the folder of its control socket. Where one runs
+/// already, that one is asked to show itself, and this returns. With `wantsDisplay`, a companion that has
+/// lost its display is asked to end first.
 ExitCode runSingleCompanion(bool wantsDisplay,
                             const std::function<ExitCode(const std::filesystem::path& folder)>& run);
 

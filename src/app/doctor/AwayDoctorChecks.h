@@ -15,7 +15,8 @@ class HttpClient;
 class PeerConnectionFactory;
 class WebSocketFactory;
 
-/// What the checks of the away road try it with: what the companion itself uses.
+/// AwayDoctorEnvironment holds the parts that the companion itself uses for connections outside the local
+/// network; the checks use the same ones.
 struct AwayDoctorEnvironment {
   DeploymentSettings settings;
   std::shared_ptr<EventLoop> loop;
@@ -26,9 +27,9 @@ struct AwayDoctorEnvironment {
   std::shared_ptr<CloudDatabase> database;
 };
 
-/// Relay, TURN credentials, STUN, TURN and cloud, each with all the servers that are configured. What is not
-/// configured is fine, and says how it is. Each ends within 13 seconds, besides what the look-up of a name
-/// takes.
+/// Returns the checks of relay, TURN credentials, STUN, TURN and cloud, each with all servers that are
+/// configured. A check of a part that is not configured passes, and its text tells how to configure it. Each
+/// ends within 13 seconds, plus the time that the look-up of a name takes.
 std::vector<DoctorCheck> awayDoctorChecks(AwayDoctorEnvironment environment);
 
 }  // namespace tevanto

@@ -8,11 +8,11 @@
 
 namespace tevanto {
 
-/// What it takes to see whether phones find this computer, and what to tell a user who is not found.
+/// DiscoveryTrial holds the means to find out whether phones find this computer, and the remedies for a user
+/// who is not found.
 struct DiscoveryTrial {
   ServiceAdvertiser& advertiser;
-  /// Whether the network says of the service, under this name, what was advertised. Takes a few seconds at
-  /// most.
+  /// Returns true when the network resolves the service to what was advertised. Takes a few seconds at most.
   std::function<Result<bool>(const ServiceDescription& service)> resolves;
   std::string advertisingRemedy;  // "start ...", behind what is wrong
   std::string resolvingRemedy;

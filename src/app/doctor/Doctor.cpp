@@ -29,7 +29,7 @@ RunningCheck begin(const DoctorCheck& check) {
   return {std::move(answer), std::move(thread)};
 }
 
-/// What it found; a thread that hangs is left behind.
+/// Waits for the result of the check. Nothing, and a leaked thread, when there is none by the deadline.
 std::optional<Attempt> end(RunningCheck& check, std::chrono::steady_clock::time_point deadline) {
   if (check.answer.wait_until(deadline) != std::future_status::ready) {
     check.thread.detach();

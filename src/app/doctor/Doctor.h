@@ -9,27 +9,29 @@
 
 namespace tevanto {
 
-/// One thing that the companion needs, and a way to try it.
+/// DoctorCheck is one requirement of the companion, and a way to try it.
 struct DoctorCheck {
   std::string name;
-  /// What was found, or one sentence with the remedy.
+  /// Returns the finding, or one sentence with the remedy. Runs on a thread of its own.
   std::function<Result<std::string>()> attempt;
 };
 
+/// DoctorFinding is the result of one check. A check that exceeds the timeout is reported as failed, and its
+/// thread is leaked.
 struct DoctorFinding {
   std::string name;
   bool ok = false;
   std::string text;
 };
 
-/// Tries all checks at once, each on a thread of its own, and tells what they found, in their order. A check
-/// that is still at it when `timeout` is over counts as failed; its thread is left behind.
+/// Runs all checks at once, each on a thread of its own, and passes their findings to `found` in the order of
+/// the checks. `timeout` is that of the whole.
 void tryChecks(const std::vector<DoctorCheck>& checks, std::chrono::milliseconds timeout,
                const std::function<void(DoctorFinding)>& found);
 
-/// {"ok":...,"checks":[{"name":...,"ok":...,"text":...}]} on one line.
+/// Encodes {"ok":...,"checks":[{"name":...,"ok":...,"text":...}]} on one line.
 std::string doctorJson(const std::vector<DoctorFinding>& findings);
-/// One line; what servers said in it cannot steer the terminal.
+/// Formats one line. Control characters that came from servers are replaced.
 std::string doctorLine(const DoctorFinding& finding);
 
 bool allOk(const std::vector<DoctorFinding>& findings);

@@ -7,7 +7,8 @@
 
 namespace tevanto {
 
-/// Whether the companion can listen on the TCP port, or does already. `option`: how another port is chosen.
+/// Finds out whether the companion can listen on the TCP port, or does already. `option` is the command line
+/// option that chooses another port.
 Result<std::string> tryPort(std::uint16_t port, const std::string& option);
 
 }  // namespace tevanto

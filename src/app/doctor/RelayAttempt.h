@@ -13,8 +13,8 @@ namespace tevanto {
 class HttpClient;
 class WebSocketFactory;
 
-/// Enters a room of its own at the relay and hears a pong there. What was found, or one sentence with the
-/// remedy. Blocks for 8 seconds at most.
+/// Enters a room of its own at the relay and waits for a pong there. Returns the finding, or one sentence
+/// with the remedy. Blocks for 8 seconds at most.
 Result<std::string> tryRelay(WebSocketFactory& sockets, std::shared_ptr<SerialQueue> queue,
                              const std::string& relayURL);
 

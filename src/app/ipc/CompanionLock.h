@@ -9,14 +9,14 @@
 
 namespace tevanto {
 
-/// Being the one companion of this user: a lock on a file in the runtime folder, held for as long as this
-/// object lives and given up by the system when the process ends, however it ends. Who holds it owns the
-/// control socket, and may remove one that a dead process left behind.
+/// CompanionLock is the single-instance lock of this user: an flock on a file in the runtime folder. The
+/// kernel releases it when the process exits. The holder owns the control socket, and may remove one that a
+/// dead process left behind.
 class CompanionLock {
  public:
   /// Null when another process holds it.
   static Result<std::unique_ptr<CompanionLock>> tryAcquire(const std::filesystem::path& folder);
-  /// The process that holds the lock; 0 when it has not said so.
+  /// The process that holds the lock; 0 when the file does not name it yet.
   static pid_t holder(const std::filesystem::path& folder);
 
   ~CompanionLock();

@@ -10,7 +10,7 @@
 
 namespace tevanto {
 
-/// What a running companion tells about itself: one moment of its published values.
+/// CompanionStatus is a snapshot of the values that a running companion publishes.
 struct CompanionStatus {
   std::string version;
   std::int64_t processID = 0;
@@ -38,9 +38,9 @@ struct CompanionStatus {
   bool operator==(const CompanionStatus&) const = default;
 };
 
-/// One JSON object on one line. A battery percentage that is not known is null.
+/// Encodes one JSON object on one line. A battery percentage that is not known is null.
 std::string encodeCompanionStatus(const CompanionStatus& status);
-/// Nothing when the text is not such an object; members that are missing keep their initial values.
+/// Returns nothing when the text is no such object. Missing members keep their initial values.
 std::optional<CompanionStatus> decodeCompanionStatus(std::string_view json);
 
 /// The name of a discovery state in the JSON form.

@@ -1,6 +1,6 @@
 #pragma once
 
-// Only for the sources that put a status into a larger JSON text.
+// Private to this folder: the status as a part of a larger JSON text.
 
 #include <boost/json/fwd.hpp>
 

@@ -10,7 +10,7 @@
 namespace tevanto {
 
 /// Asks the companion behind the control socket at `path` and waits for its answer, `timeout` at most.
-/// Nothing when no companion listens there; a failure when one does and does not answer as it should.
+/// Returns nothing when no companion listens there, and a failure when one listens but gives no valid answer.
 Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& path,
                                                  const ControlRequest& request,
                                                  std::chrono::milliseconds timeout = std::chrono::seconds(5));

@@ -9,7 +9,8 @@
 
 namespace tevanto {
 
-/// What another program of the same user may ask of a running companion, one JSON object per line:
+/// ControlRequest is what another program of the same user may ask of a running companion, one JSON object
+/// per line:
 ///
 ///     {"request":"status"}
 ///     {"request":"keepAwake","on":true}
@@ -17,8 +18,8 @@ namespace tevanto {
 ///     {"request":"reloadDefaults"}
 ///     {"request":"giveWay"}
 ///
-/// The token is the desktop's permission to bring a window forward, where whoever asks was given one. A
-/// companion gives way, and ends, when it has lost its display and whoever asks has one.
+/// The token is the desktop's permission to bring a window forward, where the asking program was given one. A
+/// companion gives way, and ends, when it has lost its display and the asking program has one.
 ///
 /// Each is answered with one line: {"ok":true,"status":{...}}, or {"ok":false,"error":"...","status":{...}},
 /// without "status" when the request was not understood.
@@ -39,7 +40,7 @@ struct ControlReply {
   bool operator==(const ControlReply&) const = default;
 };
 
-/// The line without its line feed. A request that cannot be used fails with a sentence that says why.
+/// The line without its line feed. A request that cannot be used fails with a sentence that tells why.
 Result<ControlRequest> decodeControlRequest(std::string_view line);
 std::string encodeControlRequest(const ControlRequest& request);
 

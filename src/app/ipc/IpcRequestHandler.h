@@ -14,7 +14,7 @@ class MacAppDelegate;
 class TevantoMacRuntime;
 class UserDefaults;
 
-/// Carries out what comes through the control socket. Main queue only.
+/// IpcRequestHandler carries out the requests that come through the control socket. Main queue only.
 class IpcRequestHandler {
  public:
   struct Environment {
@@ -30,7 +30,7 @@ class IpcRequestHandler {
 
   explicit IpcRequestHandler(Environment environment) : environment_(std::move(environment)) {}
 
-  /// One line to the line that answers it.
+  /// Returns the line that answers `line`.
   std::string answer(std::string_view line);
   ControlReply carryOut(const ControlRequest& request);
   CompanionStatus status() const;

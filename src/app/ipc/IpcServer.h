@@ -14,9 +14,9 @@
 
 namespace tevanto {
 
-/// Answers lines on a Unix socket of mode 0600, and only to processes of the same user (SO_PEERCRED). Lives
-/// on the queue given to it. A client gets one answer at a time and is not read while it does not take it, so
-/// a slow one costs a descriptor and a few kilobytes, never time.
+/// IpcServer answers lines on a Unix socket of mode 0600, and only for processes of the same user
+/// (SO_PEERCRED). It lives on the queue given to it. A client gets one answer at a time and is not read until
+/// it has taken that answer, so a slow one costs a descriptor and a few kilobytes, never time.
 class IpcServer {
  public:
   /// A line without its line feed to the answer without its line feed.
@@ -28,8 +28,8 @@ class IpcServer {
     std::chrono::milliseconds silence = std::chrono::seconds(10);  // then the client is let go
   };
 
-  /// Whoever calls this holds the `CompanionLock` of the folder: what lies at `path` is removed. The sockets
-  /// live on `queue`, of an event loop; the handler is called on `handlerQueue`, where it may take its time.
+  /// The caller holds the `CompanionLock` of the folder: a file at `path` is removed. The sockets live on
+  /// `queue`, of an event loop. The handler is called on `handlerQueue`, where it may take its time.
   static Result<std::unique_ptr<IpcServer>> listen(const std::shared_ptr<SerialQueue>& queue,
                                                    const std::filesystem::path& path, Limits limits,
                                                    Handler handler,

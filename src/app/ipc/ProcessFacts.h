@@ -5,13 +5,13 @@
 
 namespace tevanto {
 
-/// Whether the process at the other end of a connected Unix socket belongs to the user of this one.
+/// Returns true when the process at the other end of a connected Unix socket belongs to this process's user.
 bool isOfSameUser(int socket);
 
-/// A folder in which the files of a running program last as long as it runs, where the session names none.
+/// Returns a folder whose files last as long as a running program, for sessions that name none.
 std::filesystem::path runtimeParent();
 
-/// The file that this process runs; nothing where the system does not say.
+/// Returns the file that this process runs; nothing where the system does not tell.
 std::optional<std::filesystem::path> ownExecutable();
 
 }  // namespace tevanto

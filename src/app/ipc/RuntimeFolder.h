@@ -6,10 +6,10 @@
 
 namespace tevanto {
 
-/// The private folder of the user's running programs, where a companion keeps its control socket and its
-/// lock: "$XDG_RUNTIME_DIR/tevanto" (XDG Base Directory), or "<fallbackParent>/tevanto-<user id>" where the
-/// session has no such folder or has one of another user; `runtimeParent()` unless said. Created with mode
-/// 0700; a folder that somebody else owns or may write to is refused.
+/// Returns the private folder of the user's running programs, where a companion keeps its control socket and
+/// its lock. It is "$XDG_RUNTIME_DIR/tevanto" (XDG Base Directory). Where the session has no such folder, or
+/// one of another user, it is "<fallbackParent>/tevanto-<user id>"; the parent is `runtimeParent()` by
+/// default. It is created with mode 0700. A folder that another user owns or may write to is refused.
 Result<std::filesystem::path> runtimeFolder(const std::filesystem::path& fallbackParent);
 Result<std::filesystem::path> runtimeFolder();
 

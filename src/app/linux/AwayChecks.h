@@ -8,7 +8,8 @@ namespace tevanto {
 
 class UserDefaults;
 
-/// The checks of the away road with what it stands on here. `defaults` outlives them.
+/// Returns the checks of connections outside the local network, with the adapters of this system. `defaults`
+/// outlives them.
 std::vector<DoctorCheck> awayChecks(UserDefaults& defaults);
 
 }  // namespace tevanto

@@ -8,7 +8,7 @@ namespace tevanto {
 
 class JsonUserDefaults;
 
-/// Puts the companion of a Linux desktop together and runs it on the calling thread until SIGINT or SIGTERM.
+/// Runs the companion of a Linux desktop on the calling thread until SIGINT or SIGTERM.
 /// The caller holds the `CompanionLock` of `runtimeFolder`.
 ExitCode runCompanion(const CompanionOptions& options, JsonUserDefaults& defaults,
                       const std::filesystem::path& runtimeFolder);

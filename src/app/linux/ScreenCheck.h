@@ -6,10 +6,10 @@
 
 namespace tevanto {
 
-/// Captures one picture of the display by the companion's own road. What was found, or one sentence with the
+/// Captures one picture of the display as the companion does. Returns the result, or one sentence with the
 /// remedy.
 Result<std::string> tryScreenCapture();
-/// Encodes nothing of the user's; says which encoder is used and why the others are not.
+/// Tries the encoders, on no picture of the user. Returns which one is used and why the others are not.
 Result<std::string> tryEncoders();
 
 }  // namespace tevanto

@@ -17,13 +17,14 @@ class ApplicationPresence;
 class SetupWindowHost;
 class UserDefaults;
 
-/// The services of the companion on a Linux desktop, and everything below them. Making this starts nothing
-/// and talks to nobody: adapters connect when they are first used, so that nothing delays the start.
+/// Services owns the services of the companion on a Linux desktop, and the adapters below them. Only input
+/// connects, to the display server, when this is made. Every other adapter connects when it is first used, so
+/// that nothing else delays the start.
 ///
-/// Headless, the network's loop is run by the main thread and has the main queue "main" as well: a command
-/// goes from its socket to the pointer without changing threads. With windows the main queue is that of their
-/// toolkit's loop, and the network's loop has a thread of its own, so that neither a view nor a frame waits
-/// for the other.
+/// Headless, the main thread runs the network's loop, which carries the main queue "main" too: a command goes
+/// from its socket to the pointer without changing threads. With windows, the main queue is that of their
+/// toolkit's loop, and the network's loop has a thread of its own, so that views and frames do not wait for
+/// each other.
 class Services {
  public:
   /// `windowsQueue`: the main queue of a program with windows; null when headless.
@@ -37,16 +38,16 @@ class Services {
   EventLoop& networkLoop();
   /// Ends the threads of the background, once the services have stopped.
   void endBackgroundWork();
-  /// For a program that ends, once the services have stopped and while both loops still run: returns when
-  /// what the road away had to tell a phone is on its way. Not on a thread of a loop.
+  /// For a program that ends, once the services have stopped and while both loops still run. Returns when the
+  /// last messages to a phone outside the local network are sent. Not on a thread of a loop.
   void releasePeers();
   std::shared_ptr<SerialQueue> mainQueue();
   std::shared_ptr<SerialQueue> networkQueue();
 
-  /// How the runtime makes its services from what is here.
+  /// Returns the functions by which the runtime makes its services.
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
   std::optional<std::string> computerName() const;
-  /// Whether the road away was made.
+  /// Returns true once connections outside the local network were prepared.
   bool hasRoad() const;
   /// From here on the services of the system are asked too, which may take their time.
   void started();

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// What the windows and the icon find on this desktop: tray, fonts, portal, scale. Where only a convenience
-/// is missing the check passes and says what takes its place.
+/// Returns the checks of what windows and icon need of this desktop: tray, fonts, portal, scale. Where only a
+/// convenience is missing, the check passes and its text names the replacement.
 std::vector<DoctorCheck> uiChecks();
 
 }  // namespace tevanto

@@ -10,8 +10,8 @@ namespace tevanto {
 std::vector<DoctorCheck> awayChecks(UserDefaults& defaults) {
   const auto loop = EventLoop::background(2);
   const auto settings = macDeployment(defaults, LogSink::none());
-  // The findings say what the log would. With the addresses of the loopback interface: a TURN server on this
-  // computer is one, too.
+  // The findings contain what the log would. With the addresses of the loopback interface: a TURN server on
+  // this computer is one, too.
   const DeployedTransports transports(
       {.loop = loop, .mainQueue = loop->makeQueue("main"), .defaults = defaults, .log = LogSink::none()},
       {.settings = settings, .peers = macPeers(loop, true), .database = macCloudDatabase(settings)});

@@ -114,7 +114,7 @@ class Companion {
   UserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_ = std::make_shared<UnifiedLogSink>();
   const std::unique_ptr<DesktopUi> ui_;        // null when headless
-  const std::shared_ptr<EventLoop> mainLoop_;  // without a face
+  const std::shared_ptr<EventLoop> mainLoop_;  // null with windows
   const std::shared_ptr<SerialQueue> mainQueue_;
   Services services_;
   CompanionTerminal terminal_;

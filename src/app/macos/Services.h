@@ -16,9 +16,10 @@ class ApplicationPresence;
 class SetupWindowHost;
 class UserDefaults;
 
-/// The services of the companion on a Mac, and everything below them. Making this starts nothing.
+/// Services owns the services of the companion on a Mac, and the adapters below them. Making this starts
+/// nothing.
 ///
-/// The main queue is the caller's: the main thread runs it with the loop of AppKit, or alone where there is
+/// The caller owns the main queue: the main thread runs it with the loop of AppKit, or alone where there is
 /// no window. The network has a thread of its own.
 class Services {
  public:
@@ -28,7 +29,7 @@ class Services {
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
 
-  /// How the runtime makes its services from what is here.
+  /// Returns the functions by which the runtime makes its services.
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
   EventLoop& networkLoop();
   std::shared_ptr<SerialQueue> networkQueue();

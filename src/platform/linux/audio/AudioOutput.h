@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Volume and mute of the output that the user hears. May be called from any thread, one call at a time.
-/// Failures are short texts for the phone.
+/// AudioOutput reads and sets volume and mute of the output that the user hears. Failures are short texts for
+/// the phone. Any thread, one call at a time.
 class AudioOutput {
  public:
   virtual ~AudioOutput() = default;

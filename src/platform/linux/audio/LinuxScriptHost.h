@@ -7,8 +7,8 @@ namespace tevanto {
 class LogindSession;
 class AudioOutput;
 
-/// Carries out the product's handful of scripts, word for word, by the audio server and the login service;
-/// every other text is a "bad script".
+/// LinuxScriptHost carries out the product's few scripts by the audio server and the login service. It knows
+/// them word for word; every other text is a "bad script".
 class LinuxScriptHost final : public ScriptHost {
  public:
   LinuxScriptHost(AudioOutput& audio, LogindSession& session);

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The audio output of a module that is loaded with the first call: its library brings a dozen others along,
-/// for codecs and the like, which take a tenth of a start.
+/// LoadedAudio is the audio output of a module that is loaded with the first call. The module's library
+/// brings a dozen others along, for codecs for example, which would take a tenth of the program's start.
 class LoadedAudio final : public AudioOutput {
  public:
   Result<int> volume() override;

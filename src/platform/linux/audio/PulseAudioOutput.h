@@ -9,10 +9,10 @@
 
 namespace tevanto {
 
-/// Volume and mute of the default sink, through the protocol that PulseAudio and PipeWire both serve. It
-/// connects on demand, never starts a server, and keeps the connection: without a thread or a subscription it
-/// costs nothing while unused, and a server that went away is noticed, and connected to anew, with the next
-/// call. A call takes milliseconds, and at most `kTimeoutSeconds` with a server that hangs.
+/// PulseAudioOutput controls the default sink through the protocol that PulseAudio and PipeWire both serve.
+/// It connects on demand, never starts a server, and keeps the connection. Without a thread or a subscription
+/// the connection costs nothing while unused. The end of a server is noticed with the next call, which
+/// connects anew. A call takes milliseconds, and at most `kTimeoutSeconds` with a server that hangs.
 class PulseAudioOutput final : public AudioOutput {
  public:
   static constexpr int kTimeoutSeconds = 2;

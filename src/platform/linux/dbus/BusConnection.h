@@ -15,7 +15,8 @@ struct sd_bus;
 
 namespace tevanto {
 
-/// Which bus: the system's, or the one of the user's session; at `address`, or where the environment says.
+/// BusAddress names a bus: the system's, or that of the user's session. An empty `address` means the one that
+/// the environment names.
 struct BusAddress {
   enum class Kind { system, session };
 
@@ -32,8 +33,8 @@ struct BusVariant {
 };
 using BusArgument = std::variant<bool, std::int32_t, std::uint32_t, std::string, BusVariant>;
 
-/// One method call. Services are called only where they already run: what this program needs of them is
-/// pointless in one that would first have to be started.
+/// BusCall is one method call. Only services that already run are called: this program asks about the present
+/// session, which a service that had to be started would know nothing about.
 struct BusCall {
   std::string service;
   std::string path;
@@ -42,16 +43,17 @@ struct BusCall {
   std::vector<BusArgument> arguments = {};
 };
 
-/// A connection to a D-Bus bus. Every operation is bounded by the timeout, and a service that did not answer
-/// is not asked again on the same connection, so that one that hangs costs its caller no more than the
-/// timeout, however many questions there are. It has no part in an event loop, so it costs nothing while
-/// unused; it hears of its own death only when it is used, so whoever needs one opens it when needed (about a
-/// millisecond) and keeps it only while it stands for something. Use it on one thread at a time.
+/// BusConnection is a connection to a D-Bus bus. The timeout bounds every operation. A service that did not
+/// answer is not asked again on the same connection, so one that hangs costs its caller the timeout once.
+///
+/// The connection takes no part in an event loop, so it costs nothing while unused and notices its end only
+/// when it is used. Callers therefore open one when they need it, which takes about a millisecond, and keep
+/// it only while it holds something. One thread at a time.
 class BusConnection {
  public:
   static constexpr std::chrono::milliseconds kTimeout{2000};
 
-  /// An error when there is no such bus, or it does not take us in within the timeout.
+  /// An error when there is no such bus, or it does not accept the connection within the timeout.
   static std::variant<BusConnection, BusError> open(const BusAddress& address,
                                                     std::chrono::milliseconds timeout = kTimeout);
 
@@ -59,7 +61,7 @@ class BusConnection {
   /// All at once, each with its own reply, in the order of the calls; the timeout is that of the whole.
   std::vector<BusReply> callAll(const std::vector<BusCall>& calls);
 
-  /// Whether a service was given up because it did not answer.
+  /// Returns true when the service was given up because it did not answer.
   bool isHung(std::string_view service) const;
 
   /// org.freedesktop.DBus.Properties

@@ -16,7 +16,7 @@ struct sd_bus_message;
 
 namespace tevanto {
 
-/// Why a D-Bus call gave nothing.
+/// BusError is the reason why a D-Bus call has no reply.
 struct BusError {
   int code = 0;      // errno of this failure; of a service's answer, the one closest to its name
   std::string name;  // of the D-Bus error, when a service or the bus answered with one
@@ -37,8 +37,8 @@ std::optional<double> doubleProperty(const BusProperties& properties, std::strin
 std::optional<std::uint64_t> unsignedProperty(const BusProperties& properties, std::string_view name);
 std::optional<bool> boolProperty(const BusProperties& properties, std::string_view name);
 
-/// What a D-Bus call came back with: a reply, or the reason why there is none. It owns the message. The
-/// readers look at the reply's first value and answer nothing when it is of another type.
+/// BusReply is the result of a D-Bus call: a reply, or the reason why there is none. It owns the message. The
+/// readers look at the reply's first value and return nothing when it is of another type.
 class BusReply {
  public:
   BusReply(BusError error) : error_(std::move(error)) {}  // NOLINT(google-explicit-constructor)

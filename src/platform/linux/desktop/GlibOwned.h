@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-// Owning pointers for GLib's own ways to let go. Only for the sources that call GLib.
+// Owning pointers for GLib's functions that free or unreference. Only for the sources that call GLib.
 
 namespace tevanto {
 

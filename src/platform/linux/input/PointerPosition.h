@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Where the pointer stands: the pixel that the server knows, and the part of a pixel that no screen can
-/// show. Turns target positions into whole steps. Does no I/O.
+/// PointerPosition tracks the pointer: the pixel that the server knows, and the part of a pixel that no
+/// screen can show. It turns target positions into whole steps. Does no I/O.
 class PointerPosition {
  public:
   /// The farthest step on an axis. X coordinates are 16 bits, so this crosses any screen twice over.
@@ -18,11 +18,11 @@ class PointerPosition {
   };
 
   void setScreen(int width, int height);
-  /// What the server says. The part of a pixel is kept on an axis whose pixel is as it was.
+  /// Takes the server's position. The part of a pixel is kept on an axis whose pixel is as it was.
   void setPixel(int x, int y);
   PointerLocation location() const { return {x_.exact(), y_.exact()}; }
   /// The whole steps to the pixel nearest to `target`. A step beyond the edge is given out too, since the
-  /// server knows the true edges; the track itself stays on the screen.
+  /// server knows the true edges; the tracked position itself stays on the screen.
   Step moveTo(PointerLocation target);
 
  private:

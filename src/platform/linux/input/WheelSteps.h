@@ -4,8 +4,8 @@
 
 namespace tevanto {
 
-/// Turns a scroll in pixels into clicks of a wheel, on one axis; the rest waits for the next scroll. Does no
-/// I/O.
+/// WheelSteps turns a scroll in pixels into clicks of a wheel, on one axis. The rest is kept for the next
+/// scroll. Does no I/O.
 class WheelSteps {
  public:
   /// As far as the X driver of touchpads lets fingers go for one click by default.

@@ -6,9 +6,9 @@
 
 namespace tevanto {
 
-/// The systemd journal, in its native protocol: each line one entry with MESSAGE, PRIORITY, SYSLOG_IDENTIFIER
-/// "tevanto", SUBSYSTEM "app.tevanto" and CATEGORY, so that `journalctl CATEGORY=webrtc` finds it. What the
-/// journal does not take goes to standard error.
+/// JournalLogSink writes to the systemd journal in its native protocol. Each line is one entry with MESSAGE,
+/// PRIORITY, SYSLOG_IDENTIFIER "tevanto", SUBSYSTEM "app.tevanto" and CATEGORY, so that
+/// `journalctl CATEGORY=webrtc` finds it. Lines that the journal refuses go to standard error.
 class JournalLogSink final : public LogSink {
  public:
   void write(LogLevel level, std::string_view category, std::string_view message) override;
@@ -17,8 +17,8 @@ class JournalLogSink final : public LogSink {
   const std::shared_ptr<LogSink> otherwise_ = LogSink::standardError();
 };
 
-/// Where this process's log belongs: to the journal when standard error leads there, or when there is a
-/// journal and nobody watches standard error on a terminal; else to standard error.
+/// Makes the sink for this process: the journal when standard error leads there, or when there is a journal
+/// and standard error is no terminal; else standard error.
 std::shared_ptr<LogSink> makeSystemLogSink();
 
 }  // namespace tevanto

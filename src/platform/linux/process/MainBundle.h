@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// The bundle information that was installed with this program: share/tevanto/Info.plist beside its bin
-/// folder. Empty without one; one that cannot be read is reported, and empty too.
+/// Loads the bundle information that was installed with this program, share/tevanto/Info.plist beside its bin
+/// folder. It is empty where there is no such file. A file that cannot be read is logged and counts as empty.
 InfoPlist mainBundleInfo(const Logger& log);
 
 }  // namespace tevanto

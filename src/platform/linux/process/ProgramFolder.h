@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// Where this program was installed: the folder that holds its bin, lib and share folders.
+/// Returns the folder into which this program was installed, which holds its bin, lib and share folders.
 std::filesystem::path installationFolder();
 
 }  // namespace tevanto

@@ -5,8 +5,8 @@
 
 namespace tevanto {
 
-/// Runs this program from its beginning in this process, with `arguments` (the first is its name); threads
-/// and descriptors of before are gone then. Returns only when the system refuses.
+/// Runs this program from its beginning in this process, with `arguments`, the first of which is its name.
+/// Threads and descriptors end with the call. Returns only when the system refuses.
 void restartProcess(const std::vector<std::string>& arguments);
 
 }  // namespace tevanto

@@ -9,13 +9,15 @@
 
 namespace tevanto {
 
-/// The user's session and the machine's power, through logind and the desktop's own services. It keeps
-/// nothing open and may be called from any thread; a call takes at most a few seconds, and that only with a
-/// service that hangs. Failures are short texts for the phone.
+/// LogindSession locks and ends the user's session and switches the machine's power, through logind and the
+/// desktop's own services. Failures are short texts for the phone.
 ///
-/// Nothing here asks for authorisation on the machine's screen: the user may be far away from it, and a
-/// question that nobody answers would keep the phone waiting. What the system's policy does not allow as it
-/// stands fails at once, with the policy's text.
+/// Nothing here asks for authorization on the machine's screen: the user may be far away from it, and a
+/// question that nobody answers would keep the phone waiting. A call that the system's policy does not allow
+/// as it is fails at once, with the policy's text.
+///
+/// Any thread. It keeps nothing open. A call takes at most a few seconds, and that only with a service that
+/// hangs.
 class LogindSession {
  public:
   struct Identity {

@@ -9,11 +9,13 @@
 
 namespace tevanto {
 
-/// Keeps the system from idle sleep by an "idle" inhibitor of logind, and by those of the desktop that
-/// decides on sleep itself: the session manager (GNOME, MATE, Cinnamon) and the power management of the
-/// session (KDE, Xfce). One identifier stands for all of them. Nothing outlives this process: logind's
-/// inhibitor is an open descriptor, and the session's services drop theirs when our connection closes. Main
-/// queue only; a call takes at most a few seconds, and that only with a service that hangs.
+/// LogindSleepAssertions keeps the system from idle sleep by an "idle" inhibitor of logind. Desktops that
+/// decide on sleep themselves are asked too: the session manager (GNOME, MATE, Cinnamon) and the power
+/// management of the session (KDE, Xfce). One identifier stands for all of them.
+///
+/// Nothing outlives this process: logind's inhibitor is an open descriptor, and the session's services drop
+/// theirs when our connection closes. Main queue only. A call takes at most a few seconds, and that only with
+/// a service that hangs.
 class LogindSleepAssertions final : public SleepAssertions {
  public:
   explicit LogindSleepAssertions(Logger log, BusAddress systemBus = BusAddress::system(),

@@ -9,9 +9,9 @@
 
 namespace tevanto {
 
-/// Media keys through the Media Player Remote Interfacing Specification: the player that is playing gets the
-/// key, else the one that got the last key, else a paused one, else the first by name. Main queue only. It
-/// waits for no player longer than `kTimeout`: one that hangs is passed over.
+/// MprisMediaKeys sends media keys to players by the Media Player Remote Interfacing Specification. The
+/// player that is playing gets the key, else the one that got the last key, else a paused one, else the first
+/// by name. A player that does not answer within `kTimeout` is passed over. Main queue only.
 class MprisMediaKeys {
  public:
   static constexpr std::chrono::milliseconds kTimeout{200};

@@ -55,7 +55,7 @@ Mains mainsOf(const std::vector<fs::path>& all) {
   return mains;
 }
 
-/// What a battery says of its level: in percent, or in its own unit of energy or charge.
+/// Reads the level of a battery: in percent, or in its own unit of energy or charge.
 void readLevel(const fs::path& battery, PowerSource& source) {
   constexpr std::pair<const char*, const char*> kLevels[] = {{"energy_now", "energy_full"},
                                                              {"charge_now", "charge_full"}};

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The batteries as the kernel shows them under /sys/class/power_supply. Batteries of mice and the like do
-/// not count. Main queue only.
+/// SysfsPowerSources reads the batteries that the kernel shows under /sys/class/power_supply. Batteries of
+/// mice and similar devices do not count. Main queue only.
 class SysfsPowerSources final : public PowerSources {
  public:
   explicit SysfsPowerSources(std::filesystem::path folder = "/sys/class/power_supply");

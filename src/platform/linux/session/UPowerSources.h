@@ -8,9 +8,9 @@
 
 namespace tevanto {
 
-/// The batteries that UPower knows where it runs, else those that the kernel shows. UPower is not started for
-/// this. Main queue only: a snapshot takes a few milliseconds; with a UPower that hangs it takes the
-/// bus timeout once, and the next `kSnapshotsWithoutHungService` do not ask it.
+/// UPowerSources reads the batteries from UPower where it runs, else from the kernel. UPower is not started
+/// for this. A snapshot takes a few milliseconds. With a UPower that hangs it takes the bus timeout once, and
+/// the next `kSnapshotsWithoutHungService` do not ask it. Main queue only.
 class UPowerSources final : public PowerSources {
  public:
   static constexpr int kSnapshotsWithoutHungService = 10;

@@ -14,8 +14,8 @@ namespace tevanto {
 
 class XInputConnection;
 
-/// The way to an X server that may not be there yet, may go, and may come back: it connects when asked, at
-/// most once a second. Any thread.
+/// ReconnectingXServer keeps one input connection to an X server that may be missing, go away and come back.
+/// It connects when it is asked for the connection, at most once a second. Any thread.
 class ReconnectingXServer {
  public:
   /// An empty `displayName` means what DISPLAY says when the connection is made. `clock` only tells the time.

@@ -4,7 +4,7 @@
 
 namespace tevanto {
 
-/// What the X server of DISPLAY tells about its desktop.
+/// XDesktop holds the facts that the X server of DISPLAY knows about its desktop.
 struct XDesktop {
   bool hasXembedTray = false;           // freedesktop.org System Tray Protocol
   bool isComposited = false;            // windows may be transparent (Extended Window Manager Hints)

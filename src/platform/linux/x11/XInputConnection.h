@@ -14,8 +14,8 @@
 
 namespace tevanto {
 
-/// One connection to an X server that has the XTEST and XKB extensions, for as long as that server lives.
-/// Internal to the adapters of input. Main queue, besides `alive`.
+/// XInputConnection is one connection to an X server that has the XTEST and XKB extensions. It stays broken
+/// once that server has ended. Only the adapters of input use it. Main queue, except for `alive`.
 class XInputConnection {
  public:
   /// Blocks for a few round trips.
@@ -24,9 +24,9 @@ class XInputConnection {
   XInputConnection(const XInputConnection&) = delete;
   XInputConnection& operator=(const XInputConnection&) = delete;
 
-  /// Whether the server still listens; one system call, no round trip. Any thread.
+  /// Returns true while the server listens; one system call, no round trip. Any thread.
   bool alive() const;
-  /// Whether a request or reply has met the server's end. No system call.
+  /// Returns true once a request or reply has failed because the server ended. No system call.
   bool broken() const { return xcb_connection_has_error(connection_) != 0; }
 
   xcb_connection_t* xcb() const { return connection_; }

@@ -10,7 +10,7 @@ namespace tevanto {
 struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }
 };
-/// Replies and events of XCB, which are to be freed.
+/// XcbOwned owns a reply or an event of XCB, which is freed.
 template <class T>
 using XcbOwned = std::unique_ptr<T, FreeDeleter>;
 

@@ -25,11 +25,11 @@ class AutostartEntry {
   /// Replaces the file atomically, and makes its folder where it is missing.
   Result<void> save(const std::filesystem::path& file) const;
 
-  /// Whether the desktop has switched it off.
+  /// Returns true when the desktop has switched it off.
   bool isSwitchedOff() const;
-  /// Whether it was this program that took the registration back, over an entry of the system.
+  /// Returns true when this program took the registration back, over an entry of the system.
   bool isTakenBack() const;
-  /// Whether it starts a program that is there.
+  /// Returns true when it starts a program that is there.
   bool startsSomething() const;
 
   void setCommand(const std::filesystem::path& program, const std::vector<std::string>& arguments);

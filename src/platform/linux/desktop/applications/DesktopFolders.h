@@ -5,7 +5,8 @@
 
 namespace tevanto {
 
-/// Where the desktop keeps its files (XDG Base Directory Specification). Absolute paths.
+/// DesktopFolders holds the folders in which the desktop keeps its files (XDG Base Directory Specification).
+/// All are absolute paths.
 struct DesktopFolders {
   std::string home;
   std::string dataHome;
@@ -13,7 +14,7 @@ struct DesktopFolders {
   std::string configHome;
   std::vector<std::string> configFolders;
 
-  /// As the environment says, with the standard's defaults; relative paths are ignored as it asks.
+  /// Reads the environment, with the standard's defaults. Relative paths are ignored, as the standard asks.
   static DesktopFolders fromEnvironment();
 
   /// `dataHome`, then `dataFolders`, each with `name` below it.

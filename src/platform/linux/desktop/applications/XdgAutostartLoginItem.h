@@ -8,8 +8,9 @@
 
 namespace tevanto {
 
-/// The login item as an entry of the Desktop Application Autostart Specification. What the user switched off
-/// in the desktop's own settings stays off until it is switched on there. Main queue only.
+/// XdgAutostartLoginItem keeps the login item as an entry of the Desktop Application Autostart Specification.
+/// An entry that the user switched off in the desktop's settings stays off until it is switched on there.
+/// Main queue only.
 class XdgAutostartLoginItem final : public LoginItem {
  public:
   static constexpr auto kFileName = "app.tevanto.Tevanto.desktop";

@@ -7,12 +7,12 @@
 
 namespace tevanto {
 
-/// Gives the key strokes that mean something to the whole desktop to this desktop: command+Tab is its
-/// application switcher, command+Space its overview, command+control+Q locks the session, media keys go to
-/// the player. Everything else passes. Main queue.
+/// DesktopKeyStrokes translates the key strokes that concern the whole desktop. command+Tab becomes the
+/// desktop's application switcher, command+Space its overview. command+control+Q locks the session, and media
+/// keys go to the player. All other events pass unchanged. Main queue.
 class DesktopKeyStrokes final : public InputEvents {
  public:
-  /// Each says whether it could be done.
+  /// Each returns true when it could be done.
   struct Actions {
     std::function<bool()> lockSession;
     std::function<bool()> openOverview;           // when it cannot, the Super key is tapped

@@ -134,7 +134,7 @@ class XfceOverview final : public DesktopOverview {
     constexpr auto kFlags = static_cast<GSpawnFlags>(G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
     const auto ownSession = [](void*) { ::setsid(); };
     if (!g_spawn_async(nullptr, arguments, nullptr, kFlags, ownSession, nullptr, nullptr, nullptr))
-      log_.warning("The desktop's overview cannot be started");
+      log_.warning("The desktop's overview cannot be started.");
   }
 
  private:

@@ -11,9 +11,9 @@ namespace tevanto {
 class SerialQueue;
 struct BusAddress;
 
-/// The desktop's overview of all windows and its grid of applications, opened in the desktop's own way: GNOME
-/// Shell and KDE Plasma over the session bus, Xfce by its programs. Other desktops have neither. Used on the
-/// main queue.
+/// DesktopOverview opens the desktop's overview of all windows and its grid of applications. GNOME Shell and
+/// KDE Plasma are called over the session bus, Xfce's programs are started. Other desktops have neither. Main
+/// queue.
 class DesktopOverview {
  public:
   enum class Kind { windows, applications };

@@ -8,8 +8,8 @@ namespace tevanto {
 
 class ReconnectingXServer;
 
-/// An X server lets every client inject input that it lets connect: the permission is there while an X server
-/// with XTEST is.
+/// XTestPermission is granted while an X server with XTEST answers, because an X server lets every client
+/// inject input that it lets connect. Any thread.
 class XTestPermission final : public AccessibilityPermission {
  public:
   explicit XTestPermission(std::shared_ptr<ReconnectingXServer> link);

@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// The integer of this name in a list of settings as freedesktop.org's XSETTINGS protocol lays it out;
-/// nothing where it is not there, is no integer, or the list is broken before it.
+/// Returns the integer of this name in a list of settings, as freedesktop.org's XSETTINGS protocol lays it
+/// out. Returns nothing where it is missing, is no integer, or the list is broken before it.
 ///
 ///     list:    byte order, 1 (0: least significant first) | unused, 3 | serial, 4 | number of settings, 4
 ///     setting: type, 1 | unused, 1 | length of the name, 2 | name, padded to 4 | serial, 4 | value
@@ -20,8 +20,8 @@ namespace tevanto {
 ///     type 2:  four numbers of a colour, 2 each
 std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settings, std::string_view name);
 
-/// What the settings daemon of an X desktop tells every toolkit, on a connection of its own to the X server
-/// of DISPLAY. On one thread.
+/// XSettings reads the settings that the settings daemon of an X desktop publishes for every toolkit. It has
+/// a connection of its own to the X server of DISPLAY. One thread.
 class XSettings {
  public:
   /// Null where there is no X server.

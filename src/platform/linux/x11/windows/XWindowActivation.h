@@ -5,13 +5,13 @@
 
 namespace tevanto {
 
-/// Brings windows of this process forward by the X desktop's protocol: the window manager lets a window have
-/// the focus when it learns of an action of the user that is younger than the focus (Extended Window Manager
-/// Hints), and of the program's start that is thereby over (Startup Notification). Talks to the X server of
-/// DISPLAY for the moment of the call.
+/// XWindowActivation brings windows of this process forward by the protocols of X desktops. A window manager
+/// gives a window the focus when the user's action is younger than the focus (Extended Window Manager Hints).
+/// It is also told that the program's start is over (Startup Notification). Each call connects to the X
+/// server of DISPLAY and disconnects again.
 class XWindowActivation {
  public:
-  /// `startupIdentifier` was given to whoever asked for the window; empty when it is not known.
+  /// `startupIdentifier` was given to the program that asked for the window; empty when it is not known.
   explicit XWindowActivation(std::string startupIdentifier) : identifier_(std::move(startupIdentifier)) {}
 
   /// For a window that is about to be shown: the window manager looks at this when it appears.
