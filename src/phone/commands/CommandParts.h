@@ -7,14 +7,14 @@
 
 namespace tevanto::phone {
 
-/// A command of this type, with nothing else in it yet.
+/// A command of this type, without any other member.
 inline RemoteCommand command(std::string type) {
   RemoteCommand made;
   made.type = std::move(type);
   return made;
 }
 
-/// A command that carries a way, in points.
+/// A command with a distance, in points.
 inline RemoteCommand motion(std::string type, double dx, double dy) {
   auto made = command(std::move(type));
   made.dx = dx;

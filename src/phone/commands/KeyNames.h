@@ -6,7 +6,7 @@
 
 namespace tevanto::phone {
 
-/// A key as the companion wants it named, and whether shift is held to reach what was asked for.
+/// NamedKey is a key by the name that the companion knows, and whether shift is held with it.
 struct NamedKey {
   std::string key;
   bool shift = false;

@@ -6,16 +6,17 @@
 
 namespace tevanto::phone {
 
-/// How the program ends; part of its interface to scripts.
+/// ExitCode is the program's exit status, which scripts rely on.
 enum class ExitCode { done = 0, notDone = 1, usage = 2, notFound = 3, refused = 4, connectionLost = 5 };
 
-/// Why a command was not carried out: a sentence for a person that says what to do next, where that is known.
+/// Trouble is the reason why a command was not carried out. The message is a sentence for a person, with what
+/// to do next where that is known.
 struct Trouble {
   ExitCode code = ExitCode::notDone;
   std::string message;
 };
 
-/// What was asked for, or the trouble that came in between.
+/// Answer holds the value that was asked for, or the trouble that prevented it.
 template <class T>
 class [[nodiscard]] Answer {
  public:

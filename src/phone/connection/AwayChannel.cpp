@@ -17,7 +17,6 @@ using Clock = std::chrono::steady_clock;
 
 /// How often a wait looks whether the user has had enough.
 constexpr auto kGlance = std::chrono::milliseconds(100);
-constexpr std::size_t kMostAtOnce = 256 * 1024;  // so that window and signals get their turn
 
 Inbox::Message bytesOf(std::string_view text) {
   const auto bytes = std::as_bytes(std::span(text));
@@ -67,7 +66,7 @@ class AwayChannel::Screen final : public ScreenChannel {
   }
 
   Received receive(const MessageHandler& onMessage) override {
-    for (std::size_t total = 0; total < kMostAtOnce;) {
+    for (std::size_t total = 0; total < kReceivedAtOnce;) {
       const auto message = link_->screen_.take();
       if (!message) break;
       total += message->size();
@@ -120,7 +119,7 @@ AwayChannel::State AwayChannel::attempt(Clock::time_point deadline, const GivesU
 }
 
 Clock::duration AwayChannel::timeout() const {
-  return transport_.goesByRecords() ? environment_.timeout.byRecords : environment_.timeout.usual;
+  return transport_.goesByRecords() ? environment_.timeouts.byRecords : environment_.timeouts.usual;
 }
 
 void AwayChannel::startTransport() {
@@ -156,7 +155,7 @@ void AwayChannel::endTransport() {
     transport_.messages->close();
   });
   // The last thing that it reports, once the connection is closed.
-  if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.timeout.farewell);
+  if (wasReady && !environment_.mainQueue->isCurrent()) over->waitFor(environment_.timeouts.closing);
 }
 
 void AwayChannel::stateDidChange(ChannelState state) {

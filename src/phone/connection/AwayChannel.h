@@ -18,7 +18,7 @@
 
 namespace tevanto::phone {
 
-/// A transport to a companion, made but not started.
+/// AwayTransport is a transport to a companion, made but not started.
 struct AwayTransport {
   std::shared_ptr<MessageChannel> messages;
   std::shared_ptr<ScreenTransport> screen;
@@ -29,31 +29,32 @@ struct AwayTransport {
   std::function<bool()> goesByRecords = [] { return false; };
 };
 
-/// One session with a companion that is not on this network, for a caller that waits. Held by its channels;
-/// ends with the last of them.
+/// AwayChannel is one session with a companion on another network, for a caller that waits on its own thread.
+/// Its channels own it; it ends with the last of them.
 ///
 ///     dial: transport -- failed, after a pause: the next one -- ... -- ready
 class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
  public:
   /// How long after a failure the next attempt begins.
   static constexpr auto kPause = std::chrono::seconds(1);
-  /// How long an attempt may take: two sides that have misunderstood one another would wait for ever.
-  struct Patience {
+  /// The longest time that an attempt may take. Without one, two sides that wait for each other would not
+  /// end.
+  struct Timeouts {
     std::chrono::milliseconds usual = std::chrono::seconds(15);
-    /// Where records in the cloud alone lead to the companion: it looks every few seconds, and takes an offer
-    /// only once it has given up the session before, a quarter of a minute after that has died. Who gave up
-    /// then, just as the companion turns to the offer, would never meet it.
+    /// Where only records in the cloud lead to the companion. It looks every few seconds, and takes an offer
+    /// only after it has given up the session before, 15 seconds after that was lost. A phone that gave up at
+    /// that moment would never meet it.
     std::chrono::milliseconds byRecords = std::chrono::seconds(45);
-    /// How long the end waits for the transport's, so that the companion hears of it: else that would wait
-    /// for the line to come back.
-    std::chrono::milliseconds farewell = std::chrono::seconds(2);
+    /// How long the end of the session waits for the end of the transport. The companion then hears of it and
+    /// does not wait for the connection to come back.
+    std::chrono::milliseconds closing = std::chrono::seconds(2);
   };
 
   struct Environment {
-    /// Where the transports call back; not the caller's own thread.
+    /// The queue on which the transports call back; not on the caller's own thread.
     std::shared_ptr<SerialQueue> mainQueue;
     std::function<AwayTransport(const std::string& room)> makeTransport;
-    Patience timeout = {};
+    Timeouts timeouts = {};
   };
 
   /// Tries until the companion answers, the time is over or the user gives up.
@@ -76,7 +77,7 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
 
   AwayChannel(Environment environment, const std::string& room)
       : environment_(std::move(environment)), room_(room) {}
-  /// What became of it by the deadline, or by the time that the user gave up.
+  /// The state at the deadline, or when the user gave up.
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
   std::chrono::steady_clock::duration timeout() const;
   void startTransport();

@@ -10,7 +10,8 @@
 
 namespace tevanto::phone {
 
-/// Between two peers that meet in a room, from any network. Lines and screen share one link.
+/// AwayRoute connects to a companion on any network: both meet in a room at the relay or in the cloud. Lines
+/// and screen share one session.
 class AwayRoute final : public Route {
  public:
   AwayRoute(AwayChannel::Environment environment, std::string room, std::chrono::milliseconds timeout)

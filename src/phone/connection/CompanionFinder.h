@@ -12,14 +12,14 @@
 
 namespace tevanto::phone {
 
-/// A companion to talk to, and who it is, as far as that is known before it was asked.
+/// Target is the address of a companion, and its identifier where that is known before the connection.
 struct Target {
   Endpoint endpoint;
   std::optional<std::string> deviceID;
 };
 
-/// Decides with which companion a command talks: the one that the user names by its address, name or
-/// identifier, else the one that is there, else the one that we are paired with.
+/// CompanionFinder decides to which companion a command goes: the one that the user names by its address,
+/// name or identifier; else the only one on the network; else the one that this phone is paired with.
 class CompanionFinder {
  public:
   struct Choice {
@@ -34,8 +34,8 @@ class CompanionFinder {
 
   /// Every companion on the local network, each once.
   Answer<std::vector<FoundService>> discover() const;
-  /// Where the screen of a companion can be seen: of this one, or where it is not named, of the one that a
-  /// command would go to.
+  /// The address of the screen of the companion `deviceID`; without one, of the companion that a command
+  /// would go to.
   Answer<Target> findScreen(const std::optional<std::string>& deviceID) const;
   /// The companion that the user named by its address, else the one met at `endpoint`.
   std::optional<std::string> pairedAt(const Endpoint& endpoint) const;

@@ -11,7 +11,8 @@ namespace tevanto::phone {
 inline constexpr std::uint16_t kCompanionPort = 51637;
 inline constexpr std::uint16_t kScreenPort = 51638;
 
-/// Where a companion listens: one computer, by any of these names or addresses.
+/// Endpoint is the place where one companion listens. Each of `hosts` is a name or address of the same
+/// computer.
 struct Endpoint {
   std::vector<std::string> hosts;
   std::uint16_t port = kCompanionPort;

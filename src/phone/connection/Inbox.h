@@ -11,8 +11,8 @@
 
 namespace tevanto::phone {
 
-/// Messages on their way from a thread that brings them to one that waits for them. Bounded: what comes while
-/// it is full is lost.
+/// Inbox passes messages from one thread to another one that waits for them. It holds at most `kMaxBytes`; a
+/// message that comes while it is full is lost.
 class Inbox {
  public:
   using Message = std::vector<std::byte>;

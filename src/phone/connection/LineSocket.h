@@ -7,12 +7,12 @@
 #include <utility>
 
 #include "core/Result.h"
-#include "phone/connection/LineChannel.h"
+#include "phone/connection/Channel.h"
 #include "phone/connection/TcpSocket.h"
 
 namespace tevanto::phone {
 
-/// A TCP connection of lines.
+/// LineSocket is a line channel over TCP.
 class LineSocket final : public LineChannel {
  public:
   /// Resolves `host` and tries its addresses in turn.

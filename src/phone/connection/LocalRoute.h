@@ -7,7 +7,7 @@
 
 namespace tevanto::phone {
 
-/// Over TCP, on the local network.
+/// LocalRoute connects to a companion on the local network, over TCP.
 class LocalRoute final : public Route {
  public:
   LocalRoute(const CompanionFinder& finder, std::chrono::milliseconds timeout)

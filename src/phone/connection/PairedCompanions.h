@@ -13,14 +13,15 @@ class UserDefaults;
 
 namespace tevanto::phone {
 
-/// Who this phone is to a companion.
+/// PhoneIdentity is how this phone introduces itself to a companion.
 struct PhoneIdentity {
   std::string deviceID;
   std::string deviceName;
 };
 
-/// The companions that this phone was paired with, by their device identifiers, in the phone's own user
-/// defaults: "companion.<id>.token", "companion.<id>.name", "address.<host:port>" = id, "lastCompanion" = id.
+/// PairedCompanions stores the companions that this phone was paired with, by their device identifiers. The
+/// keys in the phone's own user defaults: "companion.<id>.token", "companion.<id>.name",
+/// "address.<host:port>" = id, "lastCompanion" = id.
 class PairedCompanions {
  public:
   explicit PairedCompanions(UserDefaults& defaults) : defaults_(defaults) {}
@@ -35,7 +36,7 @@ class PairedCompanions {
   /// The paired companion of this name or identifier.
   std::optional<std::string> known(const std::string& nameOrID) const;
 
-  /// An endpoint without a host, of a companion that was paired from far away, is not noted.
+  /// An endpoint without a host, of a companion that was paired from another network, is not stored.
   Result<void> remember(std::string_view deviceID, std::string_view name, std::string_view token,
                         const Endpoint& endpoint);
   /// A companion was met at this address too.

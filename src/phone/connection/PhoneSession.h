@@ -11,22 +11,23 @@
 #include <vector>
 
 #include "phone/connection/Answer.h"
-#include "phone/connection/LineChannel.h"
+#include "phone/connection/Channel.h"
 #include "phone/connection/PairedCompanions.h"
 #include "remote/message/RemoteMessage.h"
 
 namespace tevanto::phone {
 
-/// The trouble that a reply with "ok" false, or a rejection, stands for.
+/// The trouble of a reply with "ok" false, or of a rejection.
 Trouble refusal(const RemoteMessage& reply);
 
-/// One conversation with a companion, for a caller that waits for each reply, for at most `timeout`.
+/// PhoneSession is one conversation with a companion, for a caller that waits for each reply, at most
+/// `timeout`.
 class PhoneSession {
  public:
   PhoneSession(std::unique_ptr<LineChannel> channel, std::chrono::milliseconds timeout)
       : channel_(std::move(channel)), timeout_(timeout) {}
 
-  /// Says who we are; "sessionReady" is the answer. Commands carry the token from then on.
+  /// Introduces this phone; "sessionReady" is the reply. Commands carry the token from then on.
   Answer<RemoteMessage> hello(const PhoneIdentity& identity, std::optional<std::string> token);
   /// "pairAccepted" is the answer.
   Answer<RemoteMessage> pair(const PhoneIdentity& identity, const std::string& code);

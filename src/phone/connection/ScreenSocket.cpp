@@ -5,11 +5,6 @@
 #include "screen/wire/BigEndian.h"
 
 namespace tevanto::phone {
-namespace {
-
-constexpr std::size_t kMostReadAtOnce = 256 * 1024;  // so that window and signals get their turn
-
-}  // namespace
 
 Answer<std::unique_ptr<ScreenSocket>> ScreenSocket::connect(const Endpoint& endpoint,
                                                             std::chrono::milliseconds timeout) {
@@ -32,7 +27,7 @@ bool ScreenSocket::send(std::span<const std::byte> message) {
 
 ScreenSocket::Received ScreenSocket::receive(const MessageHandler& onMessage) {
   std::vector<std::byte> space(64 * 1024);
-  for (std::size_t total = 0; total < kMostReadAtOnce;) {
+  for (std::size_t total = 0; total < kReceivedAtOnce;) {
     std::size_t count = 0;
     const auto received = socket_.receive(space, count, std::chrono::steady_clock::now());
     if (received == TcpSocket::Received::nothingYet) return Received::open;

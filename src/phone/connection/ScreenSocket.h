@@ -7,14 +7,14 @@
 #include <utility>
 
 #include "phone/connection/Answer.h"
+#include "phone/connection/Channel.h"
 #include "phone/connection/Endpoint.h"
-#include "phone/connection/ScreenChannel.h"
 #include "phone/connection/TcpSocket.h"
 #include "screen/wire/FrameExtractor.h"
 
 namespace tevanto::phone {
 
-/// The screen's road over TCP.
+/// ScreenSocket is a screen channel over TCP.
 class ScreenSocket final : public ScreenChannel {
  public:
   static Answer<std::unique_ptr<ScreenSocket>> connect(const Endpoint& endpoint,

@@ -11,7 +11,7 @@
 
 namespace tevanto::phone {
 
-/// A TCP connection for a caller that waits. Every wait has a deadline.
+/// TcpSocket is a TCP connection for a caller that waits. Every wait has a deadline.
 class TcpSocket {
  public:
   using Deadline = std::chrono::steady_clock::time_point;

@@ -146,8 +146,9 @@ LibavVideoDecoder::LibavVideoDecoder(std::unique_ptr<Codec> codec) : codec_(std:
 LibavVideoDecoder::~LibavVideoDecoder() = default;
 
 Result<std::optional<DecodedPicture>> LibavVideoDecoder::decode(std::span<const std::byte> accessUnit) {
-  if (!codec_->fill(accessUnit)) return Failure{"out of memory"};
-  if (avcodec_send_packet(codec_->context.get(), codec_->packet.get()) < 0) return Failure{"damaged"};
+  if (!codec_->fill(accessUnit)) return Failure{"There is not enough memory to decode."};
+  if (avcodec_send_packet(codec_->context.get(), codec_->packet.get()) < 0)
+    return Failure{"The frame is damaged."};
   std::optional<DecodedPicture> latest;
   while (true) {
     Frame frame(av_frame_alloc());
@@ -156,7 +157,7 @@ Result<std::optional<DecodedPicture>> LibavVideoDecoder::decode(std::span<const 
     // The decoder conceals what is damaged and only notes it; it would go on as a smear.
     if (received < 0 || frame->decode_error_flags || (frame->flags & AV_FRAME_FLAG_CORRUPT) ||
         !isWhole(*frame)) {
-      return Failure{"damaged"};
+      return Failure{"The frame is damaged."};
     }
     latest = pictureOf(std::move(frame));
   }

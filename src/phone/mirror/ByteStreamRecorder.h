@@ -9,7 +9,7 @@
 
 namespace tevanto::phone {
 
-/// Records the bare byte stream (ITU-T H.264, Annex B), which knows no times.
+/// ByteStreamRecorder records the bare byte stream (ITU-T H.264, Annex B), which carries no times.
 class ByteStreamRecorder final : public StreamRecorder {
  public:
   static Result<std::unique_ptr<StreamRecorder>> create(const std::filesystem::path& path);

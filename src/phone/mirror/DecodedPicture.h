@@ -6,8 +6,8 @@
 
 namespace tevanto::phone {
 
-/// One decoded picture: Y, U and V, the latter two at half the width and height; ITU-R BT.709, limited range.
-/// A cheap value: copies share the pixels, which nobody changes.
+/// DecodedPicture is one decoded picture: Y, U and V, the latter two at half the width and height; ITU-R
+/// BT.709, limited range. Copies are cheap: they share the pixels, which never change.
 struct DecodedPicture {
   struct Plane {
     const std::byte* data = nullptr;

@@ -11,7 +11,7 @@
 
 namespace tevanto::phone {
 
-/// What mirroring takes from the media libraries of this system.
+/// MirrorMedia makes the parts of mirroring that need media libraries of the system.
 class MirrorMedia {
  public:
   virtual ~MirrorMedia() = default;

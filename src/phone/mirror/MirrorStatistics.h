@@ -8,7 +8,7 @@
 
 namespace tevanto::phone {
 
-/// Counts what came over the screen stream, in total and within the last second.
+/// MirrorStatistics counts what the screen stream brings, in total and within the last second.
 class MirrorStatistics {
  public:
   using Time = std::chrono::steady_clock::time_point;

@@ -12,9 +12,9 @@
 
 namespace tevanto::phone {
 
-/// Turns the messages of the screen stream into pictures. Begins with a key frame that came behind its
-/// parameter sets; after one that cannot be decoded, nothing is shown until the next key frame, which it asks
-/// for.
+/// MirrorStream turns the messages of the screen stream into pictures. It begins with a key frame that
+/// follows its parameter sets. After a frame that cannot be decoded it shows nothing until the next key
+/// frame, which it asks for.
 ///
 ///     waiting --key frame, decoded--> showing --cannot be decoded--> waiting (asks; again every second)
 class MirrorStream {

@@ -44,7 +44,7 @@ struct WindowClosed {};
 using WindowEvent =
     std::variant<WindowMotion, WindowButton, WindowScroll, WindowKey, WindowText, WindowClosed>;
 
-/// A window that shows the picture. On the thread that made it.
+/// MirrorWindow is a window that shows the picture. Used on the thread that made it.
 class MirrorWindow {
  public:
   virtual ~MirrorWindow() = default;

@@ -8,7 +8,7 @@
 
 namespace tevanto::phone {
 
-/// A frame of the stream as it is recorded.
+/// ReceivedFrame is a frame of the stream, as it is recorded.
 struct ReceivedFrame {
   bool isKeyframe = false;
   int width = 0;  // of the last picture; 0 before the first
@@ -20,8 +20,8 @@ struct ReceivedFrame {
   std::chrono::steady_clock::time_point time;  // of its arrival
 };
 
-/// Writes the stream into a file, as it came. The first frame is a key frame. Destroyed without `finish` it
-/// leaves a file that may not be playable.
+/// StreamRecorder writes the stream into a file, as it came. The first frame is a key frame. A recorder that
+/// is destroyed without `finish` leaves a file that may not be playable.
 class StreamRecorder {
  public:
   virtual ~StreamRecorder() = default;

@@ -9,7 +9,7 @@
 
 namespace tevanto::phone {
 
-/// Decodes H.264, one access unit at a time, in the order of the stream.
+/// VideoDecoder decodes H.264, one access unit at a time, in the order of the stream.
 class VideoDecoder {
  public:
   virtual ~VideoDecoder() = default;

@@ -8,8 +8,8 @@
 
 namespace tevanto::phone {
 
-/// What happens in the mirror's window means to the companion's pointer and keys. Motion that arrives
-/// together leaves as one command.
+/// WindowGestures turns the events of the mirror's window into commands for the companion's pointer and keys.
+/// Motion that arrives together leaves as one command.
 class WindowGestures {
  public:
   static constexpr double kWheelStep = 60;  // pixels

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "core/text/Text.h"
+#include "phone/commands/CommandParts.h"
 #include "phone/connection/AwayRoute.h"
 #include "phone/connection/LocalRoute.h"
 #include "phone/terminal/StdioBridge.h"
@@ -16,12 +17,6 @@
 
 namespace tevanto::phone {
 namespace {
-
-RemoteCommand commandOfType(std::string type) {
-  RemoteCommand made;
-  made.type = std::move(type);
-  return made;
-}
 
 std::string readAll(int descriptor) {
   std::string text;
@@ -71,7 +66,8 @@ Answer<Route*> PhoneCommands::road() {
     road_ = std::make_unique<LocalRoute>(finder_, timeout_);
     return road_.get();
   }
-  if (!environment_.away) return Trouble{ExitCode::notDone, "The road away is not part of this build."};
+  if (!environment_.away)
+    return Trouble{ExitCode::notDone, "This build cannot call companions on other networks."};
   auto away = environment_.away(away_.verbose);
   if (!away) return Trouble{ExitCode::notDone, away.error()};
   road_ = std::make_unique<AwayRoute>(std::move(away).value(),
@@ -145,7 +141,7 @@ ExitCode PhoneCommands::perform(const std::vector<RemoteCommand>& commands) {
 }
 
 ExitCode PhoneCommands::type(const std::string& text) {
-  auto typing = commandOfType("insertText");
+  auto typing = command("insertText");
   typing.text = text == "-" ? readAll(environment_.input) : text;
   return perform({typing});
 }
@@ -167,7 +163,7 @@ ExitCode PhoneCommands::performConfirmed(const std::string& question, bool assum
 ExitCode PhoneCommands::apps(const std::string& iconFolder) {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  const auto list = greeted->session.ask(commandOfType("queryApps"), "appList");
+  const auto list = greeted->session.ask(command("queryApps"), "appList");
   if (!list) return output_.trouble(list.trouble());
   output_.apps(*list);
   if (iconFolder.empty() || !list->apps) return ExitCode::done;
@@ -180,7 +176,7 @@ ExitCode PhoneCommands::apps(const std::string& iconFolder) {
 ExitCode PhoneCommands::keepAwake(bool on) {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  auto asked = commandOfType("setKeepAwake");
+  auto asked = command("setKeepAwake");
   asked.on = on;
   const auto reply = greeted->session.ask(asked, "powerState");
   if (!reply) return output_.trouble(reply.trouble());
@@ -191,10 +187,10 @@ ExitCode PhoneCommands::keepAwake(bool on) {
 ExitCode PhoneCommands::state() {
   auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
-  const auto system = greeted->session.ask(commandOfType("querySystemState"), "systemState");
+  const auto system = greeted->session.ask(command("querySystemState"), "systemState");
   if (!system) return output_.trouble(system.trouble());
   output_.systemState(*system);
-  const auto power = greeted->session.ask(commandOfType("queryKeepAwake"), "powerState");
+  const auto power = greeted->session.ask(command("queryKeepAwake"), "powerState");
   if (!power) return output_.trouble(power.trouble());
   output_.powerState(*power);
   return ExitCode::done;

@@ -1,18 +1,14 @@
 #include "phone/terminal/TouchpadGestures.h"
 
-#include <string>
+#include <utility>
+
+#include "phone/commands/CommandParts.h"
 
 namespace tevanto::phone {
 namespace {
 
 constexpr char kControlC = 3;
 constexpr char kControlD = 4;
-
-RemoteCommand gesture(std::string type) {
-  RemoteCommand made;
-  made.type = std::move(type);
-  return made;
-}
 
 }  // namespace
 
@@ -115,11 +111,7 @@ void TouchpadGestures::move(double dx, double dy) {
 
 void TouchpadGestures::flushMotion() {
   if (dx_ == 0 && dy_ == 0) return;
-  auto motion = gesture("movePointer");
-  motion.dx = dx_;
-  motion.dy = dy_;
-  dx_ = dy_ = 0;
-  commands_.push_back(std::move(motion));
+  commands_.push_back(motion("movePointer", std::exchange(dx_, 0), std::exchange(dy_, 0)));
 }
 
 void TouchpadGestures::add(RemoteCommand given) {
@@ -128,22 +120,17 @@ void TouchpadGestures::add(RemoteCommand given) {
 }
 
 void TouchpadGestures::click(std::string_view button, int count) {
-  auto given = gesture("click");
+  auto given = command("click");
   given.button = button;
   given.clicks = count;
   add(std::move(given));
 }
 
-void TouchpadGestures::scroll(double dx, double dy) {
-  auto given = gesture("scroll");
-  given.dx = dx;
-  given.dy = dy;
-  add(std::move(given));
-}
+void TouchpadGestures::scroll(double dx, double dy) { add(motion("scroll", dx, dy)); }
 
 void TouchpadGestures::hold(bool down) {
   holding_ = down;
-  add(gesture(down ? "mouseDown" : "mouseUp"));
+  add(command(down ? "mouseDown" : "mouseUp"));
 }
 
 }  // namespace tevanto::phone

@@ -10,8 +10,8 @@
 
 namespace tevanto::phone {
 
-/// What keys and mouse of a terminal mean to the companion's pointer. Motion that arrives together leaves as
-/// one command.
+/// TouchpadGestures turns keys and mouse reports of a terminal into commands for the companion's pointer.
+/// Motion that arrives together leaves as one command.
 class TouchpadGestures {
  public:
   static constexpr double kStep = 20;       // points for an arrow key
@@ -23,7 +23,7 @@ class TouchpadGestures {
       "arrows/mouse move (shift: far)  space/enter click  d double  r right  g grab/drop  j/k scroll  q quit";
 
   std::vector<RemoteCommand> handle(const std::vector<TerminalEvent>& events);
-  /// Lets go of what is held.
+  /// The commands that release a held button.
   std::vector<RemoteCommand> finish();
   bool wantsToQuit() const { return quit_; }
 

@@ -58,7 +58,7 @@ class AwayRouteTest : public testing::Test {
 
   std::shared_ptr<EventLoop> loop_ = EventLoop::background(1);
   std::shared_ptr<SerialQueue> queue_ = loop_->makeQueue("main");
-  AwayChannel::Patience timeout_;
+  AwayChannel::Timeouts timeout_;
   std::optional<bool> isRelayed_;
   bool goesByRecords_ = false;
   std::vector<std::shared_ptr<FakeMessages>> messages_;
@@ -195,7 +195,7 @@ TEST_F(AwayRouteTest, theLinkEndsWithItsChannels) {
 }
 
 TEST_F(AwayRouteTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
-  timeout_.farewell = 60s;
+  timeout_.closing = 60s;
   std::atomic<bool> isTold = false;
   Timer telling;
   auto away = road();

@@ -15,6 +15,7 @@
 #include "net/tcp/AsioTcpListenerFactory.h"
 #include "phone/terminal/CommandLine.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
 #include "tests/support/fakes/FakePowerSources.h"
 #include "tests/support/fakes/FakeScriptHost.h"
@@ -96,9 +97,10 @@ class RealServerTest : public testing::Test {
        .listeners = listeners_,
        .advertiser = advertiser_,
        .defaults = companionDefaults_,
+       .access = std::make_shared<CompatibleAccess>(companionDefaults_),
        .computerName = "Studio",
        .port = 0},
-      {std::make_shared<MacInputController>(events_, preferences_, workspace_),
+      {std::make_shared<MacInputController>(events_, events_, preferences_, workspace_),
        std::make_shared<MacShortcutRunner>(mainQueue_, scripts_, workspace_, events_, permission_),
        permission_});
   std::ostringstream out_;
