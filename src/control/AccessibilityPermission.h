@@ -4,11 +4,12 @@
 
 namespace tevanto {
 
-/// Where the user grants the permission on a system that has such a page.
+/// The page of the system's settings where the user grants the permission, on a system that has one.
 inline constexpr std::string_view kAccessibilitySettingsUrl =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
 
-/// Whether the system lets this process inject input. May be asked from any thread, for every command.
+/// AccessibilityPermission tells whether the system lets this process inject input. Thread-safe; cheap enough
+/// to be asked for every command.
 class AccessibilityPermission {
  public:
   virtual ~AccessibilityPermission() = default;

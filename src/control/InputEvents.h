@@ -24,8 +24,7 @@ inline constexpr std::uint32_t kNumericPad = 0x200000;
 inline constexpr std::uint32_t kSecondaryFunction = 0x800000;
 }  // namespace eventFlag
 
-/// What events are made from that shall know what the session's own keys are doing. For the object that made
-/// it only.
+/// EventSource gives an event the state of the session's own keys. Valid only for the object that made it.
 class EventSource {
  public:
   virtual ~EventSource() = default;
@@ -33,8 +32,8 @@ class EventSource {
 
 enum class KeyDirection { down, up };
 
-/// A physical key, by its virtual key code on the US layout; `text`, when not empty, is what the event types
-/// instead.
+/// KeyEvent is a physical key, by its virtual key code on the US layout. The event types `text` instead,
+/// unless that is empty.
 struct KeyEvent {
   std::uint16_t keyCode = 0;
   KeyDirection direction = KeyDirection::down;
@@ -68,13 +67,13 @@ struct ScrollEvent {
 /// The key of a media keyboard; the numbers are those of the key type in a system-defined event.
 enum class MediaKey { play = 16, next = 17, previous = 18 };
 
-/// Where synthetic input enters the system. Used on the main queue. A post answers whether the event could be
-/// made.
+/// InputEvents injects synthetic input into the system. Each post returns whether the event could be made.
+/// Main queue only.
 class InputEvents {
  public:
   virtual ~InputEvents() = default;
 
-  /// Of the combined state of the session; null where events are made without, and when none can be made.
+  /// A source of the combined state of the session; null where events need none, and when none can be made.
   virtual std::unique_ptr<EventSource> makeEventSource() { return nullptr; }
   virtual bool postKey(const KeyEvent& event) = 0;
   virtual bool postMouse(const MouseEvent& event) = 0;

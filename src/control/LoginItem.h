@@ -6,7 +6,7 @@ namespace tevanto {
 
 enum class LoginItemStatus { notRegistered, enabled, requiresApproval, notFound, unknown };
 
-/// The registration that starts this program after the user logs in. Main queue only.
+/// LoginItem is the registration that starts this program after the user logs in. Main queue only.
 class LoginItem {
  public:
   virtual ~LoginItem() = default;

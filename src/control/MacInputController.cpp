@@ -58,9 +58,9 @@ bool fitsInt32(double value) { return value > -2147483649.0 && value < 214748364
 
 }  // namespace
 
-MacInputController::MacInputController(InputEvents& events, UserPreferences& preferences,
+MacInputController::MacInputController(InputEvents& pointer, InputEvents& keys, UserPreferences& preferences,
                                        Workspace& workspace)
-    : events_(events), hotKeys_(preferences), workspace_(workspace) {}
+    : pointer_(pointer), keys_(keys), hotKeys_(preferences), workspace_(workspace) {}
 
 void MacInputController::handle(const RemoteCommand& command) {
   const std::string_view type = command.type;
@@ -76,11 +76,11 @@ void MacInputController::handle(const RemoteCommand& command) {
 }
 
 void MacInputController::movePointer(double dx, double dy) {
-  auto location = events_.pointerLocation();
+  auto location = pointer_.pointerLocation();
   location.x += dx;
   location.y += dy;
-  events_.warpPointer(location);
-  events_.postMouse({leftButtonDown_ ? MouseEventType::leftDragged : MouseEventType::moved, location});
+  pointer_.warpPointer(location);
+  pointer_.postMouse({leftButtonDown_ ? MouseEventType::leftDragged : MouseEventType::moved, location});
 }
 
 void MacInputController::click(const RemoteCommand& command) {
@@ -89,20 +89,20 @@ void MacInputController::click(const RemoteCommand& command) {
   const auto up = right ? MouseEventType::rightUp : MouseEventType::leftUp;
   const int button = right ? 1 : 0;
   const auto count = static_cast<int>(std::clamp<std::int64_t>(command.clicks.value_or(1), 1, kMaxClicks));
-  const auto location = events_.pointerLocation();
+  const auto location = pointer_.pointerLocation();
   for (int state = 1; state <= count; ++state) {
-    events_.postMouse({down, location, button, state});
-    events_.postMouse({up, location, button, state});
+    pointer_.postMouse({down, location, button, state});
+    pointer_.postMouse({up, location, button, state});
   }
 }
 
 void MacInputController::mouseDown() {
   leftButtonDown_ = true;
-  events_.postMouse({MouseEventType::leftDown, events_.pointerLocation(), 0, 1});
+  pointer_.postMouse({MouseEventType::leftDown, pointer_.pointerLocation(), 0, 1});
 }
 
 void MacInputController::mouseUp() {
-  events_.postMouse({MouseEventType::leftUp, events_.pointerLocation(), 0, 1});
+  pointer_.postMouse({MouseEventType::leftUp, pointer_.pointerLocation(), 0, 1});
   leftButtonDown_ = false;
 }
 
@@ -110,7 +110,7 @@ void MacInputController::scroll(double dx, double dy) {
   // The event holds 32-bit integers. JSON can carry 1e300, and no peer may end the process, so what does not
   // fit scrolls nothing.
   if (!fitsInt32(dx) || !fitsInt32(dy)) return;
-  events_.postScroll({static_cast<std::int32_t>(dy), static_cast<std::int32_t>(dx)});
+  pointer_.postScroll({static_cast<std::int32_t>(dy), static_cast<std::int32_t>(dx)});
 }
 
 void MacInputController::keyPress(const RemoteCommand& command) {
@@ -123,17 +123,17 @@ void MacInputController::keyPress(const RemoteCommand& command) {
 
 void MacInputController::keyStroke(std::uint16_t code, const std::vector<RemoteModifier>& modifiers) {
   const auto flags = flagsOf(code, modifiers);
-  events_.postKey({code, KeyDirection::down, flags});
-  events_.postKey({code, KeyDirection::up, flags});
+  keys_.postKey({code, KeyDirection::down, flags});
+  keys_.postKey({code, KeyDirection::up, flags});
 }
 
 void MacInputController::insertText(std::string_view text) {
-  const auto source = events_.makeEventSource();
+  const auto source = keys_.makeEventSource();
   std::u16string chunk;
   const auto flush = [&] {
     if (chunk.empty()) return;
-    events_.postKey({keyCode::kA, KeyDirection::down, 0, chunk, source.get()});
-    events_.postKey({keyCode::kA, KeyDirection::up, 0, chunk, source.get()});
+    keys_.postKey({keyCode::kA, KeyDirection::down, 0, chunk, source.get()});
+    keys_.postKey({keyCode::kA, KeyDirection::up, 0, chunk, source.get()});
     chunk.clear();
   };
   forEachGraphemeCluster(text, [&](std::u16string_view character) {

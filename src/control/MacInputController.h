@@ -13,14 +13,16 @@ namespace tevanto {
 class UserPreferences;
 class Workspace;
 
-/// Turns the phone's pointer, keyboard, text and gesture commands into input events. Main queue only. It
-/// checks no permission and never answers; what it cannot use, it ignores.
+/// MacInputController turns the phone's pointer, keyboard, text and gesture commands into input events. It
+/// checks no permission, returns no result, and ignores commands that it cannot use. Main queue only.
 class MacInputController {
  public:
   /// The most clicks that one command performs, so that none keeps the main queue busy for good.
   static constexpr std::int64_t kMaxClicks = 1000;
 
-  MacInputController(InputEvents& events, UserPreferences& preferences, Workspace& workspace);
+  /// `pointer` receives the pointer's events, `keys` those of the keyboard. They may be the same object.
+  MacInputController(InputEvents& pointer, InputEvents& keys, UserPreferences& preferences,
+                     Workspace& workspace);
 
   void handle(const RemoteCommand& command);
 
@@ -36,7 +38,8 @@ class MacInputController {
   void systemGesture(std::string_view gesture);
   void openApplication(std::string_view location);
 
-  InputEvents& events_;
+  InputEvents& pointer_;
+  InputEvents& keys_;
   SymbolicHotKeys hotKeys_;
   Workspace& workspace_;
   bool leftButtonDown_ = false;

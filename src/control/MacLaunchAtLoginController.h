@@ -12,7 +12,8 @@ namespace tevanto {
 class LoginItem;
 class UserDefaults;
 
-/// Keeps the program registered as a login item unless the user has switched that off. Main queue only.
+/// MacLaunchAtLoginController keeps the program registered as a login item unless the user has switched that
+/// off. Main queue only.
 class MacLaunchAtLoginController {
  public:
   static constexpr std::string_view optOutKey = "tevanto.launchAtLogin.optedOut";

@@ -14,8 +14,8 @@ namespace tevanto {
 class PowerSources;
 class SleepAssertions;
 
-/// Keep Awake: holds off idle sleep, within a floor of the battery and a number of hours. Main queue only;
-/// the published values may be read anywhere.
+/// MacPowerManager is Keep Awake: it holds off idle sleep until the battery falls to its floor or the hours
+/// are over. Main queue only; the published values may be read on any thread.
 class MacPowerManager {
  public:
   MacPowerManager(std::shared_ptr<SerialQueue> mainQueue, SleepAssertions& assertions, PowerSources& sources);
@@ -30,7 +30,7 @@ class MacPowerManager {
   Published<int> batteryFloor;  // percent
   Published<int> autoOffHours;
 
-  /// Hears of every change, with a "powerState" message.
+  /// Receives a "powerState" message after every change.
   std::function<void(RemoteMessage)> onStateChanged;
 
   /// True when Keep Awake is now as asked; false when switching it on was refused or failed.
@@ -38,7 +38,7 @@ class MacPowerManager {
   void refreshBattery();
   /// The "powerState" message of this moment.
   RemoteMessage stateMessage() const;
-  /// Gives the assertion back when the process ends.
+  /// Releases the assertion before the process ends.
   void appWillTerminate();
 
  private:

@@ -23,9 +23,10 @@ struct VolumeState {
   std::optional<bool> muted;
 };
 
-/// Performs the phone's system shortcuts and lists the applications. Scripts may block, so it is called on a
-/// queue of its own, "tevanto.shortcuts", and never on the main queue; events are posted on the main queue,
-/// which it waits for. `installedApps` may be called from any thread.
+/// MacShortcutRunner performs the phone's system shortcuts and lists the applications.
+///
+/// Called on a queue of its own, "tevanto.shortcuts", never on the main queue: scripts may block. It posts
+/// events on the main queue and waits for them. `installedApps` may be called from any thread.
 class MacShortcutRunner {
  public:
   struct Result {

@@ -14,7 +14,7 @@ struct PowerSource {
   std::string state;  // `kBatteryPower` while the machine draws from it
 };
 
-/// The machine's batteries and supplies. Main queue only.
+/// PowerSources reads the machine's batteries and supplies. Main queue only.
 class PowerSources {
  public:
   virtual ~PowerSources() = default;

@@ -23,17 +23,16 @@ struct ScriptResult {
   bool boolean() const { return number() != 0; }
 };
 
-/// Runs a script of the system's scripting language and waits for it. May be called from any thread, one at a
-/// time.
+/// ScriptHost runs a script of the system's scripting language and waits for it. Any thread, one at a time.
 class ScriptHost {
  public:
   virtual ~ScriptHost() = default;
-  /// A text that is no script of this host fails with "bad script", or with what the host says of it; a
-  /// script that fails without saying why, with "script error".
+  /// A text that is no script of this host fails with "bad script", or with the host's own message. A script
+  /// that fails without a message fails with "script error".
   virtual ScriptResult run(std::string_view source) = 0;
 };
 
-/// The product's scripts, as the host gets them.
+/// The scripts that the product runs, as the host receives them.
 namespace script {
 inline constexpr std::string_view kOutputVolume = "output volume of (get volume settings)";
 inline constexpr std::string_view kOutputMuted = "output muted of (get volume settings)";

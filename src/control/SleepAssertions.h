@@ -5,7 +5,7 @@
 
 namespace tevanto {
 
-/// Keeps the system from idle sleep; the display may still blank and lock. Main queue only.
+/// SleepAssertions keep the system from idle sleep; the display may still blank and lock. Main queue only.
 class SleepAssertions {
  public:
   using Code = std::int32_t;  // 0: success; else a result code of the system, shown to the user in decimal

@@ -10,7 +10,8 @@ namespace tevanto {
 
 class UserPreferences;
 
-/// The user's own shortcuts for system gestures, read afresh for every gesture.
+/// SymbolicHotKeys finds the user's own shortcuts for system gestures. They are read afresh for every
+/// gesture.
 class SymbolicHotKeys {
  public:
   struct NotDefined {};

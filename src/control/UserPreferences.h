@@ -11,7 +11,8 @@
 
 namespace tevanto {
 
-/// A value of the user's preferences: the shapes of a property list that matter here.
+/// PreferenceValue is a value of the user's preferences, of one of the property list types that are used
+/// here.
 struct PreferenceValue {
   using Array = std::vector<PreferenceValue>;
   using Dictionary = std::map<std::string, PreferenceValue, std::less<>>;
@@ -30,7 +31,7 @@ struct PreferenceValue {
   }
 };
 
-/// The preferences that the user has set in the system, read afresh with every call.
+/// UserPreferences reads the preferences that the user has set in the system, afresh with every call.
 class UserPreferences {
  public:
   virtual ~UserPreferences() = default;

@@ -8,7 +8,7 @@
 
 namespace tevanto {
 
-/// What a folder of applications says of one of them. Texts are UTF-8.
+/// ApplicationBundle describes one entry of a folder of applications. Texts are UTF-8.
 struct ApplicationBundle {
   std::string location;                   // where it is, as `iconPng` and `open` take it
   std::string fileName;                   // without its folder and extension
@@ -19,7 +19,7 @@ struct ApplicationBundle {
   bool hidden = false;  // takes its identifier, but is not shown: it may hide the same one in a later folder
 };
 
-/// The desktop's applications. Safe to use from several threads at once.
+/// Workspace finds and opens the desktop's applications. Thread-safe.
 class Workspace {
  public:
   virtual ~Workspace() = default;
@@ -36,7 +36,7 @@ class Workspace {
   virtual bool exists(const std::string& location) = 0;
 
   enum class Activation { systemDefault, activate };
-  /// Starts the application, or raises it where it already runs. Its success is not awaited.
+  /// Starts the application, or raises it when it already runs. Returns before that has happened.
   virtual void open(const std::string& location, Activation activation) = 0;
 
   static constexpr int kIconPixels = 64;

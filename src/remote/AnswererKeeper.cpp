@@ -7,7 +7,7 @@ namespace tevanto {
 
 AnswererKeeper::AnswererKeeper(std::shared_ptr<SerialQueue> mainQueue, AnswererFactory makeAnswerer,
                                Callbacks callbacks)
-    : mainQueue_(std::move(mainQueue)),
+    : QueueBound(std::move(mainQueue)),
       makeAnswerer_(std::move(makeAnswerer)),
       callbacks_(std::move(callbacks)) {}
 
@@ -25,27 +25,22 @@ void AnswererKeeper::start(const std::string& room) {
 
 void AnswererKeeper::listenTo(const std::shared_ptr<MessageChannel>& channel) {
   const std::weak_ptr<MessageChannel> weakChannel = channel;
-  channel->onChannelState = [weak = weak_from_this(), weakChannel](ChannelState state) {
-    const auto self = weak.lock();
-    const auto sender = weakChannel.lock();
-    if (self && sender) self->channelChanged(sender, state);
-  };
-  channel->onMessage = [weak = weak_from_this(), weakChannel](RemoteMessage message) {
-    const auto self = weak.lock();
-    if (self && self->webRTCAnswerer_.channel == weakChannel.lock())
-      self->callbacks_.onMessage(std::move(message));
-  };
+  channel->onChannelState = weakCall([weakChannel](AnswererKeeper& self, ChannelState state) {
+    if (const auto sender = weakChannel.lock()) self.channelChanged(sender, state);
+  });
+  channel->onMessage = weakCall([weakChannel](AnswererKeeper& self, RemoteMessage message) {
+    if (self.webRTCAnswerer_.channel == weakChannel.lock()) self.callbacks_.onMessage(std::move(message));
+  });
 }
 
 void AnswererKeeper::replaceWhenAged(const Answerer& answerer) {
   if (!answerer.whenAged) return;
-  answerer.whenAged([weak = weak_from_this(), weakChannel = std::weak_ptr(answerer.channel)] {
-    const auto self = weak.lock();
-    if (!self || !self->webRTCAnswerer_.channel || self->webRTCAnswerer_.channel != weakChannel.lock())
-      return;
-    self->letGo();
-    self->start(self->room_);
-  });
+  answerer.whenAged(weakCall([weakChannel = std::weak_ptr(answerer.channel)](AnswererKeeper& self) {
+    const auto& current = self.webRTCAnswerer_.channel;
+    if (!current || current != weakChannel.lock()) return;
+    self.letGo();
+    self.start(self.room_);
+  }));
 }
 
 void AnswererKeeper::channelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state) {
@@ -72,15 +67,13 @@ void AnswererKeeper::letGo() {
   if (const auto screen = screen_.lock()) screen->detach(answerer.screen);
   answerer.channel->close();
   // This may run in one of its own callbacks: it goes when that has returned.
-  mainQueue_->async([answerer = std::move(answerer)] {});
+  queue()->async([answerer = std::move(answerer)] {});
 }
 
 void AnswererKeeper::restartLater() {
   const auto delay = webRTCRestartDelay_;
   webRTCRestartDelay_ = std::min(2 * delay, kLongestRestartDelay);
-  restart_ = mainQueue_->asyncAfter(delay, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->start(self->room_);
-  });
+  restart_ = queue()->asyncAfter(delay, weakCall([](AnswererKeeper& self) { self.start(self.room_); }));
 }
 
 void AnswererKeeper::stop() {

@@ -5,13 +5,13 @@
 #include <memory>
 #include <string>
 
-#include "core/queue/SerialQueue.h"
+#include "core/queue/QueueBound.h"
 #include "remote/AwayAccess.h"
 
 namespace tevanto {
 
-/// Keeps an answerer waiting for the phone: makes one, hands it to the screen's service too, and when it has
-/// failed lets go of it and makes another after a while.
+/// AnswererKeeper keeps one answerer waiting for the phone. It attaches each answerer to the screen, and
+/// makes another one some time after the last one has failed.
 ///
 ///     none --start--> waiting --ready--> ready <--interrupted, ready--> interrupted
 ///      ^                 |                 |                                 |
@@ -19,23 +19,23 @@ namespace tevanto {
 ///      |                              |
 ///      +-- 1.5, 3, 6, 12, 24, 30, 30 … seconds; 1.5 again after a ready --+
 ///
-/// Between two answerers there is nothing but a timer. One that has waited for too long is replaced at once.
+/// Between two answerers it holds only a timer. An answerer that has waited too long is replaced at once.
 /// Main queue only.
-class AnswererKeeper final : public std::enable_shared_from_this<AnswererKeeper> {
+class AnswererKeeper final : public QueueBound<AnswererKeeper> {
  public:
   static constexpr std::chrono::milliseconds kFirstRestartDelay{1500};
   static constexpr std::chrono::milliseconds kLongestRestartDelay{30'000};
 
-  /// Who uses the channel. Called on the main queue.
+  /// Called on the main queue.
   struct Callbacks {
-    /// `failed` is the last that is heard of a channel.
+    /// No call for a channel follows its `failed`.
     std::function<void(const std::shared_ptr<MessageChannel>& channel, ChannelState state)> onChannelState;
     std::function<void(RemoteMessage message)> onMessage;
   };
 
   AnswererKeeper(std::shared_ptr<SerialQueue> mainQueue, AnswererFactory makeAnswerer, Callbacks callbacks);
 
-  /// Who carries the screen over the answerers. Not kept alive.
+  /// `screen` receives the screen's transport of each answerer. It is not kept alive.
   void setScreen(std::weak_ptr<ScreenTransportHost> screen) { screen_ = std::move(screen); }
   /// Makes an answerer that waits in `room`, unless there is one.
   void start(const std::string& room);
@@ -52,7 +52,6 @@ class AnswererKeeper final : public std::enable_shared_from_this<AnswererKeeper>
   void letGo();
   void restartLater();
 
-  const std::shared_ptr<SerialQueue> mainQueue_;
   const AnswererFactory makeAnswerer_;
   const Callbacks callbacks_;
   std::weak_ptr<ScreenTransportHost> screen_;

@@ -1,6 +1,5 @@
 #include "remote/CommandDispatch.h"
 
-#include <cassert>
 #include <optional>
 #include <utility>
 
@@ -32,38 +31,52 @@ RemoteMessage powerUnavailable() {
   return message;
 }
 
+RemoteMessage acknowledgment(bool ok, const std::string& message) {
+  RemoteMessage ack;
+  ack.type = "ack";
+  ack.ok = ok;
+  // A script's own text may be anything; what cannot be encoded would cost the phone its answer.
+  if (!message.empty()) ack.message = wellFormedUtf8(message);
+  return ack;
+}
+
 }  // namespace
 
-CommandDispatch::CommandDispatch(Queues queues, Actuators actuators, Callbacks callbacks)
-    : queues_(std::move(queues)),
+CommandDispatch::CommandDispatch(Queues queues, Actuators actuators, Reply reply)
+    : QueueBound(queues.queue),
+      queues_(std::move(queues)),
       actuators_(std::move(actuators)),
-      callbacks_(std::move(callbacks)),
+      reply_(std::move(reply)),
       apps_(std::make_shared<AppListCache>(
           [shortcuts = actuators_.shortcuts] { return shortcuts->installedApps(); })) {}
 
 void CommandDispatch::setPower(std::shared_ptr<MacPowerManager> power) { power_ = std::move(power); }
 
-void CommandDispatch::dispatch(RemoteCommand command) {
-  assert(queues_.queue->isCurrent() && "commands are dispatched on the server's queue");
+std::optional<CommandDispatch::InputOutcome> CommandDispatch::dispatch(RemoteCommand command) {
+  assertOnQueue();
   const std::string& type = command.type;
-  if (type == "queryApps") return sendApps();
-  if (type == "setKeepAwake" || type == "queryKeepAwake") return keepAwake(command);
-  if (type == "querySystemState") return sendSystemState();
-  if (MacShortcutRunner::handles(type)) return runShortcut(std::move(command));
-  injectInput(std::move(command));
+  if (type == "queryApps") {
+    sendApps();
+  } else if (type == "setKeepAwake" || type == "queryKeepAwake") {
+    keepAwake(command);
+  } else if (type == "querySystemState") {
+    sendSystemState();
+  } else if (MacShortcutRunner::handles(type)) {
+    runShortcut(std::move(command));
+  } else {
+    return injectInput(std::move(command));
+  }
+  return std::nullopt;
 }
 
-/// Sends a message from any queue.
+/// A closure that sends a message from any queue.
 auto CommandDispatch::replying() {
-  return weakly(shared_from_this(), queues_.queue,
-                [](CommandDispatch& self, const RemoteMessage& message) { self.callbacks_.reply(message); });
+  return weakPost([](CommandDispatch& self, const RemoteMessage& message) { self.reply_(message); });
 }
 
 void CommandDispatch::sendApps() {
-  auto reply = weakly(shared_from_this(), queues_.queue,
-                      [](CommandDispatch& self, const std::shared_ptr<const RemoteMessage>& list) {
-                        self.callbacks_.reply(*list);
-                      });
+  auto reply = weakPost(
+      [](CommandDispatch& self, const std::shared_ptr<const RemoteMessage>& list) { self.reply_(*list); });
   queues_.background->async([apps = apps_, queue = queues_.background, reply = std::move(reply)] {
     reply(apps->message(queue->now()));
   });
@@ -91,10 +104,9 @@ void CommandDispatch::sendSystemState() {
 }
 
 void CommandDispatch::runShortcut(RemoteCommand command) {
-  auto acknowledge =
-      weakly(shared_from_this(), queues_.queue, [](CommandDispatch& self, MacShortcutRunner::Result result) {
-        self.acknowledge(result.success, std::move(result.message));
-      });
+  auto acknowledge = weakPost([](CommandDispatch& self, const MacShortcutRunner::Result& result) {
+    self.reply_(acknowledgment(result.success, result.message));
+  });
   auto reply = replying();
   queues_.shortcut->async([shortcuts = actuators_.shortcuts, command = std::move(command),
                            acknowledge = std::move(acknowledge), reply = std::move(reply)] {
@@ -103,23 +115,12 @@ void CommandDispatch::runShortcut(RemoteCommand command) {
   });
 }
 
-// The command is carried out before the answer is written, so that the pointer moves first.
-void CommandDispatch::injectInput(RemoteCommand command) {
-  const bool trusted = actuators_.permission.isTrusted();
-  callbacks_.permissionChecked(trusted);
-  if (!trusted) return acknowledge(false, "accessibility required");
+// The command is carried out before the reply is written, so that the pointer moves first.
+CommandDispatch::InputOutcome CommandDispatch::injectInput(RemoteCommand command) {
+  if (!actuators_.permission.isTrusted()) return {false, acknowledgment(false, "accessibility required")};
   queues_.main->dispatch(
       [input = actuators_.input, command = std::move(command)] { input->handle(command); });
-  acknowledge(true, {});
-}
-
-void CommandDispatch::acknowledge(bool ok, std::string message) {
-  RemoteMessage ack;
-  ack.type = "ack";
-  ack.ok = ok;
-  // A script's own text may be anything; what cannot be encoded would cost the phone its answer.
-  if (!message.empty()) ack.message = wellFormedUtf8(message);
-  callbacks_.reply(ack);
+  return {true, acknowledgment(true, {})};
 }
 
 }  // namespace tevanto

@@ -2,9 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
-#include "core/queue/SerialQueue.h"
+#include "core/queue/QueueBound.h"
 #include "remote/message/RemoteMessage.h"
 
 namespace tevanto {
@@ -15,15 +16,16 @@ class MacInputController;
 class MacPowerManager;
 class MacShortcutRunner;
 
-/// Decides who carries out an authorised command and what the phone hears back.
+/// CommandDispatch hands an authorized command to the object that carries it out, and makes the reply. The
+/// reply to an input command is returned at once; every other command is answered later.
 ///
-///     input      queue: permission --> main queue: inject       queue: "ack" at the end of its turn
-///     shortcut   queue --> shortcut queue: run                --> queue: "ack", then "systemState"
-///     keep-awake queue --> main queue: switch                 --> queue: "powerState"
-///     queryApps  queue --> background queue: list             --> queue: "appList"
+///     input      queue: permission --> main queue: inject       returned: "ack"
+///     shortcut   queue --> shortcut queue: run                --> reply: "ack", then "systemState"
+///     keep-awake queue --> main queue: switch                 --> reply: "powerState"
+///     queryApps  queue --> background queue: list             --> reply: "appList"
 ///
-/// Lives on `Queues::queue`; replies are handed over there, to whichever channel is the current one by then.
-class CommandDispatch final : public std::enable_shared_from_this<CommandDispatch> {
+/// Lives on `Queues::queue`, where later replies are handed over too.
+class CommandDispatch final : public QueueBound<CommandDispatch> {
  public:
   struct Queues {
     std::shared_ptr<SerialQueue> queue;
@@ -36,17 +38,20 @@ class CommandDispatch final : public std::enable_shared_from_this<CommandDispatc
     std::shared_ptr<MacShortcutRunner> shortcuts;
     AccessibilityPermission& permission;
   };
-  struct Callbacks {
-    std::function<void(const RemoteMessage&)> reply;
-    /// What every check of the permission to inject input found.
-    std::function<void(bool trusted)> permissionChecked;
+  /// The outcome of an input command.
+  struct InputOutcome {
+    bool trusted = false;  // the system lets this process inject input
+    RemoteMessage reply;
   };
+  /// Sends the reply to a command that was dispatched earlier.
+  using Reply = std::function<void(const RemoteMessage&)>;
 
-  CommandDispatch(Queues queues, Actuators actuators, Callbacks callbacks);
+  CommandDispatch(Queues queues, Actuators actuators, Reply reply);
 
   /// Before the first command. Without one, keep-awake commands are answered with "power unavailable".
   void setPower(std::shared_ptr<MacPowerManager> power);
-  void dispatch(RemoteCommand command);
+  /// The outcome of an input command; nothing for a command that is answered later.
+  [[nodiscard]] std::optional<InputOutcome> dispatch(RemoteCommand command);
   /// Sends a "systemState" message with a fresh snapshot.
   void sendSystemState();
   /// The next list of applications is built anew.
@@ -57,12 +62,11 @@ class CommandDispatch final : public std::enable_shared_from_this<CommandDispatc
   void sendApps();
   void keepAwake(const RemoteCommand& command);
   void runShortcut(RemoteCommand command);
-  void injectInput(RemoteCommand command);
-  void acknowledge(bool ok, std::string message);
+  InputOutcome injectInput(RemoteCommand command);
 
   const Queues queues_;
   const Actuators actuators_;
-  const Callbacks callbacks_;
+  const Reply reply_;
   const std::shared_ptr<AppListCache> apps_;  // on the background queue
   std::shared_ptr<MacPowerManager> power_;
 };

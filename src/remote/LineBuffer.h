@@ -9,12 +9,15 @@
 
 namespace tevanto {
 
-/// Cuts a stream of bytes into lines that end in a line feed (0x0A). Holds only the line that is not complete
-/// yet, however long that grows; lines that come whole are not copied. Each byte is looked at once.
+/// LineBuffer cuts a stream of bytes into lines that end in a line feed (0x0A). It holds only the line that
+/// is not complete yet; lines that come whole are not copied. Each byte is looked at once.
 class LineBuffer {
  public:
+  /// `maximum` is the most bytes of a line, without its line feed.
+  explicit LineBuffer(std::size_t maximum) : maximum_(maximum) {}
+
   /// Calls `visit(std::string_view)`, which answers whether to go on, for each line that `bytes` complete,
-  /// without its line feed. False when there is no memory for the rest.
+  /// without its line feed. False when a line exceeds the maximum, or when there is no memory for the rest.
   template <class Visit>
   [[nodiscard]] bool take(std::span<const std::byte> bytes, Visit visit) {
     std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
@@ -23,6 +26,7 @@ class LineBuffer {
       if (length == std::string_view::npos) return hold(rest);
       std::string_view line = rest.substr(0, length);
       rest.remove_prefix(length + 1);
+      if (length > maximum_ - size_) return false;
       if (size_ > 0) {
         if (!hold(line)) return false;
         line = {held_.get(), size_};
@@ -44,6 +48,7 @@ class LineBuffer {
 
   bool hold(std::string_view bytes) {
     if (bytes.empty()) return true;
+    if (bytes.size() > maximum_ - size_) return false;
     if (size_ + bytes.size() > capacity_ && !grow(size_ + bytes.size())) return false;
     std::memcpy(held_.get() + size_, bytes.data(), bytes.size());
     size_ += bytes.size();
@@ -58,8 +63,9 @@ class LineBuffer {
   struct Free {
     void operator()(char* memory) const { std::free(memory); }
   };
+  const std::size_t maximum_;
   std::unique_ptr<char, Free> held_;
-  std::size_t size_ = 0;
+  std::size_t size_ = 0;  // at most `maximum_`
   std::size_t capacity_ = 0;
 };
 

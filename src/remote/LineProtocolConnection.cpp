@@ -3,6 +3,7 @@
 #include <span>
 #include <utility>
 
+#include "core/queue/QueueBound.h"
 #include "remote/message/RemoteMessageCodec.h"
 
 namespace tevanto {
@@ -15,17 +16,14 @@ constexpr std::size_t kKeptBytes = 64 * 1024;
 
 }  // namespace
 
-LineProtocolConnection::LineProtocolConnection(std::unique_ptr<TcpConnection> connection)
-    : connection_(std::move(connection)) {}
+LineProtocolConnection::LineProtocolConnection(std::unique_ptr<TcpConnection> connection,
+                                               std::size_t maximumLineBytes)
+    : connection_(std::move(connection)), buffer_(maximumLineBytes) {}
 
 void LineProtocolConnection::start(std::shared_ptr<SerialQueue> queue) {
   queue_ = std::move(queue);
-  connection_->setStateHandler([weak = weak_from_this()](ConnectionState state) {
-    if (const auto self = weak.lock()) self->stateChanged(state);
-  });
-  connection_->setReceiveHandler([weak = weak_from_this()](const Received& received) {
-    if (const auto self = weak.lock()) self->received(received);
-  });
+  connection_->setStateHandler(weakCall(weak_from_this(), &LineProtocolConnection::stateChanged));
+  connection_->setReceiveHandler(weakCall(weak_from_this(), &LineProtocolConnection::received));
   connection_->start(queue_);
   connection_->receive(kReadBytes);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -9,20 +11,25 @@
 
 namespace tevanto {
 
-/// Carries messages over one TCP connection, one JSON object per line, each ended by a line feed:
+/// LineProtocolConnection carries messages over one TCP connection, one JSON object per line, each ended by a
+/// line feed:
 ///
 ///     {"type":"pairRequest","code":"012345"}\n
 ///
-/// Lives on the queue given to `start`, owned by a `shared_ptr`; the owner may let go of it at any time, in a
-/// callback too. Lines that do not decode are dropped in silence. There is no upper bound on a line, on
-/// purpose; each byte is looked at once for its line feed, so a long line costs time in proportion to its
+/// Lines that do not decode are dropped in silence. A line that exceeds the maximum closes the connection.
+/// Each byte is looked at once for its line feed, so the time that a line costs is proportional to its
 /// length.
+///
+/// Lives on the queue given to `start`. Owned by a `shared_ptr`, which may be released in a callback too.
 class LineProtocolConnection final : public MessageChannel,
                                      public std::enable_shared_from_this<LineProtocolConnection> {
  public:
-  explicit LineProtocolConnection(std::unique_ptr<TcpConnection> connection);
+  /// `maximumLineBytes` does not count the line feed.
+  explicit LineProtocolConnection(std::unique_ptr<TcpConnection> connection,
+                                  std::size_t maximumLineBytes = std::numeric_limits<std::size_t>::max());
 
-  /// Every state of the platform connection, unfiltered, before `onChannelState` hears its share of it.
+  /// Receives every state of the TCP connection, before `onChannelState` receives those that concern a
+  /// channel.
   std::function<void(ConnectionState)> onStateChange;
 
   /// The callbacks must be set before.

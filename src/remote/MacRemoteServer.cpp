@@ -6,12 +6,14 @@
 #include "core/settings/DeviceIdentity.h"
 #include "core/text/Text.h"
 #include "core/text/Uuid.h"
+#include "remote/AwayServer.h"
 #include "remote/LineProtocolConnection.h"
 #include "remote/PairingCode.h"
 #include "remote/ServerMessages.h"
 #include "remote/ServerStatus.h"
 
 namespace tevanto {
+
 std::shared_ptr<MacRemoteServer> MacRemoteServer::create(Environment environment, Actuators actuators) {
   // A name that cannot be encoded would cost the phone every message that carries it.
   if (environment.computerName) environment.computerName = wellFormedUtf8(*environment.computerName);
@@ -22,7 +24,8 @@ std::shared_ptr<MacRemoteServer> MacRemoteServer::create(Environment environment
 }
 
 MacRemoteServer::MacRemoteServer(Environment environment, Actuators actuators)
-    : pairingCode(environment.mainQueue, randomPairingCode()),
+    : QueueBound(environment.queue),
+      pairingCode(environment.mainQueue, randomPairingCode()),
       statusText(environment.mainQueue, status::kStarting),
       isClientConnected(environment.mainQueue, false),
       isAccessibilityTrusted(environment.mainQueue, actuators.permission.isTrusted()),
@@ -32,56 +35,53 @@ MacRemoteServer::MacRemoteServer(Environment environment, Actuators actuators)
       permission_(actuators.permission),
       trusted_(isAccessibilityTrusted.get()) {}
 
-void MacRemoteServer::makeDispatch(Actuators actuators) {
-  const std::weak_ptr<MacRemoteServer> weak = weak_from_this();
-  CommandDispatch::Callbacks callbacks;
-  callbacks.reply = [weak](const RemoteMessage& message) {
-    if (const auto self = weak.lock()) self->reply(message);
-  };
-  callbacks.permissionChecked = [weak](bool trusted) {
-    if (const auto self = weak.lock()) self->permissionChecked(trusted);
-  };
-  dispatch_ = std::make_shared<CommandDispatch>(
-      CommandDispatch::Queues{environment_.queue, environment_.mainQueue, environment_.shortcutQueue,
-                              environment_.backgroundQueue},
-      std::move(actuators), std::move(callbacks));
-}
+MacRemoteServer::~MacRemoteServer() = default;
 
-template <class Work>
-void MacRemoteServer::onQueue(Work work) {
-  weakly(shared_from_this(), environment_.queue, std::move(work))();
+void MacRemoteServer::makeDispatch(Actuators actuators) {
+  dispatch_ = std::make_shared<CommandDispatch>(
+      CommandDispatch::Queues{queue(), environment_.mainQueue, environment_.shortcutQueue,
+                              environment_.backgroundQueue},
+      std::move(actuators), weakCall(&MacRemoteServer::reply));
 }
 
 void MacRemoteServer::setPower(std::shared_ptr<MacPowerManager> power) {
   dispatch_->setPower(std::move(power));
 }
 
-void MacRemoteServer::start() {
-  onQueue([](MacRemoteServer& self) { self.startNow(); });
+// The callbacks of the answerer come on the main queue; what they mean for the phone is decided on the
+// server's queue, like everything else.
+void MacRemoteServer::setAwayAccess(AwayAccess access) {
+  AnswererKeeper::Callbacks callbacks;
+  callbacks.onChannelState = weakPost(&MacRemoteServer::awayChannelChanged);
+  callbacks.onMessage = weakPost([](MacRemoteServer& self, RemoteMessage message) {
+    if (self.running_) self.handle(std::move(message));
+  });
+  away_ = std::make_unique<AwayServer>(environment_.mainQueue, std::move(access), std::move(callbacks));
 }
 
-void MacRemoteServer::stop() {
-  onQueue([](MacRemoteServer& self) { self.stopNow(); });
+void MacRemoteServer::setScreen(std::weak_ptr<ScreenTransportHost> screen) {
+  away_->setScreen(std::move(screen));
 }
+
+void MacRemoteServer::start() { post(&MacRemoteServer::startNow); }
+
+void MacRemoteServer::stop() { post(&MacRemoteServer::stopNow); }
 
 void MacRemoteServer::send(RemoteMessage message) {
-  onQueue([message = std::move(message)](MacRemoteServer& self) { self.reply(message); });
+  post([message = std::move(message)](MacRemoteServer& self) { self.reply(message); });
 }
 
-void MacRemoteServer::disconnect() {
-  onQueue([](MacRemoteServer& self) { self.closeChannel(); });
-}
+void MacRemoteServer::disconnect() { post(&MacRemoteServer::closeChannel); }
 
 void MacRemoteServer::requestAccessibility() {
-  environment_.mainQueue->async([weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->permission_.request();
-    self->onQueue([](MacRemoteServer& server) { server.permissionChecked(server.permission_.isTrusted()); });
-  });
+  environment_.mainQueue->async(weakCall([](MacRemoteServer& self) {
+    self.permission_.request();
+    self.post([](MacRemoteServer& server) { server.permissionChecked(server.permission_.isTrusted()); });
+  }));
 }
 
 void MacRemoteServer::startNow() {
+  assertOnQueue();
   if (listener_) return;
   auto made = environment_.listeners.listen(environment_.port);
   if (!made) {
@@ -93,23 +93,21 @@ void MacRemoteServer::startNow() {
   deviceID_ = deviceIdentifier(environment_.defaults);
   port.set(listener_->port());
   advertise();
-  listener_->setConnectionHandler([weak = weak_from_this()](std::unique_ptr<TcpConnection> connection) {
-    if (const auto self = weak.lock()) self->accept(std::move(connection));
-  });
-  listener_->setStateHandler([weak = weak_from_this()](ListenerState state) {
-    if (const auto self = weak.lock()) self->listenerChanged(state);
-  });
-  listener_->start(environment_.queue);
-  startAnswerer();
+  listener_->setConnectionHandler(weakCall(&MacRemoteServer::accept));
+  listener_->setStateHandler(weakCall(&MacRemoteServer::listenerChanged));
+  listener_->start(queue());
+  away_->start(deviceID_);
   publishInvite();
 }
 
 void MacRemoteServer::stopNow() {
+  assertOnQueue();
   if (!std::exchange(running_, false)) return;
   registration_.reset();
   advertising.set({});
   port.set(0);
-  stopAwayAccess();
+  away_->stop();
+  if (channelIsAway_) awayChannelEnded();
   if (channel_) channel_->close();
   listener_->cancel();
 }
@@ -121,13 +119,17 @@ void MacRemoteServer::advertise() {
   service.port = listener_->port();
   service.txt = {{"id", deviceID_}, {"kind", std::string(kDeviceKind)}};
   registration_ = environment_.advertiser.advertise(
-      service, weakly(shared_from_this(), environment_.queue,
-                      [](MacRemoteServer& self, const AdvertisingStatus& status) {
-                        if (self.running_) self.advertising.set(status);
-                      }));
+      service, weakPost([](MacRemoteServer& self, const AdvertisingStatus& status) {
+        if (self.running_) self.advertising.set(status);
+      }));
+}
+
+void MacRemoteServer::publishInvite() {
+  away_->publish({pairingCode.get(), deviceID_, advertisedName(environment_.computerName)});
 }
 
 void MacRemoteServer::listenerChanged(ListenerState state) {
+  assertOnQueue();
   switch (state) {
     case ListenerState::ready:
       return statusText.set(status::kWaiting);
@@ -135,7 +137,7 @@ void MacRemoteServer::listenerChanged(ListenerState state) {
       statusText.set(status::kStopped);
       return listener_.reset();
     case ListenerState::failed:
-      environment_.log.error("the listener of the control channel has failed");
+      environment_.log.error("The listener of the control channel has failed. Restart the companion.");
       registration_.reset();
       return statusText.set(status::kFailed);
     default:
@@ -144,24 +146,24 @@ void MacRemoteServer::listenerChanged(ListenerState state) {
 }
 
 void MacRemoteServer::accept(std::unique_ptr<TcpConnection> connection) {
+  assertOnQueue();
   if (!running_) return;
   closeChannel();
-  auto line = std::make_shared<LineProtocolConnection>(std::move(connection));
+  auto line = std::make_shared<LineProtocolConnection>(std::move(connection),
+                                                       environment_.access->maximumLineBytes());
   channel_ = line;
   channelIsAway_ = false;
-  line->onMessage = [weak = weak_from_this()](RemoteMessage message) {
-    if (const auto self = weak.lock()) self->handle(std::move(message));
-  };
-  line->onStateChange = [weak = weak_from_this(), channel = line.get()](ConnectionState state) {
-    if (const auto self = weak.lock()) self->connectionChanged(channel, state);
-  };
+  line->onMessage = weakCall(&MacRemoteServer::handle);
+  line->onStateChange = weakCall([channel = line.get()](MacRemoteServer& self, ConnectionState state) {
+    self.connectionChanged(channel, state);
+  });
   dispatch_->forgetApps();
-  line->start(environment_.queue);
+  line->start(queue());
 }
 
 // Deliberately does not ask whether the connection is still the current one, except for letting go of it: the
 // cancellation of a replaced connection comes through here too, and the newer connection's own `ready` comes
-// after it and sets the state again. But one that the away road has replaced ends after that road's `ready`.
+// after it and sets the state again. But one that a phone away has replaced ends after that phone's `ready`.
 void MacRemoteServer::connectionChanged(const MessageChannel* channel, ConnectionState state) {
   if (state != ConnectionState::ready && state != ConnectionState::failed &&
       state != ConnectionState::cancelled)
@@ -172,7 +174,38 @@ void MacRemoteServer::connectionChanged(const MessageChannel* channel, Connectio
   isClientConnected.set(false);
   if (!running_) return;
   statusText.set(status::kWaiting);
-  startAnswerer();
+  away_->start(deviceID_);
+}
+
+void MacRemoteServer::awayChannelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state) {
+  assertOnQueue();
+  if (!running_) return;
+  if (state == ChannelState::ready) return awayChannelReady(channel);
+  if (channel_ != channel) return;
+  if (state == ChannelState::interrupted) {
+    isClientConnected.set(false);
+    return statusText.set(status::kReconnecting);
+  }
+  awayChannelEnded();
+  statusText.set(status::kWaiting);
+}
+
+void MacRemoteServer::awayChannelReady(const std::shared_ptr<MessageChannel>& channel) {
+  // It may have recovered just when its place was taken.
+  if (away_->hasDropped(channel)) return;
+  if (channel_ != channel) {
+    closeChannel();
+    channel_ = channel;
+    channelIsAway_ = true;
+    dispatch_->forgetApps();
+  }
+  channelReady();
+}
+
+void MacRemoteServer::awayChannelEnded() {
+  channel_.reset();
+  channelIsAway_ = false;
+  isClientConnected.set(false);
 }
 
 void MacRemoteServer::channelReady() {
@@ -181,10 +214,11 @@ void MacRemoteServer::channelReady() {
   statusText.set(paired ? status::kAuthenticating : status::kPair);
 }
 
-// The away road's channel is the answerer's, of which another takes the place.
+// The channel of a phone away is the answerer's, which another one replaces.
 void MacRemoteServer::closeChannel() {
+  assertOnQueue();
   if (!channel_) return;
-  if (channelIsAway_) return dropAwayChannel();
+  if (channelIsAway_) return away_->drop(channel_);
   channel_->close();
 }
 
@@ -193,14 +227,14 @@ void MacRemoteServer::reply(const RemoteMessage& message) {
 }
 
 void MacRemoteServer::handle(RemoteMessage message) {
+  assertOnQueue();
   if (message.type == "command") return handleCommand(std::move(message));
   if (message.type == "sessionHello") return handleHello(message);
   if (message.type == "pairRequest") return handlePairRequest(message);
 }
 
 void MacRemoteServer::handleHello(const RemoteMessage& message) {
-  // Here an absent token never passes, not even before the first pairing.
-  if (!message.token || !environment_.defaults.stringEquals(kPairingTokenKey, message.token)) {
+  if (!environment_.access->allowsSession(message.token)) {
     auto rejected = rejection("sessionRejected", "unauthorized");
     rejected.protocolVersion = kProtocolVersion;
     rejected.sessionNonce = message.sessionNonce;
@@ -215,12 +249,13 @@ void MacRemoteServer::handleHello(const RemoteMessage& message) {
 }
 
 void MacRemoteServer::handlePairRequest(const RemoteMessage& message) {
-  if (message.code != pairingCode.get()) return reply(rejection("pairRejected", "wrong code"));
+  if (!environment_.access->allowsPairing(message.code, pairingCode.get()))
+    return reply(rejection("pairRejected", "wrong code"));
   auto accepted = introduction("pairAccepted", environment_.computerName, deviceID_);
   accepted.token = randomUuid();
   // A token that the phone hears of must survive this process: it is stored first.
   if (const auto stored = environment_.defaults.set(kPairingTokenKey, *accepted.token); !stored) {
-    environment_.log.error("the pairing could not be stored: " + stored.error());
+    environment_.log.error("The pairing could not be stored: " + stored.error());
     return reply(rejection("pairRejected", "pairing could not be stored"));
   }
   reply(accepted);
@@ -229,12 +264,16 @@ void MacRemoteServer::handlePairRequest(const RemoteMessage& message) {
 }
 
 void MacRemoteServer::handleCommand(RemoteMessage message) {
-  if (!environment_.defaults.stringEquals(kPairingTokenKey, message.token)) {
+  if (!environment_.access->allowsCommand(message.token)) {
     auto refused = rejection("ack", "unauthorized");
     refused.ok = false;
     return reply(refused);
   }
-  if (message.command) dispatch_->dispatch(std::move(*message.command));
+  if (!message.command) return;
+  const auto outcome = dispatch_->dispatch(std::move(*message.command));
+  if (!outcome) return;
+  permissionChecked(outcome->trusted);
+  reply(outcome->reply);
 }
 
 void MacRemoteServer::enterConnectedState() {
@@ -247,36 +286,33 @@ void MacRemoteServer::enterConnectedState() {
   dispatch_->sendSystemState();
 }
 
-// The code changes at once, so that two requests in one read cannot both use it; the rest of the world hears
-// of the pairing once the main queue has shown it.
+// The code changes at once, so that two requests in one read cannot both use it. The invite follows once the
+// main queue has shown the pairing.
 void MacRemoteServer::completePairing() {
   const auto used = pairingCode.get();
   pairingCode.set(randomPairingCode());
-  environment_.mainQueue->async([weak = weak_from_this(), used] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->statusText.set(status::kPaired);
-    self->onQueue([used](MacRemoteServer& server) {
+  environment_.mainQueue->async(weakCall([used](MacRemoteServer& self) {
+    self.statusText.set(status::kPaired);
+    self.post([used](MacRemoteServer& server) {
       if (!server.running_) return;
-      server.withdrawInvite(used);
+      server.away_->withdraw(used);
       server.publishInvite();
     });
-  });
+  }));
 }
 
 void MacRemoteServer::permissionChecked(bool trusted) {
+  assertOnQueue();
   if (trusted && trusted_) return;
   trusted_ = trusted;
-  environment_.mainQueue->async([weak = weak_from_this(), trusted] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->isAccessibilityTrusted.set(trusted);
-    if (!trusted) return self->statusText.set(status::kAccessibilityRequired);
-    self->onQueue([](MacRemoteServer& server) { server.permissionReturned(); });
-  });
+  environment_.mainQueue->async(weakCall([trusted](MacRemoteServer& self) {
+    self.isAccessibilityTrusted.set(trusted);
+    if (!trusted) return self.statusText.set(status::kAccessibilityRequired);
+    self.post(&MacRemoteServer::permissionReturned);
+  }));
 }
 
-// What the status text asked for has been done: it would go on asking until the phone connects anew.
+// The status text asked for the permission; without this it would ask until the phone connects anew.
 void MacRemoteServer::permissionReturned() {
   if (!running_ || statusText.get() != status::kAccessibilityRequired) return;
   statusText.set(isClientConnected.get() ? status::kConnected : status::kWaiting);

@@ -6,7 +6,7 @@ namespace tevanto {
 
 PairingInvitePublisher::PairingInvitePublisher(std::shared_ptr<SerialQueue> mainQueue,
                                                std::shared_ptr<PairingInvites> invites)
-    : mainQueue_(std::move(mainQueue)), invites_(std::move(invites)) {}
+    : QueueBound(std::move(mainQueue)), invites_(std::move(invites)) {}
 
 void PairingInvitePublisher::publish(Invite invite) {
   if (!invites_) return;
@@ -16,9 +16,7 @@ void PairingInvitePublisher::publish(Invite invite) {
 
 void PairingInvitePublisher::publishNow() {
   invites_->publishPairInvite(invite_.code, invite_.deviceID, {invite_.deviceID, invite_.deviceName});
-  refresh_ = mainQueue_->asyncAfter(kRefreshInterval, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->publishNow();
-  });
+  refresh_ = queue()->asyncAfter(kRefreshInterval, weakCall(&PairingInvitePublisher::publishNow));
 }
 
 void PairingInvitePublisher::withdraw(const std::string& code) {

@@ -4,14 +4,14 @@
 #include <memory>
 #include <string>
 
-#include "core/queue/SerialQueue.h"
+#include "core/queue/QueueBound.h"
 #include "remote/invites/PairingInvites.h"
 
 namespace tevanto {
 
-/// Keeps the invite of the current pairing code published: who reads it takes an old one for a dead one. Main
-/// queue only.
-class PairingInvitePublisher final : public std::enable_shared_from_this<PairingInvitePublisher> {
+/// PairingInvitePublisher keeps the invite of the current pairing code published, and renews it: readers take
+/// an old invite for that of a computer that is gone. Main queue only.
+class PairingInvitePublisher final : public QueueBound<PairingInvitePublisher> {
  public:
   static constexpr std::chrono::seconds kRefreshInterval{240};
 
@@ -34,7 +34,6 @@ class PairingInvitePublisher final : public std::enable_shared_from_this<Pairing
  private:
   void publishNow();
 
-  const std::shared_ptr<SerialQueue> mainQueue_;
   const std::shared_ptr<PairingInvites> invites_;
   Invite invite_;
   Timer refresh_;

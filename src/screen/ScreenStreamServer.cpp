@@ -219,7 +219,7 @@ void ScreenStreamServer::take(const Sender& sender, std::span<const std::byte> m
 void ScreenStreamServer::takeHello(const Sender& sender, std::span<const std::byte> body) {
   const auto hello = decodeHello(body);
   if (!hello) return;
-  if (!environment_.defaults.stringEquals(kPairingTokenKey, hello->token)) {
+  if (!environment_.mayWatch(hello->token)) {
     statusText.set("Rejected an unpaired iPhone");
     if (sender.connection) sender.connection->cancel();
     return;

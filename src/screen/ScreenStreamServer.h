@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -43,6 +44,8 @@ class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<S
     TcpListenerFactory& listeners;
     ServiceAdvertiser& advertiser;
     UserDefaults& defaults;
+    /// Whether the phone with this token may watch. Called on `queue`.
+    std::function<bool(const std::string& token)> mayWatch;
     std::optional<std::string> computerName;
     std::uint16_t port = kDefaultPort;  // 0: any free one
   };

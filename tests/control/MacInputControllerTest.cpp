@@ -96,7 +96,7 @@ class MacInputControllerTest : public testing::Test {
   test::RecordingInputEvents events_;
   test::FakeUserPreferences preferences_;
   test::FakeWorkspace workspace_;
-  MacInputController controller_{events_, preferences_, workspace_};
+  MacInputController controller_{events_, events_, preferences_, workspace_};
 };
 
 TEST_F(MacInputControllerTest, movesThePointerByTheDelta) {
@@ -344,6 +344,31 @@ TEST_F(MacInputControllerTest, fallsBackWhenTheShortcutHasNoKey) {
 TEST_F(MacInputControllerTest, ignoresUnknownGestures) {
   for (const auto* name : {"", "spaceleft", "zoom"}) EXPECT_THAT(keysOf(gesture(name)), IsEmpty()) << name;
   EXPECT_EQ(preferences_.reads, 0);
+}
+
+TEST_F(MacInputControllerTest, sendsThePointersEventsPastTheOneThatTakesTheKeys) {
+  test::RecordingInputEvents pointer;
+  test::RecordingInputEvents keys;
+  pointer.pointer = {10, 20};
+  MacInputController controller(pointer, keys, preferences_, workspace_);
+  controller.handle(motion("movePointer", 1, 2));
+  controller.handle(click("left", 1));
+  controller.handle(command("mouseDown"));
+  controller.handle(command("mouseUp"));
+  controller.handle(motion("scroll", 3, 4));
+  EXPECT_TRUE(keys.events.empty());
+  EXPECT_EQ(pointer.events.size(), 7u);
+  EXPECT_EQ(pointer.pointer, (PointerLocation{11, 22}));
+
+  pointer.events.clear();
+  controller.handle(keyPress("a"));
+  controller.handle(command("selectAll"));
+  controller.handle(insertText("b"));
+  controller.handle(gesture("spaceLeft"));
+  EXPECT_TRUE(pointer.events.empty());
+  EXPECT_EQ(pointer.sourcesMade, 0);
+  EXPECT_EQ(keys.only<RecordedKey>().size(), 8u);
+  EXPECT_EQ(keys.sourcesMade, 1);
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include "platform/linux/video/OpenEncoder.h"
 #include "platform/linux/video/ProbingEncoderFactory.h"
 #include "platform/linux/x11/capture/X11DisplayCapture.h"
+#include "remote/access/CompatibleAccess.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/encode/PictureEncoder.h"
 #include "screen/wire/ScreenStreamHello.h"
@@ -159,15 +160,17 @@ class MirroredForLong : public ::testing::Test {
   MirroredForLong() {
     EXPECT_TRUE(defaults_.set(kPairingTokenKey, std::string("TOKEN")));
     EXPECT_TRUE(defaults_.set(kDeviceIDKey, std::string("DEVICE")));
-    server_ = ScreenStreamServer::create({.queue = network_->makeQueue("tevanto.screen.server"),
-                                          .captureQueue = work_->makeQueue("tevanto.screen.capture"),
-                                          .mainQueue = network_->makeQueue("main"),
-                                          .listeners = listeners_,
-                                          .advertiser = advertiser_,
-                                          .defaults = defaults_,
-                                          .computerName = "Desk",
-                                          .port = 0},
-                                         {capture_, encoders_, permission_});
+    server_ = ScreenStreamServer::create(
+        {.queue = network_->makeQueue("tevanto.screen.server"),
+         .captureQueue = work_->makeQueue("tevanto.screen.capture"),
+         .mainQueue = network_->makeQueue("main"),
+         .listeners = listeners_,
+         .advertiser = advertiser_,
+         .defaults = defaults_,
+         .mayWatch = [this](const auto& token) { return CompatibleAccess(defaults_).allowsScreen(token); },
+         .computerName = "Desk",
+         .port = 0},
+        {capture_, encoders_, permission_});
     server_->start();
     EXPECT_TRUE(test::eventually([&] { return server_->port.get() != 0; }));
   }

@@ -245,5 +245,21 @@ TEST(LineBuffer, holdsOnlyTheLineThatIsNotComplete) {
   EXPECT_EQ(lines, (std::vector<std::string>{"a", "bcd", ""}));
 }
 
+TEST_F(LineProtocolConnectionTest, closesWhenALineExceedsTheMaximum) {
+  const std::string longest = line("one");  // and its line feed, which does not count
+  for (const std::size_t step : {std::size_t{1}, std::size_t{5}, std::size_t{4096}}) {
+    peer_ = std::make_shared<test::FakeTcpPeer>();
+    line_ = std::make_shared<LineProtocolConnection>(std::make_unique<test::FakeTcpConnection>(peer_),
+                                                     longest.size() - 1);
+    SetUp();
+    types_.clear();
+    start();
+    const std::string text = longest + line("four") + longest;
+    for (std::size_t at = 0; at < text.size(); at += step) deliver(text.substr(at, step));
+    EXPECT_EQ(types_, Types{"one"}) << "in pieces of " << step;
+    EXPECT_TRUE(peer_->isEnded());
+  }
+}
+
 }  // namespace
 }  // namespace tevanto

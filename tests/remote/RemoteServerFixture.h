@@ -12,6 +12,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
 #include "tests/support/fakes/FakeAwayTransport.h"
@@ -100,6 +101,7 @@ class RemoteServerTest : public testing::Test {
                                        .listeners = listeners_,
                                        .advertiser = advertiser_,
                                        .defaults = defaults_,
+                                       .access = access_,
                                        .computerName = std::move(computerName)},
                                       {.input = input_, .shortcuts = shortcuts_, .permission = permission_});
     server_->setAwayAccess({answerers_.factory(), invites_});
@@ -140,6 +142,7 @@ class RemoteServerTest : public testing::Test {
   FakeListenerFactory listeners_;
   FakeServiceAdvertiser advertiser_;
   FakeUserDefaults defaults_;
+  std::shared_ptr<AccessPolicy> access_ = std::make_shared<CompatibleAccess>(defaults_);
   RecordingInputEvents events_;
   FakeUserPreferences preferences_;
   FakeWorkspace workspace_;
@@ -150,7 +153,7 @@ class RemoteServerTest : public testing::Test {
   FakeAnswerers answerers_;
   std::shared_ptr<RecordingPairingInvites> invites_ = std::make_shared<RecordingPairingInvites>();
   std::shared_ptr<MacInputController> input_ =
-      std::make_shared<MacInputController>(events_, preferences_, workspace_);
+      std::make_shared<MacInputController>(events_, events_, preferences_, workspace_);
   std::shared_ptr<MacShortcutRunner> shortcuts_ =
       std::make_shared<MacShortcutRunner>(main_, scripts_, workspace_, events_, permission_);
   std::shared_ptr<MacPowerManager> power_ = std::make_shared<MacPowerManager>(main_, assertions_, sources_);

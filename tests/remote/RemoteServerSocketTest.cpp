@@ -10,6 +10,7 @@
 #include "core/settings/DeviceIdentity.h"
 #include "net/tcp/AsioTcpListenerFactory.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "remote/message/RemoteMessageCodec.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
 #include "tests/support/fakes/FakeScriptHost.h"
@@ -38,6 +39,7 @@ class RemoteServerSocketTest : public testing::Test {
                                        .listeners = listeners_,
                                        .advertiser = advertiser_,
                                        .defaults = defaults_,
+                                       .access = std::make_shared<CompatibleAccess>(defaults_),
                                        .computerName = "Studio",
                                        .port = 0},
                                       {.input = input_, .shortcuts = shortcuts_, .permission = permission_});
@@ -76,7 +78,7 @@ class RemoteServerSocketTest : public testing::Test {
   test::FakeScriptHost scripts_;
   test::FakeAccessibilityPermission permission_;
   std::shared_ptr<MacInputController> input_ =
-      std::make_shared<MacInputController>(events_, preferences_, workspace_);
+      std::make_shared<MacInputController>(events_, events_, preferences_, workspace_);
   std::shared_ptr<MacShortcutRunner> shortcuts_ =
       std::make_shared<MacShortcutRunner>(main_, scripts_, workspace_, events_, permission_);
   std::shared_ptr<MacRemoteServer> server_;

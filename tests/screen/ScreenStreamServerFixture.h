@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/settings/DeviceIdentity.h"
+#include "remote/access/CompatibleAccess.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/wire/ScreenStreamHello.h"
 #include "screen/wire/ScreenStreamMessage.h"
@@ -71,15 +72,17 @@ class ScreenStreamServerTest : public ::testing::Test {
   }
   void make(std::uint16_t port = 0) {
     end();
-    server_ = ScreenStreamServer::create({.queue = queue_,
-                                          .captureQueue = captureQueue_,
-                                          .mainQueue = mainQueue_,
-                                          .listeners = listeners_,
-                                          .advertiser = advertiser_,
-                                          .defaults = defaults_,
-                                          .computerName = "Desk",
-                                          .port = port},
-                                         {capture_, encoders_, permission_});
+    server_ = ScreenStreamServer::create(
+        {.queue = queue_,
+         .captureQueue = captureQueue_,
+         .mainQueue = mainQueue_,
+         .listeners = listeners_,
+         .advertiser = advertiser_,
+         .defaults = defaults_,
+         .mayWatch = [this](const auto& token) { return CompatibleAccess(defaults_).allowsScreen(token); },
+         .computerName = "Desk",
+         .port = port},
+        {capture_, encoders_, permission_});
   }
   void run() { queue_->runPending(); }
   void start() {

@@ -11,6 +11,7 @@
 #include "core/queue/EventLoop.h"
 #include "core/settings/DeviceIdentity.h"
 #include "net/tcp/AsioTcpListenerFactory.h"
+#include "remote/access/CompatibleAccess.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/capture/CaptureEngine.h"
 #include "screen/wire/FramedConnection.h"
@@ -146,15 +147,17 @@ class ScreenStreamThreads : public ::testing::Test {
   ScreenStreamThreads() {
     EXPECT_TRUE(defaults_.set(kPairingTokenKey, std::string("TOKEN")));
     EXPECT_TRUE(defaults_.set(kDeviceIDKey, std::string("DEVICE")));
-    server_ = ScreenStreamServer::create({.queue = queue_,
-                                          .captureQueue = work_->makeQueue("tevanto.screen.capture"),
-                                          .mainQueue = main_,
-                                          .listeners = listeners_,
-                                          .advertiser = advertiser_,
-                                          .defaults = defaults_,
-                                          .computerName = "Desk",
-                                          .port = 0},
-                                         {capture_, encoders_, permission_});
+    server_ = ScreenStreamServer::create(
+        {.queue = queue_,
+         .captureQueue = work_->makeQueue("tevanto.screen.capture"),
+         .mainQueue = main_,
+         .listeners = listeners_,
+         .advertiser = advertiser_,
+         .defaults = defaults_,
+         .mayWatch = [this](const auto& token) { return CompatibleAccess(defaults_).allowsScreen(token); },
+         .computerName = "Desk",
+         .port = 0},
+        {capture_, encoders_, permission_});
     server_->start();
     EXPECT_TRUE(eventually([&] { return server_->port.get() != 0; }));
   }

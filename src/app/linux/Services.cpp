@@ -67,7 +67,7 @@ struct Services::Parts {
         display(makeDisplayBackend(
             {queues.main, [this] { return commandModifierOf(defaults); }, Logger(sink, "input")})),
         overview(DesktopOverview::ofSession(queues.shortcuts, Logger(sink, "applications"))),
-        events(std::make_shared<DesktopKeyStrokes>(display->input(), keyStrokes())),
+        keyEvents(std::make_shared<DesktopKeyStrokes>(display->input(), keyStrokes())),
         preferences(DesktopPreferences::sessionOfThisProcess()),
         workspace(
             DesktopFolders::fromEnvironment(), asLocations(overview),
@@ -89,7 +89,7 @@ struct Services::Parts {
   std::unique_ptr<ServiceAdvertiser> advertiser;
   const std::unique_ptr<DisplayBackend> display;
   std::shared_ptr<DesktopOverview> overview;
-  std::shared_ptr<DesktopKeyStrokes> events;
+  std::shared_ptr<DesktopKeyStrokes> keyEvents;
   DesktopPreferences preferences;
   DesktopWorkspace workspace;
   LoadedAudio audio;
@@ -120,7 +120,8 @@ struct Services::Parts {
   }
 
   CompanionServices::System system() {
-    return {.inputEvents = *events,
+    return {.pointerEvents = *display->input(),
+            .keyEvents = *keyEvents,
             .preferences = preferences,
             .workspace = workspace,
             .scripts = scripts,

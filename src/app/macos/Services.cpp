@@ -69,7 +69,8 @@ struct Services::Parts {
   CompanionServices services;
 
   CompanionServices::System system() {
-    return {.inputEvents = events,
+    return {.pointerEvents = events,
+            .keyEvents = events,
             .preferences = preferences,
             .workspace = workspace,
             .scripts = scripts,

@@ -12,6 +12,7 @@
 #include "p2p/cloud/CloudPairingInvites.h"
 #include "p2p/transport/DeployedTransports.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "screen/ScreenStreamServer.h"
 
 namespace tevanto {
@@ -51,7 +52,8 @@ CompanionServices::CompanionServices(const Queues& queues, System system, Option
       options_(std::move(options)),
       defaults_(defaults),
       log_(std::move(log)),
-      loginItemLog_(log_, "login-item") {}
+      loginItemLog_(log_, "login-item"),
+      access_(std::make_shared<CompatibleAccess>(defaults_)) {}
 
 CompanionServices::~CompanionServices() = default;
 
@@ -74,10 +76,10 @@ TevantoMacRuntime::Factories CompanionServices::factories(ApplicationPresence& p
 }
 
 std::shared_ptr<MacRemoteServer> CompanionServices::makeServer() {
-  const auto input =
-      std::make_shared<MacInputController>(system_.inputEvents, system_.preferences, system_.workspace);
+  const auto input = std::make_shared<MacInputController>(system_.pointerEvents, system_.keyEvents,
+                                                          system_.preferences, system_.workspace);
   const auto shortcuts = std::make_shared<MacShortcutRunner>(queues_.main, system_.scripts, system_.workspace,
-                                                             system_.inputEvents, system_.accessibility);
+                                                             system_.keyEvents, system_.accessibility);
   auto server =
       MacRemoteServer::create({.queue = queues_.remote,
                                .mainQueue = queues_.main,
@@ -86,6 +88,7 @@ std::shared_ptr<MacRemoteServer> CompanionServices::makeServer() {
                                .listeners = system_.listeners,
                                .advertiser = system_.advertiser,
                                .defaults = defaults_,
+                               .access = access_,
                                .computerName = options_.computerName,
                                .port = options_.remotePort.value_or(MacRemoteServer::kDefaultPort),
                                .log = Logger(log_, "remote")},
@@ -106,6 +109,7 @@ std::shared_ptr<ScreenService> CompanionServices::makeScreen() {
        .listeners = system_.listeners,
        .advertiser = system_.advertiser,
        .defaults = defaults_,
+       .mayWatch = [access = access_](const std::string& token) { return access->allowsScreen(token); },
        .computerName = options_.computerName,
        .port = options_.screenPort.value_or(ScreenStreamServer::kDefaultPort)},
       {.displays = system_.displays, .encoders = system_.encoders, .permission = system_.screenPermission});

@@ -15,6 +15,7 @@
 
 namespace tevanto {
 
+class AccessPolicy;
 class AccessibilityPermission;
 class ApplicationPresence;
 class DeployedTransports;
@@ -59,7 +60,8 @@ class CompanionServices {
   };
   /// The adapters of the system. All of them outlive the services.
   struct System {
-    InputEvents& inputEvents;
+    InputEvents& pointerEvents;
+    InputEvents& keyEvents;
     UserPreferences& preferences;
     Workspace& workspace;
     ScriptHost& scripts;
@@ -110,6 +112,7 @@ class CompanionServices {
   UserDefaults& defaults_;
   const std::shared_ptr<LogSink> log_;
   const Logger loginItemLog_;
+  const std::shared_ptr<AccessPolicy> access_;
   std::unique_ptr<DeployedTransports> transports_;
   Subscription streaming_;
 };

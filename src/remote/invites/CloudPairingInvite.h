@@ -6,7 +6,7 @@
 
 namespace tevanto {
 
-/// Tells a phone that knows the pairing code which computer shows it.
+/// CloudPairingInvite names the computer that shows a pairing code, for a phone that knows the code.
 struct CloudPairingInvite {
   std::string deviceID;
   std::string deviceName;

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// Where invites lie until a phone away from the local network finds them. Calls may come from any thread;
-/// failures are logged, not told. A code that has not exactly six digits is ignored.
+/// PairingInvites stores invites where a phone away from the local network finds them. Failures are logged
+/// and not returned. A code that does not have exactly six digits is ignored. Thread-safe.
 class PairingInvites {
  public:
   virtual ~PairingInvites() = default;

@@ -9,8 +9,8 @@ namespace tevanto {
 /// `interrupted` is for channels that may recover by themselves; `failed` is final.
 enum class ChannelState { ready = 0, interrupted = 1, failed = 2 };
 
-/// The channel through which the server talks to the phone, whichever road it came by. An event without a
-/// callback is dropped.
+/// MessageChannel carries messages between the server and the phone, over any kind of connection. An event
+/// without a callback is dropped.
 class MessageChannel {
  public:
   virtual ~MessageChannel() = default;

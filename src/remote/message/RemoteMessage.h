@@ -14,9 +14,11 @@ namespace tevanto {
 /// Modifier keys held during a key press; the names are the wire strings.
 enum class RemoteModifier { shift, option, control, command };
 
-// Every member says `= {}`, so that designated initialisers may leave any of them out without a warning.
+// Every member is initialized by `= {}`, so that designated initializers may leave any of them out without a
+// warning.
 
-/// The command inside a "command" message. `type` names it; each command reads the members it needs.
+/// RemoteCommand is the command inside a "command" message. `type` names it; each command reads the members
+/// that it needs.
 struct RemoteCommand {
   std::string type = {};
   std::optional<double> dx = {};  // points
@@ -34,7 +36,7 @@ struct RemoteCommand {
   bool operator==(const RemoteCommand&) const = default;
 };
 
-/// An installed application. `bundleId` is its identity.
+/// RemoteAppInfo describes an installed application. `bundleId` is its identity.
 struct RemoteAppInfo {
   std::string name = {};
   std::string bundleId = {};
@@ -44,8 +46,8 @@ struct RemoteAppInfo {
   bool operator==(const RemoteAppInfo&) const = default;
 };
 
-/// The one record of the control channel, in both directions. `type` names the kind; every other member is
-/// written only when it holds a value.
+/// RemoteMessage is the one record of the control channel, in both directions. `type` names the kind. Every
+/// other member is written only when it holds a value.
 struct RemoteMessage {
   std::string type = {};
   std::optional<std::int64_t> protocolVersion = {};

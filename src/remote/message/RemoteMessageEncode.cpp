@@ -4,7 +4,7 @@
 
 #include "core/text/Decimals.h"
 #include "remote/message/RemoteMessageCodec.h"
-#include "remote/message/RemoteMessageFields.h"
+#include "remote/message/WireField.h"
 
 namespace tevanto {
 namespace {

@@ -16,6 +16,7 @@
 #include "control/MacPowerManager.h"
 #include "control/MacShortcutRunner.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
 #include "tests/support/fakes/FakeAwayTransport.h"
 #include "tests/support/fakes/FakeListenerFactory.h"
@@ -142,8 +143,9 @@ class RuntimeFixture : public testing::Test {
          .listeners = listeners,
          .advertiser = advertiser,
          .defaults = defaults,
+         .access = std::make_shared<CompatibleAccess>(defaults),
          .computerName = "desk"},
-        {.input = std::make_shared<MacInputController>(events, preferences, workspace),
+        {.input = std::make_shared<MacInputController>(events, events, preferences, workspace),
          .shortcuts = std::make_shared<MacShortcutRunner>(main, scripts, workspace, events, permission),
          .permission = permission});
   }

@@ -17,6 +17,7 @@
 #include "control/MacShortcutRunner.h"
 #include "core/settings/DeviceIdentity.h"
 #include "remote/MacRemoteServer.h"
+#include "remote/access/CompatibleAccess.h"
 #include "screen/ScreenStreamServer.h"
 #include "screen/wire/ScreenStreamHello.h"
 #include "tests/support/fakes/FakeAccessibilityPermission.h"
@@ -157,20 +158,23 @@ class UiWorld {
          .listeners = listeners,
          .advertiser = advertiser,
          .defaults = defaults,
+         .access = std::make_shared<CompatibleAccess>(defaults),
          .computerName = "Desk"},
-        {.input = std::make_shared<MacInputController>(events, preferences, workspace),
+        {.input = std::make_shared<MacInputController>(events, events, preferences, workspace),
          .shortcuts = std::make_shared<MacShortcutRunner>(main, scripts, workspace, events, accessibility),
          .permission = accessibility});
   }
   std::shared_ptr<ScreenService> makeScreen() {
-    auto server = ScreenStreamServer::create({.queue = queueNamed("tevanto.screen.server"),
-                                              .captureQueue = queueNamed("tevanto.screen.capture"),
-                                              .mainQueue = main,
-                                              .listeners = screenListeners,
-                                              .advertiser = advertiser,
-                                              .defaults = defaults,
-                                              .computerName = "Desk"},
-                                             {displays, encoders, screenRecording});
+    auto server = ScreenStreamServer::create(
+        {.queue = queueNamed("tevanto.screen.server"),
+         .captureQueue = queueNamed("tevanto.screen.capture"),
+         .mainQueue = main,
+         .listeners = screenListeners,
+         .advertiser = advertiser,
+         .defaults = defaults,
+         .mayWatch = [this](const auto& token) { return CompatibleAccess(defaults).allowsScreen(token); },
+         .computerName = "Desk"},
+        {displays, encoders, screenRecording});
     return std::make_shared<StreamScreenService>(std::move(server), queueNamed("display"),
                                                  [] { return std::string(); });
   }

@@ -12,8 +12,9 @@
 
 namespace tevanto {
 
-/// One member of a wire record: its JSON name and where it lives. The alternatives are the value types that
-/// the wire knows; a plain string is required, everything else may be absent.
+/// WireField describes one member of a wire record: its JSON name and the member of the struct. The
+/// alternatives are the value types of the wire. A plain string is required; every other member may be
+/// absent.
 template <class Record>
 struct WireField {
   std::string_view name;
