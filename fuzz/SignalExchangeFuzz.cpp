@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "p2p/transport/CandidateSummary.h"
+#include "p2p/transport/TransportLog.h"
 #include "p2p/transport/WebRTCTransport.h"
 #include "tests/support/fakes/FakeCloudSignaling.h"
 #include "tests/support/fakes/FakePeerConnection.h"

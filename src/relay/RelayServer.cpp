@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/queue/EventLoopCore.h"
 #include "core/queue/QueueBound.h"
 #include "net/IceUrl.h"
 #include "relay/AsioRelayConnection.h"

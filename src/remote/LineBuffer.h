@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -13,8 +14,10 @@ namespace tevanto {
 /// is not complete yet; lines that come whole are not copied. Each byte is looked at once.
 class LineBuffer {
  public:
+  static constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
+
   /// `maximum` is the most bytes of a line, without its line feed.
-  explicit LineBuffer(std::size_t maximum) : maximum_(maximum) {}
+  explicit LineBuffer(std::size_t maximum = kUnlimited) : maximum_(maximum) {}
 
   /// Calls `visit(std::string_view)`, which answers whether to go on, for each line that `bytes` complete,
   /// without its line feed. False when a line exceeds the maximum, or when there is no memory for the rest.

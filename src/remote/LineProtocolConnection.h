@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <limits>
 #include <memory>
 #include <string>
 
@@ -26,7 +25,7 @@ class LineProtocolConnection final : public MessageChannel,
  public:
   /// `maximumLineBytes` does not count the line feed.
   explicit LineProtocolConnection(std::unique_ptr<TcpConnection> connection,
-                                  std::size_t maximumLineBytes = std::numeric_limits<std::size_t>::max());
+                                  std::size_t maximumLineBytes = LineBuffer::kUnlimited);
 
   /// Receives every state of the TCP connection, before `onChannelState` receives those that concern a
   /// channel.
