@@ -31,7 +31,8 @@ TEST(TokenBucket, fillsNoFurtherThanTheBurst) {
 TEST(TokenBucket, keepsASteadySenderForDays) {
   TokenBucket bucket(10, 20, kBucketStart);
   for (int second = 0; second < 200'000; ++second) {
-    for (int i = 0; i < 9; ++i) ASSERT_TRUE(bucket.take(kBucketStart + std::chrono::seconds(second) + i * 100ms));
+    for (int i = 0; i < 9; ++i)
+      ASSERT_TRUE(bucket.take(kBucketStart + std::chrono::seconds(second) + i * 100ms));
   }
 }
 

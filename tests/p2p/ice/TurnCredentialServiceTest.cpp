@@ -14,7 +14,8 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Servers = std::vector<RemoteIceServerConfig>;
 
-constexpr const char* kServiceAnswer = R"({"iceServers":[{"urls":["turn:a"],"username":"u","credential":"p"}]})";
+constexpr const char* kServiceAnswer =
+    R"({"iceServers":[{"urls":["turn:a"],"username":"u","credential":"p"}]})";
 const Servers kServers{{{"turn:a"}, "u", "p"}};
 
 TEST(CredentialURL, standsBesideTheRelay) {

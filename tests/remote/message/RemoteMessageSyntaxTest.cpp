@@ -89,10 +89,10 @@ TEST(RemoteMessageSyntax, acceptsWhiteSpaceAroundAndNothingElse) {
 
 TEST(RemoteMessageSyntax, failsAtEveryTruncation) {
   const std::string json = encodedLine({.type = "command",
-                                    .command = RemoteCommand{.type = "keyPress",
-                                                             .dx = 1.5,
-                                                             .modifiers = {{RemoteModifier::shift}},
-                                                             .text = "\xC3\xA9\xF0\x9F\x98\x80\n"}});
+                                        .command = RemoteCommand{.type = "keyPress",
+                                                                 .dx = 1.5,
+                                                                 .modifiers = {{RemoteModifier::shift}},
+                                                                 .text = "\xC3\xA9\xF0\x9F\x98\x80\n"}});
   ASSERT_TRUE(decodeRemoteMessage(json));
   for (std::size_t length = 0; length < json.size(); ++length)
     EXPECT_FALSE(decodeRemoteMessage(std::string_view(json).substr(0, length))) << length;
