@@ -75,11 +75,18 @@ inline std::size_t heapBytes() {
 
 #endif
 
+// g++ says by a macro which sanitizer it builds with, clang by a feature.
+#ifdef __has_feature
+#define TEVANTO_HAS_FEATURE(name) __has_feature(name)
+#else
+#define TEVANTO_HAS_FEATURE(name) 0
+#endif
+
 /// The kernel counts resident pages of each thread apart and adds them up now and then: it may be this far
 /// off.
 inline constexpr std::size_t kResidentSlack = 1024 * 1024;
 /// What a byte of the program costs when it is resident: ThreadSanitizer keeps shadow memory beside it.
-#if defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_THREAD__) || TEVANTO_HAS_FEATURE(thread_sanitizer)
 inline constexpr std::size_t kResidentFactor = 5;
 #else
 inline constexpr std::size_t kResidentFactor = 1;
@@ -87,7 +94,7 @@ inline constexpr std::size_t kResidentFactor = 1;
 
 /// What AddressSanitizer keeps of the memory that was freed, to see who still uses it: up to 256 MiB, an
 /// eighth of that as shadow, and what it rounds up.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || TEVANTO_HAS_FEATURE(address_sanitizer)
 inline constexpr std::size_t kQuarantineBytes = 320 * 1024 * 1024;
 #else
 inline constexpr std::size_t kQuarantineBytes = 0;
