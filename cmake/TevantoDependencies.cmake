@@ -20,7 +20,7 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET xkbcommon xkbcommon-x11)
   pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xtest xcb-xkb xcb-xinput)
   find_package(tg_owt REQUIRED)
-  # A table in it has to lie in the same object as libwebrtc: see platform/linux/LibwebrtcInModule.cpp.
+  # A table in it has to lie in the same object as libwebrtc: see platform/linux/webrtc/LibwebrtcInModule.cpp.
   find_library(TEVANTO_ABSL_STRINGS libabsl_strings.a REQUIRED)
   pkg_check_modules(XCB_CAPTURE REQUIRED IMPORTED_TARGET xcb xcb-damage xcb-randr xcb-shm xcb-xfixes xcb-xinput)
 endif()

@@ -42,6 +42,16 @@ void AsioClientStream::secure(AsioTlsContext& tls, const std::string& host,
                         });
 }
 
+void AsioClientStream::readSome(boost::asio::mutable_buffer room, Transferred done) {
+  if (tls_) return tls_->async_read_some(room, std::move(done));
+  socket_.async_read_some(room, std::move(done));
+}
+
+void AsioClientStream::writeSome(const Gathered& bytes, Transferred done) {
+  if (tls_) return tls_->async_write_some(bytes, std::move(done));
+  socket_.async_write_some(bytes, std::move(done));
+}
+
 std::string AsioClientStream::refusal(const error_code& error) {
   const long verified = SSL_get_verify_result(tls_->native_handle());
   if (verified == X509_V_OK) return "no TLS: " + error.message();

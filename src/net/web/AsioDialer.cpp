@@ -12,7 +12,7 @@ namespace asio = boost::asio;
 using boost::system::error_code;
 
 AsioDialer::AsioDialer(EventLoopQueue::Strand strand)
-    : strand_(std::move(strand)), resolver_(strand_), headStart_(strand_) {}
+    : strand_(std::move(strand)), resolver_(strand_), attemptDelay_(strand_) {}
 
 void AsioDialer::dial(const std::string& host, std::uint16_t port, Completion done) {
   error_code notAnAddress;
@@ -40,7 +40,7 @@ void AsioDialer::dial(Endpoints endpoints, Completion done) {
 void AsioDialer::cancel() {
   done_ = nullptr;
   resolver_.cancel();
-  headStart_.cancel();
+  attemptDelay_.cancel();
   for (auto& socket : attempts_) {
     error_code ignored;
     socket.close(ignored);
@@ -81,8 +81,8 @@ void AsioDialer::tryNext() {
     self->connected(attempt, error);
   });
   if (attempts_.size() == endpoints_.size()) return;
-  headStart_.expires_after(kHeadStart);
-  headStart_.async_wait([self = shared_from_this()](const error_code& cancelled) {
+  attemptDelay_.expires_after(kAttemptDelay);
+  attemptDelay_.async_wait([self = shared_from_this()](const error_code& cancelled) {
     if (!cancelled) self->tryNext();
   });
 }
@@ -92,7 +92,7 @@ void AsioDialer::connected(std::size_t attempt, const error_code& error) {
   --open_;
   if (!error) return finish(error, &attempts_[attempt]);
   lastError_ = error;
-  headStart_.cancel();
+  attemptDelay_.cancel();
   tryNext();
 }
 

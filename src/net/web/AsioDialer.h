@@ -23,7 +23,7 @@ class AsioDialer : public std::enable_shared_from_this<AsioDialer> {
   /// The socket, or why there is none.
   using Completion = std::function<void(const boost::system::error_code&, AsioStrandSocket*)>;
   using Endpoints = std::vector<boost::asio::ip::tcp::endpoint>;
-  static constexpr std::chrono::milliseconds kHeadStart{250};
+  static constexpr std::chrono::milliseconds kAttemptDelay{250};
 
   explicit AsioDialer(EventLoopQueue::Strand strand);
 
@@ -44,7 +44,7 @@ class AsioDialer : public std::enable_shared_from_this<AsioDialer> {
   boost::asio::ip::basic_resolver<boost::asio::ip::tcp, EventLoopQueue::Strand> resolver_;
   boost::asio::basic_waitable_timer<
       std::chrono::steady_clock, boost::asio::wait_traits<std::chrono::steady_clock>, EventLoopQueue::Strand>
-      headStart_;
+      attemptDelay_;
   Endpoints endpoints_;
   std::vector<AsioStrandSocket> attempts_;  // of the first endpoints, in their order
   std::size_t open_ = 0;                    // attempts that have not ended yet

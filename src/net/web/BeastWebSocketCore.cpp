@@ -32,9 +32,10 @@ BeastWebSocketCore::BeastWebSocketCore(const EventLoopQueue::Strand& strand,
 void BeastWebSocketCore::begin(const std::string& text) {
   if (state_ != State::opening) return;
   const auto url = parseUrl(text);
-  if (!url || !url->isWebSocket()) return end({.closeCode = {}, .error = "no WebSocket address: " + text});
+  if (!url || !url->isWebSocket())
+    return closeWith({.closeCode = {}, .error = "no WebSocket address: " + text});
   url_ = *url;
-  arm(limits_.open, [this] { end({.closeCode = {}, .error = url_.authority() + " took too long"}); });
+  arm(limits_.open, [this] { closeWith({.closeCode = {}, .error = url_.authority() + " took too long"}); });
   opening_->open(
       url_, [self = shared_from_this()](std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
         self->connected(std::move(stream), fault);
@@ -68,7 +69,7 @@ void BeastWebSocketCore::cancel(std::uint16_t closeCode) {
   if (outbox_.empty()) close();
 }
 
-void BeastWebSocketCore::abandon() {
+void BeastWebSocketCore::closeSilently() {
   if (state_ == State::closing || state_ == State::ended) return;
   silence();
   finish();
@@ -89,7 +90,7 @@ void BeastWebSocketCore::disarm() {
 
 void BeastWebSocketCore::connected(std::unique_ptr<AsioClientStream> stream, const std::string& fault) {
   if (state_ != State::opening) return;
-  if (!stream) return end({.closeCode = {}, .error = fault});
+  if (!stream) return closeWith({.closeCode = {}, .error = fault});
   stream_ = std::move(stream);
   socket_.emplace(*stream_);
   socket_->set_option(websocket::stream_base::decorator([](websocket::request_type& request) {
@@ -108,10 +109,10 @@ void BeastWebSocketCore::connected(std::unique_ptr<AsioClientStream> stream, con
 void BeastWebSocketCore::opened(const error_code& error) {
   if (state_ != State::opening) return;
   if (error == websocket::error::upgrade_declined) {
-    return end(
+    return closeWith(
         {.closeCode = {}, .error = "refused with HTTP status " + std::to_string(answer_.result_int())});
   }
-  if (error) return end({.closeCode = {}, .error = "no WebSocket: " + error.message()});
+  if (error) return closeWith({.closeCode = {}, .error = "no WebSocket: " + error.message()});
   disarm();
   state_ = State::open;
   read();
@@ -126,7 +127,7 @@ void BeastWebSocketCore::read() {
 
 void BeastWebSocketCore::received(const error_code& error) {
   if (state_ != State::open) return;
-  if (error) return endReading(error);
+  if (error) return handleReadError(error);
   const std::string_view message(static_cast<const char*>(buffer_.cdata().data()), buffer_.size());
   if (handlers_.onMessage) handlers_.onMessage(message);
   if (state_ != State::open) return;
@@ -134,11 +135,11 @@ void BeastWebSocketCore::received(const error_code& error) {
   read();
 }
 
-void BeastWebSocketCore::endReading(const error_code& error) {
+void BeastWebSocketCore::handleReadError(const error_code& error) {
   const auto reason = socket_->reason();
-  if (reason.code != websocket::close_code::none) return end({.closeCode = reason.code, .error = {}});
-  if (error == websocket::error::closed) return end({.closeCode = kNoCloseCode, .error = {}});
-  end({.closeCode = {}, .error = broken_ ? fault_ : error.message()});
+  if (reason.code != websocket::close_code::none) return closeWith({.closeCode = reason.code, .error = {}});
+  if (error == websocket::error::closed) return closeWith({.closeCode = kNoCloseCode, .error = {}});
+  closeWith({.closeCode = {}, .error = broken_ ? fault_ : error.message()});
 }
 
 void BeastWebSocketCore::write() {
@@ -218,7 +219,7 @@ void BeastWebSocketCore::report(SentHandler handler, std::optional<std::string> 
   });
 }
 
-void BeastWebSocketCore::end(End why) {
+void BeastWebSocketCore::closeWith(End why) {
   if (state_ == State::ended) return;
   failUnsent(why.closeCode ? "the server closed the connection" : why.error);
   finish();

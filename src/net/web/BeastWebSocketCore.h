@@ -38,7 +38,7 @@ class BeastWebSocketCore : public std::enable_shared_from_this<BeastWebSocketCor
   void ping(PongHandler pong);
   void cancel(std::uint16_t closeCode);
   /// Ends it at once, unless it is closing already.
-  void abandon();
+  void closeSilently();
 
  private:
   using ErrorCode = boost::system::error_code;
@@ -64,7 +64,7 @@ class BeastWebSocketCore : public std::enable_shared_from_this<BeastWebSocketCor
   void opened(const ErrorCode& error);
   void read();
   void received(const ErrorCode& error);
-  void endReading(const ErrorCode& error);
+  void handleReadError(const ErrorCode& error);
   void write();
   void written(const ErrorCode& error, std::size_t size);
   /// The open read tells the end: it alone knows whether the server closed first.
@@ -78,7 +78,7 @@ class BeastWebSocketCore : public std::enable_shared_from_this<BeastWebSocketCor
   /// Tells `handler` in a turn of its own.
   void report(SentHandler handler, std::optional<std::string> error);
   /// Frees the socket now and tells why in the next turn.
-  void end(End why);
+  void closeWith(End why);
   void finish();
   /// The handlers go later: one of them may be running right now.
   void silence();
@@ -91,8 +91,8 @@ class BeastWebSocketCore : public std::enable_shared_from_this<BeastWebSocketCor
   Handlers handlers_;
   Url url_;
   std::unique_ptr<AsioClientStream> stream_;
-  std::optional<boost::beast::websocket::stream<AsioClientStream&>> socket_;
-  boost::beast::websocket::response_type answer_;  // to the opening
+  std::optional<boost::beast::websocket::stream<AsioClientStream&, false>> socket_;  // without compression
+  boost::beast::websocket::response_type answer_;                                    // to the opening
   boost::beast::flat_buffer buffer_;
   std::deque<Outgoing> outbox_;
   std::size_t unsentBytes_ = 0;

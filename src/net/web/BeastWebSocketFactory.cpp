@@ -16,33 +16,33 @@ class BeastWebSocketConnection final : public WebSocketConnection {
       : loop_(std::move(loop)), tls_(std::move(tls)), limits_(limits), url_(std::move(url)) {}
 
   ~BeastWebSocketConnection() override {
-    if (!link_) return;
+    if (!core_) return;
     if (queue_->isCurrent()) {
-      link_->abandon();
+      core_->closeSilently();
     } else {
-      queue_->async([link = std::move(link_)] { link->abandon(); });
+      queue_->async([core = std::move(core_)] { core->closeSilently(); });
     }
   }
 
   void start(std::shared_ptr<SerialQueue> queue, Handlers handlers) override {
-    assert(!link_ && "a connection is started once");
+    assert(!core_ && "a connection is started once");
     queue_ = std::move(queue);
     loop_->ensureThreads();
     const auto& strand = EventLoopQueue::from(*queue_).strand();
-    link_ = std::make_shared<BeastWebSocketCore>(strand, tls_, limits_, std::move(handlers));
-    boost::asio::post(strand, [link = link_, url = url_] { link->begin(url); });
+    core_ = std::make_shared<BeastWebSocketCore>(strand, tls_, limits_, std::move(handlers));
+    boost::asio::post(strand, [core = core_, url = url_] { core->begin(url); });
   }
 
   void sendText(std::string text, SentHandler sent) override {
-    assert(link_ && queue_->isCurrent() && "on its queue, once started");
-    link_->sendText(std::move(text), std::move(sent));
+    assert(core_ && queue_->isCurrent() && "on its queue, once started");
+    core_->sendText(std::move(text), std::move(sent));
   }
   void ping(PongHandler pong) override {
-    assert(link_ && queue_->isCurrent() && "on its queue, once started");
-    link_->ping(std::move(pong));
+    assert(core_ && queue_->isCurrent() && "on its queue, once started");
+    core_->ping(std::move(pong));
   }
   void cancel(std::uint16_t closeCode) override {
-    if (link_) link_->cancel(closeCode);
+    if (core_) core_->cancel(closeCode);
   }
 
  private:
@@ -51,7 +51,7 @@ class BeastWebSocketConnection final : public WebSocketConnection {
   const WebSocketLimits limits_;
   const std::string url_;
   std::shared_ptr<SerialQueue> queue_;  // once started
-  std::shared_ptr<BeastWebSocketCore> link_;
+  std::shared_ptr<BeastWebSocketCore> core_;
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "tests/app/ui/Screenshots.h"
 #include "tests/app/ui/ShownView.h"
+#include "tests/app/ui/UiTestScale.h"
 
 namespace tevanto {
 namespace {
@@ -93,7 +94,7 @@ TEST_P(Screenshot, looksLikeItsReference) {
 
 std::string nameOf(const ::testing::TestParamInfo<Screenshot::ParamType>& info) {
   auto name = std::string(std::get<0>(info.param).name) +
-              (std::get<1>(info.param) == Theme::dark ? "_dark" : "_light") + "_" TEVANTO_TEST_SCALE;
+              (std::get<1>(info.param) == Theme::dark ? "_dark" : "_light") + "_" + test::kUiTestScale;
   std::replace_if(
       name.begin(), name.end(), [](char c) { return c == '-' || c == '.'; }, '_');
   return name;

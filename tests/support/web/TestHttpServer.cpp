@@ -7,13 +7,13 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http.hpp>
-#include <boost/beast/ssl.hpp>
 #include <boost/beast/websocket.hpp>
 #include <deque>
 #include <mutex>
 #include <thread>
+
+#include "tests/support/web/TestServerStream.h"
 
 namespace tevanto::test {
 
@@ -27,14 +27,12 @@ using boost::system::error_code;
 namespace {
 
 using Message = http::request<http::string_body>;
-using Plain = boost::beast::tcp_stream;
 /// Can let go of the work that never came to run, which owns what owns the context.
 class Context : public asio::io_context {
  public:
   using asio::io_context::io_context;
   using execution_context::shutdown;
 };
-using Secure = boost::beast::ssl_stream<boost::beast::tcp_stream>;
 
 constexpr std::uint64_t kMaxBodyBytes = 64 * 1024 * 1024;
 
@@ -48,23 +46,20 @@ TestHttpRequest requestFrom(const Message& message, std::string serverName) {
   return request;
 }
 
-template <class Stream>
-class WebSocketPeer final : public TestWebSocketPeer,
-                            public std::enable_shared_from_this<WebSocketPeer<Stream>> {
+class WebSocketPeer final : public TestWebSocketPeer, public std::enable_shared_from_this<WebSocketPeer> {
  public:
-  WebSocketPeer(std::shared_ptr<Context> context, Stream stream, TestHttpRequest request)
+  WebSocketPeer(std::shared_ptr<Context> context, TestServerStream stream, TestHttpRequest request)
       : context_(std::move(context)), socket_(std::move(stream)), request_(std::move(request)) {}
 
   /// `opened` is called before the answer goes out: who sees the client open finds this.
   void accept(const Message& message, const std::function<void()>& opened) {
-    boost::beast::get_lowest_layer(socket_).expires_never();
     socket_.read_message_max(kMaxBodyBytes);
     socket_.control_callback([this](websocket::frame_type kind, boost::beast::string_view) {
       const std::lock_guard lock(mutex_);
       if (kind == websocket::frame_type::ping) ++pings_;
     });
     opened();
-    socket_.async_accept(message, [self = this->shared_from_this()](const error_code& error) {
+    socket_.async_accept(message, [self = shared_from_this()](const error_code& error) {
       if (error) return self->end();
       self->open_ = true;
       if (!self->closing_) self->read();  // else the closing reads
@@ -83,7 +78,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
   void drop() override {
     post([this] {
       error_code ignored;
-      auto& socket = boost::beast::get_lowest_layer(socket_).socket();
+      auto& socket = socket_.next_layer().socket();
       socket.set_option(asio::socket_base::linger(true, 0), ignored);
       socket.close(ignored);
       end();
@@ -119,7 +114,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
 
   template <class Work>
   void post(Work work) {
-    asio::post(socket_.get_executor(), [self = this->shared_from_this(), work] { work(); });
+    asio::post(socket_.get_executor(), [self = shared_from_this(), work] { work(); });
   }
 
   void queue(Outgoing message) {
@@ -131,7 +126,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
 
   void closeNow() {
     socket_.async_close(websocket::close_reason(*closing_),
-                        [self = this->shared_from_this()](const error_code&) { self->end(); });
+                        [self = shared_from_this()](const error_code&) { self->end(); });
   }
 
   /// What waits to be sent, then what was asked for behind it.
@@ -142,7 +137,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
     }
     socket_.text(outbox_.front().text);
     socket_.async_write(asio::buffer(outbox_.front().bytes),
-                        [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                        [self = shared_from_this()](const error_code& error, std::size_t) {
                           if (error) return;
                           self->outbox_.pop_front();
                           self->write();
@@ -151,7 +146,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
 
   void read() {
     if (!reads_) return;
-    socket_.async_read(buffer_, [self = this->shared_from_this()](const error_code& error, std::size_t) {
+    socket_.async_read(buffer_, [self = shared_from_this()](const error_code& error, std::size_t) {
       if (error) return self->end();
       self->keep(boost::beast::buffers_to_string(self->buffer_.data()));
       self->buffer_.clear();
@@ -171,7 +166,7 @@ class WebSocketPeer final : public TestWebSocketPeer,
   }
 
   const std::shared_ptr<Context> context_;  // a socket must not outlive its own
-  websocket::stream<Stream> socket_;
+  websocket::stream<TestServerStream, false> socket_;
   const TestHttpRequest request_;
   boost::beast::flat_buffer buffer_;
   std::deque<Outgoing> outbox_;
@@ -227,12 +222,11 @@ class TestHttpServer::Server {
   }
 
  private:
-  template <class Stream>
   struct Visit {
-    Visit(Server& ofServer, Stream itsStream) : server(ofServer), stream(std::move(itsStream)) {}
+    Visit(Server& ofServer, TestServerStream itsStream) : server(ofServer), stream(std::move(itsStream)) {}
 
     Server& server;
-    Stream stream;
+    TestServerStream stream;
     std::string serverName;
     boost::beast::flat_buffer buffer;
     std::optional<http::request_parser<http::string_body>> parser;
@@ -255,18 +249,16 @@ class TestHttpServer::Server {
   }
 
   void greet(tcp::socket socket) {
-    if (!isSecure_) return read(std::make_shared<Visit<Plain>>(*this, Plain(std::move(socket))));
-    auto visit = std::make_shared<Visit<Secure>>(*this, Secure(Plain(std::move(socket)), tls_));
-    visit->stream.async_handshake(ssl::stream_base::server, [visit](const error_code& error) {
+    auto visit = std::make_shared<Visit>(*this, TestServerStream(std::move(socket)));
+    if (!isSecure_) return read(visit);
+    visit->stream.secure(tls_, [visit](const error_code& error, std::string name) {
       if (error) return;
-      const char* name = SSL_get_servername(visit->stream.native_handle(), TLSEXT_NAMETYPE_host_name);
-      if (name) visit->serverName = name;
+      visit->serverName = std::move(name);
       visit->server.read(visit);
     });
   }
 
-  template <class Stream>
-  void read(std::shared_ptr<Visit<Stream>> visit) {
+  void read(std::shared_ptr<Visit> visit) {
     visit->parser.emplace();
     visit->parser->body_limit(kMaxBodyBytes);
     http::async_read(visit->stream, visit->buffer, *visit->parser,
@@ -275,8 +267,7 @@ class TestHttpServer::Server {
                      });
   }
 
-  template <class Stream>
-  void answer(std::shared_ptr<Visit<Stream>> visit) {
+  void answer(std::shared_ptr<Visit> visit) {
     const auto& message = visit->parser->get();
     const auto request = requestFrom(message, visit->serverName);
     const auto reply = handler_(request);
@@ -295,23 +286,20 @@ class TestHttpServer::Server {
     });
   }
 
-  template <class Stream>
-  void sendRaw(std::shared_ptr<Visit<Stream>> visit, const std::string& raw) {
+  void sendRaw(std::shared_ptr<Visit> visit, const std::string& raw) {
     visit->raw = raw;
     asio::async_write(visit->stream, asio::buffer(visit->raw), [visit](const error_code&, std::size_t) {
       error_code ignored;
-      boost::beast::get_lowest_layer(visit->stream).socket().shutdown(tcp::socket::shutdown_send, ignored);
+      visit->stream.socket().shutdown(tcp::socket::shutdown_send, ignored);
     });
   }
 
-  template <class Stream>
-  void waitForEnd(std::shared_ptr<Visit<Stream>> visit) {
+  void waitForEnd(std::shared_ptr<Visit> visit) {
     visit->stream.async_read_some(visit->buffer.prepare(1), [visit](const error_code&, std::size_t) {});
   }
 
-  template <class Stream>
-  void upgrade(Visit<Stream>& visit, const Message& message, const TestHttpRequest& request) {
-    auto peer = std::make_shared<WebSocketPeer<Stream>>(context_, std::move(visit.stream), request);
+  void upgrade(Visit& visit, const Message& message, const TestHttpRequest& request) {
+    auto peer = std::make_shared<WebSocketPeer>(context_, std::move(visit.stream), request);
     peer->accept(message, [&] {
       const std::lock_guard lock(mutex_);
       webSockets_.push_back(peer);
