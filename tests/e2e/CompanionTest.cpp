@@ -122,7 +122,7 @@ TEST_F(Companion, endsCleanlyWhenItIsAskedTo) {
     auto companion = start();
     companion.process().signal(number);
     EXPECT_EQ(companion.process().wait(), 0);
-    EXPECT_FALSE(std::filesystem::exists(desktop.controlSocket()));
+    EXPECT_FALSE(std::filesystem::exists(desktop.ipcSocket()));
   }
 }
 
@@ -131,7 +131,7 @@ TEST_F(Companion, startsAgainAfterACrash) {
     auto companion = start();
     companion.process().kill();
   }
-  EXPECT_TRUE(std::filesystem::exists(desktop.controlSocket())) << "the crash left it behind";
+  EXPECT_TRUE(std::filesystem::exists(desktop.ipcSocket())) << "the crash left it behind";
   EXPECT_EQ(tevanto({"status"}).exitStatus, 3);
   const auto again = start();
   EXPECT_EQ(tevanto({"status"}).exitStatus, 0);

@@ -58,7 +58,7 @@ class DesktopUi : public ::testing::Test {
   CompanionStatus now() const {
     CompanionStatus status;
     eventuallySeen([&] {
-      const auto answer = askCompanion(desktop->controlSocket(), {});
+      const auto answer = askCompanion(desktop->ipcSocket(), {});
       if (!answer || !answer.value() || !answer.value()->status) return false;
       status = *answer.value()->status;
       return true;
