@@ -129,7 +129,7 @@ class MarkerWatcher {
       ::poll(&ready, 1, 1000);
       std::optional<Clock::time_point> seen;
       const auto received = socket_->receive([&](std::span<const std::byte> message) {
-        stream_.take(message, Clock::now());
+        stream_.onMessage(message, Clock::now());
         if (!seen && isWhite_ == white) seen = Clock::now();
       });
       if (received == phone::ScreenSocket::Received::closed) fail("the companion has closed the stream");
@@ -144,7 +144,7 @@ class MarkerWatcher {
       pollfd ready{socket_->descriptor(), POLLIN, 0};
       const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
       ::poll(&ready, 1, static_cast<int>(std::max<std::int64_t>(0, left.count())));
-      static_cast<void>(socket_->receive([&](auto message) { stream_.take(message, Clock::now()); }));
+      static_cast<void>(socket_->receive([&](auto message) { stream_.onMessage(message, Clock::now()); }));
     }
   }
 

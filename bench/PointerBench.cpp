@@ -214,7 +214,7 @@ void run(const Options& options) {
 }  // namespace tevanto::bench
 
 int main(int argc, char** argv) {
-  CLI::App app("Measures the pointer road beside a bare loop");
+  CLI::App app("Measures the path of a pointer event beside a bare loop");
   tevanto::bench::Options options;
   app.add_option("--display", options.display, "X display that both inject into")->required();
   app.add_option("--companion-port", options.companionPort, "Port of a running companion")->required();

@@ -120,7 +120,7 @@ def measure(phone, waiting, relayed):
     FORWARDING.write_text("0\n" if relayed else "1\n")
     seen = phone.look()
     if ("relayed" in seen) != relayed:
-        sys.exit(f"first_picture: the road is not the one that was meant: {seen}")
+        sys.exit(f"first_picture: the route is not the one that was meant: {seen}")
     return seen
 
 

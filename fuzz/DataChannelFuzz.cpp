@@ -18,14 +18,14 @@ using namespace tevanto;
 
 class CountingDelegate final : public DataChannelMessaging::Delegate {
  public:
-  void messageArrived(RemoteMessage message) override {
+  void didReceiveMessage(RemoteMessage message) override {
     if (message.type.size() > kMost) std::abort();
   }
-  void screenDataArrived(std::span<const std::byte> message) override {
+  void didReceiveScreenData(std::span<const std::byte> message) override {
     if (message.empty() || message.size() > kMost) std::abort();
     delivered += message.size();
   }
-  void relayScreenBytesArrived(std::uint64_t bytes) override { reported += bytes; }
+  void didReceiveRelayScreenBytes(std::uint64_t bytes) override { reported += bytes; }
   void screenDataArriving() override {}
 
   static constexpr std::size_t kMost = 3'145'728;

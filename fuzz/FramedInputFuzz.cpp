@@ -41,9 +41,9 @@ FrameExtractor::Outcome receive(FrameExtractor& extractor, std::span<const std::
     return true;
   };
   const auto room = extractor.room(part.size());
-  if (room.bytes.size() != part.size()) return extractor.take(part, keep);
+  if (room.bytes.size() != part.size()) return extractor.feed(part, keep);
   std::ranges::copy(part, room.bytes.begin());
-  return extractor.takeFromRoom(part.size(), keep);
+  return extractor.feedFromRoom(part.size(), keep);
 }
 
 /// The first byte is the size of the reads; however the stream is split, the same frames come out of it.

@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto count = static_cast<std::uint16_t>(rest[2] % 8 + 1);
     const MessageChunk chunk{rest[1] % 8u, static_cast<std::uint16_t>(rest[2] / 8 % count), count, payload};
     const auto before = chunks.pendingMessages();
-    const auto document = chunks.take(chunk, now);
+    const auto document = chunks.add(chunk, now);
     if (chunks.pendingMessages() > limits.maxPendingMessages || chunks.pendingMessages() > before + 1)
       std::abort();
     if (chunks.pendingBytes() > limits.maxPendingBytes) std::abort();

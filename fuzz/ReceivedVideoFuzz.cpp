@@ -36,8 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                 },
                                 [] {}});
   FrameExtractor frames;
-  frames.take(std::as_bytes(std::span(data, size)), [&](std::span<const std::byte> message) {
-    stream.take(message, {});
+  frames.feed(std::as_bytes(std::span(data, size)), [&](std::span<const std::byte> message) {
+    stream.onMessage(message, {});
     return true;
   });
   return 0;

@@ -152,7 +152,7 @@ void MacPowerManager::releaseAssertion() {
 }
 
 void MacPowerManager::report() {
-  if (const auto tell = onStateChanged) tell(stateMessage());
+  if (const auto notify = onStateChanged) notify(stateMessage());
 }
 
 }  // namespace tevanto

@@ -67,7 +67,7 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
     socket_.set_option(websocket::stream_base::decorator(
         [](websocket::response_type& response) { response.set(http::field::server, kServerName); }));
     socket_.control_callback([this](websocket::frame_type kind, auto&&...) {
-      kind == websocket::frame_type::close ? this->closeFrameArrived() : this->controlFrameArrived();
+      kind == websocket::frame_type::close ? this->handleCloseFrame() : this->handleControlFrame();
     });
     // The request must stay until it has been answered.
     const std::shared_ptr<Request> request = std::move(request_);
@@ -121,7 +121,7 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
     const bool ended = error == http::error::end_of_stream || error == http::error::partial_message;
     // What the parser says of the request has an answer; what the socket says has not.
     const bool isHttp = error.category() == make_error_code(http::error::bad_method).category();
-    if (error && isHttp && !ended) return badRequestArrived();
+    if (error && isHttp && !ended) return handleBadRequest();
     if (error) return readFailed();
     const auto& head = request_->parser.get();
     RelayRequest request;
@@ -133,8 +133,8 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
       request.forwardedFor += field->value();
     }
     // A WebSocket's client may not speak before it has been answered.
-    if (request.isUpgrade && request_->buffer.size() != 0) return badRequestArrived();
-    requestArrived(request);
+    if (request.isUpgrade && request_->buffer.size() != 0) return handleBadRequest();
+    handleRequest(request);
   }
 
   /// Lets the other side read the answer before the socket is closed: bytes that were not read here would
@@ -151,7 +151,7 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
     RelayMessage message{{static_cast<const char*>(bytes.data()), bytes.size()}, socket_.got_text()};
     buffer_.consume(buffer_.size());
     if (buffer_.capacity() > kKeptBytes) buffer_.shrink_to_fit();
-    messageArrived(std::move(message));
+    handleMessage(std::move(message));
   }
 
   websocket::stream<Stream, false> socket_;

@@ -19,13 +19,13 @@ RelayConnection::~RelayConnection() {
 
 bool RelayConnection::admit() {
   // What a proxy passes on is counted once its request says for whom.
-  if (!context_->proxies.contains(peer_)) takePlace(peer_);
+  if (!context_->proxies.contains(peer_)) countClient(peer_);
   if (place_ || refused_ || context_->proxies.contains(peer_)) return true;
-  drop(SocketEnd::reset);
+  closeNow(SocketEnd::reset);
   return false;
 }
 
-void RelayConnection::takePlace(const IpAddress& client) {
+void RelayConnection::countClient(const IpAddress& client) {
   const auto key = client.clientKey();
   place_ = context_->addresses.enter(key);
   if (place_) return;
@@ -43,11 +43,11 @@ void RelayConnection::enterPhase(Phase phase, std::chrono::milliseconds deadline
   context_->wheel.schedule(*this, context_->now() + deadline);
 }
 
-void RelayConnection::requestArrived(const RelayRequest& request) {
+void RelayConnection::handleRequest(const RelayRequest& request) {
   if (phase_ != Phase::request) return;
-  if (!place_ && !refused_) takePlace(context_->proxies.clientOf(peer_, request.forwardedFor));
+  if (!place_ && !refused_) countClient(context_->proxies.clientOf(peer_, request.forwardedFor));
   auto target = parseRelayTarget(request.target);
-  if (!target) return badRequestArrived();
+  if (!target) return handleBadRequest();
   if (request.isUpgrade && target->path == "/connect") {
     target_ = std::make_unique<RelayTarget>(std::move(*target));
     enterPhase(Phase::upgrading, context_->options.limits.closeTimeout);
@@ -57,7 +57,7 @@ void RelayConnection::requestArrived(const RelayRequest& request) {
   answer(answerTo(request, target->path, context_->options.turn, context_->metrics, context_->wallClock()));
 }
 
-void RelayConnection::badRequestArrived() {
+void RelayConnection::handleBadRequest() {
   if (phase_ != Phase::request) return;
   ++context_->metrics.failedRequests;
   answer(HttpAnswer::badRequest());
@@ -79,7 +79,7 @@ void RelayConnection::upgraded(bool succeeded) {
   if (phase_ != Phase::upgrading) return;
   if (!succeeded) {
     ++context_->metrics.failedRequests;
-    return drop(SocketEnd::orderly);
+    return closeNow(SocketEnd::orderly);
   }
   const auto target = std::move(target_);
   phase_ = Phase::member;
@@ -90,17 +90,17 @@ void RelayConnection::upgraded(bool succeeded) {
   readMessage();
 }
 
-void RelayConnection::messageArrived(RelayMessage message) {
+void RelayConnection::handleMessage(RelayMessage message) {
   if (phase_ != Phase::member) return;
   context_->hub.forward(*this, std::move(message), context_->now());
   if (phase_ == Phase::member) readMessage();
 }
 
-void RelayConnection::controlFrameArrived() {
+void RelayConnection::handleControlFrame() {
   if (phase_ == Phase::member) context_->hub.controlFrame(*this, context_->now());
 }
 
-void RelayConnection::closeFrameArrived() {
+void RelayConnection::handleCloseFrame() {
   if (phase_ != Phase::member) return;
   context_->hub.leave(*this);
   enterPhase(Phase::leaving, context_->options.limits.closeTimeout);
@@ -111,7 +111,7 @@ void RelayConnection::deliver(RelayMessage message) {
   if (!outgoing_.push(std::move(message))) {
     ++context_->metrics.slowReaders;
     // It does not read: neither would it read a close frame, nor may the system keep what it was sent.
-    return drop(SocketEnd::reset);
+    return closeNow(SocketEnd::reset);
   }
   if (outgoing_.count() == 1) writeMessage(outgoing_.front());
 }
@@ -119,7 +119,7 @@ void RelayConnection::deliver(RelayMessage message) {
 void RelayConnection::messageWritten(bool succeeded) {
   outgoing_.pop();
   if (phase_ != Phase::member) return;
-  if (!succeeded) return drop(SocketEnd::orderly);
+  if (!succeeded) return closeNow(SocketEnd::orderly);
   if (!outgoing_.isEmpty()) writeMessage(outgoing_.front());
 }
 
@@ -135,7 +135,7 @@ void RelayConnection::readFailed() {
   // A connection that is being closed ends when its close frame has been answered or its time is over.
   if (phase_ == Phase::closing) return;
   if (phase_ == Phase::request) ++context_->metrics.failedRequests;
-  drop(SocketEnd::orderly);
+  closeNow(SocketEnd::orderly);
 }
 
 void RelayConnection::goAway() {
@@ -145,7 +145,7 @@ void RelayConnection::goAway() {
       return close(CloseReason::goingAway);
     case Phase::request:
     case Phase::upgrading:
-      return drop(SocketEnd::orderly);
+      return closeNow(SocketEnd::orderly);
     case Phase::answering:
     case Phase::closing:
     case Phase::leaving:
@@ -157,10 +157,10 @@ void RelayConnection::goAway() {
 void RelayConnection::due(TimerWheel::TimePoint now) {
   if (phase_ == Phase::member) return context_->hub.pingDue(*this, now);
   if (phase_ == Phase::request) ++context_->metrics.failedRequests;
-  drop(SocketEnd::orderly);
+  closeNow(SocketEnd::orderly);
 }
 
-void RelayConnection::drop(SocketEnd end) {
+void RelayConnection::closeNow(SocketEnd end) {
   if (std::exchange(phase_, Phase::ended) == Phase::ended) return;
   TimerWheel::cancel(*this);
   context_->hub.leave(*this);

@@ -37,7 +37,7 @@ class RelayConnection : public RelayMember {
   /// The relay ends: a member is told, an answer on its way is finished, the rest is dropped.
   void goAway();
   /// Ends without a word.
-  void abandon() { drop(SocketEnd::orderly); }
+  void closeNow() { closeNow(SocketEnd::orderly); }
 
   void deliver(RelayMessage message) final;
   void ping() final;
@@ -54,28 +54,28 @@ class RelayConnection : public RelayMember {
   virtual void writeClose(CloseCode code) = 0;
   virtual void closeSocket(SocketEnd end) = 0;
 
-  void requestArrived(const RelayRequest& request);
-  void badRequestArrived();
+  void handleRequest(const RelayRequest& request);
+  void handleBadRequest();
   void upgraded(bool succeeded);
-  void messageArrived(RelayMessage message);
-  void controlFrameArrived();
+  void handleMessage(RelayMessage message);
+  void handleControlFrame();
   /// The member leaves; the transport answers its close frame, and reports the end of the stream.
-  void closeFrameArrived();
+  void handleCloseFrame();
   void messageWritten(bool succeeded);
   /// The stream ended, in order or not.
   void readFailed();
   /// The answer or the close frame has been sent, and the other side has taken it or is gone.
-  void finished() { drop(SocketEnd::orderly); }
+  void finished() { closeNow(SocketEnd::orderly); }
 
  private:
   enum class Phase : unsigned char { request, answering, upgrading, member, closing, leaving, ended };
 
   void due(TimerWheel::TimePoint now) final;
   void enterPhase(Phase phase, std::chrono::milliseconds deadline);
-  void takePlace(const IpAddress& client);
+  void countClient(const IpAddress& client);
   void answer(HttpAnswer answer);
   std::optional<CloseReason> refusal(const RelayTarget& target) const;
-  void drop(SocketEnd end);
+  void closeNow(SocketEnd end);
 
   const std::shared_ptr<RelayContext> context_;
   const IpAddress peer_;

@@ -48,7 +48,7 @@ bool RelayHub::controlFrame(RelayMember& from, TimePoint now) {
 void RelayHub::pingDue(RelayMember& member, TimePoint now) {
   if (member.unansweredPings_ >= limits_.unansweredPings) {
     ++metrics_.silentMembers;
-    return end(member, CloseReason::silent);
+    return close(member, CloseReason::silent);
   }
   ++member.unansweredPings_;
   wheel_.schedule(member, now + limits_.pingInterval);
@@ -68,11 +68,11 @@ bool RelayHub::admits(RelayMember& from, TimePoint now) {
   if (!from.seat_) return false;
   if (from.bucket_.take(now)) return true;
   ++metrics_.rateLimitedMembers;
-  end(from, CloseReason::tooManyMessages);
+  close(from, CloseReason::tooManyMessages);
   return false;
 }
 
-void RelayHub::end(RelayMember& member, CloseReason reason) {
+void RelayHub::close(RelayMember& member, CloseReason reason) {
   leave(member);
   member.close(reason);
 }

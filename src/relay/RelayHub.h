@@ -38,7 +38,7 @@ class RelayHub {
 
  private:
   bool admits(RelayMember& from, TimePoint now);
-  void end(RelayMember& member, CloseReason reason);
+  void close(RelayMember& member, CloseReason reason);
   void count(const RoomTable::Seat& seat, int change);
   std::chrono::milliseconds firstPingDelay() const;
 

@@ -107,13 +107,13 @@ class RelayServer::Core : public std::enable_shared_from_this<RelayServer::Core>
     connectionEnded();
   }
 
-  void abandon() {
+  void stopNow() {
     listener_->close();
     tick_.cancel();
     deadline_.cancel();
     shared_->onConnectionEnded = nullptr;
     const std::vector<RelayConnection*> all(shared_->connections.begin(), shared_->connections.end());
-    for (auto* connection : all) connection->abandon();
+    for (auto* connection : all) connection->closeNow();
   }
 
  private:
@@ -180,7 +180,7 @@ Result<std::unique_ptr<RelayServer>> RelayServer::create(EventLoop& loop, RelayO
   return std::unique_ptr<RelayServer>(new RelayServer(std::move(core)));
 }
 
-RelayServer::~RelayServer() { core_->abandon(); }
+RelayServer::~RelayServer() { core_->stopNow(); }
 
 std::vector<std::string> RelayServer::endpoints() const {
   std::vector<std::string> texts;

@@ -48,7 +48,7 @@ void TlsSocket::explain(int result, Outcome& outcome) const {
   }
 }
 
-int TlsSocket::sayEnd() const {
+int TlsSocket::sendCloseNotify() const {
   const int said = ::SSL_shutdown(ssl_.get());
   return said == 0 ? ::SSL_shutdown(ssl_.get()) : said;
 }

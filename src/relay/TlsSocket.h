@@ -41,7 +41,7 @@ class TlsSocket {
   /// Says that nothing more will come, and waits for the other side to say so. Calls `done(Error)`.
   template <class Handler>
   void async_shutdown(Handler&& done) {
-    start<void(Error)>([this](std::size_t&) { return sayEnd(); }, std::forward<Handler>(done));
+    start<void(Error)>([this](std::size_t&) { return sendCloseNotify(); }, std::forward<Handler>(done));
   }
   template <class Buffers, class Token>
   auto async_read_some(const Buffers& buffers, Token&& token) {
@@ -134,7 +134,7 @@ class TlsSocket {
   }
   bool begin(Outcome& outcome) const;
   void explain(int result, Outcome& outcome) const;
-  int sayEnd() const;
+  int sendCloseNotify() const;
 
   struct Free {
     void operator()(SSL* ssl) const { ::SSL_free(ssl); }

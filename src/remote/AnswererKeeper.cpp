@@ -50,7 +50,7 @@ void AnswererKeeper::channelChanged(const std::shared_ptr<MessageChannel>& chann
   callbacks_.onChannelState(channel, state);
 }
 
-void AnswererKeeper::drop(const std::shared_ptr<MessageChannel>& channel) {
+void AnswererKeeper::close(const std::shared_ptr<MessageChannel>& channel) {
   if (channel && channel == webRTCAnswerer_.channel) failed();
 }
 

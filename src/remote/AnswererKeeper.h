@@ -40,7 +40,7 @@ class AnswererKeeper final : public QueueBound<AnswererKeeper> {
   /// Makes an answerer that waits in `room`, unless there is one.
   void start(const std::string& room);
   /// Ends `channel`, if it is the answerer's, as if it had failed.
-  void drop(const std::shared_ptr<MessageChannel>& channel);
+  void close(const std::shared_ptr<MessageChannel>& channel);
   /// Ends the answerer and makes no other; nobody is told. May be called twice.
   void stop();
 

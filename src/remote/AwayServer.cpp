@@ -35,9 +35,9 @@ void AwayServer::withdraw(const std::string& code) {
   onMain(invite_, [code](PairingInvitePublisher& publisher) { publisher.withdraw(code); });
 }
 
-void AwayServer::drop(const std::shared_ptr<MessageChannel>& channel) {
+void AwayServer::close(const std::shared_ptr<MessageChannel>& channel) {
   droppedChannel_ = channel;
-  onMain(answerer_, [channel](AnswererKeeper& answerer) { answerer.drop(channel); });
+  onMain(answerer_, [channel](AnswererKeeper& answerer) { answerer.close(channel); });
 }
 
 bool AwayServer::hasDropped(const std::shared_ptr<MessageChannel>& channel) const {

@@ -26,7 +26,7 @@ class AwayServer {
   /// Takes back the invite of a code that a phone has paired with.
   void withdraw(const std::string& code);
   /// Ends `channel`, whose place another answerer's takes.
-  void drop(const std::shared_ptr<MessageChannel>& channel);
+  void close(const std::shared_ptr<MessageChannel>& channel);
   /// Whether `channel` is the one that was dropped last. Its `ready` may have been on its way by then.
   bool hasDropped(const std::shared_ptr<MessageChannel>& channel) const;
   /// Ends the answerer and publishes nothing any more. May be called twice.

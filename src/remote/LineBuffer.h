@@ -22,7 +22,7 @@ class LineBuffer {
   /// Calls `visit(std::string_view)`, which answers whether to go on, for each line that `bytes` complete,
   /// without its line feed. False when a line exceeds the maximum, or when there is no memory for the rest.
   template <class Visit>
-  [[nodiscard]] bool take(std::span<const std::byte> bytes, Visit visit) {
+  [[nodiscard]] bool feed(std::span<const std::byte> bytes, Visit visit) {
     std::string_view rest(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     while (!rest.empty()) {
       const std::size_t length = rest.find('\n');

@@ -30,7 +30,7 @@ void LineProtocolConnection::start(std::shared_ptr<SerialQueue> queue) {
 
 void LineProtocolConnection::received(const Received& received) {
   if (closed_) return;
-  const bool held = buffer_.take(received.bytes, [this](std::string_view line) { return decodeLine(line); });
+  const bool held = buffer_.feed(received.bytes, [this](std::string_view line) { return decodeLine(line); });
   if (!held) return close();
   // A fault does not stop this: the connection announces its end as a state.
   if (!closed_ && !received.endOfStream) connection_->receive(kReadBytes);

@@ -218,7 +218,7 @@ void MacRemoteServer::channelReady() {
 void MacRemoteServer::closeChannel() {
   assertOnQueue();
   if (!channel_) return;
-  if (channelIsAway_) return away_->drop(channel_);
+  if (channelIsAway_) return away_->close(channel_);
   channel_->close();
 }
 

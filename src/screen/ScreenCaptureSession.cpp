@@ -65,7 +65,7 @@ void ScreenCaptureSession::wireCapture() {
       [weak = std::weak_ptr(encoder_), refinement = std::weak_ptr(refinement_)](
           const auto& pixelBuffer, PresentationTime time, std::int64_t width, std::int64_t height) {
         if (const auto encoder = weak.lock()) encoder->encode(pixelBuffer, time, width, height);
-        if (const auto alive = refinement.lock()) alive->pictureCame(pixelBuffer.get());
+        if (const auto alive = refinement.lock()) alive->onPicture(pixelBuffer.get());
       });
 }
 

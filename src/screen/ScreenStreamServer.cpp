@@ -146,7 +146,7 @@ void ScreenStreamServer::accept(std::unique_ptr<TcpConnection> connection) {
     if (const auto sender = weak.lock(); sender && isEnd) self.connectionEnded(sender);
   });
   framed->onData = weakCall([weak](ScreenStreamServer& self, std::span<const std::byte> message) {
-    if (const auto sender = weak.lock()) self.take({sender, nullptr}, message);
+    if (const auto sender = weak.lock()) self.handleMessage({sender, nullptr}, message);
   });
   framed->start(queue());
   helloTimer_ = queue()->asyncAfter(kHelloTimeout, weakCall([weak](ScreenStreamServer& self) {
@@ -189,7 +189,7 @@ void ScreenStreamServer::listenTo(const std::shared_ptr<ScreenTransport>& transp
   transport->onScreenData = weakCall([weak](ScreenStreamServer& self, std::span<const std::byte> message) {
     self.post([weak, bytes = std::vector(message.begin(), message.end())](ScreenStreamServer& server) {
       const auto sender = weak.lock();
-      if (sender && !server.stopped_) server.take({nullptr, sender}, bytes);
+      if (sender && !server.stopped_) server.handleMessage({nullptr, sender}, bytes);
     });
   });
   transport->onScreenChannelState = weakCall([weak](ScreenStreamServer& self, bool isOpen) {
@@ -198,7 +198,7 @@ void ScreenStreamServer::listenTo(const std::shared_ptr<ScreenTransport>& transp
   });
 }
 
-void ScreenStreamServer::take(const Sender& sender, std::span<const std::byte> message) {
+void ScreenStreamServer::handleMessage(const Sender& sender, std::span<const std::byte> message) {
   const auto type = screenMessageType(message);
   if (!type) return;
   switch (*type) {
@@ -209,14 +209,14 @@ void ScreenStreamServer::take(const Sender& sender, std::span<const std::byte> m
       session_->requestKeyframe();
       return session_->requestRefresh();
     case ScreenMessageType::hello:
-      return takeHello(sender, message.subspan(1));
+      return handleHello(sender, message.subspan(1));
     case ScreenMessageType::parameterSets:
     case ScreenMessageType::videoFrame:
       return;
   }
 }
 
-void ScreenStreamServer::takeHello(const Sender& sender, std::span<const std::byte> body) {
+void ScreenStreamServer::handleHello(const Sender& sender, std::span<const std::byte> body) {
   const auto hello = decodeHello(body);
   if (!hello) return;
   if (!environment_.mayWatch(hello->token)) {

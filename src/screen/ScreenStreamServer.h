@@ -102,8 +102,8 @@ class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<S
   void accept(std::unique_ptr<TcpConnection> connection);
   void connectionEnded(const std::shared_ptr<FramedConnection>& ended);
   void listenTo(const std::shared_ptr<ScreenTransport>& transport);
-  void take(const Sender& sender, std::span<const std::byte> message);
-  void takeHello(const Sender& sender, std::span<const std::byte> body);
+  void handleMessage(const Sender& sender, std::span<const std::byte> message);
+  void handleHello(const Sender& sender, std::span<const std::byte> body);
   void helloOverdue(const std::shared_ptr<FramedConnection>& late);
   void promote(const std::shared_ptr<FramedConnection>& sender);
   void startSession(const std::shared_ptr<void>& owner, const StreamProfile& profile, ScreenRoute route);

@@ -13,15 +13,15 @@ using namespace std::chrono_literals;
 /// Writes down what the connection asks of its transport; the test plays what the transport reports.
 class RecordingConnection final : public RelayConnection {
  public:
-  using RelayConnection::badRequestArrived;
-  using RelayConnection::closeFrameArrived;
-  using RelayConnection::controlFrameArrived;
   using RelayConnection::finished;
-  using RelayConnection::messageArrived;
+  using RelayConnection::handleBadRequest;
+  using RelayConnection::handleCloseFrame;
+  using RelayConnection::handleControlFrame;
+  using RelayConnection::handleMessage;
+  using RelayConnection::handleRequest;
   using RelayConnection::messageWritten;
   using RelayConnection::readFailed;
   using RelayConnection::RelayConnection;
-  using RelayConnection::requestArrived;
   using RelayConnection::upgraded;
 
   std::vector<std::string> calls;
@@ -74,7 +74,7 @@ class RelayConnectionTest : public testing::Test {
   Connection member(const std::string& room, const std::string& role, const std::string& forwardedFor = "",
                     const char* address = "192.0.2.1") {
     auto made = accept(address);
-    made->requestArrived(request("/connect?room=" + room + "&role=" + role, true, forwardedFor));
+    made->handleRequest(request("/connect?room=" + room + "&role=" + role, true, forwardedFor));
     made->upgraded(true);
     return made;
   }
@@ -85,7 +85,7 @@ class RelayConnectionTest : public testing::Test {
 
 TEST_F(RelayConnectionTest, answersARequestAndEnds) {
   const auto connection = accept();
-  connection->requestArrived(request("/healthz", false));
+  connection->handleRequest(request("/healthz", false));
   EXPECT_THAT(connection->takeCalls(), ElementsAre("readRequest", "answer 200"));
   connection->finished();
   EXPECT_THAT(connection->takeCalls(), ElementsAre("end"));
@@ -101,13 +101,13 @@ TEST_F(RelayConnectionTest, givesARequestTenSeconds) {
   EXPECT_THAT(connection->takeCalls(), ElementsAre("end"));
   EXPECT_EQ(context->metrics.failedRequests, 1u);
   EXPECT_THAT(context->connections, IsEmpty());
-  connection->requestArrived(request("/healthz", false));
+  connection->handleRequest(request("/healthz", false));
   EXPECT_THAT(connection->takeCalls(), IsEmpty());
 }
 
 TEST_F(RelayConnectionTest, givesAnAnswerTwoSecondsToBeTaken) {
   const auto connection = accept();
-  connection->requestArrived(request("/metrics", false));
+  connection->handleRequest(request("/metrics", false));
   connection->takeCalls();
   pass(1900ms);
   EXPECT_THAT(connection->takeCalls(), IsEmpty());
@@ -117,7 +117,7 @@ TEST_F(RelayConnectionTest, givesAnAnswerTwoSecondsToBeTaken) {
 
 TEST_F(RelayConnectionTest, givesAnUpgradeTwoSecondsToBeTaken) {
   const auto connection = accept();
-  connection->requestArrived(request("/connect?room=a&role=mac", true));
+  connection->handleRequest(request("/connect?room=a&role=mac", true));
   EXPECT_THAT(connection->takeCalls(), ElementsAre("readRequest", "acceptUpgrade"));
   pass(2s);
   EXPECT_THAT(connection->takeCalls(), ElementsAre("end"));
@@ -132,7 +132,7 @@ TEST_F(RelayConnectionTest, refusesBadTargetsOncePerKind) {
            {"/connect?room=a&role=mac", false, "answer 426"},
            {"/other", true, "answer 404"}}) {
     const auto connection = accept();
-    connection->requestArrived(request(target, upgrade));
+    connection->handleRequest(request(target, upgrade));
     EXPECT_THAT(connection->takeCalls(), ElementsAre("readRequest", call)) << target;
   }
 }
@@ -140,7 +140,7 @@ TEST_F(RelayConnectionTest, refusesBadTargetsOncePerKind) {
 TEST_F(RelayConnectionTest, saysInACloseCodeWhatIsWrongWithRoomOrRole) {
   for (const auto& query : {"", "?room=a", "?role=mac", "?room=&role=mac", "?room=a&role=tv"}) {
     const auto connection = accept();
-    connection->requestArrived(request(std::string("/connect") + query, true));
+    connection->handleRequest(request(std::string("/connect") + query, true));
     connection->upgraded(true);
     EXPECT_THAT(connection->takeCalls(), ElementsAre("readRequest", "acceptUpgrade", "close 1008")) << query;
   }
@@ -149,7 +149,7 @@ TEST_F(RelayConnectionTest, saysInACloseCodeWhatIsWrongWithRoomOrRole) {
 
 TEST_F(RelayConnectionTest, endsWhenTheUpgradeFails) {
   const auto connection = accept();
-  connection->requestArrived(request("/connect?room=a&role=mac", true));
+  connection->handleRequest(request("/connect?room=a&role=mac", true));
   connection->upgraded(false);
   EXPECT_THAT(connection->takeCalls(), ElementsAre("readRequest", "acceptUpgrade", "end"));
   EXPECT_EQ(context->metrics.failedRequests, 1u);
@@ -159,24 +159,24 @@ TEST_F(RelayConnectionTest, writesOneMessageAtATime) {
   const auto mac = member("a", "mac");
   const auto phone = member("a", "phone");
   phone->takeCalls();
-  for (const auto* text : {"1", "2", "3"}) mac->messageArrived({text, true});
+  for (const auto* text : {"1", "2", "3"}) mac->handleMessage({text, true});
   EXPECT_THAT(phone->takeCalls(), ElementsAre("write 1"));
   phone->messageWritten(true);
   phone->messageWritten(true);
   phone->messageWritten(true);
   EXPECT_THAT(phone->takeCalls(), ElementsAre("write 2", "write 3"));
-  mac->messageArrived({"4", true});
+  mac->handleMessage({"4", true});
   EXPECT_THAT(phone->takeCalls(), ElementsAre("write 4"));
 }
 
 TEST_F(RelayConnectionTest, dropsAReaderThatHasAMegabyteWaiting) {
   const auto mac = member("a", "mac");
   const auto phone = member("a", "phone");
-  for (int i = 0; i < 4; ++i) mac->messageArrived({std::string(256 * 1024, 'x'), true});
+  for (int i = 0; i < 4; ++i) mac->handleMessage({std::string(256 * 1024, 'x'), true});
   EXPECT_EQ(context->metrics.slowReaders, 0u);
   mac->takeCalls();
   phone->takeCalls();
-  mac->messageArrived({"x", true});
+  mac->handleMessage({"x", true});
   EXPECT_THAT(phone->takeCalls(), ElementsAre("reset"));
   EXPECT_THAT(mac->takeCalls(), ElementsAre("readMessage"));
   EXPECT_EQ(context->metrics.slowReaders, 1u);
@@ -204,8 +204,8 @@ TEST_F(RelayConnectionTest, takesNothingMoreFromWhomItCloses) {
   const auto phone = member("a", "phone");
   older->takeCalls();
   phone->takeCalls();
-  older->messageArrived({"late", true});
-  older->controlFrameArrived();
+  older->handleMessage({"late", true});
+  older->handleControlFrame();
   EXPECT_THAT(older->takeCalls(), IsEmpty());
   EXPECT_THAT(phone->takeCalls(), IsEmpty());
 }
@@ -214,9 +214,9 @@ TEST_F(RelayConnectionTest, leavesTheRoomWithItsCloseFrame) {
   const auto mac = member("a", "mac");
   const auto other = member("a", "phone");
   mac->takeCalls();
-  mac->closeFrameArrived();
+  mac->handleCloseFrame();
   EXPECT_EQ(context->metrics.macMembers, 0u);
-  other->messageArrived({"too late", true});
+  other->handleMessage({"too late", true});
   EXPECT_THAT(mac->takeCalls(), IsEmpty());
   mac->readFailed();  // once the close frame has been answered
   EXPECT_THAT(mac->takeCalls(), ElementsAre("end"));
@@ -224,7 +224,7 @@ TEST_F(RelayConnectionTest, leavesTheRoomWithItsCloseFrame) {
 
 TEST_F(RelayConnectionTest, givesWhoLeavesTwoSecondsToHangUp) {
   const auto mac = member("a", "mac");
-  mac->closeFrameArrived();
+  mac->handleCloseFrame();
   mac->goAway();
   mac->takeCalls();
   pass(2s);
@@ -236,7 +236,7 @@ TEST_F(RelayConnectionTest, freesTheSeatWhenTheStreamEnds) {
   const auto phone = member("a", "phone");
   mac->readFailed();
   EXPECT_EQ(context->metrics.macMembers, 0u);
-  phone->messageArrived({"anybody?", true});
+  phone->handleMessage({"anybody?", true});
   EXPECT_EQ(context->metrics.messagesToNobody, 1u);
 }
 
@@ -252,7 +252,7 @@ TEST_F(RelayConnectionTest, pingsAMemberAndEndsASilentOne) {
 TEST_F(RelayConnectionTest, goesAwayByPhase) {
   const auto waiting = accept();
   const auto answering = accept();
-  answering->requestArrived(request("/healthz", false));
+  answering->handleRequest(request("/healthz", false));
   const auto mac = member("a", "mac");
   for (auto* connection : {waiting.get(), answering.get(), mac.get()}) {
     connection->takeCalls();
@@ -282,7 +282,7 @@ TEST_F(RelayConnectionLimitTest, tellsAnAddressThatItHasTooMany) {
   const auto third = member("c", "mac");
   EXPECT_THAT(third->takeCalls(), ElementsAre("readRequest", "acceptUpgrade", "close 1013"));
   const auto plain = accept();
-  plain->requestArrived(request("/turn-credentials", false));
+  plain->handleRequest(request("/turn-credentials", false));
   EXPECT_THAT(plain->takeCalls(), ElementsAre("readRequest", "answer 503"));
   EXPECT_EQ(context->metrics.refusedConnections, 2u);
   const auto other = member("c", "mac", "", "192.0.2.2");

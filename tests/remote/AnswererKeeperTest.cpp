@@ -192,10 +192,10 @@ TEST_F(AnswererKeeperTest, hearsNothingOfAnEarlierOne) {
 TEST_F(AnswererKeeperTest, dropsItsOwnChannelAsIfItHadFailed) {
   start();
   const auto transport = answerers.last();
-  keeper->drop(std::make_shared<FakeAwayTransport>());
-  keeper->drop(nullptr);
+  keeper->close(std::make_shared<FakeAwayTransport>());
+  keeper->close(nullptr);
   EXPECT_EQ(transport->closes, 0);
-  keeper->drop(transport);
+  keeper->close(transport);
   EXPECT_EQ(transport->closes, 1);
   ASSERT_EQ(states.size(), 1u);
   EXPECT_EQ(states[0].second, ChannelState::failed);

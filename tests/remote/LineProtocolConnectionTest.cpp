@@ -232,7 +232,7 @@ TEST(LineBuffer, holdsOnlyTheLineThatIsNotComplete) {
   LineBuffer buffer;
   std::vector<std::string> lines;
   const auto take = [&](std::string_view text) {
-    return buffer.take(std::as_bytes(std::span(text.data(), text.size())), [&](std::string_view one) {
+    return buffer.feed(std::as_bytes(std::span(text.data(), text.size())), [&](std::string_view one) {
       lines.emplace_back(one);
       return true;
     });

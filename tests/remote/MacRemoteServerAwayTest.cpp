@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 using test::FakeAwayTransport;
 using Types = std::vector<std::string>;
 
-/// A phone that comes by the away road, beside those that come by the local network.
+/// A phone on another network, beside those on the local network.
 class MacRemoteServerAwayTest : public test::RemoteServerTest {
  protected:
   std::shared_ptr<FakeAwayTransport> transport() { return answerers_.last(); }
@@ -28,7 +28,7 @@ class MacRemoteServerAwayTest : public test::RemoteServerTest {
     for (const auto& message : std::exchange(channel.sent, {})) types.push_back(message.type);
     return types;
   }
-  /// A paired phone that is connected by the away road.
+  /// A paired phone that is connected from another network.
   std::shared_ptr<FakeAwayTransport> awayPhone() {
     storeToken();
     start();
@@ -187,7 +187,7 @@ TEST_F(MacRemoteServerAwayTest, makesRoomForALocalPhoneThatComesLast) {
   EXPECT_EQ(phone.replyTypes(), Types{"powerState"});
   EXPECT_TRUE(former->sent.empty());
   main_->advance(1500ms);
-  EXPECT_EQ(answerers_.rooms.size(), 2u) << "the phone may come back by that road";
+  EXPECT_EQ(answerers_.rooms.size(), 2u) << "the phone may come back that way";
   expectConnected();
 }
 

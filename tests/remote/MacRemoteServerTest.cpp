@@ -50,7 +50,7 @@ TEST_F(MacRemoteServerTest, saysAtTheStartWhenThePermissionIsMissing) {
   EXPECT_EQ(statusText(), "Starting");
 }
 
-TEST_F(MacRemoteServerTest, listensAdvertisesAndOpensTheAwayRoad) {
+TEST_F(MacRemoteServerTest, listensAdvertisesAndOpensTheAwayAccess) {
   start();
   EXPECT_EQ(server_->port.get(), 51637);
   ASSERT_EQ(advertiser_.advertised.size(), 1u);

@@ -1,4 +1,4 @@
-// The whole road on real sockets and real threads: a display that never rests, an encoder on a thread of its
+// The whole path on real sockets and real threads: a display that never rests, an encoder on a thread of its
 // own, and phones that come, go and stall. Run under ThreadSanitizer too.
 
 #include <gtest/gtest.h>
@@ -51,7 +51,7 @@ class FollowingDecoder {
   /// False when a check failed.
   bool take(std::span<const std::byte> message) {
     const auto body = message.subspan(1);
-    if (screenMessageType(message) == ScreenMessageType::parameterSets) return takeParameterSets(body);
+    if (screenMessageType(message) == ScreenMessageType::parameterSets) return handleParameterSets(body);
     return takeFrame(body);
   }
 
@@ -60,7 +60,7 @@ class FollowingDecoder {
   int gaps = 0;
 
  private:
-  bool takeParameterSets(std::span<const std::byte> body) {
+  bool handleParameterSets(std::span<const std::byte> body) {
     const auto sets = decodeParameterSets(body);
     EXPECT_TRUE(sets);
     announced_ = sets ? readBigEndian<std::uint32_t>(sets->sps) : 0;

@@ -51,11 +51,11 @@ class Channels {
 
  private:
   struct Delegate final : DataChannelMessaging::Delegate {
-    void messageArrived(RemoteMessage message) override { messages.push_back(std::move(message)); }
-    void screenDataArrived(std::span<const std::byte> message) override {
+    void didReceiveMessage(RemoteMessage message) override { messages.push_back(std::move(message)); }
+    void didReceiveScreenData(std::span<const std::byte> message) override {
       screenMessages.push_back(stringOf(message));
     }
-    void relayScreenBytesArrived(std::uint64_t) override {}
+    void didReceiveRelayScreenBytes(std::uint64_t) override {}
     void screenDataArriving() override {}
 
     std::vector<RemoteMessage> messages;

@@ -197,7 +197,7 @@ TEST(PacketVectors, arePutTogetherAgain) {
     std::string message;
     for (const auto& packet : listOfBytes(vector.at("packets"))) {
       EXPECT_EQ(message, "") << "before the last packet";
-      if (const auto whole = receiver.take(spanOf(packet), {})) message = stringOf(*whole);
+      if (const auto whole = receiver.add(spanOf(packet), {})) message = stringOf(*whole);
     }
     EXPECT_EQ(message, bytesOfSample(vector.value().at("message")));
   }
@@ -238,7 +238,7 @@ TEST(PacketVectors, areReadAsStreams) {
       const std::chrono::duration<double> at(step.at("at").to_number<double>());
       const auto packet = bytesOfSample(step.at("bytes"));
       const auto now = start + std::chrono::duration_cast<SerialQueue::Duration>(at);
-      if (const auto message = receiver.take(spanOf(packet), now)) received.push_back(stringOf(*message));
+      if (const auto message = receiver.add(spanOf(packet), now)) received.push_back(stringOf(*message));
     }
     EXPECT_EQ(received, listOfBytes(vector.value()));
   }

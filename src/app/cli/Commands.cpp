@@ -16,14 +16,14 @@ namespace tevanto {
 namespace {
 
 /// Beyond the longest of the checks, the TURN servers: credentials, then an allocation.
-constexpr auto kDoctorPatience = std::chrono::seconds(15);
+constexpr auto kDoctorTimeout = std::chrono::seconds(15);
 
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
-Result<std::optional<ControlReply>> ask(const ControlRequest& request) {
+Result<std::optional<IpcReply>> ask(const IpcRequest& request) {
   const auto folder = runtimeFolder();
   if (!folder) return Failure{folder.error()};
-  return askCompanion(controlSocketIn(folder.value()), request);
+  return askCompanion(ipcSocketIn(folder.value()), request);
 }
 
 /// What the desktop gave to the program that it started, so that its window may come forward: on Wayland, on
@@ -37,7 +37,7 @@ std::string activationToken() {
 }
 
 /// Asks, and complains where that does not bring an answer. `code` then tells how to end.
-std::optional<ControlReply> askOrComplain(const ControlRequest& request, ExitCode& code) {
+std::optional<IpcReply> askOrComplain(const IpcRequest& request, ExitCode& code) {
   auto answer = ask(request);
   if (!answer) {
     code = complain(answer.error());
@@ -65,8 +65,8 @@ ExitCode getDefault(const UserDefaults& defaults, const std::string& key) {
 }
 
 /// A companion that runs learns of the change; without one there is nobody to tell.
-ExitCode tellCompanion() {
-  const auto answer = ask({ControlRequest::Kind::reloadDefaults});
+ExitCode reloadCompanion() {
+  const auto answer = ask({IpcRequest::Kind::reloadDefaults});
   if (answer) return ExitCode::done;
   return complain("The setting is stored, but the running companion does not know of it: " + answer.error());
 }
@@ -75,20 +75,20 @@ ExitCode setDefault(UserDefaults& defaults, const DefaultsOptions& options) {
   auto value = defaultsValueFrom(options.value, options.type);
   if (!value) return complain(value.error(), ExitCode::usage);
   const auto stored = defaults.set(options.key, std::move(value).value());
-  return stored ? tellCompanion() : complain(stored.error());
+  return stored ? reloadCompanion() : complain(stored.error());
 }
 
 ExitCode removeDefault(UserDefaults& defaults, const std::string& key) {
   if (!defaults.value(key)) return complain("There is no setting \"" + key + "\" to remove.");
   const auto removed = defaults.remove(key);
-  return removed ? tellCompanion() : complain(removed.error());
+  return removed ? reloadCompanion() : complain(removed.error());
 }
 
 }  // namespace
 
 ExitCode runStatus(const StatusOptions& options) {
   auto code = ExitCode::done;
-  const auto reply = askOrComplain({ControlRequest::Kind::status}, code);
+  const auto reply = askOrComplain({IpcRequest::Kind::status}, code);
   if (!reply) return code;
   if (!reply->ok || !reply->status) return complain(reply->error);
   print(options.json ? encodeCompanionStatus(*reply->status) + "\n" : statusLines(*reply->status));
@@ -97,7 +97,7 @@ ExitCode runStatus(const StatusOptions& options) {
 
 ExitCode runKeepAwake(const KeepAwakeOptions& options) {
   auto code = ExitCode::done;
-  const auto reply = askOrComplain({ControlRequest::Kind::keepAwake, options.on}, code);
+  const auto reply = askOrComplain({IpcRequest::Kind::keepAwake, options.on}, code);
   if (!reply) return code;
   if (!reply->ok) return complain(reply->error);
   print((reply->status ? reply->status->keepAwakeStatusText : std::string("done")) + "\n");
@@ -120,7 +120,7 @@ ExitCode runDefaults(const DefaultsOptions& options, UserDefaults& defaults) {
 
 void runDoctor(const std::vector<DoctorCheck>& checks, bool json) {
   std::vector<DoctorFinding> findings;
-  tryChecks(checks, kDoctorPatience, [&](DoctorFinding finding) {
+  tryChecks(checks, kDoctorTimeout, [&](DoctorFinding finding) {
     if (!json) std::printf("%s\n", doctorLine(finding).c_str());
     std::fflush(stdout);
     findings.push_back(std::move(finding));
@@ -131,8 +131,8 @@ void runDoctor(const std::vector<DoctorCheck>& checks, bool json) {
 }
 
 std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& folder) {
-  const auto answer = askCompanion(controlSocketIn(folder), {.kind = ControlRequest::Kind::showSetupWindow,
-                                                             .activationToken = activationToken()});
+  const auto answer = askCompanion(
+      ipcSocketIn(folder), {.kind = IpcRequest::Kind::showSetupWindow, .activationToken = activationToken()});
   if (!answer) return complain(answer.error());
   const auto& reply = answer.value();
   if (!reply) return std::nullopt;
@@ -143,7 +143,7 @@ std::optional<ExitCode> handOverToRunningCompanion(const std::filesystem::path& 
 }
 
 bool askToGiveWay(const std::filesystem::path& folder) {
-  const auto answer = askCompanion(controlSocketIn(folder), {ControlRequest::Kind::giveWay});
+  const auto answer = askCompanion(ipcSocketIn(folder), {IpcRequest::Kind::giveWay});
   return answer && answer.value() && answer.value()->ok;
 }
 

@@ -11,7 +11,7 @@
 namespace tevanto {
 namespace {
 
-constexpr auto kHandOverPatience = std::chrono::seconds(5);
+constexpr auto kHandOverTimeout = std::chrono::seconds(5);
 constexpr auto kPause = std::chrono::milliseconds(50);
 
 }  // namespace
@@ -20,7 +20,7 @@ ExitCode runSingleCompanion(bool wantsDisplay,
                             const std::function<ExitCode(const std::filesystem::path& folder)>& run) {
   const auto folder = runtimeFolder();
   if (!folder) return complain(folder.error());
-  const auto deadline = std::chrono::steady_clock::now() + kHandOverPatience;
+  const auto deadline = std::chrono::steady_clock::now() + kHandOverTimeout;
   do {
     const auto lock = CompanionLock::tryAcquire(folder.value());
     if (!lock) return complain(lock.error());

@@ -25,7 +25,7 @@ using Fetched = std::shared_future<std::vector<Result<Servers>>>;
 
 /// A relay's answer must not make us call half the world.
 constexpr std::size_t kMostAtOnce = 8;
-constexpr auto kCloudPatience = std::chrono::seconds(10);
+constexpr auto kCloudTimeout = std::chrono::seconds(10);
 
 std::string notSetUp(const std::string& command, const std::string& purpose) {
   return "not set up; to " + purpose + ": tevanto defaults set " + command;
@@ -73,7 +73,7 @@ std::vector<Result<Servers>> fetchCredentials(const AwayDoctorEnvironment& envir
   return fetched;
 }
 
-Attempt tellCredentials(const std::string& relayURL, const Result<Servers>& servers) {
+Attempt describeCredentials(const std::string& relayURL, const Result<Servers>& servers) {
   if (!servers) return Failure{servers.error()};
   if (const auto count = servers.value().size(); count > 0)
     return relayURL + " hands out " + std::to_string(count) + (count == 1 ? " TURN server" : " TURN servers");
@@ -88,7 +88,7 @@ Attempt checkCredentials(const AwayDoctorEnvironment& environment, const Fetched
   const auto& answers = fetched.get();
   Attempts attempts;
   for (std::size_t i = 0; i < answers.size(); ++i)
-    attempts.emplace_back([&relays, &answers, i] { return tellCredentials(relays[i], answers[i]); });
+    attempts.emplace_back([&relays, &answers, i] { return describeCredentials(relays[i], answers[i]); });
   return tryAll(std::move(attempts));
 }
 
@@ -137,8 +137,7 @@ Attempt checkTurn(const AwayDoctorEnvironment& environment, const Fetched& fetch
            ", with tevanto.turn.username and tevanto.turn.credential";
   }
   if (const auto loaded = environment.loadPeers(); !loaded)
-    return Failure{"The engine of the away road cannot be loaded (" + loaded.error() +
-                   "); install Tevanto again."};
+    return Failure{"The WebRTC engine cannot be loaded (" + loaded.error() + "); install Tevanto again."};
   return tryAll(std::move(attempts));
 }
 
@@ -171,8 +170,8 @@ Attempt checkCloud(const AwayDoctorEnvironment& environment) {
   if (const auto key = CloudKitServerKey::load(settings->keyID, settings->keyFile); !key)
     return Failure{"The CloudKit key cannot be used: " + key.error() + "; check tevanto.cloudkit.keyFile."};
   const auto answer = std::make_shared<OneShotResult<CloudAccountStatus>>();
-  environment.database->accountStatus([answer](CloudAccountStatus status) { answer->say(status); });
-  return inWords(answer->waitFor(kCloudPatience).value_or(CloudAccountStatus::couldNotDetermine), *settings);
+  environment.database->accountStatus([answer](CloudAccountStatus status) { answer->set(status); });
+  return inWords(answer->waitFor(kCloudTimeout).value_or(CloudAccountStatus::couldNotDetermine), *settings);
 }
 
 }  // namespace

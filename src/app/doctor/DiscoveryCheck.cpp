@@ -21,7 +21,7 @@ Result<std::string> tryDiscovery(const DiscoveryTrial& trial) {
       "Tevanto doctor " + identifier.substr(0, 8), kServiceType, kDiscardPort, {{"id", identifier}}};
   const auto answer = std::make_shared<OneShotResult<AdvertisingStatus>>();
   const auto registration = trial.advertiser.advertise(service, [answer](const AdvertisingStatus& now) {
-    if (now.state != AdvertisingState::pending) answer->say(now);
+    if (now.state != AdvertisingState::pending) answer->set(now);
   });
   const auto status = answer->waitFor(kAnswerTimeout);
   if (!status || status->state != AdvertisingState::advertised) {

@@ -12,7 +12,7 @@ namespace {
 bool isOurCompanions(std::uint16_t port) {
   const auto folder = runtimeFolder();
   if (!folder) return false;
-  const auto answer = askCompanion(controlSocketIn(folder.value()), {});
+  const auto answer = askCompanion(ipcSocketIn(folder.value()), {});
   if (!answer || !answer.value() || !answer.value()->status) return false;
   const auto& status = *answer.value()->status;
   return status.remotePort == port || status.screenPort == port;

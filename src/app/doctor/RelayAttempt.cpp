@@ -20,7 +20,7 @@ using Word = Result<void>;
 
 constexpr int kNotFound = 404;
 /// The request ends by itself before.
-constexpr auto kCredentialPatience = TurnCredentialService::kTimeout + 1s;
+constexpr auto kCredentialTimeout = TurnCredentialService::kTimeout + 1s;
 
 std::string reason(const WebSocketConnection::End& end) {
   return end.closeCode ? "it closed the connection with the code " + std::to_string(*end.closeCode)
@@ -35,11 +35,11 @@ WebSocketConnection::Handlers handlers(const std::shared_ptr<OneShotResult<Word>
     const auto alive = socket.lock();
     if (!alive) return;
     alive->ping([answer](const std::optional<std::string>& error) {
-      answer->say(error ? Word(Failure{"it opens but answers no ping: " + *error}) : Word());
+      answer->set(error ? Word(Failure{"it opens but answers no ping: " + *error}) : Word());
     });
   };
   made.onMessage = [](std::string_view) {};
-  made.onEnd = [answer](const WebSocketConnection::End& end) { answer->say(Failure{reason(end)}); };
+  made.onEnd = [answer](const WebSocketConnection::End& end) { answer->set(Failure{reason(end)}); };
   return made;
 }
 
@@ -80,8 +80,8 @@ Result<std::vector<RemoteIceServerConfig>> tryCredentials(HttpClient& http,
   request.timeout = TurnCredentialService::kTimeout;
   const auto answer = std::make_shared<OneShotResult<Result<HttpResponse>>>();
   http.send(std::move(request), std::move(queue),
-            [answer](Result<HttpResponse> response) { answer->say(std::move(response)); });
-  const auto word = answer->waitFor(kCredentialPatience);
+            [answer](Result<HttpResponse> response) { answer->set(std::move(response)); });
+  const auto word = answer->waitFor(kCredentialTimeout);
   if (!word) return noCredentials(relayURL, "it does not answer");
   if (!*word) return noCredentials(relayURL, word->error());
   const auto& response = word->value();

@@ -22,7 +22,7 @@ class Gathering final : public PeerConnectionObserver {
   void peerDidChangeIceGatheringState(IceGatheringState) override {}
   void peerDidOpenDataChannel(std::shared_ptr<DataChannel>) override {}
   void peerDidGenerateCandidate(const IceCandidate& candidate) override {
-    if (candidate.sdp.find(kRelayed) != std::string::npos) relayed_.say(true);
+    if (candidate.sdp.find(kRelayed) != std::string::npos) relayed_.set(true);
   }
   bool succeedsUntil(Clock::time_point end) { return relayed_.waitUntil(end).has_value(); }
 
@@ -34,11 +34,11 @@ class Gathering final : public PeerConnectionObserver {
 Result<void> beginGathering(PeerConnection& peer, Clock::time_point end) {
   if (!peer.createDataChannel("tevanto", {})) return Failure{"the engine makes no channel"};
   const auto offered = std::make_shared<OneShotResult<Result<SessionDescription>>>();
-  peer.createOffer([offered](Result<SessionDescription> offer) { offered->say(std::move(offer)); });
+  peer.createOffer([offered](Result<SessionDescription> offer) { offered->set(std::move(offer)); });
   const auto offer = offered->waitUntil(end);
   if (!offer || !*offer) return Failure{offer ? offer->error() : "the engine makes no offer"};
   const auto set = std::make_shared<OneShotResult<Result<void>>>();
-  peer.setLocalDescription(offer->value(), [set](Result<void> done) { set->say(std::move(done)); });
+  peer.setLocalDescription(offer->value(), [set](Result<void> done) { set->set(std::move(done)); });
   return set->waitUntil(end).value_or(Failure{"the engine does not take its own offer"});
 }
 
@@ -67,8 +67,7 @@ Result<std::string> tryTurn(PeerConnectionFactory& peers, const RemoteIceServerC
   const auto gathering = std::make_shared<Gathering>();
   const auto peer = peers.create({{server}}, gathering);
   if (!peer) {
-    return Failure{"The engine of the away road refuses " + text +
-                   "; write it as turn:host:port?transport=udp."};
+    return Failure{"The WebRTC engine refuses " + text + "; write it as turn:host:port?transport=udp."};
   }
   const auto begun = beginGathering(*peer, end);
   // Asked meanwhile, for the time of all this is bounded.

@@ -56,9 +56,8 @@ std::optional<std::string> receiveLine(int descriptor, Clock::time_point deadlin
 
 }  // namespace
 
-Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& path,
-                                                 const ControlRequest& request,
-                                                 std::chrono::milliseconds timeout) {
+Result<std::optional<IpcReply>> askCompanion(const std::filesystem::path& path, const IpcRequest& request,
+                                             std::chrono::milliseconds timeout) {
   const auto deadline = Clock::now() + timeout;
   const Descriptor socket(::socket(AF_UNIX, SOCK_STREAM, 0));
   ::fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
@@ -73,16 +72,16 @@ Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& pa
                       static_cast<suseconds_t>(timeout.count() % 1000 * 1000)};
   ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit));
   if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-    if (errno == ENOENT || errno == ECONNREFUSED) return std::optional<ControlReply>();
+    if (errno == ENOENT || errno == ECONNREFUSED) return std::optional<IpcReply>();
     return Failure{"The companion cannot be asked: " + std::string(std::strerror(errno)) + "."};
   }
-  if (!sendAll(socket.get(), encodeControlRequest(request) + "\n", deadline)) {
+  if (!sendAll(socket.get(), encodeIpcRequest(request) + "\n", deadline)) {
     return Failure{"The companion runs but takes no request; end it and start it again."};
   }
   const auto line = receiveLine(socket.get(), deadline);
-  auto reply = line ? decodeControlReply(*line) : std::nullopt;
+  auto reply = line ? decodeIpcReply(*line) : std::nullopt;
   if (!reply) return Failure{"The companion runs but does not answer; end it and start it again."};
-  return std::optional<ControlReply>(std::move(reply));
+  return std::optional<IpcReply>(std::move(reply));
 }
 
 }  // namespace tevanto

@@ -11,8 +11,7 @@ namespace tevanto {
 
 /// Asks the companion behind the control socket at `path` and waits for its answer, `timeout` at most.
 /// Returns nothing when no companion listens there, and a failure when one listens but gives no valid answer.
-Result<std::optional<ControlReply>> askCompanion(const std::filesystem::path& path,
-                                                 const ControlRequest& request,
-                                                 std::chrono::milliseconds timeout = std::chrono::seconds(5));
+Result<std::optional<IpcReply>> askCompanion(const std::filesystem::path& path, const IpcRequest& request,
+                                             std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
 }  // namespace tevanto

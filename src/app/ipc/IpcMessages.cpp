@@ -10,7 +10,7 @@ namespace tevanto {
 namespace {
 
 namespace json = boost::json;
-using Kind = ControlRequest::Kind;
+using Kind = IpcRequest::Kind;
 
 constexpr std::array<std::pair<Kind, std::string_view>, 5> kNames = {
     {{Kind::status, "status"},
@@ -35,7 +35,7 @@ std::string_view nameOf(Kind kind) {
 
 }  // namespace
 
-Result<ControlRequest> decodeControlRequest(std::string_view line) {
+Result<IpcRequest> decodeIpcRequest(std::string_view line) {
   boost::system::error_code error;
   const auto value = json::parse(line, error);
   if (error || !value.is_object()) return Failure{"A request is one JSON object on one line."};
@@ -44,7 +44,7 @@ Result<ControlRequest> decodeControlRequest(std::string_view line) {
   const auto kind = kindNamed(name->as_string());
   if (!kind) return Failure{"Requests are status, keepAwake, tevantoOpenSetup, reloadDefaults and giveWay."};
 
-  ControlRequest request{*kind};
+  IpcRequest request{*kind};
   if (*kind == Kind::keepAwake) {
     const auto* on = value.as_object().if_contains("on");
     if (!on || !on->is_bool()) return Failure{"keepAwake needs the boolean \"on\"."};
@@ -58,21 +58,21 @@ Result<ControlRequest> decodeControlRequest(std::string_view line) {
   return request;
 }
 
-std::string encodeControlRequest(const ControlRequest& request) {
+std::string encodeIpcRequest(const IpcRequest& request) {
   json::object object{{"request", nameOf(request.kind)}};
   if (request.kind == Kind::keepAwake) object["on"] = request.on;
   if (!request.activationToken.empty()) object["activationToken"] = request.activationToken;
   return json::serialize(object);
 }
 
-std::optional<ControlReply> decodeControlReply(std::string_view line) {
+std::optional<IpcReply> decodeIpcReply(std::string_view line) {
   boost::system::error_code error;
   const auto value = json::parse(line, error);
   if (error || !value.is_object()) return std::nullopt;
   const auto& object = value.as_object();
   const auto* ok = object.if_contains("ok");
   if (!ok || !ok->is_bool()) return std::nullopt;
-  ControlReply reply{ok->as_bool(), {}, {}};
+  IpcReply reply{ok->as_bool(), {}, {}};
   if (const auto* text = object.if_contains("error"); text && text->is_string()) {
     reply.error = text->as_string().c_str();
   }
@@ -82,7 +82,7 @@ std::optional<ControlReply> decodeControlReply(std::string_view line) {
   return reply;
 }
 
-std::string encodeControlReply(const ControlReply& reply) {
+std::string encodeIpcReply(const IpcReply& reply) {
   json::object object{{"ok", reply.ok}};
   if (!reply.ok) object["error"] = reply.error;
   if (reply.status) object["status"] = toJson(*reply.status);

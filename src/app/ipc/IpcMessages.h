@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-/// ControlRequest is what another program of the same user may ask of a running companion, one JSON object
+/// IpcRequest is what another program of the same user may ask of a running companion, one JSON object
 /// per line:
 ///
 ///     {"request":"status"}
@@ -23,28 +23,28 @@ namespace tevanto {
 ///
 /// Each is answered with one line: {"ok":true,"status":{...}}, or {"ok":false,"error":"...","status":{...}},
 /// without "status" when the request was not understood.
-struct ControlRequest {
+struct IpcRequest {
   enum class Kind { status, keepAwake, showSetupWindow, reloadDefaults, giveWay };
   Kind kind = Kind::status;
   bool on = false;                   // keepAwake
   std::string activationToken = {};  // showSetupWindow; empty when there is none
 
-  bool operator==(const ControlRequest&) const = default;
+  bool operator==(const IpcRequest&) const = default;
 };
 
-struct ControlReply {
+struct IpcReply {
   bool ok = false;
   std::string error;  // when not ok, one sentence for a person
   std::optional<CompanionStatus> status;
 
-  bool operator==(const ControlReply&) const = default;
+  bool operator==(const IpcReply&) const = default;
 };
 
 /// The line without its line feed. A request that cannot be used fails with a sentence that tells why.
-Result<ControlRequest> decodeControlRequest(std::string_view line);
-std::string encodeControlRequest(const ControlRequest& request);
+Result<IpcRequest> decodeIpcRequest(std::string_view line);
+std::string encodeIpcRequest(const IpcRequest& request);
 
-std::optional<ControlReply> decodeControlReply(std::string_view line);
-std::string encodeControlReply(const ControlReply& reply);
+std::optional<IpcReply> decodeIpcReply(std::string_view line);
+std::string encodeIpcReply(const IpcReply& reply);
 
 }  // namespace tevanto

@@ -14,28 +14,28 @@
 namespace tevanto {
 
 std::string IpcRequestHandler::answer(std::string_view line) {
-  const auto request = decodeControlRequest(line);
-  return encodeControlReply(request ? carryOut(request.value()) : ControlReply{false, request.error(), {}});
+  const auto request = decodeIpcRequest(line);
+  return encodeIpcReply(request ? carryOut(request.value()) : IpcReply{false, request.error(), {}});
 }
 
-ControlReply IpcRequestHandler::carryOut(const ControlRequest& request) {
-  ControlReply reply{true, {}, {}};
+IpcReply IpcRequestHandler::carryOut(const IpcRequest& request) {
+  IpcReply reply{true, {}, {}};
   switch (request.kind) {
-    case ControlRequest::Kind::status:
+    case IpcRequest::Kind::status:
       break;
-    case ControlRequest::Kind::keepAwake:
+    case IpcRequest::Kind::keepAwake:
       environment_.runtime.power().setKeepAwake(request.on);
       reply.ok = environment_.runtime.power().isKeepAwakeOn.get() == request.on;
       if (!reply.ok) reply.error = environment_.runtime.power().statusText.get();
       break;
-    case ControlRequest::Kind::showSetupWindow:
+    case IpcRequest::Kind::showSetupWindow:
       environment_.useActivationToken(request.activationToken);
       environment_.application.applicationShouldHandleReopen();
       break;
-    case ControlRequest::Kind::reloadDefaults:
+    case IpcRequest::Kind::reloadDefaults:
       environment_.reloadDefaults();
       break;
-    case ControlRequest::Kind::giveWay:
+    case IpcRequest::Kind::giveWay:
       reply.ok = environment_.giveWay();
       if (!reply.ok) reply.error = "This companion has not lost its display.";
       break;

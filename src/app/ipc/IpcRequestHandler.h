@@ -32,7 +32,7 @@ class IpcRequestHandler {
 
   /// Returns the line that answers `line`.
   std::string answer(std::string_view line);
-  ControlReply carryOut(const ControlRequest& request);
+  IpcReply carryOut(const IpcRequest& request);
   CompanionStatus status() const;
 
  private:

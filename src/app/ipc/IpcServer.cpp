@@ -45,7 +45,7 @@ class Client final : public std::enable_shared_from_this<Client> {
   }
   void refuse(const std::string& why) {
     waitForSilence();
-    answer(encodeControlReply({false, why, {}}), AfterAnswer::close);
+    answer(encodeIpcReply({false, why, {}}), AfterAnswer::close);
   }
   void close() {
     silence_.cancel();
@@ -107,9 +107,9 @@ class Client final : public std::enable_shared_from_this<Client> {
 
 }  // namespace
 
-struct IpcServer::Listener final : std::enable_shared_from_this<Listener> {
-  Listener(std::shared_ptr<EventLoopQueue> onQueue, std::filesystem::path at, Limits within, Handler with,
-           std::shared_ptr<SerialQueue> withQueue)
+struct IpcServer::Core final : std::enable_shared_from_this<Core> {
+  Core(std::shared_ptr<EventLoopQueue> onQueue, std::filesystem::path at, Limits within, Handler with,
+       std::shared_ptr<SerialQueue> withQueue)
       : queue(std::move(onQueue)),
         acceptor(queue->context()),
         path(std::move(at)),
@@ -137,17 +137,17 @@ struct IpcServer::Listener final : std::enable_shared_from_this<Listener> {
           const auto self = weak.lock();
           if (!self || error == boost::asio::error::operation_aborted) return;
           if (error) return self->acceptLater();
-          self->take(std::move(socket));
+          self->handleAccepted(std::move(socket));
           self->acceptNext();
         }));
   }
 
   /// Out of descriptors, most likely: trying again at once would only burn time.
   void acceptLater() {
-    pause = queue->asyncAfter(std::chrono::seconds(1), weakCall(weak_from_this(), &Listener::acceptNext));
+    pause = queue->asyncAfter(std::chrono::seconds(1), weakCall(weak_from_this(), &Core::acceptNext));
   }
 
-  void take(Protocol::socket socket) {
+  void handleAccepted(Protocol::socket socket) {
     closeOnExec(socket);
     std::erase_if(clients, [](const auto& client) { return client.expired(); });
     const bool full = clients.size() >= limits.maxClients;
@@ -193,12 +193,12 @@ Result<std::unique_ptr<IpcServer>> IpcServer::listen(const std::shared_ptr<Seria
     return Failure{"The path " + path.string() +
                    " is too long for a socket; set XDG_RUNTIME_DIR to a shorter folder."};
   }
-  auto listener = std::make_shared<Listener>(std::move(own), path, limits, std::move(handler), handlerQueue);
-  if (auto opened = listener->open(); !opened) return Failure{opened.error()};
-  queue->async([listener] { listener->acceptNext(); });
-  return std::unique_ptr<IpcServer>(new IpcServer(std::move(listener)));
+  auto core = std::make_shared<Core>(std::move(own), path, limits, std::move(handler), handlerQueue);
+  if (auto opened = core->open(); !opened) return Failure{opened.error()};
+  queue->async([core] { core->acceptNext(); });
+  return std::unique_ptr<IpcServer>(new IpcServer(std::move(core)));
 }
 
-IpcServer::~IpcServer() { listener_->close(); }
+IpcServer::~IpcServer() { core_->close(); }
 
 }  // namespace tevanto

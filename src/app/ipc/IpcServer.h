@@ -40,11 +40,11 @@ class IpcServer {
   IpcServer(const IpcServer&) = delete;
   IpcServer& operator=(const IpcServer&) = delete;
 
-  struct Listener;  // the sockets
+  struct Core;  // the sockets
 
  private:
-  explicit IpcServer(std::shared_ptr<Listener> listener) : listener_(std::move(listener)) {}
-  std::shared_ptr<Listener> listener_;
+  explicit IpcServer(std::shared_ptr<Core> core) : core_(std::move(core)) {}
+  std::shared_ptr<Core> core_;
 };
 
 }  // namespace tevanto

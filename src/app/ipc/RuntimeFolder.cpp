@@ -46,6 +46,6 @@ Result<std::filesystem::path> runtimeFolder(const std::filesystem::path& fallbac
 
 Result<std::filesystem::path> runtimeFolder() { return runtimeFolder(runtimeParent()); }
 
-std::filesystem::path controlSocketIn(const std::filesystem::path& folder) { return folder / "control.sock"; }
+std::filesystem::path ipcSocketIn(const std::filesystem::path& folder) { return folder / "control.sock"; }
 
 }  // namespace tevanto

@@ -14,6 +14,6 @@ Result<std::filesystem::path> runtimeFolder(const std::filesystem::path& fallbac
 Result<std::filesystem::path> runtimeFolder();
 
 /// The control socket in a runtime folder.
-std::filesystem::path controlSocketIn(const std::filesystem::path& folder);
+std::filesystem::path ipcSocketIn(const std::filesystem::path& folder);
 
 }  // namespace tevanto

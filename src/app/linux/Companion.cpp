@@ -18,6 +18,7 @@
 #include "app/ipc/IpcRequestHandler.h"
 #include "app/ipc/IpcServer.h"
 #include "app/ipc/RuntimeFolder.h"
+#include "app/linux/DisplayBackends.h"
 #include "app/linux/Services.h"
 #include "app/runtime/DesktopUi.h"
 #include "app/runtime/LocalAddresses.h"
@@ -30,7 +31,6 @@
 #include "core/Descriptor.h"
 #include "core/settings/DeviceIdentity.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "platform/linux/display/DisplayReach.h"
 #include "platform/linux/process/JournalLogSink.h"
 #include "platform/linux/process/LoadedModule.h"
 #include "platform/linux/process/RestartProcess.h"
@@ -45,7 +45,7 @@ constexpr ModuleEntry<DesktopUi*()> kMakeDesktopUi{"ui", "tevantoMakeDesktopUi",
 /// How long an answer may take through the control socket.
 constexpr auto kAnswering = std::chrono::milliseconds(100);
 /// How long work in the background may hold up the end of the process.
-constexpr auto kEndingPatience = std::chrono::seconds(3);
+constexpr auto kShutdownTimeout = std::chrono::seconds(3);
 
 void print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
@@ -78,25 +78,24 @@ class Companion {
       : options_(options),
         defaults_(defaults),
         log_(makeSystemLogSink()),
-        ui_(options.headless ? nullptr : loadDesktopUi(Logger(log_, "face"))),
+        ui_(options.headless ? nullptr : loadDesktopUi(Logger(log_, "ui"))),
         services_(options, defaults, log_, ui_ ? ui_->mainQueue() : nullptr),
-        terminal_({services_.mainQueue(), [this] { return control_.status(); }, print, phoneProgramForUser(),
+        terminal_({services_.mainQueue(), [this] { return ipc_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
         runtime_(ui_ ? services_.factories(*ui_, *ui_) : services_.factories(terminal_, terminal_)),
         application_(ui_ ? static_cast<ApplicationPresence&>(*ui_) : terminal_, runtime_),
-        control_(
-            {runtime_, application_, defaults, advertisedName(services_.computerName()),
-             [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
-             [this] { defaults_.reload(); },
-             [this](const std::string& token) {
-               if (ui_) ui_->useActivationToken(token);
-             },
-             [this] {
-               // Behind the answer.
-               if (options_.lostDisplay && !giving_)
-                 giving_ = services_.mainQueue()->asyncAfter(kAnswering, [this] { end(); });
-               return options_.lostDisplay;
-             }}) {}
+        ipc_({runtime_, application_, defaults, advertisedName(services_.computerName()),
+              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
+              [this] { defaults_.reload(); },
+              [this](const std::string& token) {
+                if (ui_) ui_->useActivationToken(token);
+              },
+              [this] {
+                // Behind the answer.
+                if (options_.lostDisplay && !giving_)
+                  giving_ = services_.mainQueue()->asyncAfter(kAnswering, [this] { stop(); });
+                return options_.lostDisplay;
+              }}) {}
 
   ~Companion() {
     if (ending_.joinable()) ending_.join();
@@ -108,12 +107,12 @@ class Companion {
     // On the main queue, as everything the services are told.
     services_.mainQueue()->async([this] { launch(); });
     auto server = IpcServer::listen(
-        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
-        [this](std::string_view line) { return control_.answer(line); }, services_.mainQueue());
+        services_.networkQueue(), ipcSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return ipc_.answer(line); }, services_.mainQueue());
     if (!server) return complain(server.error());
-    controlSocket_ = std::move(server).value();
+    ipcSocket_ = std::move(server).value();
     runLoops();
-    if (services_.hasRoad()) {
+    if (services_.hasAwayAccess()) {
       // Its engine's threads may still be closing peers, and must not meet the libraries' cleanup at the
       // exit.
       std::fflush(nullptr);
@@ -123,11 +122,11 @@ class Companion {
   }
 
  private:
-  /// Until `end`.
+  /// Runs until `stop`.
   void runLoops() {
     if (!ui_) return services_.networkLoop().run();
     auto operations = UiActions::of(runtime_);
-    operations.quit = [this] { end(); };
+    operations.quit = [this] { stop(); };
     ui_->present({.runtime = runtime_,
                   .defaults = defaults_,
                   .operations = std::move(operations),
@@ -170,21 +169,21 @@ class Companion {
         if (signal == SIGHUP && !wasClosed) {
           defaults_.reload();
         } else {
-          end();
+          stop();
         }
       });
     });
   }
 
   /// Lets go of everything that others would notice, then ends both loops.
-  void end() {
+  void stop() {
     if (isEnding_) return;
     isEnding_ = true;
     terminal_.stopFollowing();
-    services_.networkQueue()->async([socket = std::shared_ptr(std::move(controlSocket_))] {});
+    services_.networkQueue()->async([socket = std::shared_ptr(std::move(ipcSocket_))] {});
     application_.applicationWillTerminate();
     // On a thread that nothing holds up.
-    shutdownDeadline_ = timeout_->makeQueue("timeout")->asyncAfter(kEndingPatience, [] {
+    shutdownDeadline_ = shutdownLoop_->makeQueue("shutdown")->asyncAfter(kShutdownTimeout, [] {
       complain("Something in the background does not end; leaving it behind.");
       std::_Exit(static_cast<int>(ExitCode::done));
     });
@@ -211,12 +210,12 @@ class Companion {
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
-  IpcRequestHandler control_;
-  std::unique_ptr<IpcServer> controlSocket_;
+  IpcRequestHandler ipc_;
+  std::unique_ptr<IpcServer> ipcSocket_;
   const bool startedInTerminal_ = hasTerminal();
   bool isEnding_ = false;
   Timer giving_;
-  const std::shared_ptr<EventLoop> timeout_ = EventLoop::background(1);
+  const std::shared_ptr<EventLoop> shutdownLoop_ = EventLoop::background(1);
   Timer shutdownDeadline_;
   std::thread ending_;
 };

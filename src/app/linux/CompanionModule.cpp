@@ -9,11 +9,11 @@
 #include "app/cli/SingleCompanion.h"
 #include "app/linux/AwayChecks.h"
 #include "app/linux/Companion.h"
+#include "app/linux/DisplayBackends.h"
 #include "app/linux/DoctorChecks.h"
 #include "app/linux/UiChecks.h"
 #include "core/Log.h"
 #include "core/settings/JsonUserDefaults.h"
-#include "platform/linux/display/DisplayReach.h"
 
 namespace tevanto {
 namespace {

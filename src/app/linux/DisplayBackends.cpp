@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/linux/display/CompositorReach.h"
+#include "platform/linux/x11/XServerReach.h"
 #include "platform/linux/x11/backend/X11Backend.h"
 
 namespace tevanto {
@@ -10,5 +12,7 @@ std::unique_ptr<DisplayBackend> makeDisplayBackend(DisplayBackend::Environment e
   // Wayland sessions are reached through their X server, too.
   return std::make_unique<X11Backend>(std::move(environment));
 }
+
+bool canReachDisplay() { return canReachXServer() || canReachCompositor(); }
 
 }  // namespace tevanto

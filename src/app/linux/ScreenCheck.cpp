@@ -26,9 +26,9 @@ Result<std::string> firstWord(CaptureEngine& engine) {
   const auto answer = std::make_shared<OneShotResult<Word>>();
   engine.setPixelBufferHandler([answer](const auto&, PresentationTime, std::int64_t width,
                                         std::int64_t height) {
-    answer->say("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
+    answer->set("a picture of " + std::to_string(width) + " x " + std::to_string(height) + " was captured");
   });
-  engine.setErrorHandler([answer](const std::string& text) { answer->say(Failure{text}); });
+  engine.setErrorHandler([answer](const std::string& text) { answer->set(Failure{text}); });
   engine.start();
   return answer->waitFor(kTimeout).value_or(Failure{"No picture came"});
 }

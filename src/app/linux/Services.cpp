@@ -54,9 +54,9 @@ constexpr auto kMemoryKept = std::chrono::milliseconds(500);
 
 }  // namespace
 
-struct Services::Parts {
-  Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
-        const std::shared_ptr<LogSink>& logSink, const std::shared_ptr<SerialQueue>& windowsQueue)
+struct Services::Core {
+  Core(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
+       const std::shared_ptr<LogSink>& logSink, const std::shared_ptr<SerialQueue>& windowsQueue)
       : options(companionOptions),
         defaults(userDefaults),
         sink(logSink),
@@ -160,34 +160,34 @@ struct Services::Parts {
 
 Services::Services(const CompanionOptions& options, UserDefaults& defaults,
                    const std::shared_ptr<LogSink>& log, const std::shared_ptr<SerialQueue>& windowsQueue)
-    : parts_(std::make_unique<Parts>(options, defaults, log, windowsQueue)) {}
+    : core_(std::make_unique<Core>(options, defaults, log, windowsQueue)) {}
 
 Services::~Services() = default;
 
-EventLoop& Services::networkLoop() { return *parts_->loops.network; }
+EventLoop& Services::networkLoop() { return *core_->loops.network; }
 void Services::endBackgroundWork() {
-  parts_->loops.capture->stop();
-  parts_->loops.background->stop();
+  core_->loops.capture->stop();
+  core_->loops.background->stop();
 }
 
 void Services::releasePeers() {
-  if (!parts_->peers) return;
+  if (!core_->peers) return;
   // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
   // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.
-  parts_->queues.main->sync([] {});
-  parts_->queues.main->sync([] {});
-  parts_->queues.remote->sync([] {});
-  parts_->peers->release();
+  core_->queues.main->sync([] {});
+  core_->queues.main->sync([] {});
+  core_->queues.remote->sync([] {});
+  core_->peers->release();
 }
 
-std::shared_ptr<SerialQueue> Services::mainQueue() { return parts_->queues.main; }
-std::shared_ptr<SerialQueue> Services::networkQueue() { return parts_->queues.remote; }
-std::optional<std::string> Services::computerName() const { return parts_->name; }
-bool Services::hasRoad() const { return parts_->services.hasAwayAccess(); }
-void Services::started() { parts_->deferrals.started(); }
+std::shared_ptr<SerialQueue> Services::mainQueue() { return core_->queues.main; }
+std::shared_ptr<SerialQueue> Services::networkQueue() { return core_->queues.remote; }
+std::optional<std::string> Services::computerName() const { return core_->name; }
+bool Services::hasAwayAccess() const { return core_->services.hasAwayAccess(); }
+void Services::started() { core_->deferrals.started(); }
 
 TevantoMacRuntime::Factories Services::factories(ApplicationPresence& presence, SetupWindowHost& windows) {
-  return parts_->services.factories(presence, windows);
+  return core_->services.factories(presence, windows);
 }
 
 }  // namespace tevanto

@@ -48,13 +48,13 @@ class Services {
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
   std::optional<std::string> computerName() const;
   /// Returns true once connections outside the local network were prepared.
-  bool hasRoad() const;
+  bool hasAwayAccess() const;
   /// From here on the services of the system are asked too, which may take their time.
   void started();
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  struct Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -31,7 +31,7 @@ namespace tevanto {
 namespace {
 
 /// How long work in the background may hold up the end of the process.
-constexpr auto kEndingPatience = std::chrono::seconds(3);
+constexpr auto kShutdownTimeout = std::chrono::seconds(3);
 
 void print(const std::string& text) {
   std::fputs(text.c_str(), stdout);
@@ -46,14 +46,13 @@ class Companion {
         mainLoop_(ui_ ? nullptr : EventLoop::forCallingThread()),
         mainQueue_(ui_ ? ui_->mainQueue() : mainLoop_->makeQueue("main")),
         services_(options, defaults, log_, mainQueue_),
-        terminal_({mainQueue_, [this] { return control_.status(); }, print, phoneProgramForUser(),
+        terminal_({mainQueue_, [this] { return ipc_.status(); }, print, phoneProgramForUser(),
                    TextStyle::forStandardOutput()}),
         runtime_(ui_ ? services_.factories(*ui_, *ui_) : services_.factories(terminal_, terminal_)),
         application_(ui_ ? static_cast<ApplicationPresence&>(*ui_) : terminal_, runtime_),
-        control_(
-            {runtime_, application_, defaults, advertisedName(services_.computerName()),
-             [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
-             [] {}, [](const std::string&) {}, [] { return false; }}) {}
+        ipc_({runtime_, application_, defaults, advertisedName(services_.computerName()),
+              [here = options.loopbackOnly] { return here ? std::vector<std::string>() : localAddresses(); },
+              [] {}, [](const std::string&) {}, [] { return false; }}) {}
 
   ~Companion() {
     if (ending_.joinable()) ending_.join();
@@ -62,23 +61,23 @@ class Companion {
   ExitCode run(const std::filesystem::path& runtimeFolder) {
     if (!ui_) terminal_.follow(runtime_);
     services_.networkLoop().onSignals({SIGINT, SIGTERM, SIGHUP},
-                                      [this](int) { mainQueue_->async([this] { end(); }); });
+                                      [this](int) { mainQueue_->async([this] { stop(); }); });
     mainQueue_->async([this] { launch(); });
     auto server = IpcServer::listen(
-        services_.networkQueue(), controlSocketIn(runtimeFolder), {},
-        [this](std::string_view line) { return control_.answer(line); }, mainQueue_);
+        services_.networkQueue(), ipcSocketIn(runtimeFolder), {},
+        [this](std::string_view line) { return ipc_.answer(line); }, mainQueue_);
     if (!server) return complain(server.error());
-    controlSocket_ = std::move(server).value();
+    ipcSocket_ = std::move(server).value();
     runLoop();
     return ExitCode::done;
   }
 
  private:
-  /// Until `end`.
+  /// Runs until `stop`.
   void runLoop() {
     if (!ui_) return mainLoop_->run();
     auto operations = UiActions::of(runtime_);
-    operations.quit = [this] { end(); };
+    operations.quit = [this] { stop(); };
     ui_->present({.runtime = runtime_,
                   .defaults = defaults_,
                   .operations = std::move(operations),
@@ -93,17 +92,17 @@ class Companion {
   }
 
   /// Lets go of everything that others would notice, then ends the loops.
-  void end() {
+  void stop() {
     if (std::exchange(isEnding_, true)) return;
     terminal_.stopFollowing();
     application_.applicationWillTerminate();
-    shutdownDeadline_ = mainQueue_->asyncAfter(kEndingPatience, [] {
+    shutdownDeadline_ = mainQueue_->asyncAfter(kShutdownTimeout, [] {
       complain("Something in the background does not end; leaving it behind.");
       std::_Exit(static_cast<int>(ExitCode::done));
     });
     // The server ends on its own queue; behind that, work in the background may still wait for the main
     // queue, so this loop runs on until the other ones have ended.
-    services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(controlSocket_))] {
+    services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(ipcSocket_))] {
       ending_ = std::thread([this] {
         services_.endThreads();
         ui_ ? ui_->stop() : mainLoop_->stop();
@@ -120,8 +119,8 @@ class Companion {
   CompanionTerminal terminal_;
   TevantoMacRuntime runtime_;
   MacAppDelegate application_;
-  IpcRequestHandler control_;
-  std::unique_ptr<IpcServer> controlSocket_;
+  IpcRequestHandler ipc_;
+  std::unique_ptr<IpcServer> ipcSocket_;
   bool isEnding_ = false;
   Timer shutdownDeadline_;
   std::thread ending_;

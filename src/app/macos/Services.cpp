@@ -34,9 +34,9 @@ std::unique_ptr<ServiceAdvertiser> makeAdvertiser(const CompanionOptions& option
 
 }  // namespace
 
-struct Services::Parts {
-  Parts(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
-        const std::shared_ptr<LogSink>& logSink, std::shared_ptr<SerialQueue> mainQueue)
+struct Services::Core {
+  Core(const CompanionOptions& companionOptions, UserDefaults& userDefaults,
+       const std::shared_ptr<LogSink>& logSink, std::shared_ptr<SerialQueue> mainQueue)
       : options(companionOptions),
         defaults(userDefaults),
         sink(logSink),
@@ -104,22 +104,22 @@ struct Services::Parts {
 
 Services::Services(const CompanionOptions& options, UserDefaults& defaults, std::shared_ptr<LogSink> log,
                    std::shared_ptr<SerialQueue> mainQueue)
-    : parts_(std::make_unique<Parts>(options, defaults, log, std::move(mainQueue))) {}
+    : core_(std::make_unique<Core>(options, defaults, log, std::move(mainQueue))) {}
 
 Services::~Services() = default;
 
-EventLoop& Services::networkLoop() { return *parts_->loops.network; }
-std::shared_ptr<SerialQueue> Services::networkQueue() { return parts_->queues.remote; }
-std::optional<std::string> Services::computerName() const { return parts_->name; }
+EventLoop& Services::networkLoop() { return *core_->loops.network; }
+std::shared_ptr<SerialQueue> Services::networkQueue() { return core_->queues.remote; }
+std::optional<std::string> Services::computerName() const { return core_->name; }
 
 void Services::endThreads() {
-  parts_->loops.capture->stop();
-  parts_->loops.background->stop();
-  parts_->loops.network->stop();
+  core_->loops.capture->stop();
+  core_->loops.background->stop();
+  core_->loops.network->stop();
 }
 
 TevantoMacRuntime::Factories Services::factories(ApplicationPresence& presence, SetupWindowHost& windows) {
-  return parts_->services.factories(presence, windows);
+  return core_->services.factories(presence, windows);
 }
 
 }  // namespace tevanto

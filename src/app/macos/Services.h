@@ -38,8 +38,8 @@ class Services {
   std::optional<std::string> computerName() const;
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  struct Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -8,22 +8,22 @@
 
 namespace tevanto {
 
-/// OneShotResult is a slot for one value that other threads produce. The first `say` wins; `waitFor` blocks
-/// until then. Producers share ownership, so that a late `say` is safe.
+/// OneShotResult is a slot for one value that other threads produce. The first `set` wins; `waitFor` blocks
+/// until then. Producers share ownership, so that a late `set` is safe.
 /// Thread-safe.
 template <class Value>
 class OneShotResult {
  public:
-  void say(Value value) {
+  void set(Value value) {
     const std::lock_guard lock(mutex_);
     if (!value_) value_ = std::move(value);
-    said_.notify_all();
+    changed_.notify_all();
   }
 
   /// The value; absent when none came until `end`.
   std::optional<Value> waitUntil(std::chrono::steady_clock::time_point end) {
     std::unique_lock lock(mutex_);
-    said_.wait_until(lock, end, [this] { return value_.has_value(); });
+    changed_.wait_until(lock, end, [this] { return value_.has_value(); });
     return value_;
   }
   std::optional<Value> waitFor(std::chrono::milliseconds timeout) {
@@ -32,7 +32,7 @@ class OneShotResult {
 
  private:
   std::mutex mutex_;
-  std::condition_variable said_;
+  std::condition_variable changed_;
   std::optional<Value> value_;
 };
 

@@ -36,7 +36,7 @@ class Published {
       if (state_->value == value) return;
       state_->value = value;
     }
-    state_->mainQueue->async([state = state_, value = std::move(value)] { state->tell(value); });
+    state_->mainQueue->async([state = state_, value = std::move(value)] { state->notify(value); });
   }
 
   /// Calls `observer` on the main queue after each change for as long as the subscription is held.
@@ -53,7 +53,7 @@ class Published {
     State(std::shared_ptr<SerialQueue> queue, T initial)
         : mainQueue(std::move(queue)), value(std::move(initial)) {}
 
-    void tell(const T& changed) {
+    void notify(const T& changed) {
       std::vector<std::weak_ptr<std::function<void(const T&)>>> current;
       {
         const std::lock_guard lock(mutex);

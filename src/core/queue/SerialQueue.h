@@ -72,15 +72,4 @@ class SerialQueue {
   std::string label_;
 };
 
-/// A closure for asynchronous work that returns to `owner`: hops to `queue` and does nothing once the owner
-/// is gone. The member function or callable is invoked with the owner and the arguments.
-template <class Owner, class Work>
-auto weakly(const std::shared_ptr<Owner>& owner, std::shared_ptr<SerialQueue> queue, Work work) {
-  return [weak = std::weak_ptr<Owner>(owner), queue = std::move(queue), work](auto... arguments) {
-    queue->async([weak, work, ... arguments = std::move(arguments)]() mutable {
-      if (auto alive = weak.lock()) std::invoke(work, *alive, std::move(arguments)...);
-    });
-  };
-}
-
 }  // namespace tevanto

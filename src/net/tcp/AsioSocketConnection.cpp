@@ -17,9 +17,9 @@ AsioSocketConnection::AsioSocketConnection(std::shared_ptr<EventLoop::Core> loop
 
 AsioSocketConnection::~AsioSocketConnection() {
   if (!queue_ || queue_->isCurrent()) {
-    stream_->abandon();
+    stream_->closeSilently();
   } else {
-    queue_->async([stream = stream_] { stream->abandon(); });
+    queue_->async([stream = stream_] { stream->closeSilently(); });
   }
 }
 
@@ -44,7 +44,7 @@ void AsioSocketConnection::send(std::span<const std::byte> head, SharedBytes bod
 }
 
 std::size_t AsioSocketConnection::pendingBytes() const { return stream_->pendingBytes(); }
-void AsioSocketConnection::cancel() { stream_->end(ConnectionState::cancelled); }
+void AsioSocketConnection::cancel() { stream_->close(ConnectionState::cancelled); }
 std::string AsioSocketConnection::peerName() const { return stream_->peerName(); }
 
 }  // namespace tevanto

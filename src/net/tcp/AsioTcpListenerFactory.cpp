@@ -85,19 +85,19 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
     });
   }
 
-  void end(ListenerState state) {
-    if (!close() || !strand_) return;
+  void close(ListenerState state) {
+    if (!closeAll() || !strand_) return;
     asio::post(*strand_, [self = shared_from_this(), state] {
       self->report(state);
-      self->dropHandlers();
+      self->releaseHandlers();
     });
   }
 
   /// Ends it without a word. The handlers go later: one of them may be running right now.
-  void abandon() {
-    close();
+  void closeSilently() {
+    closeAll();
     silent_ = true;
-    if (strand_) asio::post(*strand_, [self = shared_from_this()] { self->dropHandlers(); });
+    if (strand_) asio::post(*strand_, [self = shared_from_this()] { self->releaseHandlers(); });
   }
 
  private:
@@ -110,12 +110,12 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
     if (onState && !silent_) onState(state);
   }
 
-  void dropHandlers() {
+  void releaseHandlers() {
     onState = nullptr;
     onSocket = nullptr;
   }
 
-  bool close() {
+  bool closeAll() {
     if (std::exchange(ended_, true)) return false;
     error_code ignored;
     for (auto& door : doors_) {
@@ -142,7 +142,7 @@ class Acceptors : public std::enable_shared_from_this<Acceptors> {
       if (onSocket) onSocket(std::move(socket));
       return acceptNext(door);
     }
-    if (isBroken(error)) return end(ListenerState::failed);
+    if (isBroken(error)) return close(ListenerState::failed);
     // No descriptors, no memory, a network that is going down: no reason to stop listening, nor to try again
     // without a breath.
     door.pause.expires_after(kScarcityPause);
@@ -166,9 +166,9 @@ class AsioTcpListener final : public TcpListener {
 
   ~AsioTcpListener() override {
     if (!queue_ || queue_->isCurrent()) {
-      acceptors_->abandon();
+      acceptors_->closeSilently();
     } else {
-      queue_->async([acceptors = acceptors_] { acceptors->abandon(); });
+      queue_->async([acceptors = acceptors_] { acceptors->closeSilently(); });
     }
   }
 
@@ -191,7 +191,7 @@ class AsioTcpListener final : public TcpListener {
     acceptors_->start(EventLoopQueue::from(*queue_).strand());
   }
 
-  void cancel() override { acceptors_->end(ListenerState::cancelled); }
+  void cancel() override { acceptors_->close(ListenerState::cancelled); }
   std::uint16_t port() const override { return acceptors_->port(); }
 
  private:

@@ -84,18 +84,18 @@ void TcpStream::send(std::span<const std::byte> head, SharedBytes body, Task pro
   postProcessed();
 }
 
-void TcpStream::end(ConnectionState state) {
-  if (!close() || !strand_) return;
+void TcpStream::close(ConnectionState state) {
+  if (!closeSocket() || !strand_) return;
   asio::post(*strand_, [self = shared_from_this(), state] { self->reportLast(state); });
 }
 
-void TcpStream::abandon() {
-  close();
+void TcpStream::closeSilently() {
+  closeSocket();
   silent_ = true;
-  if (strand_) asio::post(*strand_, [self = shared_from_this()] { self->dropHandlers(); });
+  if (strand_) asio::post(*strand_, [self = shared_from_this()] { self->releaseHandlers(); });
 }
 
-bool TcpStream::close() {
+bool TcpStream::closeSocket() {
   if (std::exchange(ended_, true)) return false;
   error_code ignored;
   resolver_.cancel();
@@ -111,10 +111,10 @@ void TcpStream::report(ConnectionState state) {
 
 void TcpStream::reportLast(ConnectionState state) {
   report(state);
-  dropHandlers();
+  releaseHandlers();
 }
 
-void TcpStream::dropHandlers() {
+void TcpStream::releaseHandlers() {
   onState = nullptr;
   onReceive = nullptr;
 }
@@ -133,12 +133,12 @@ void TcpStream::prepare() {
 
 void TcpStream::resolved(const error_code& error, const tcp::resolver::results_type& found) {
   if (ended_) return;
-  if (error) return end(ConnectionState::failed);
+  if (error) return close(ConnectionState::failed);
   asio::async_connect(
       socket_, found,
       onStrand([self = shared_from_this()](const error_code& fault, const tcp::endpoint& peer) {
         if (self->ended_) return;
-        if (fault) return self->end(ConnectionState::failed);
+        if (fault) return self->close(ConnectionState::failed);
         self->peerName_ = endpointName(peer);
         self->becomeReady();
       }));
@@ -188,7 +188,7 @@ bool TcpStream::handOn(const error_code& error, std::size_t count) {
   if (ended_) return false;
   if (error) {
     if (endOfStream) write();
-    end(ConnectionState::failed);
+    close(ConnectionState::failed);
     return false;
   }
   if (room_.bytes.empty()) return false;
@@ -210,7 +210,7 @@ void TcpStream::flushAtEndOfTurn() {
 void TcpStream::flush() {
   if (ended_) return;
   const error_code error = write();
-  if (error && error != asio::error::would_block) return end(ConnectionState::failed);
+  if (error && error != asio::error::would_block) return close(ConnectionState::failed);
   flushing_ = pendingBytes() > 0;
   if (!flushing_) return;
   socket_.async_wait(AsioSocket::wait_write,
@@ -219,7 +219,7 @@ void TcpStream::flush() {
 
 void TcpStream::appended() {
   if (ready_ && pendingBytes() > TcpConnection::kMaxPendingBytes) write();
-  if (pendingBytes() > TcpConnection::kMaxPendingBytes) return end(ConnectionState::failed);
+  if (pendingBytes() > TcpConnection::kMaxPendingBytes) return close(ConnectionState::failed);
   if (ready_) flushAtEndOfTurn();
 }
 
@@ -239,10 +239,10 @@ error_code TcpStream::write() {
 
 void TcpStream::postProcessed() {
   if (!unsent_.hasProcessed() || !strand_) return;
-  asio::post(*strand_, [self = shared_from_this()] { self->tellProcessed(); });
+  asio::post(*strand_, [self = shared_from_this()] { self->notifyProcessed(); });
 }
 
-void TcpStream::tellProcessed() {
+void TcpStream::notifyProcessed() {
   for (auto& processed : unsent_.takeProcessed()) {
     if (!silent_) processed();
   }

@@ -36,9 +36,9 @@ class TcpStream : public std::enable_shared_from_this<TcpStream> {
   std::size_t pendingBytes() const { return unsent_.size(); }
   const std::string& peerName() const { return peerName_; }
   /// Frees the socket now and reports `state` in the next turn. Only the first end counts.
-  void end(ConnectionState state);
+  void close(ConnectionState state);
   /// Ends it without a report. The handlers go later: one of them may be running right now.
-  void abandon();
+  void closeSilently();
 
  private:
   using Error = boost::system::error_code;
@@ -50,10 +50,10 @@ class TcpStream : public std::enable_shared_from_this<TcpStream> {
     return boost::asio::bind_executor(*strand_, std::move(handler));
   }
 
-  bool close();
+  bool closeSocket();
   void report(ConnectionState state);
   void reportLast(ConnectionState state);
-  void dropHandlers();
+  void releaseHandlers();
   void prepare();
   void resolved(const Error& error, const Resolver::results_type& found);
   void becomeReady();
@@ -68,7 +68,7 @@ class TcpStream : public std::enable_shared_from_this<TcpStream> {
   void appended();
   Error write();
   void postProcessed();
-  void tellProcessed();
+  void notifyProcessed();
 
   AsioSocket socket_;
   Resolver resolver_;

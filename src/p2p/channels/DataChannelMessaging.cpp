@@ -159,7 +159,7 @@ void DataChannelMessaging::chunkReceived(std::span<const std::byte> frame) {
   std::optional<std::vector<std::byte>> document;
   {
     const std::lock_guard lock(mutex_);
-    document = incomingChunks_.take(*chunk, environment_.mainQueue->now());
+    document = incomingChunks_.add(*chunk, environment_.mainQueue->now());
   }
   if (!document) return;
   logLine("reassembled " + std::to_string(document->size()) + " bytes from " + std::to_string(chunk->count) +
@@ -171,7 +171,7 @@ void DataChannelMessaging::decode(std::span<const std::byte> document) {
   auto message = decodeRemoteMessage(textOf(document));
   if (!message) return logLine("undecodable message (" + std::to_string(document.size()) + " bytes)");
   environment_.mainQueue->async(weakCall(delegate_, [message = std::move(*message)](Delegate& alive) mutable {
-    alive.messageArrived(std::move(message));
+    alive.didReceiveMessage(std::move(message));
   }));
 }
 
@@ -179,7 +179,7 @@ void DataChannelMessaging::screenPacketReceived(std::span<const std::byte> packe
   std::optional<std::vector<std::byte>> message;
   {
     const std::lock_guard lock(mutex_);
-    message = screenPackets_.take(packet, environment_.mainQueue->now());
+    message = screenPackets_.add(packet, environment_.mainQueue->now());
   }
   if (message) deliverScreen(std::move(*message));
 }
@@ -190,19 +190,19 @@ void DataChannelMessaging::deliverScreen(std::vector<std::byte> message) {
   std::optional<std::uint64_t> relayed;
   {
     const std::lock_guard lock(mutex_);
-    relayed = relayAccount_.arrived(message.size());
+    relayed = turnBytes_.arrived(message.size());
   }
   if (relayed) {
-    environment_.mainQueue->async(
-        weakCall(delegate_, [bytes = *relayed](Delegate& alive) { alive.relayScreenBytesArrived(bytes); }));
+    environment_.mainQueue->async(weakCall(
+        delegate_, [bytes = *relayed](Delegate& alive) { alive.didReceiveRelayScreenBytes(bytes); }));
   }
   environment_.mainQueue->async(weakCall(
-      delegate_, [message = std::move(message)](Delegate& alive) { alive.screenDataArrived(message); }));
+      delegate_, [message = std::move(message)](Delegate& alive) { alive.didReceiveScreenData(message); }));
 }
 
 TurnByteCounter::RouteChange DataChannelMessaging::routeSelected(bool relayed) {
   const std::lock_guard lock(mutex_);
-  return relayAccount_.routeSelected(relayed);
+  return turnBytes_.routeSelected(relayed);
 }
 
 void DataChannelMessaging::logLine(const std::string& text) const {

@@ -42,11 +42,11 @@ class DataChannelMessaging {
    public:
     virtual ~Delegate() = default;
     /// On the main queue.
-    virtual void messageArrived(RemoteMessage message) = 0;
+    virtual void didReceiveMessage(RemoteMessage message) = 0;
     /// On the main queue; the bytes are valid during the call only.
-    virtual void screenDataArrived(std::span<const std::byte> message) = 0;
+    virtual void didReceiveScreenData(std::span<const std::byte> message) = 0;
     /// On the main queue: so many bytes of screen data came through a relay since the last such report.
-    virtual void relayScreenBytesArrived(std::uint64_t bytes) = 0;
+    virtual void didReceiveRelayScreenBytes(std::uint64_t bytes) = 0;
     /// On the thread that brought screen data, before the data counts as relayed or direct: a moment to check
     /// whether the route has changed.
     virtual void screenDataArriving() = 0;
@@ -107,7 +107,7 @@ class DataChannelMessaging {
   std::uint32_t outgoingScreenPacketID_ = 0;
   IncomingChunks incomingChunks_;
   ScreenPacketReceiver screenPackets_;
-  TurnByteCounter relayAccount_;
+  TurnByteCounter turnBytes_;
 };
 
 }  // namespace tevanto

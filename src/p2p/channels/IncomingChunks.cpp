@@ -5,7 +5,7 @@
 
 namespace tevanto {
 
-std::optional<std::vector<std::byte>> IncomingChunks::take(const MessageChunk& chunk, TimePoint now) {
+std::optional<std::vector<std::byte>> IncomingChunks::add(const MessageChunk& chunk, TimePoint now) {
   expire(now);
   auto place = partials_.find(chunk.messageID);
   if (place == partials_.end()) place = begin(chunk, now);

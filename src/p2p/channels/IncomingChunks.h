@@ -34,7 +34,7 @@ class IncomingChunks {
   /// Takes one chunk; gives the whole document once its last missing chunk is there. A chunk that disagrees
   /// with the count of its message drops that message; so does one that makes it outgrow the limits alone.
   /// Where the limits are reached by several, the oldest go. A repeated chunk replaces the stored one.
-  std::optional<std::vector<std::byte>> take(const MessageChunk& chunk, TimePoint now);
+  std::optional<std::vector<std::byte>> add(const MessageChunk& chunk, TimePoint now);
   /// Drops what is too old.
   void expire(TimePoint now);
   void clear() { partials_.clear(); }

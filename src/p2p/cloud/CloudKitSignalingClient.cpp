@@ -63,7 +63,7 @@ void CloudKitSignalingClient::stop() {
 
 void CloudKitSignalingClient::conclude() {
   post([](CloudKitSignalingClient& self) {
-    if (self.session_) self.environment_.spent->add(*self.session_);
+    if (self.session_) self.environment_.usedSessions->add(*self.session_);
   });
 }
 
@@ -129,7 +129,7 @@ void CloudKitSignalingClient::accept(const CloudRecord& record) {
 }
 
 bool CloudKitSignalingClient::follows(const std::string& session) const {
-  return session_ ? *session_ == session : !environment_.spent->contains(session);
+  return session_ ? *session_ == session : !environment_.usedSessions->contains(session);
 }
 
 bool CloudKitSignalingClient::isYoung(const CloudRecord& record) const {

@@ -34,7 +34,7 @@ class CloudKitSignalingClient final : public CloudSignaling, public QueueBound<C
     WallClock now;
     /// Identifies this side's negotiation in the records of an offerer.
     std::string session;
-    std::shared_ptr<UsedSessionIds> spent = std::make_shared<UsedSessionIds>();
+    std::shared_ptr<UsedSessionIds> usedSessions = std::make_shared<UsedSessionIds>();
     Logger log = {};
   };
 

@@ -11,7 +11,7 @@ class CloudPairingInvites::Reports {
  public:
   Reports(Logger log, std::string what) : log_(std::move(log)), what_(std::move(what)) {}
 
-  void take(const std::optional<CloudError>& error) {
+  void handleResult(const std::optional<CloudError>& error) {
     if (!isNews(error)) return;
     if (error) log_.error(what_ + " pairing invite failed: " + summary(*error));
   }
@@ -46,13 +46,13 @@ void CloudPairingInvites::publishPairInvite(const std::string& code, const std::
   record.payload = encodePairingInvite(invite);
   record.created = now_();
   database_->save(record, CloudUrgency::utility,
-                  [reports = published_](const auto& error) { reports->take(error); });
+                  [reports = published_](const auto& error) { reports->handleResult(error); });
 }
 
 void CloudPairingInvites::deletePairInvite(const std::string& code) {
   if (const auto name = pairInviteRecordName(code))
     database_->remove(*name, CloudUrgency::utility,
-                      [reports = deleted_](const auto& error) { reports->take(error); });
+                      [reports = deleted_](const auto& error) { reports->handleResult(error); });
 }
 
 void CloudPairingInvites::loadPairInvite(std::string_view code,

@@ -132,7 +132,7 @@ void SignalingClient::fail(const std::string& reason) {
   assertOnQueue();
   log_.info(reason);
   const bool hadOpened = isConnected_;
-  dropTask(WebSocketConnection::kGoingAway);
+  cancelTask(WebSocketConnection::kGoingAway);
   if (hadOpened) {
     if (onClose) onClose();
     return;
@@ -143,11 +143,11 @@ void SignalingClient::fail(const std::string& reason) {
 
 void SignalingClient::closeNow() {
   if (isConnected_) sendNow({.type = "bye"});
-  dropTask(WebSocketConnection::kGoingAway);
+  cancelTask(WebSocketConnection::kGoingAway);
 }
 
 /// The socket sends what it was given, the goodbye above all, before it closes.
-void SignalingClient::dropTask(std::uint16_t closeCode) {
+void SignalingClient::cancelTask(std::uint16_t closeCode) {
   isConnected_ = false;
   openTimeout_.cancel();
   nextPing_.cancel();

@@ -66,7 +66,7 @@ class SignalingClient final : public RelaySignaling, public QueueBound<Signaling
   void sendNow(const SignalMessage& message);
   void fail(const std::string& reason);
   void closeNow();
-  void dropTask(std::uint16_t closeCode);
+  void cancelTask(std::uint16_t closeCode);
 
   const std::vector<std::string> relays_;
   const std::shared_ptr<WebSocketFactory> sockets_;

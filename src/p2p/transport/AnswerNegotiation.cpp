@@ -40,23 +40,23 @@ void AnswerNegotiation::apply(PeerSession& session, const SignalMessage& offer) 
                                    log("setRemoteDescription: " + set.error());
                                    if (isCurrent) lastOfferSDP_.reset();
                                  } else if (isCurrent) {
-                                   offerIsSet(session, offer);
+                                   handleOfferSet(session, offer);
                                  }
                                });
 }
 
-void AnswerNegotiation::offerIsSet(PeerSession& session, const SignalMessage& offer) {
+void AnswerNegotiation::handleOfferSet(PeerSession& session, const SignalMessage& offer) {
   applyBundled(session, offer);
   session.describe(SdpType::answer, [this](Result<SessionDescription> answer) {
     if (!answer.ok()) {
       log("createAnswer: " + answer.error());
       return lastOfferSDP_.reset();  // the offer may be tried again
     }
-    answerIsSet(std::move(answer).value());
+    handleAnswerSet(std::move(answer).value());
   });
 }
 
-void AnswerNegotiation::answerIsSet(SessionDescription answer) {
+void AnswerNegotiation::handleAnswerSet(SessionDescription answer) {
   localAnswer_ = std::move(answer);
   log("sending answer");
   sendDescription();

@@ -20,8 +20,8 @@ class AnswerNegotiation final : public Negotiation {
   const std::optional<SessionDescription>& localDescription() const override { return localAnswer_; }
   void offeredAgain(PeerSession& session, const SignalMessage& offer, bool viaCloud);
   void apply(PeerSession& session, const SignalMessage& offer);
-  void offerIsSet(PeerSession& session, const SignalMessage& offer);
-  void answerIsSet(SessionDescription answer);
+  void handleOfferSet(PeerSession& session, const SignalMessage& offer);
+  void handleAnswerSet(SessionDescription answer);
 
   /// Of the last offer that was applied or is being applied.
   std::optional<std::string> lastOfferSDP_;

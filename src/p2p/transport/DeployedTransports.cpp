@@ -64,7 +64,7 @@ TransportFactory::Environment DeployedTransports::factoryEnvironment(const Envir
                                    log);
   };
   const auto makeCloud = [database = database_, mainQueue = environment.mainQueue, makeQueue,
-                          spent = std::make_shared<UsedSessionIds>(),
+                          usedSessions = std::make_shared<UsedSessionIds>(),
                           log = environment.log]() -> std::shared_ptr<CloudSignaling> {
     return std::make_shared<CloudKitSignalingClient>(CloudKitSignalingClient::Environment{
         .database = database,
@@ -72,7 +72,7 @@ TransportFactory::Environment DeployedTransports::factoryEnvironment(const Envir
         .mainQueue = mainQueue,
         .now = Clock::now,
         .session = randomUuid(),
-        .spent = spent,
+        .usedSessions = usedSessions,
         .log = Logger(log, std::string(CloudKitSignalingClient::kLogCategory))});
   };
   const auto remember = [&defaults = environment.defaults,

@@ -24,7 +24,7 @@ IceCandidate candidateOf(std::string line, const std::optional<std::string>& mid
 
 std::string_view toString(SdpType type) { return type == SdpType::offer ? "offer" : "answer"; }
 
-void Negotiation::candidateCame(PeerSession& session, const SignalMessage& message) {
+void Negotiation::handleCandidate(PeerSession& session, const SignalMessage& message) {
   if (!message.candidate) return;
   session.addRemoteCandidate(candidateOf(*message.candidate, message.sdpMid, message.sdpMLineIndex));
 }

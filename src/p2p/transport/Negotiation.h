@@ -43,7 +43,7 @@ class Negotiation {
   /// May rebuild the session, which ends `session`.
   virtual void offered(PeerSession& session, const SignalMessage& offer, bool viaCloud) = 0;
   virtual void answered(PeerSession& session, const SignalMessage& answer, bool viaCloud) = 0;
-  void candidateCame(PeerSession& session, const SignalMessage& message);
+  void handleCandidate(PeerSession& session, const SignalMessage& message);
 
   /// Whether the cloud's record is to hold our description now.
   virtual bool wantsSnapshot() const = 0;

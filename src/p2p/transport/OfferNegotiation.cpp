@@ -11,11 +11,11 @@ void OfferNegotiation::begin(PeerSession& session) {
   receivedAnswer_ = false;
   session.describe(SdpType::offer, [this](Result<SessionDescription> offer) {
     if (!offer.ok()) return log("createOffer: " + offer.error());
-    offerIsSet(std::move(offer).value());
+    handleOfferSet(std::move(offer).value());
   });
 }
 
-void OfferNegotiation::offerIsSet(SessionDescription offer) {
+void OfferNegotiation::handleOfferSet(SessionDescription offer) {
   localOffer_ = std::move(offer);
   log("sending offer");
   sendDescription();

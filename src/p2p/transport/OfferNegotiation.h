@@ -21,7 +21,7 @@ class OfferNegotiation final : public Negotiation {
 
  private:
   const std::optional<SessionDescription>& localDescription() const override { return localOffer_; }
-  void offerIsSet(SessionDescription offer);
+  void handleOfferSet(SessionDescription offer);
   void refreshCandidates(PeerSession& session, const SignalMessage& answer);
   void apply(PeerSession& session, const SignalMessage& answer);
 

@@ -63,13 +63,13 @@ std::shared_ptr<RouteMonitor> PeerConnector::makeRouteMonitor() {
       .messaging = messaging_,
       .onChange =
           [this](bool isRelayed, std::optional<std::uint64_t> bytes) {
-            tellOwner([isRelayed, bytes](Owner& owner) { owner.routeDidChange(isRelayed, bytes); });
+            notifyOwner([isRelayed, bytes](Owner& owner) { owner.routeDidChange(isRelayed, bytes); });
           },
       .log = log_});
 }
 
 template <class Work>
-void PeerConnector::tellOwner(Work work) {
+void PeerConnector::notifyOwner(Work work) {
   environment_.mainQueue->async(tevanto::weakCall(owner_, std::move(work)));
 }
 
@@ -89,7 +89,7 @@ void PeerConnector::start(std::vector<RemoteIceServerConfig> iceServers) {
   assertOnQueue();
   if (stopped_ || std::exchange(started_, true)) return;
   useIceServers(std::move(iceServers));
-  tellOwner([](Owner& owner) { owner.handshakeDidStart(); });
+  notifyOwner([](Owner& owner) { owner.handshakeDidStart(); });
   if (!buildSession()) return;
   listenToPaths();
   paths_.connectRelay();
@@ -177,12 +177,12 @@ void PeerConnector::listenToPaths() {
   relay.onOpen = hop(&PeerConnector::relayDidOpen);
   relay.onClose = hop(&PeerConnector::relayDidClose);
   relay.onMessage =
-      hop([](PeerConnector& self, const SignalMessage& message) { self.signalCame(message, false); });
+      hop([](PeerConnector& self, const SignalMessage& message) { self.handleSignal(message, false); });
   auto& cloud = paths_.cloud();
   cloud.onOpen = hop(&PeerConnector::cloudDidOpen);
   cloud.onUnavailable = hop(&PeerConnector::cloudIsUnavailable);
   cloud.onSignal =
-      hop([](PeerConnector& self, const SignalMessage& message) { self.signalCame(message, true); });
+      hop([](PeerConnector& self, const SignalMessage& message) { self.handleSignal(message, true); });
 }
 
 void PeerConnector::startCloudUnlessConnected() {
@@ -215,7 +215,7 @@ void PeerConnector::cloudIsUnavailable() {
   if (paths_.isRelayClosed() && !channelEverReady_) fail();
 }
 
-void PeerConnector::signalCame(const SignalMessage& message, bool viaCloud) {
+void PeerConnector::handleSignal(const SignalMessage& message, bool viaCloud) {
   assertOnQueue();
   log_.info("signal in: " + message.type + (viaCloud ? " (cloud)" : ""));
   if (session_) dispatchSignal(message, viaCloud);
@@ -225,7 +225,7 @@ void PeerConnector::dispatchSignal(const SignalMessage& message, bool viaCloud) 
   if (message.type == "hello") return negotiation_->replay(*session_, "peer joined");
   if (message.type == "offer") return offered(message, viaCloud);
   if (message.type == "answer") return negotiation_->answered(*session_, message, viaCloud);
-  if (message.type == "ice") return negotiation_->candidateCame(*session_, message);
+  if (message.type == "ice") return negotiation_->handleCandidate(*session_, message);
   if (message.type == "bye") otherSideLeft();
 }
 
@@ -309,11 +309,11 @@ void PeerConnector::report(ChannelStateFilter::Event event) {
   const auto report = reports_.on(event, channelEverReady_);
   if (!report) return;
   log_.info(std::string(report->logLine));
-  tellOwner([state = report->state](Owner& owner) { owner.channelStateDidChange(state); });
+  notifyOwner([state = report->state](Owner& owner) { owner.channelStateDidChange(state); });
 }
 
 void PeerConnector::reportScreenChannel(bool isOpen) {
-  tellOwner([isOpen](Owner& owner) { owner.screenChannelDidChange(isOpen); });
+  notifyOwner([isOpen](Owner& owner) { owner.screenChannelDidChange(isOpen); });
 }
 
 }  // namespace tevanto

@@ -103,7 +103,7 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   void cloudDidOpen();
   void cloudIsUnavailable();
   void startCloudUnlessConnected();
-  void signalCame(const SignalMessage& message, bool viaCloud);
+  void handleSignal(const SignalMessage& message, bool viaCloud);
   void dispatchSignal(const SignalMessage& message, bool viaCloud);
   void offered(const SignalMessage& offer, bool viaCloud);
   void otherSideLeft();
@@ -123,7 +123,7 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   void report(ChannelStateFilter::Event event);
   void reportScreenChannel(bool isOpen);
   template <class Work>
-  void tellOwner(Work work);
+  void notifyOwner(Work work);
   /// `work`, which does nothing once the connector has been stopped.
   template <class Work>
   static auto unlessStopped(Work work);

@@ -66,12 +66,12 @@ void PeerSession::setRemoteDescription(const SessionDescription& description, Do
   peer_->setRemoteDescription(
       description,
       weakPost(unlessClosed([done = std::move(done)](PeerSession& self, const Result<void>& result) {
-        if (result.ok()) self.remoteDescriptionIsSet();
+        if (result.ok()) self.handleRemoteDescriptionSet();
         done(result);
       })));
 }
 
-void PeerSession::remoteDescriptionIsSet() {
+void PeerSession::handleRemoteDescriptionSet() {
   hasRemoteDescription_ = true;
   for (const auto& candidate : std::exchange(pendingCandidates_, {})) peer_->addCandidate(candidate);
 }

@@ -89,7 +89,7 @@ class PeerSession final : public PeerConnectionObserver, public QueueBound<PeerS
     return links_[static_cast<std::size_t>(kind)];
   }
   void setLocalDescription(const SessionDescription& description, const DescriptionHandler& done);
-  void remoteDescriptionIsSet();
+  void handleRemoteDescriptionSet();
   /// `work`, which does nothing once the session is closed.
   template <class Work>
   static auto unlessClosed(Work work);

@@ -56,15 +56,15 @@ void WebRTCTransport::stop() {
   stateQueue_->async([connector = connector_] { connector->stop(); });
 }
 
-void WebRTCTransport::messageArrived(RemoteMessage message) {
+void WebRTCTransport::didReceiveMessage(RemoteMessage message) {
   if (!cancelled_) call(onMessage, std::move(message));
 }
 
-void WebRTCTransport::screenDataArrived(std::span<const std::byte> message) {
+void WebRTCTransport::didReceiveScreenData(std::span<const std::byte> message) {
   if (!cancelled_) call(onScreenData, message);
 }
 
-void WebRTCTransport::relayScreenBytesArrived(std::uint64_t bytes) {
+void WebRTCTransport::didReceiveRelayScreenBytes(std::uint64_t bytes) {
   call(onRelayScreenBytesReceived, bytes);
 }
 

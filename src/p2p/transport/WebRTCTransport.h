@@ -71,9 +71,9 @@ class WebRTCTransport final : public MessageChannel,
   WebRTCTransport() = default;
 
   // DataChannelMessaging::Delegate
-  void messageArrived(RemoteMessage message) override;
-  void screenDataArrived(std::span<const std::byte> message) override;
-  void relayScreenBytesArrived(std::uint64_t bytes) override;
+  void didReceiveMessage(RemoteMessage message) override;
+  void didReceiveScreenData(std::span<const std::byte> message) override;
+  void didReceiveRelayScreenBytes(std::uint64_t bytes) override;
   void screenDataArriving() override { connector_->screenDataDidArrive(); }
 
   // PeerConnector::Owner

@@ -30,7 +30,7 @@ class AwayChannel::Lines final : public LineChannel {
  public:
   explicit Lines(std::shared_ptr<AwayChannel> link) : link_(std::move(link)) {}
 
-  /// What is no message cannot travel by this road, and is left out as the companion would leave it out.
+  /// A line that is no message is left out here, as the companion would leave it out.
   bool send(std::string_view bytes, Deadline) override {
     if (!link_->isReady()) return false;
     for (std::size_t end = bytes.find('\n'); end != std::string_view::npos; end = bytes.find('\n')) {
@@ -150,7 +150,7 @@ void AwayChannel::endTransport() {
   const bool wasReady = isReady();
   environment_.mainQueue->sync([&] {
     transport_.messages->onChannelState = [over](ChannelState state) {
-      if (state == ChannelState::failed) over->say(state);
+      if (state == ChannelState::failed) over->set(state);
     };
     transport_.messages->close();
   });

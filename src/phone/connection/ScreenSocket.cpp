@@ -34,7 +34,7 @@ ScreenSocket::Received ScreenSocket::receive(const MessageHandler& onMessage) {
     if (received == TcpSocket::Received::closed) return Received::closed;
     total += count;
     receivedBytes_ += count;
-    const auto outcome = frames_.take(std::span(space).first(count), [&](std::span<const std::byte> message) {
+    const auto outcome = frames_.feed(std::span(space).first(count), [&](std::span<const std::byte> message) {
       onMessage(message);
       return true;
     });

@@ -5,24 +5,24 @@
 
 namespace tevanto::phone {
 
-void MirrorStream::take(std::span<const std::byte> message, Time now) {
+void MirrorStream::onMessage(std::span<const std::byte> message, Time now) {
   const auto type = screenMessageType(message);
-  if (type == ScreenMessageType::parameterSets) takeParameterSets(message.subspan(1));
-  if (type == ScreenMessageType::videoFrame) takeFrame(message.subspan(1), now);
+  if (type == ScreenMessageType::parameterSets) handleParameterSets(message.subspan(1));
+  if (type == ScreenMessageType::videoFrame) handleFrame(message.subspan(1), now);
 }
 
-void MirrorStream::takeParameterSets(std::span<const std::byte> body) {
+void MirrorStream::handleParameterSets(std::span<const std::byte> body) {
   const auto sets = decodeParameterSets(body);
   if (!sets || sets->sps.empty() || sets->pps.empty()) return;
   sps_.assign(sets->sps.begin(), sets->sps.end());
   pps_.assign(sets->pps.begin(), sets->pps.end());
 }
 
-void MirrorStream::takeFrame(std::span<const std::byte> body, Time now) {
+void MirrorStream::handleFrame(std::span<const std::byte> body, Time now) {
   const auto frame = decodeVideoFrame(body);
   const bool canStart = frame && frame->isKeyframe && !sps_.empty() && !pps_.empty();
   if (!frame || (isWaiting_ && !canStart)) {
-    drop();
+    reportDropped();
     return ask(now);
   }
   if (!assemble(frame->data, canStart)) return loseTrack(now);
@@ -51,14 +51,14 @@ bool MirrorStream::assemble(std::span<const std::byte> data, bool isKeyframe) {
   return appendNalUnits(byteStream_, data);
 }
 
-void MirrorStream::drop() { outlets_.onDropped(); }
+void MirrorStream::reportDropped() { outlets_.onDropped(); }
 
 void MirrorStream::loseTrack(Time now) {
   decoder_.flush();
   heldBack_ = 0;
   if (!isWaiting_) asked_.reset();  // a new loss is told at once
   isWaiting_ = true;
-  drop();
+  reportDropped();
   ask(now);
 }
 

@@ -36,13 +36,13 @@ class MirrorStream {
 
   MirrorStream(VideoDecoder& decoder, Outlets outlets) : decoder_(decoder), outlets_(std::move(outlets)) {}
 
-  void take(std::span<const std::byte> message, Time now);
+  void onMessage(std::span<const std::byte> message, Time now);
 
  private:
-  void takeParameterSets(std::span<const std::byte> body);
-  void takeFrame(std::span<const std::byte> body, Time now);
+  void handleParameterSets(std::span<const std::byte> body);
+  void handleFrame(std::span<const std::byte> body, Time now);
   bool assemble(std::span<const std::byte> data, bool isKeyframe);
-  void drop();
+  void reportDropped();
   void loseTrack(Time now);
   void ask(Time now);
 

@@ -65,10 +65,11 @@ Answer<bool> Mirror::prepare() {
     window_ = std::move(window).value();
   }
   stream_ = std::make_unique<MirrorStream>(
-      *decoder_, MirrorStream::Outlets{
-                     .askForKeyFrame = [this] { askForKeyFrame(); },
-                     .onFrame = [this](const auto& frame, const auto& picture) { take(frame, picture); },
-                     .onDropped = [this] { statistics_.dropped(); }});
+      *decoder_,
+      MirrorStream::Outlets{
+          .askForKeyFrame = [this] { askForKeyFrame(); },
+          .onFrame = [this](const auto& frame, const auto& picture) { handleFrame(frame, picture); },
+          .onDropped = [this] { statistics_.dropped(); }});
   return true;
 }
 
@@ -82,7 +83,7 @@ Answer<bool> Mirror::startRecording() {
 }
 
 Answer<bool> Mirror::mirror() {
-  if (auto greeted = sayHello(); !greeted) return greeted;
+  if (auto greeted = sendHello(); !greeted) return greeted;
   while (!isEnded_ && !isOver(Clock::now())) {
     if (auto waited = wait(); !waited) return waited;
     if (auto worked = work(); !worked) return worked;
@@ -90,7 +91,7 @@ Answer<bool> Mirror::mirror() {
   return true;
 }
 
-Answer<bool> Mirror::sayHello() {
+Answer<bool> Mirror::sendHello() {
   statistics_.asked(Clock::now());
   if (screen_->send(helloMessage({token_, kViewWidth, kViewHeight, settings_.lowBandwidth}))) return true;
   return Trouble{ExitCode::connectionLost, "The companion closed the connection."};
@@ -104,7 +105,7 @@ Answer<bool> Mirror::comeBack() {
     if (!screen && screen.trouble().code == ExitCode::refused) return screen.trouble();
     if (!screen) continue;
     screen_ = std::move(*screen);
-    if (sayHello()) return true;
+    if (sendHello()) return true;
   }
   return true;
 }
@@ -142,7 +143,7 @@ Answer<bool> Mirror::receive() {
   const auto before = screen_->receivedBytes();
   const auto received = screen_->receive([this](std::span<const std::byte> message) {
     heardAnything_ = true;
-    stream_->take(message, Clock::now());
+    stream_->onMessage(message, Clock::now());
   });
   statistics_.received(screen_->receivedBytes() - before, Clock::now());
   if (trouble_) return *trouble_;
@@ -194,7 +195,7 @@ Answer<bool> Mirror::readReplies() {
   }
 }
 
-void Mirror::take(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture) {
+void Mirror::handleFrame(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture) {
   const auto now = Clock::now();
   statistics_.decoded(frame.isKeyframe, frame.time, now);
   record(frame);

@@ -53,14 +53,14 @@ class Mirror {
   Answer<bool> prepare();
   Answer<bool> startRecording();
   Answer<bool> mirror();
-  Answer<bool> sayHello();
+  Answer<bool> sendHello();
   Answer<bool> comeBack();
   bool wasEnded();
   Answer<bool> wait();
   Answer<bool> receive();
   Answer<bool> work();
   Answer<bool> readReplies();
-  void take(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture);
+  void handleFrame(const ReceivedFrame& frame, const std::optional<DecodedPicture>& picture);
   void record(const ReceivedFrame& frame);
   void showStatistics(Time now);
   void askForKeyFrame();

@@ -60,23 +60,23 @@ PhoneCommands::PhoneCommands(PhoneEnvironment environment, PhoneOutput::Format f
       finder_(environment_.browser, paired_, std::move(choice)),
       away_(std::move(away)) {}
 
-Answer<Route*> PhoneCommands::road() {
-  if (road_) return road_.get();
+Answer<Route*> PhoneCommands::route() {
+  if (route_) return route_.get();
   if (away_.companion.empty()) {
-    road_ = std::make_unique<LocalRoute>(finder_, timeout_);
-    return road_.get();
+    route_ = std::make_unique<LocalRoute>(finder_, timeout_);
+    return route_.get();
   }
   if (!environment_.away)
     return Trouble{ExitCode::notDone, "This build cannot call companions on other networks."};
   auto away = environment_.away(away_.verbose);
   if (!away) return Trouble{ExitCode::notDone, away.error()};
-  road_ = std::make_unique<AwayRoute>(std::move(away).value(),
-                                      paired_.named(away_.companion).value_or(away_.companion), timeout_);
-  return road_.get();
+  route_ = std::make_unique<AwayRoute>(std::move(away).value(),
+                                       paired_.named(away_.companion).value_or(away_.companion), timeout_);
+  return route_.get();
 }
 
 Answer<PhoneSession> PhoneCommands::connect(const Target& target, const GivesUp& givesUp) {
-  const auto way = road();
+  const auto way = route();
   if (!way) return way.trouble();
   auto channel = (*way)->connect(target, givesUp);
   if (!channel) return channel.trouble();
@@ -84,7 +84,7 @@ Answer<PhoneSession> PhoneCommands::connect(const Target& target, const GivesUp&
 }
 
 Answer<Target> PhoneCommands::find(CompanionFinder::For purpose) {
-  const auto way = road();
+  const auto way = route();
   return way ? (*way)->find(purpose) : Answer<Target>(way.trouble());
 }
 
@@ -117,7 +117,7 @@ ExitCode PhoneCommands::hello() {
   const auto greeted = greet();
   if (!greeted) return output_.trouble(greeted.trouble());
   const auto& ready = greeted->ready;
-  const auto route = road_->route();
+  const auto route = route_->route();
   output_.reply(ready,
                 printable(ready.hostName.value_or("The companion")) +
                     " is ready.\nIdentifier:   " + printable(ready.deviceID.value_or("unknown")) +
@@ -215,7 +215,7 @@ ExitCode PhoneCommands::mirror(MirrorSettings settings) {
   if (!environment_.media) {
     return output_.trouble({ExitCode::notDone, "Mirroring is not part of this build."});
   }
-  const auto way = road();
+  const auto way = route();
   if (!way) return output_.trouble(way.trouble());
   // Its libraries are many: they are loaded while the companion is called.
   auto loading = std::async(std::launch::async, environment_.media);

@@ -30,8 +30,8 @@ struct PhoneEnvironment {
   /// Loaded only for mirroring: every other command would wait for libraries that it does not need. Empty
   /// in a build without mirroring.
   std::function<Result<std::shared_ptr<MirrorMedia>>()> media = {};
-  /// What the road to companions far away stands on; made only when one is called, and outlives the
-  /// commands. Empty in a build without.
+  /// Makes the environment of calls to companions on other networks. It is made only when one is called, and
+  /// outlives the commands. Empty in a build without such calls.
   std::function<Result<AwayChannel::Environment>(bool verbose)> away = {};
 };
 
@@ -72,8 +72,8 @@ class PhoneCommands {
   Answer<Greeted> greet(const GivesUp& givesUp = {});
   Answer<PhoneSession> connect(const Target& target, const GivesUp& givesUp = {});
   Answer<Target> find(CompanionFinder::For purpose);
-  /// The road that was chosen; made when it is first asked for.
-  Answer<Route*> road();
+  /// The route that was chosen. It is made when it is first asked for.
+  Answer<Route*> route();
   std::optional<std::string> tokenFor(const Target& target) const;
   /// What to do about a refusal by a companion that this phone has no token of.
   Trouble strangerTrouble(const Target& target, Trouble trouble) const;
@@ -84,7 +84,7 @@ class PhoneCommands {
   PairedCompanions paired_;
   CompanionFinder finder_;
   AwayChoice away_;
-  std::unique_ptr<Route> road_;
+  std::unique_ptr<Route> route_;
 };
 
 }  // namespace tevanto::phone

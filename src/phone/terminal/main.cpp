@@ -32,7 +32,7 @@ Result<std::shared_ptr<MirrorMedia>> loadMirrorMedia() {
   return std::shared_ptr<MirrorMedia>(std::move(made).value());
 }
 
-/// The road away, with a loop of its own below it.
+/// Away owns the peers and transports for calls to other networks, and the loop that they run on.
 class Away {
  public:
   Away(tevanto::UserDefaults& defaults, const std::shared_ptr<tevanto::LogSink>& log)
@@ -44,7 +44,7 @@ class Away {
   Away& operator=(const Away&) = delete;
 
   /// When all its links are gone, and so that the companion hears of that.
-  void end() { peers_->release(); }
+  void release() { peers_->release(); }
 
   Result<AwayChannel::Environment> environment() {
     if (!tevanto::DeployedTransports::canMeet(transports_.settings())) {
@@ -96,7 +96,7 @@ int main(int argc, char** argv) {
       {argv + 1, argv + argc}, {browser.get(), defaults, std::cout, std::cerr, STDIN_FILENO, STDOUT_FILENO,
                                 loadMirrorMedia, callAway});
   if (!away) return status;
-  away->end();
+  away->release();
   // The engine's threads may still be closing peers, and must not meet the libraries' cleanup at the exit.
   std::cout.flush();
   std::cerr.flush();

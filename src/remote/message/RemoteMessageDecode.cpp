@@ -101,7 +101,7 @@ class MessageBuilder {
   }
 
   bool on_string(json::string_view last, std::size_t, error_code& error) {
-    const bool taken = skips() || take(whole(last));
+    const bool taken = skips() || addText(whole(last));
     pieces_.clear();
     return taken ? true : fail(error);
   }
@@ -129,11 +129,11 @@ class MessageBuilder {
       *integer = value;
       return true;
     }
-    return takeWholeNumber(static_cast<double>(value), error);
+    return addWholeNumber(static_cast<double>(value), error);
   }
 
   bool on_uint64(std::uint64_t value, json::string_view, error_code& error) {
-    return skips() || takeWholeNumber(static_cast<double>(value), error);
+    return skips() || addWholeNumber(static_cast<double>(value), error);
   }
 
   bool on_number_part(json::string_view, error_code&) { return true; }
@@ -155,7 +155,7 @@ class MessageBuilder {
           if constexpr (!std::is_same_v<decltype(slot), std::string*>) slot->reset();
         },
         slot_);
-    noteRequired(false);
+    markRequired(false);
     return true;
   }
 
@@ -221,12 +221,12 @@ class MessageBuilder {
     }
   }
 
-  bool take(std::string_view text) {
+  bool addText(std::string_view text) {
     if (place_ == Place::capabilities) return append(*message_.capabilities, text);
-    if (place_ == Place::modifiers) return takeModifier(text);
+    if (place_ == Place::modifiers) return addModifier(text);
     if (auto* required = slot<std::string>()) {
       required->assign(text);
-      noteRequired(true);
+      markRequired(true);
       return true;
     }
     auto* optional = slot<std::optional<std::string>>();
@@ -234,7 +234,7 @@ class MessageBuilder {
     return optional != nullptr;
   }
 
-  bool takeModifier(std::string_view name) {
+  bool addModifier(std::string_view name) {
     const auto modifier = modifierNamed(name);
     return modifier && append(*message_.command->modifiers, *modifier);
   }
@@ -246,7 +246,7 @@ class MessageBuilder {
     return true;
   }
 
-  bool takeWholeNumber(double value, error_code& error) {
+  bool addWholeNumber(double value, error_code& error) {
     auto* number = slot<std::optional<double>>();
     if (!number) return fail(error);
     *number = value;
@@ -254,7 +254,7 @@ class MessageBuilder {
   }
 
   /// Notes whether the required member in `slot_`, if it is one, is there now.
-  void noteRequired(bool there) {
+  void markRequired(bool there) {
     const auto* required = slot<std::string>();
     if (!required) return;
     if (required == &message_.type) {

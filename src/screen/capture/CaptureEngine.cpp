@@ -89,7 +89,7 @@ Result<std::shared_ptr<CaptureStream>> CaptureEngine::makeStream(const Shareable
   const CaptureConfiguration configuration{
       outSize_.width, outSize_.height, frameInterval_, displays_.preferredFormat(), kQueueDepth, true};
   CaptureStream::Handlers handlers;
-  handlers.onSample = weakCall(&CaptureEngine::take);
+  handlers.onSample = weakCall(&CaptureEngine::handleSample);
   handlers.onStopped = weakCall(
       [](CaptureEngine& self, const std::string& /*reason*/) { self.reportError("Screen capture stopped"); });
   return displays_.makeStream(display.id, configuration, queue(), std::move(handlers));
@@ -113,7 +113,7 @@ void CaptureEngine::captureStarted(const Result<void>& result) {
   if (handler) handler();
 }
 
-void CaptureEngine::take(const CaptureSample& sample) {
+void CaptureEngine::handleSample(const CaptureSample& sample) {
   if (!sample.isValid || sample.type != SampleType::screen) return;
   if (sample.status != SampleStatus::complete || !sample.image) return;
   const Frame frame{sample.image, sample.presentationTime, outSize_.width, outSize_.height};

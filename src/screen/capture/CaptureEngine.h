@@ -74,7 +74,7 @@ class CaptureEngine final : public QueueBound<CaptureEngine> {
   Result<std::shared_ptr<CaptureStream>> makeStream(const ShareableDisplay& display);
   bool keep(const std::shared_ptr<CaptureStream>& stream);
   void captureStarted(const Result<void>& result);
-  void take(const CaptureSample& sample);
+  void handleSample(const CaptureSample& sample);
   void deliver(const Frame& frame);
   void reportError(const std::string& message);
   bool isStopped();

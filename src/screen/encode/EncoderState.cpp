@@ -9,15 +9,15 @@ namespace {
 
 /// The value as what the property takes, if it is that and `accepts` it.
 template <class Value, class Accept>
-Result<void> take(const EncoderPropertyValue& value, Accept accept) {
+Result<void> apply(const EncoderPropertyValue& value, Accept accept) {
   const auto* typed = std::get_if<Value>(&value);
   if (!typed) return Failure{"The value is not of the property's type."};
   if (!accept(*typed)) return Failure{"The encoder cannot do this."};
   return {};
 }
 
-Result<void> takePositive(const EncoderPropertyValue& value, std::int64_t& setting) {
-  return take<std::int64_t>(value, [&](std::int64_t number) {
+Result<void> applyPositive(const EncoderPropertyValue& value, std::int64_t& setting) {
+  return apply<std::int64_t>(value, [&](std::int64_t number) {
     if (number > 0) setting = number;
     return number > 0;
   });
@@ -45,22 +45,22 @@ Result<void> EncoderState::set(EncoderProperty property, const EncoderPropertyVa
   if (isPrepared_) return Failure{"The encoder's properties are set before the session is prepared."};
   switch (property) {
     case EncoderProperty::realTime:
-      return take<bool>(value, [](bool realTime) { return realTime; });
+      return apply<bool>(value, [](bool realTime) { return realTime; });
     case EncoderProperty::profileLevel:
-      return take<EncoderProfileLevel>(
+      return apply<EncoderProfileLevel>(
           value, [](EncoderProfileLevel level) { return level == EncoderProfileLevel::h264MainAutoLevel; });
     case EncoderProperty::allowFrameReordering:
-      return take<bool>(value, [](bool allowed) { return !allowed; });
+      return apply<bool>(value, [](bool allowed) { return !allowed; });
     case EncoderProperty::maxKeyFrameInterval:
-      return takePositive(value, settings_.maxKeyFrameInterval);
+      return applyPositive(value, settings_.maxKeyFrameInterval);
     case EncoderProperty::maxKeyFrameIntervalDuration:
-      return takePositive(value, maxKeyFrameSeconds_);
+      return applyPositive(value, maxKeyFrameSeconds_);
     case EncoderProperty::averageBitRate:
-      return takePositive(value, settings_.bitRate);
+      return applyPositive(value, settings_.bitRate);
     case EncoderProperty::expectedFrameRate:
-      return takePositive(value, settings_.fps);
+      return applyPositive(value, settings_.fps);
     case EncoderProperty::dataRateLimits:
-      return take<DataRateLimit>(value, [this](const DataRateLimit& limit) {
+      return apply<DataRateLimit>(value, [this](const DataRateLimit& limit) {
         const bool possible = limit.bytes > 0 && limit.window.count() > 0;
         if (possible) settings_.dataRateLimit = limit;
         return possible;

@@ -52,7 +52,7 @@ void H264Encoder::encode(std::shared_ptr<const PixelBuffer> pixelBuffer, Present
   lastWasFinest_ = false;
   lastWasLeftOut_ = true;  // until it comes out
   session->encodeFrame(std::move(pixelBuffer), presentationTime, properties,
-                       weakCall(weak_from_this(), &H264Encoder::take));
+                       weakCall(weak_from_this(), &H264Encoder::handleEncoded));
 }
 
 std::shared_ptr<EncoderSession> H264Encoder::sessionFor(std::int64_t width, std::int64_t height) {
@@ -94,7 +94,7 @@ void H264Encoder::setProperties(EncoderSession& session) const {
   for (const auto& [property, value] : properties) static_cast<void>(session.setProperty(property, value));
 }
 
-void H264Encoder::take(EncodeStatus status, const EncodedSample* sample) {
+void H264Encoder::handleEncoded(EncodeStatus status, const EncodedSample* sample) {
   if (status != EncodeStatus::success || !sample) return;
   lastWasFinest_ = sample->isFinest.value_or(false);
   const bool keyframe = isKeyframe(*sample);

@@ -48,7 +48,7 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
   std::shared_ptr<EncoderSession> sessionFor(std::int64_t width, std::int64_t height);
   std::shared_ptr<EncoderSession> makeSession(std::int32_t width, std::int32_t height);
   void setProperties(EncoderSession& session) const;
-  void take(EncodeStatus status, const EncodedSample* sample);
+  void handleEncoded(EncodeStatus status, const EncodedSample* sample);
   void announceParameterSets(const EncodedSample& sample);
 
   EncoderSessionFactory& sessions_;

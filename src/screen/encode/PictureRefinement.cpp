@@ -9,7 +9,7 @@ PictureRefinement::PictureRefinement(std::shared_ptr<SerialQueue> queue,
                                      std::chrono::nanoseconds frameInterval, Steps steps)
     : QueueBound(std::move(queue)), frameInterval_(frameInterval), steps_(std::move(steps)) {}
 
-void PictureRefinement::pictureCame(const PixelBuffer* picture) {
+void PictureRefinement::onPicture(const PixelBuffer* picture) {
   if (std::exchange(latest_, picture) != picture) left_ = kMostRefinements;
   if (!isAgain_) return waitFor(kPauseIntervals * frameInterval_);
   waitFor(left_ > 0 ? kNextPauseIntervals * frameInterval_ : kLongPause);

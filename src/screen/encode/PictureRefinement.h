@@ -43,7 +43,7 @@ class PictureRefinement final : public QueueBound<PictureRefinement> {
   PictureRefinement(std::shared_ptr<SerialQueue> queue, std::chrono::nanoseconds frameInterval, Steps steps);
 
   /// A picture came, new or again.
-  void pictureCame(const PixelBuffer* picture);
+  void onPicture(const PixelBuffer* picture);
   /// A key frame went out: it may be coarse, whatever was reached before. From any thread.
   void keyframeWasSent() { isAnew_ = true; }
 

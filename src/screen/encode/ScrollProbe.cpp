@@ -38,7 +38,7 @@ bool standsOut(const std::vector<std::uint32_t>& distance, std::size_t best) {
 
 }  // namespace
 
-std::optional<int> ScrollProbe::take(const PixelPlane& luma, const PixelRect& changed) {
+std::optional<int> ScrollProbe::measure(const PixelPlane& luma, const PixelRect& changed) {
   const auto columns = luma.rowBytes < kStripWidth ? 0 : (luma.rowBytes - kStripWidth) / kStripDistance + 1;
   const auto bytes = columns * kStripWidth * luma.rows;
   if (columns != columns_ || previous_.size() != bytes) {

@@ -17,7 +17,7 @@ class ScrollProbe {
 
   /// The next picture's luma, which differs from the one before within `changed`. The number of rows by which
   /// its content has moved up (down when negative); absent when it has not moved, or the number is not clear.
-  std::optional<int> take(const PixelPlane& luma, const PixelRect& changed);
+  std::optional<int> measure(const PixelPlane& luma, const PixelRect& changed);
 
  private:
   /// The columns and rows that are compared: all are in what changed, with the farthest shift added.

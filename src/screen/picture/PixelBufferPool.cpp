@@ -62,7 +62,7 @@ class PooledPixelBuffer final : public PixelBuffer {
 
 }  // namespace
 
-struct PixelBufferPool::Shared {
+struct PixelBufferPool::Core {
   const PixelFormat format;
   const int width;
   const int height;
@@ -73,11 +73,11 @@ struct PixelBufferPool::Shared {
 };
 
 PixelBufferPool::PixelBufferPool(PixelFormat format, int width, int height, std::size_t capacity)
-    : shared_(new Shared{format, width, height, capacity, {}, 0, {}}) {
+    : core_(new Core{format, width, height, capacity, {}, 0, {}}) {
   assert(format != PixelFormat::native && "the system makes its own buffers");
   assert(width > 0 && height > 0 && "a picture has pixels");
   assert((format == PixelFormat::bgra || (width % 2 == 0 && height % 2 == 0)) && "chroma has half the size");
-  shared_->free.reserve(capacity);
+  core_->free.reserve(capacity);
 }
 
 PixelBufferPool::~PixelBufferPool() = default;
@@ -85,20 +85,20 @@ PixelBufferPool::~PixelBufferPool() = default;
 std::shared_ptr<PixelBuffer> PixelBufferPool::acquire() {
   std::unique_ptr<PixelBuffer> buffer;
   {
-    const std::lock_guard lock(shared_->mutex);
-    if (!shared_->free.empty()) {
-      buffer = std::move(shared_->free.back());
-      shared_->free.pop_back();
-    } else if (shared_->made < shared_->capacity) {
-      ++shared_->made;
+    const std::lock_guard lock(core_->mutex);
+    if (!core_->free.empty()) {
+      buffer = std::move(core_->free.back());
+      core_->free.pop_back();
+    } else if (core_->made < core_->capacity) {
+      ++core_->made;
     } else {
       return nullptr;
     }
   }
-  if (!buffer) buffer = std::make_unique<PooledPixelBuffer>(shared_->format, shared_->width, shared_->height);
-  return {buffer.release(), [shared = shared_](PixelBuffer* returned) {
-            const std::lock_guard lock(shared->mutex);
-            shared->free.emplace_back(returned);
+  if (!buffer) buffer = std::make_unique<PooledPixelBuffer>(core_->format, core_->width, core_->height);
+  return {buffer.release(), [core = core_](PixelBuffer* returned) {
+            const std::lock_guard lock(core->mutex);
+            core->free.emplace_back(returned);
           }};
 }
 

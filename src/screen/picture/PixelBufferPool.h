@@ -20,8 +20,8 @@ class PixelBufferPool {
   std::shared_ptr<PixelBuffer> acquire();
 
  private:
-  struct Shared;
-  std::shared_ptr<Shared> shared_;
+  struct Core;
+  std::shared_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -34,7 +34,7 @@ Cut cutFrames(std::span<const std::byte> bytes, const FrameExtractor::FrameHandl
 
 }  // namespace
 
-FrameExtractor::Outcome FrameExtractor::take(std::span<const std::byte> bytes, const FrameHandler& onFrame) {
+FrameExtractor::Outcome FrameExtractor::feed(std::span<const std::byte> bytes, const FrameHandler& onFrame) {
   while (filled_ > 0) {  // its header first, then the rest of it
     const auto part = bytes.first(std::min(bytes.size(), missingBytes()));
     append(part);
@@ -56,7 +56,7 @@ ReceiveRoom FrameExtractor::room(std::size_t maxBytes) {
   return {std::span(memory_.get() + filled_, count), memory_};
 }
 
-FrameExtractor::Outcome FrameExtractor::takeFromRoom(std::size_t count, const FrameHandler& onFrame) {
+FrameExtractor::Outcome FrameExtractor::feedFromRoom(std::size_t count, const FrameHandler& onFrame) {
   assert(filled_ + count <= capacity_ && "more than there was room for");
   filled_ += count;
   return finishFrame(onFrame);

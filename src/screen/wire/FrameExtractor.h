@@ -22,13 +22,13 @@ class FrameExtractor {
 
   /// Takes what was received and hands on each frame that it completes. After an oversized length, and after
   /// the handler stopped it, nothing is kept.
-  Outcome take(std::span<const std::byte> bytes, const FrameHandler& onFrame);
+  Outcome feed(std::span<const std::byte> bytes, const FrameHandler& onFrame);
 
   /// Memory behind what is there of an unfinished frame, for at most `maxBytes` more of it, so that they need
   /// not be copied there. Empty when too little is missing for that to pay. Good until the next call.
   ReceiveRoom room(std::size_t maxBytes);
   /// Takes `count` bytes that were received into the room given last.
-  Outcome takeFromRoom(std::size_t count, const FrameHandler& onFrame);
+  Outcome feedFromRoom(std::size_t count, const FrameHandler& onFrame);
 
   std::size_t bufferedBytes() const { return filled_; }
 

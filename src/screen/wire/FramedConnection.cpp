@@ -60,8 +60,8 @@ FrameExtractor::Outcome FramedConnection::extract(std::span<const std::byte> byt
     if (onData) onData(payload);
     return !cancelled_;
   };
-  return receivesIntoFrame_ ? extractor_.takeFromRoom(bytes.size(), onFrame)
-                            : extractor_.take(bytes, onFrame);
+  return receivesIntoFrame_ ? extractor_.feedFromRoom(bytes.size(), onFrame)
+                            : extractor_.feed(bytes, onFrame);
 }
 
 bool FramedConnection::send(SharedBytes payload, std::int64_t maxPendingBytes, bool force) {

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-std::optional<std::vector<std::byte>> ScreenPacketReceiver::take(std::span<const std::byte> packet,
-                                                                 WebRTCScreenPacketAssembler::TimePoint now) {
+std::optional<std::vector<std::byte>> ScreenPacketReceiver::add(std::span<const std::byte> packet,
+                                                                WebRTCScreenPacketAssembler::TimePoint now) {
   auto message = assembler_.ingest(packet, now);
   if (!message) return std::nullopt;
   if (screenMessageType(message->bytes) == ScreenMessageType::videoFrame) {

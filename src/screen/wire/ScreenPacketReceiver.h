@@ -16,8 +16,8 @@ class ScreenPacketReceiver {
   /// Takes one packet; gives a message when one is complete and due. A video frame is due only when its
   /// packet id is above that of the last one given (a plain comparison, on purpose, without wrap-around); any
   /// other message always is.
-  std::optional<std::vector<std::byte>> take(std::span<const std::byte> packet,
-                                             WebRTCScreenPacketAssembler::TimePoint now);
+  std::optional<std::vector<std::byte>> add(std::span<const std::byte> packet,
+                                            WebRTCScreenPacketAssembler::TimePoint now);
   void reset();
 
  private:

@@ -5,7 +5,7 @@
 namespace tevanto {
 namespace {
 
-using Kind = ControlRequest::Kind;
+using Kind = IpcRequest::Kind;
 
 CompanionStatus someStatus() {
   CompanionStatus status;
@@ -35,11 +35,11 @@ CompanionStatus someStatus() {
 }
 
 TEST(IpcMessages, everyRequestSurvivesTheRoundTrip) {
-  for (const auto& request : {ControlRequest{Kind::status}, ControlRequest{Kind::keepAwake, true},
-                              ControlRequest{Kind::keepAwake, false}, ControlRequest{Kind::showSetupWindow},
-                              ControlRequest{Kind::showSetupWindow, false, "desk-1-menu_TIME4711"},
-                              ControlRequest{Kind::reloadDefaults}, ControlRequest{Kind::giveWay}}) {
-    const auto decoded = decodeControlRequest(encodeControlRequest(request));
+  for (const auto& request :
+       {IpcRequest{Kind::status}, IpcRequest{Kind::keepAwake, true}, IpcRequest{Kind::keepAwake, false},
+        IpcRequest{Kind::showSetupWindow}, IpcRequest{Kind::showSetupWindow, false, "desk-1-menu_TIME4711"},
+        IpcRequest{Kind::reloadDefaults}, IpcRequest{Kind::giveWay}}) {
+    const auto decoded = decodeIpcRequest(encodeIpcRequest(request));
     ASSERT_TRUE(decoded) << decoded.error();
     EXPECT_EQ(decoded.value(), request);
   }
@@ -59,25 +59,25 @@ TEST(IpcMessages, saysWhatIsWrongWithARequest) {
       {"{\"request\":\"keepAwake\"}", "keepAwake needs the boolean \"on\"."},
       {"{\"request\":\"keepAwake\",\"on\":1}", "keepAwake needs the boolean \"on\"."}};
   for (const auto& [line, error] : cases) {
-    const auto decoded = decodeControlRequest(line);
+    const auto decoded = decodeIpcRequest(line);
     ASSERT_FALSE(decoded) << line;
     EXPECT_EQ(decoded.error(), error) << line;
   }
 }
 
 TEST(IpcMessages, deepNestingIsRefused) {
-  EXPECT_FALSE(decodeControlRequest(std::string(4000, '[')));
-  EXPECT_FALSE(decodeControlRequest("{\"request\":" + std::string(2000, '[') + std::string(2000, ']') + "}"));
+  EXPECT_FALSE(decodeIpcRequest(std::string(4000, '[')));
+  EXPECT_FALSE(decodeIpcRequest("{\"request\":" + std::string(2000, '[') + std::string(2000, ']') + "}"));
 }
 
 TEST(IpcMessages, repliesSurviveTheRoundTrip) {
-  for (const auto& reply : {ControlReply{true, "", someStatus()}, ControlReply{false, "no", {}},
-                            ControlReply{false, "Battery too low", someStatus()}}) {
-    EXPECT_EQ(decodeControlReply(encodeControlReply(reply)), reply);
+  for (const auto& reply : {IpcReply{true, "", someStatus()}, IpcReply{false, "no", {}},
+                            IpcReply{false, "Battery too low", someStatus()}}) {
+    EXPECT_EQ(decodeIpcReply(encodeIpcReply(reply)), reply);
   }
-  EXPECT_FALSE(decodeControlReply("{}"));
-  EXPECT_FALSE(decodeControlReply("{\"ok\":1}"));
-  EXPECT_FALSE(decodeControlReply("nonsense"));
+  EXPECT_FALSE(decodeIpcReply("{}"));
+  EXPECT_FALSE(decodeIpcReply("{\"ok\":1}"));
+  EXPECT_FALSE(decodeIpcReply("nonsense"));
 }
 
 TEST(IpcMessages, aStatusHasTheseMembersEvenWhenNothingIsKnown) {

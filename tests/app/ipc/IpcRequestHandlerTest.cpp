@@ -19,10 +19,10 @@ class IpcRequestHandlerTest : public test::RuntimeFixture {
     main->runPending();
   }
 
-  ControlReply ask(ControlRequest request) {
-    const auto reply = decodeControlReply(control.answer(encodeControlRequest(request)));
+  IpcReply ask(IpcRequest request) {
+    const auto reply = decodeIpcReply(control.answer(encodeIpcRequest(request)));
     EXPECT_TRUE(reply);
-    return reply.value_or(ControlReply{});
+    return reply.value_or(IpcReply{});
   }
 
   TevantoMacRuntime runtime{factories()};
@@ -38,7 +38,7 @@ class IpcRequestHandlerTest : public test::RuntimeFixture {
 TEST_F(IpcRequestHandlerTest, tellsTheStatusOfTheServices) {
   sources.setBattery(64, PowerSources::kAcPower);
   runtime.power().refreshBattery();
-  const auto reply = ask({ControlRequest::Kind::status});
+  const auto reply = ask({IpcRequest::Kind::status});
   ASSERT_TRUE(reply.ok && reply.status);
   EXPECT_EQ(reply.status->pairingCode, runtime.server().pairingCode.get());
   EXPECT_EQ(reply.status->statusText, "Waiting for iPhone");
@@ -63,7 +63,7 @@ TEST_F(IpcRequestHandlerTest, tellsTheStatusOfTheServices) {
 TEST_F(IpcRequestHandlerTest, knowsWhetherAPhoneIsPairedAndConnected) {
   ASSERT_TRUE(defaults.set("remotePairingToken", std::string("token")));
   connectPhone();
-  const auto reply = ask({ControlRequest::Kind::status});
+  const auto reply = ask({IpcRequest::Kind::status});
   ASSERT_TRUE(reply.status);
   EXPECT_TRUE(reply.status->isPaired);
   EXPECT_TRUE(reply.status->isClientConnected);
@@ -71,11 +71,11 @@ TEST_F(IpcRequestHandlerTest, knowsWhetherAPhoneIsPairedAndConnected) {
 }
 
 TEST_F(IpcRequestHandlerTest, switchesKeepAwake) {
-  auto reply = ask({ControlRequest::Kind::keepAwake, true});
+  auto reply = ask({IpcRequest::Kind::keepAwake, true});
   ASSERT_TRUE(reply.ok && reply.status);
   EXPECT_TRUE(reply.status->keepAwakeOn);
   EXPECT_EQ(assertions.held.size(), 1U);
-  reply = ask({ControlRequest::Kind::keepAwake, false});
+  reply = ask({IpcRequest::Kind::keepAwake, false});
   ASSERT_TRUE(reply.ok && reply.status);
   EXPECT_FALSE(reply.status->keepAwakeOn);
   EXPECT_TRUE(assertions.held.empty());
@@ -84,7 +84,7 @@ TEST_F(IpcRequestHandlerTest, switchesKeepAwake) {
 TEST_F(IpcRequestHandlerTest, saysWhyKeepAwakeWasRefused) {
   sources.setBattery(20, PowerSources::kBatteryPower);
   runtime.power().refreshBattery();
-  const auto reply = ask({ControlRequest::Kind::keepAwake, true});
+  const auto reply = ask({IpcRequest::Kind::keepAwake, true});
   EXPECT_FALSE(reply.ok);
   EXPECT_EQ(reply.error, "Battery too low (20%) to keep awake");
 }
@@ -92,19 +92,19 @@ TEST_F(IpcRequestHandlerTest, saysWhyKeepAwakeWasRefused) {
 TEST_F(IpcRequestHandlerTest, showsTheSetupWindow) {
   desktop.close();
   desktop.takeSteps();
-  EXPECT_TRUE(ask({.kind = ControlRequest::Kind::showSetupWindow, .activationToken = "from-menu"}).ok);
+  EXPECT_TRUE(ask({.kind = IpcRequest::Kind::showSetupWindow, .activationToken = "from-menu"}).ok);
   EXPECT_THAT(desktop.steps, ElementsAre("token from-menu", "regular", "regular", "front", "activate"));
 }
 
 TEST_F(IpcRequestHandlerTest, reloadsTheDefaults) {
-  EXPECT_TRUE(ask({ControlRequest::Kind::reloadDefaults}).ok);
+  EXPECT_TRUE(ask({IpcRequest::Kind::reloadDefaults}).ok);
   EXPECT_EQ(reloads, 1);
 }
 
 TEST_F(IpcRequestHandlerTest, givesWayOnlyWithoutADisplay) {
-  EXPECT_FALSE(ask({ControlRequest::Kind::giveWay}).ok);
+  EXPECT_FALSE(ask({IpcRequest::Kind::giveWay}).ok);
   lostDisplay = true;
-  EXPECT_TRUE(ask({ControlRequest::Kind::giveWay}).ok);
+  EXPECT_TRUE(ask({IpcRequest::Kind::giveWay}).ok);
 }
 
 TEST_F(IpcRequestHandlerTest, answersNonsenseWithWhatIsWrong) {

@@ -14,46 +14,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class Owner : public std::enable_shared_from_this<Owner> {
- public:
-  explicit Owner(std::string& log) : log_(log) {}
-  void note(const std::string& what, int count) { log_ += what + std::to_string(count) + ";"; }
-
- private:
-  std::string& log_;
-};
-
-class WeaklyTest : public ::testing::Test {
- protected:
-  std::shared_ptr<test::ManualQueue> queue_ = std::make_shared<test::ManualQueue>("test");
-  std::string log_;
-  std::shared_ptr<Owner> owner_ = std::make_shared<Owner>(log_);
-};
-
-TEST_F(WeaklyTest, hopsToTheQueueWithTheArguments) {
-  const auto closure = weakly(owner_, queue_, &Owner::note);
-  closure(std::string("a"), 1);
-  EXPECT_EQ(log_, "") << "never within the call";
-  closure(std::string("b"), 2);
-  queue_->runPending();
-  EXPECT_EQ(log_, "a1;b2;");
-}
-
-TEST_F(WeaklyTest, doesNothingOnceTheOwnerIsGone) {
-  const auto closure = weakly(owner_, queue_, [](Owner& owner, int n) { owner.note("n", n); });
-  closure(1);
-  owner_.reset();
-  closure(2);
-  queue_->runPending();
-  EXPECT_EQ(log_, "");
-}
-
-TEST_F(WeaklyTest, doesNotKeepTheOwner) {
-  const auto closure = weakly(owner_, queue_, &Owner::note);
-  closure(std::string("a"), 1);
-  EXPECT_EQ(owner_.use_count(), 1);
-}
-
 TEST(Timer, isSilentAfterItWasDroppedOrReplaced) {
   test::ManualQueue queue("test");
   int first = 0;

@@ -19,12 +19,12 @@ namespace tevanto::test {
 
 class RecordingDelegate final : public DataChannelMessaging::Delegate {
  public:
-  void messageArrived(RemoteMessage message) override { messages.push_back(std::move(message)); }
-  void screenDataArrived(std::span<const std::byte> message) override {
+  void didReceiveMessage(RemoteMessage message) override { messages.push_back(std::move(message)); }
+  void didReceiveScreenData(std::span<const std::byte> message) override {
     screen.push_back(copyOf(message));
     events.push_back("data");
   }
-  void relayScreenBytesArrived(std::uint64_t bytes) override {
+  void didReceiveRelayScreenBytes(std::uint64_t bytes) override {
     events.push_back("relayed " + std::to_string(bytes));
   }
   void screenDataArriving() override { ++looks; }

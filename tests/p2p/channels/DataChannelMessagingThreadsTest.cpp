@@ -39,16 +39,16 @@ class CountingChannel final : public DataChannel {
 
 class CountingDelegate final : public DataChannelMessaging::Delegate {
  public:
-  void messageArrived(RemoteMessage message) override {
+  void didReceiveMessage(RemoteMessage message) override {
     messages += message.type == "ack";
     sound = sound && message.type == "ack" && message.message->size() == 130'000;
   }
-  void screenDataArrived(std::span<const std::byte> message) override {
+  void didReceiveScreenData(std::span<const std::byte> message) override {
     const auto frame = decodeVideoFrame(message.subspan(1));
     sound = sound && frame && frame->data.size() == 20'000;
     ++frames;
   }
-  void relayScreenBytesArrived(std::uint64_t bytes) override { relayed += bytes; }
+  void didReceiveRelayScreenBytes(std::uint64_t bytes) override { relayed += bytes; }
   void screenDataArriving() override { ++looks; }
 
   std::atomic<int> messages = 0;

@@ -253,14 +253,14 @@ TEST_F(CloudKitSignalingClientTest, followsASessionAgainThatCameToNothing) {
 }
 
 TEST(UsedSessionIds, forgetsTheOldestOfTooMany) {
-  UsedSessionIds spent;
+  UsedSessionIds used;
   for (std::size_t i = 0; i <= UsedSessionIds::kMost; ++i) {
-    spent.add(std::to_string(i));
-    spent.add(std::to_string(i));
+    used.add(std::to_string(i));
+    used.add(std::to_string(i));
   }
-  EXPECT_FALSE(spent.contains("0"));
-  EXPECT_TRUE(spent.contains("1"));
-  EXPECT_TRUE(spent.contains(std::to_string(UsedSessionIds::kMost)));
+  EXPECT_FALSE(used.contains("0"));
+  EXPECT_TRUE(used.contains("1"));
+  EXPECT_TRUE(used.contains(std::to_string(UsedSessionIds::kMost)));
 }
 
 TEST_F(CloudKitSignalingClientTest, takesOnlyAnswersToItsOwnOffer) {

@@ -34,7 +34,7 @@ class CloudSignalingFixture : public testing::Test {
                                              .mainQueue = main_,
                                              .now = clock_,
                                              .session = "own-session",
-                                             .spent = spent_,
+                                             .usedSessions = usedSessions_,
                                              .log = Logger(log_, "cksignal")});
     client->onOpen = [this] { event("open"); };
     client->onUnavailable = [this] { event("unavailable"); };
@@ -84,7 +84,7 @@ class CloudSignalingFixture : public testing::Test {
            std::chrono::duration_cast<std::chrono::system_clock::duration>(time->now().time_since_epoch());
   };
   std::shared_ptr<FakeCloudDatabase> database_ = std::make_shared<FakeCloudDatabase>(cloud_, clock_);
-  std::shared_ptr<UsedSessionIds> spent_ = std::make_shared<UsedSessionIds>();
+  std::shared_ptr<UsedSessionIds> usedSessions_ = std::make_shared<UsedSessionIds>();
   std::shared_ptr<RecordingLogSink> log_ = std::make_shared<RecordingLogSink>();
   std::shared_ptr<CloudKitSignalingClient> client_;
   std::vector<std::string> events_;

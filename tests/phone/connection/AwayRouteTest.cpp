@@ -33,7 +33,7 @@ class FakeMessages final : public MessageChannel {
 
 class AwayRouteTest : public testing::Test {
  protected:
-  AwayRoute road(std::chrono::milliseconds timeout = 30s) {
+  AwayRoute route(std::chrono::milliseconds timeout = 30s) {
     return {{queue_, [this](const std::string& room) { return makeTransport(room); }, timeout_},
             "the room",
             timeout};
@@ -71,7 +71,7 @@ class AwayRouteTest : public testing::Test {
 LineChannel::Deadline soon() { return std::chrono::steady_clock::now() + 30s; }
 
 TEST_F(AwayRouteTest, linesAreMessagesOnTheWay) {
-  auto away = road();
+  auto away = route();
   const auto lines = away.connect(*away.find(CompanionFinder::For::command), {});
   ASSERT_TRUE(lines) << lines.trouble().message;
   EXPECT_TRUE((*lines)->send("{\"type\":\"sessionHello\"}\nnothing\n{\"type\":\"command\"}\n", soon()));
@@ -87,7 +87,7 @@ TEST_F(AwayRouteTest, linesAreMessagesOnTheWay) {
 }
 
 TEST_F(AwayRouteTest, linesAndScreenShareOneLink) {
-  auto away = road();
+  auto away = route();
   const Target target{{{}, 0}, "the room"};
   const auto lines = away.connect(target, {});
   const auto screen = away.connectScreen(target, {});
@@ -104,7 +104,7 @@ TEST_F(AwayRouteTest, linesAndScreenShareOneLink) {
 }
 
 TEST_F(AwayRouteTest, ridesOutAnInterruptionAndEndsWithAFailure) {
-  auto away = road();
+  auto away = route();
   const Target target{{{}, 0}, "the room"};
   const auto lines = away.connect(target, {});
   ASSERT_TRUE(lines);
@@ -125,7 +125,7 @@ TEST_F(AwayRouteTest, callsAgainUntilTheCompanionAnswers) {
       messages_[number - 1]->onChannelState(number < 2 ? ChannelState::failed : ChannelState::ready);
     });
   };
-  auto away = road();
+  auto away = route();
   EXPECT_TRUE(away.connect({{{}, 0}, "the room"}, {}));
   EXPECT_EQ(messages_.size(), 2U);
   EXPECT_TRUE(messages_[0]->isClosed) << "nothing of an attempt remains";
@@ -133,7 +133,7 @@ TEST_F(AwayRouteTest, callsAgainUntilTheCompanionAnswers) {
 
 TEST_F(AwayRouteTest, saysWhenNobodyAnswers) {
   onStart = nullptr;
-  auto away = road(50ms);
+  auto away = route(50ms);
   const auto lines = away.connect({{{}, 0}, "the room"}, {});
   ASSERT_FALSE(lines);
   EXPECT_EQ(lines.trouble().code, ExitCode::notFound);
@@ -143,7 +143,7 @@ TEST_F(AwayRouteTest, saysWhenNobodyAnswers) {
 
 TEST_F(AwayRouteTest, endsACallWhenTheUserGivesUp) {
   onStart = nullptr;
-  auto away = road(std::chrono::hours(1));
+  auto away = route(std::chrono::hours(1));
   EXPECT_FALSE(away.connect({{{}, 0}, "the room"}, [] { return true; }));
 }
 
@@ -152,7 +152,7 @@ TEST_F(AwayRouteTest, leavesATransportThatMeetsNobodyForAnother) {
   onStart = [this](std::size_t number) {
     if (number > 1) queue_->async([this] { messages_[1]->onChannelState(ChannelState::ready); });
   };
-  auto away = road();
+  auto away = route();
   EXPECT_TRUE(away.connect({{{}, 0}, "the room"}, {}));
   EXPECT_EQ(messages_.size(), 2U);
 }
@@ -162,7 +162,7 @@ TEST_F(AwayRouteTest, givesRecordsInTheCloudMoreTime) {
   goesByRecords_ = true;
   int glances = 0;
   onStart = [](std::size_t) {};
-  auto away = road();
+  auto away = route();
   // The companion comes when the usual time is long over.
   EXPECT_TRUE(away.connect({{{}, 0}, "the room"}, [&] {
     if (++glances == 2) queue_->async([this] { messages_[0]->onChannelState(ChannelState::ready); });
@@ -172,7 +172,7 @@ TEST_F(AwayRouteTest, givesRecordsInTheCloudMoreTime) {
 }
 
 TEST_F(AwayRouteTest, tellsTheRouteOnceItIsKnown) {
-  auto away = road();
+  auto away = route();
   EXPECT_EQ(away.route(), "unknown");
   const auto lines = away.connect({{{}, 0}, "the room"}, {});
   ASSERT_TRUE(lines);
@@ -184,7 +184,7 @@ TEST_F(AwayRouteTest, tellsTheRouteOnceItIsKnown) {
 }
 
 TEST_F(AwayRouteTest, theLinkEndsWithItsChannels) {
-  auto away = road();
+  auto away = route();
   {
     const auto lines = away.connect({{{}, 0}, "the room"}, {});
     ASSERT_TRUE(lines);
@@ -198,7 +198,7 @@ TEST_F(AwayRouteTest, theEndOfALinkWaitsUntilTheCompanionHasBeenTold) {
   timeout_.closing = 60s;
   std::atomic<bool> isTold = false;
   Timer telling;
-  auto away = road();
+  auto away = route();
   {
     const auto lines = away.connect({{{}, 0}, "the room"}, {});
     ASSERT_TRUE(lines);

@@ -37,10 +37,10 @@ class MirrorStreamTest : public testing::Test {
  protected:
   using Says = ScriptedDecoder::Says;
 
-  void takeSets() { stream_.take(parameterSetMessage(bytesOf({0x67, 1}), bytesOf({0x68, 2})), now_); }
+  void takeSets() { stream_.onMessage(parameterSetMessage(bytesOf({0x67, 1}), bytesOf({0x68, 2})), now_); }
   void takeFrame(bool isKeyframe) {
     const auto unit = isKeyframe ? bytesOf({0, 0, 0, 2, 0x65, 3}) : bytesOf({0, 0, 0, 2, 0x41, 4});
-    stream_.take(videoFrameMessage(unit, isKeyframe), now_);
+    stream_.onMessage(videoFrameMessage(unit, isKeyframe), now_);
   }
   void start() {
     takeSets();
@@ -129,7 +129,7 @@ TEST_F(MirrorStreamTest, damagedKeyFramesDoNotMakeItAskWithoutEnd) {
 
 TEST_F(MirrorStreamTest, lengthsThatDoNotFitAreDamageToo) {
   start();
-  stream_.take(videoFrameMessage(bytesOf({0, 0, 0, 9, 0x41}), false), now_);
+  stream_.onMessage(videoFrameMessage(bytesOf({0, 0, 0, 9, 0x41}), false), now_);
   EXPECT_EQ(asked_, 1);
   EXPECT_EQ(decoder_.units.size(), 1u);
 }
@@ -148,10 +148,10 @@ TEST_F(MirrorStreamTest, aDecoderThatGivesNoPictureIsStuck) {
 
 TEST_F(MirrorStreamTest, whatItDoesNotKnowChangesNothing) {
   start();
-  stream_.take({}, now_);
-  stream_.take(bytesOf({0x33, 1, 2}), now_);
-  stream_.take(bytesOf({0x01, 0, 9, 1}), now_);  // parameter sets that end too early
-  stream_.take(screenMessage(ScreenMessageType::stop), now_);
+  stream_.onMessage({}, now_);
+  stream_.onMessage(bytesOf({0x33, 1, 2}), now_);
+  stream_.onMessage(bytesOf({0x01, 0, 9, 1}), now_);  // parameter sets that end too early
+  stream_.onMessage(screenMessage(ScreenMessageType::stop), now_);
   takeFrame(false);
   EXPECT_EQ(shown_, 2);
   EXPECT_EQ(asked_, 0);
@@ -160,7 +160,7 @@ TEST_F(MirrorStreamTest, whatItDoesNotKnowChangesNothing) {
 
 TEST_F(MirrorStreamTest, emptyParameterSetsDoNotReplaceThoseThatAreThere) {
   start();
-  stream_.take(bytesOf({0x01, 0, 0, 0, 0}), now_);
+  stream_.onMessage(bytesOf({0x01, 0, 0, 0, 0}), now_);
   takeFrame(true);
   ASSERT_EQ(decoder_.units.size(), 2u);
   EXPECT_EQ(decoder_.units[1], decoder_.units[0]);
@@ -168,7 +168,7 @@ TEST_F(MirrorStreamTest, emptyParameterSetsDoNotReplaceThoseThatAreThere) {
 
 TEST_F(MirrorStreamTest, aFrameWithoutItsFlagIsDropped) {
   start();
-  stream_.take(bytesOf({0x02}), now_);
+  stream_.onMessage(bytesOf({0x02}), now_);
   EXPECT_EQ(dropped_, 1);
 }
 

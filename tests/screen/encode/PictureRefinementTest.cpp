@@ -21,7 +21,7 @@ class PictureRefinementTest : public ::testing::Test {
     steps.again = [this] {
       ++again_;
       if (onAgain_) onAgain_();
-      refinement_->pictureCame(latest_);
+      refinement_->onPicture(latest_);
     };
     steps.isFinest = [this] { return isFinest_; };
     steps.isMissing = [this] { return isMissing_; };
@@ -31,7 +31,7 @@ class PictureRefinementTest : public ::testing::Test {
 
   void come(const std::shared_ptr<const PixelBuffer>& picture) {
     latest_ = picture.get();
-    refinement_->pictureCame(latest_);
+    refinement_->onPicture(latest_);
   }
 
   std::shared_ptr<test::ManualQueue> queue_ = std::make_shared<test::ManualQueue>("capture");

@@ -15,7 +15,7 @@ class ScrollProbeTest : public ::testing::Test {
  protected:
   std::optional<int> take(const std::shared_ptr<const PixelBuffer>& picture,
                           const PixelRect& changed = kAll) {
-    return probe_.take(picture->planes()[0], changed);
+    return probe_.measure(picture->planes()[0], changed);
   }
 
   test::EncoderPictures pictures_{PixelFormat::i420, kWidth, kHeight};
@@ -91,7 +91,7 @@ TEST_F(ScrollProbeTest, takesPicturesOfAnySize) {
     test::EncoderPictures pictures(PixelFormat::i420, width, height);
     const PixelRect all{0, 0, width, height};
     for (int i = 0; i < 3; ++i) {
-      EXPECT_EQ(probe_.take(pictures.flat(i)->planes()[0], all), std::nullopt) << width << "x" << height;
+      EXPECT_EQ(probe_.measure(pictures.flat(i)->planes()[0], all), std::nullopt) << width << "x" << height;
     }
   }
   EXPECT_EQ(take(pictures_.text(0)), std::nullopt) << "another size begins anew";

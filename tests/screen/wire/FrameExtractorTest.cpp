@@ -20,7 +20,7 @@ struct Collector {
   std::vector<Bytes> frames;
 
   FrameExtractor::Outcome take(std::span<const std::byte> bytes) {
-    return extractor.take(bytes, [this](std::span<const std::byte> payload) {
+    return extractor.feed(bytes, [this](std::span<const std::byte> payload) {
       frames.push_back(test::copyOf(payload));
       return true;
     });
@@ -108,7 +108,7 @@ std::size_t receiveAll(Collector& collector, std::span<const std::byte> stream, 
       continue;
     }
     std::copy(part.begin(), part.end(), room.bytes.begin());
-    collector.extractor.takeFromRoom(part.size(), [&](std::span<const std::byte> payload) {
+    collector.extractor.feedFromRoom(part.size(), [&](std::span<const std::byte> payload) {
       collector.frames.push_back(test::copyOf(payload));
       return true;
     });
@@ -146,17 +146,17 @@ TEST(FrameExtractor, theHandlerStopsItInItsRoomToo) {
   FrameExtractor extractor;
   const auto text = bytesOf(frameText(pattern(40'000)));
   const auto stop = [](auto) { return false; };
-  extractor.take(std::span(text).first(4), stop);
+  extractor.feed(std::span(text).first(4), stop);
   ASSERT_EQ(extractor.room(65'536).bytes.size(), 40'000u);
-  EXPECT_EQ(extractor.takeFromRoom(39'999, stop), FrameExtractor::Outcome::wantsMore);
-  EXPECT_EQ(extractor.take(std::span(text).last(1), stop), FrameExtractor::Outcome::stopped);
+  EXPECT_EQ(extractor.feedFromRoom(39'999, stop), FrameExtractor::Outcome::wantsMore);
+  EXPECT_EQ(extractor.feed(std::span(text).last(1), stop), FrameExtractor::Outcome::stopped);
   EXPECT_EQ(extractor.bufferedBytes(), 0u);
 }
 
 TEST(FrameExtractor, theHandlerStopsIt) {
   FrameExtractor extractor;
   int seen = 0;
-  const auto outcome = extractor.take(bytesOf(frameText(bytesOf("a")) + frameText(bytesOf("b")) + "rest"),
+  const auto outcome = extractor.feed(bytesOf(frameText(bytesOf("a")) + frameText(bytesOf("b")) + "rest"),
                                       [&](auto) { return ++seen < 1; });
   EXPECT_EQ(outcome, FrameExtractor::Outcome::stopped);
   EXPECT_EQ(seen, 1);

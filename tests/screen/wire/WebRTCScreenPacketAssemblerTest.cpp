@@ -211,13 +211,13 @@ TEST(ScreenPacketReceiver, holdsBackVideoFramesThatComeLateOrTwice) {
   const auto frame = [](std::uint32_t id) {
     return test::copyOf(packets(videoFrameMessage(bytesOf("x"), false), id)[0]);
   };
-  EXPECT_TRUE(receiver.take(frame(0), kStart));
-  EXPECT_FALSE(receiver.take(frame(0), kStart));
-  EXPECT_TRUE(receiver.take(frame(5), kStart));
-  EXPECT_FALSE(receiver.take(frame(5), kStart));
-  EXPECT_FALSE(receiver.take(frame(4), kStart));
-  EXPECT_TRUE(receiver.take(frame(0xFFFFFFFF), kStart));
-  EXPECT_FALSE(receiver.take(frame(6), kStart));  // no wrap-around
+  EXPECT_TRUE(receiver.add(frame(0), kStart));
+  EXPECT_FALSE(receiver.add(frame(0), kStart));
+  EXPECT_TRUE(receiver.add(frame(5), kStart));
+  EXPECT_FALSE(receiver.add(frame(5), kStart));
+  EXPECT_FALSE(receiver.add(frame(4), kStart));
+  EXPECT_TRUE(receiver.add(frame(0xFFFFFFFF), kStart));
+  EXPECT_FALSE(receiver.add(frame(6), kStart));  // no wrap-around
 }
 
 TEST(ScreenPacketReceiver, givesEveryOtherMessageRegardlessOfItsId) {
@@ -225,25 +225,25 @@ TEST(ScreenPacketReceiver, givesEveryOtherMessageRegardlessOfItsId) {
   const auto message = [](const Bytes& bytes, std::uint32_t id) {
     return test::copyOf(packets(bytes, id)[0]);
   };
-  EXPECT_TRUE(receiver.take(message(videoFrameMessage(bytesOf("x"), true), 9), kStart));
-  EXPECT_EQ(receiver.take(message(screenMessage(ScreenMessageType::stop), 3), kStart),
+  EXPECT_TRUE(receiver.add(message(videoFrameMessage(bytesOf("x"), true), 9), kStart));
+  EXPECT_EQ(receiver.add(message(screenMessage(ScreenMessageType::stop), 3), kStart),
             screenMessage(ScreenMessageType::stop));
-  EXPECT_TRUE(receiver.take(message(parameterSetMessage(bytesOf("s"), bytesOf("p")), 3), kStart));
+  EXPECT_TRUE(receiver.add(message(parameterSetMessage(bytesOf("s"), bytesOf("p")), 3), kStart));
   // and they do not count as delivered frames
-  EXPECT_TRUE(receiver.take(message(screenMessage(ScreenMessageType::keyframeRequest), 50), kStart));
-  EXPECT_TRUE(receiver.take(message(videoFrameMessage(bytesOf("x"), false), 10), kStart));
+  EXPECT_TRUE(receiver.add(message(screenMessage(ScreenMessageType::keyframeRequest), 50), kStart));
+  EXPECT_TRUE(receiver.add(message(videoFrameMessage(bytesOf("x"), false), 10), kStart));
 }
 
 TEST(ScreenPacketReceiver, startsAnewAfterAReset) {
   ScreenPacketReceiver receiver;
   const auto cut = packets(videoFrameMessage(pattern(5000), true), 9);
-  EXPECT_FALSE(receiver.take(cut[0], kStart));
-  EXPECT_TRUE(receiver.take(cut[1], kStart));
-  EXPECT_FALSE(receiver.take(packets(videoFrameMessage(pattern(5000), true), 10)[0], kStart));
+  EXPECT_FALSE(receiver.add(cut[0], kStart));
+  EXPECT_TRUE(receiver.add(cut[1], kStart));
+  EXPECT_FALSE(receiver.add(packets(videoFrameMessage(pattern(5000), true), 10)[0], kStart));
   receiver.reset();
-  EXPECT_FALSE(receiver.take(packets(videoFrameMessage(pattern(5000), true), 10)[1], kStart));
+  EXPECT_FALSE(receiver.add(packets(videoFrameMessage(pattern(5000), true), 10)[1], kStart));
   receiver.reset();
-  EXPECT_TRUE(receiver.take(packets(videoFrameMessage(bytesOf("x"), true), 1)[0], kStart));
+  EXPECT_TRUE(receiver.add(packets(videoFrameMessage(bytesOf("x"), true), 1)[0], kStart));
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ CompanionProcess::CompanionProcess(CompanionDesktop& desktop, const std::string&
 }
 
 std::optional<CompanionStatus> CompanionProcess::status() const {
-  const auto answer = askCompanion(desktop_.controlSocket(), {});
+  const auto answer = askCompanion(desktop_.ipcSocket(), {});
   if (!answer || !answer.value()) return std::nullopt;
   return answer.value()->status;
 }

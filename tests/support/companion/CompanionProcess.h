@@ -32,7 +32,7 @@ class CompanionDesktop {
   const XvfbServer& display() const { return display_; }
   PrivateBus& bus() { return bus_; }
   std::filesystem::path configFolder() const { return home_ / "config"; }
-  std::filesystem::path controlSocket() const { return home_ / "runtime" / "tevanto" / "control.sock"; }
+  std::filesystem::path ipcSocket() const { return home_ / "runtime" / "tevanto" / "control.sock"; }
 
   /// Runs `program` to its end; its errors join its output.
   ProgramResult run(const std::string& program, std::vector<std::string> arguments) const;

@@ -110,7 +110,7 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   void sendFromConnection(std::span<const std::byte> bytes, Task processed = {}) {
     if (processed) processed_.push_back({sent_ + bytes.size(), std::move(processed)});
     sent_ += bytes.size();
-    if (ended_) return tellProcessed();
+    if (ended_) return notifyProcessed();
     unsent_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (ready_ && unsent_.size() > TcpConnection::kMaxPendingBytes) flush();
     if (unsent_.size() > TcpConnection::kMaxPendingBytes) return end(ConnectionState::failed);
@@ -122,10 +122,10 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
     received.append(unsent_, 0, taken);
     unsent_.erase(0, taken);
     if (window != std::string::npos) window -= taken;
-    tellProcessed();
+    notifyProcessed();
   }
 
-  void tellProcessed() {
+  void notifyProcessed() {
     const auto gone = sent_ - (ended_ ? 0 : unsent_.size());
     while (!processed_.empty() && processed_.front().end <= gone) {
       queue_->async([self = shared_from_this(), task = std::move(processed_.front().task)]() mutable {
@@ -138,7 +138,7 @@ class FakeTcpPeer : public std::enable_shared_from_this<FakeTcpPeer> {
   void end(ConnectionState state) {
     if (std::exchange(ended_, true)) return;
     unsent_.clear();
-    if (queue_) tellProcessed();
+    if (queue_) notifyProcessed();
     if (queue_) queue_->async([self = shared_from_this(), state] { self->report(state); });
   }
 

@@ -113,7 +113,7 @@ void ScriptedScreen::converse(int phone) {
   while (isOpen) {
     const auto count = ::recv(phone, bytes.data(), bytes.size(), 0);
     if (count <= 0) return;
-    frames.take(std::span(bytes).first(static_cast<std::size_t>(count)),
+    frames.feed(std::span(bytes).first(static_cast<std::size_t>(count)),
                 [&](std::span<const std::byte> message) {
                   for (const auto& reply : replies(copyOf(message))) {
                     isOpen = isOpen && !reply.empty() && sendWhole(phone, frameText(reply));

@@ -95,7 +95,7 @@ class ThreadedPeers final : public PeerConnectionFactory {
     }
     void setLocalDescription(const SessionDescription&, DoneHandler done) override {
       complete(done, Result<void>());
-      tell([](PeerConnectionObserver& observer) {
+      notify([](PeerConnectionObserver& observer) {
         observer.peerDidGenerateCandidate({"candidate:1 1 udp 1 127.0.0.1 9 typ host x", "0", 0});
         observer.peerDidChangeIceGatheringState(IceGatheringState::complete);
       });
@@ -139,7 +139,7 @@ class ThreadedPeers final : public PeerConnectionFactory {
       peers_.engine_->async([done = std::move(done), value = std::move(value)] { done(value); });
     }
     template <class Work>
-    void tell(Work work) {
+    void notify(Work work) {
       peers_.engine_->async([self = shared_from_this(), work] {
         const std::lock_guard lock(self->calls_);
         if (const auto observer = self->observer_.lock()) work(*observer);
@@ -153,12 +153,12 @@ class ThreadedPeers final : public PeerConnectionFactory {
       }
       for (const auto& channel : mine) other.open(channel);
       for (auto* peer : {this, &other}) {
-        peer->tell(
+        peer->notify(
             [](auto& observer) { observer.peerDidChangeIceConnectionState(IceConnectionState::connected); });
-        peer->tell([](auto& observer) {
+        peer->notify([](auto& observer) {
           observer.peerDidChangeIceConnectionState(IceConnectionState::disconnected);
         });
-        peer->tell(
+        peer->notify(
             [](auto& observer) { observer.peerDidChangeIceConnectionState(IceConnectionState::completed); });
       }
     }

@@ -3,7 +3,7 @@
 
 #include "app/ui/linux/InstalledFonts.h"
 #include "app/ui/linux/QtDesktopUi.h"
-#include "platform/linux/display/DisplayReach.h"
+#include "platform/linux/x11/XServerReach.h"
 
 namespace {
 

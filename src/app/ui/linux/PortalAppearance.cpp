@@ -52,7 +52,7 @@ void PortalAppearance::readPortal() {
     const auto settings = qdbus_cast<Settings>(reply.arguments().constFirst());
     for (auto group = settings.begin(); group != settings.end(); ++group) {
       for (auto entry = group->begin(); entry != group->end(); ++entry)
-        take(group.key(), entry.key(), entry.value());
+        handleSetting(group.key(), entry.key(), entry.value());
     }
     return true;
   };
@@ -67,10 +67,10 @@ void PortalAppearance::readPortal() {
 }
 
 void PortalAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-  take(group, key, value.variant());
+  handleSetting(group, key, value.variant());
 }
 
-void PortalAppearance::take(const QString& group, const QString& key, const QVariant& value) {
+void PortalAppearance::handleSetting(const QString& group, const QString& key, const QVariant& value) {
   if (group == kAppearance && key == "color-scheme") {
     const auto scheme = value.toUInt();
     appearance_.setDark(scheme == kPreferDark ||

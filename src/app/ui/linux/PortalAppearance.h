@@ -26,7 +26,7 @@ class PortalAppearance final : public QObject {
  private:
   /// Asks for everything and follows what changes.
   void readPortal();
-  void take(const QString& group, const QString& key, const QVariant& value);
+  void handleSetting(const QString& group, const QString& key, const QVariant& value);
 
   DesktopAppearance& appearance_;
   QDBusConnection bus_;

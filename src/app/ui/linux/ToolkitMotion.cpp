@@ -21,7 +21,7 @@ ToolkitMotion::ToolkitMotion(std::function<void(bool)> changed)
   if (settings_) {
     news_ = std::make_unique<QSocketNotifier>(settings_->descriptor(), QSocketNotifier::Read);
     QObject::connect(news_.get(), &QSocketNotifier::activated, news_.get(), [this] {
-      if (settings_->takeNews()) return notify();
+      if (settings_->readEvents()) return notify();
       news_->setEnabled(false);
     });
   }

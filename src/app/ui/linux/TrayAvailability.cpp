@@ -48,9 +48,9 @@ bool hasXembedTray() {
 }  // namespace
 
 /// Looks again whenever somebody who might be a tray comes up.
-class TrayAvailability::Watch final : public QObject, public QAbstractNativeEventFilter {
+class TrayAvailability::Core final : public QObject, public QAbstractNativeEventFilter {
  public:
-  explicit Watch(std::function<void(Kind)> found)
+  explicit Core(std::function<void(Kind)> found)
       : found_(std::move(found)),
         services_(kWatcher, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration) {
     connect(&services_, &QDBusServiceWatcher::serviceRegistered, this, [this] { lookSoon(); });
@@ -64,7 +64,7 @@ class TrayAvailability::Watch final : public QObject, public QAbstractNativeEven
       qGuiApp->installNativeEventFilter(this);
     }
   }
-  ~Watch() override { qGuiApp->removeNativeEventFilter(this); }
+  ~Core() override { qGuiApp->removeNativeEventFilter(this); }
 
   void lookSoon() { soon_.start(0); }
 
@@ -103,11 +103,11 @@ TrayAvailability::Kind TrayAvailability::current() {
 }
 
 void TrayAvailability::await(std::function<void(Kind)> found) {
-  watch_ = std::make_unique<Watch>(std::move(found));
+  core_ = std::make_unique<Core>(std::move(found));
 }
 
 void TrayAvailability::lookSoon() {
-  if (watch_) watch_->lookSoon();
+  if (core_) core_->lookSoon();
 }
 
 }  // namespace tevanto

@@ -25,8 +25,8 @@ class TrayAvailability {
   void lookSoon();
 
  private:
-  class Watch;
-  std::unique_ptr<Watch> watch_;
+  class Core;
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

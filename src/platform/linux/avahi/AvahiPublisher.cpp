@@ -50,12 +50,12 @@ AvahiPublisher::~AvahiPublisher() {
   disconnect();
 }
 
-void AvahiPublisher::add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> outlet) {
+void AvahiPublisher::add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> reporter) {
   auto& publication = *(publications_[id] = std::make_unique<Publication>());
   publication.owner = this;
   publication.name = service.name;
   publication.service = std::move(service);
-  publication.outlet = std::move(outlet);
+  publication.reporter = std::move(reporter);
   if (!client_) {
     if (!retry_) return connect();
     return report(publication, AdvertisingState::unavailable, kNoBus);
@@ -203,7 +203,7 @@ void AvahiPublisher::reportAll(AdvertisingState state, const std::string& messag
 }
 
 void AvahiPublisher::report(Publication& publication, AdvertisingState state, const std::string& message) {
-  publication.outlet->report({state, publication.name, message});
+  publication.reporter->report({state, publication.name, message});
 }
 
 void AvahiPublisher::reportError(Publication& publication, int error) {

@@ -29,7 +29,7 @@ class AvahiPublisher {
   AvahiPublisher(const AvahiPublisher&) = delete;
   AvahiPublisher& operator=(const AvahiPublisher&) = delete;
 
-  void add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> outlet);
+  void add(Id id, ServiceDescription service, std::shared_ptr<StatusReporter> reporter);
   void remove(Id id);
 
  private:
@@ -37,7 +37,7 @@ class AvahiPublisher {
     AvahiPublisher* owner = nullptr;
     ServiceDescription service;
     std::string name;  // the one in use
-    std::shared_ptr<StatusReporter> outlet;
+    std::shared_ptr<StatusReporter> reporter;
     AvahiEntryGroup* group = nullptr;  // owned by the client
   };
 

@@ -21,36 +21,36 @@ struct AvahiServiceAdvertiser::Core {
     loop.postLast([publisher = publisher] { publisher->reset(); });
   }
   ~Core() {
-    for (auto& [id, outlet] : outlets) outlet->close();
+    for (auto& [id, reporter] : reporters) reporter->close();
   }
 
-  AvahiPublisher::Id add(const ServiceDescription& service, const std::shared_ptr<StatusReporter>& outlet);
+  AvahiPublisher::Id add(const ServiceDescription& service, const std::shared_ptr<StatusReporter>& reporter);
   void remove(AvahiPublisher::Id id);
 
   using Publisher = std::optional<AvahiPublisher>;
   const std::shared_ptr<Publisher> publisher = std::make_shared<Publisher>();
   std::mutex mutex;
   AvahiPublisher::Id lastId = 0;
-  std::map<AvahiPublisher::Id, std::shared_ptr<StatusReporter>> outlets;
+  std::map<AvahiPublisher::Id, std::shared_ptr<StatusReporter>> reporters;
   AvahiLoop loop;  // ends first: its thread uses the rest
 };
 
 AvahiPublisher::Id AvahiServiceAdvertiser::Core::add(const ServiceDescription& service,
-                                                     const std::shared_ptr<StatusReporter>& outlet) {
+                                                     const std::shared_ptr<StatusReporter>& reporter) {
   AvahiPublisher::Id id = 0;
   {
     const std::lock_guard lock(mutex);
     id = ++lastId;
-    outlets.emplace(id, outlet);
+    reporters.emplace(id, reporter);
   }
-  loop.post([publisher = publisher, id, service, outlet] { (*publisher)->add(id, service, outlet); });
+  loop.post([publisher = publisher, id, service, reporter] { (*publisher)->add(id, service, reporter); });
   return id;
 }
 
 void AvahiServiceAdvertiser::Core::remove(AvahiPublisher::Id id) {
   {
     const std::lock_guard lock(mutex);
-    outlets.erase(id);
+    reporters.erase(id);
   }
   loop.post([publisher = publisher, id] { (*publisher)->remove(id); });
 }
@@ -64,11 +64,11 @@ ServiceAdvertiser::Registration AvahiServiceAdvertiser::advertise(const ServiceD
                                                                   StatusHandler onStatus) {
   auto cleaned = service;
   cleaned.name = serviceNameFrom(service.name);
-  const auto outlet = std::make_shared<StatusReporter>(
+  const auto reporter = std::make_shared<StatusReporter>(
       AdvertisingStatus{AdvertisingState::pending, cleaned.name, ""}, std::move(onStatus));
-  const auto id = core_->add(cleaned, outlet);
-  return Registration(outlet.get(), [outlet, id, core = std::weak_ptr(core_)](void*) {
-    outlet->close();
+  const auto id = core_->add(cleaned, reporter);
+  return Registration(reporter.get(), [reporter, id, core = std::weak_ptr(core_)](void*) {
+    reporter->close();
     if (const auto alive = core.lock()) alive->remove(id);
   });
 }

@@ -19,8 +19,8 @@ struct WindowIdentity;
 /// DisplayBackend is all that one display server offers to this program: input, capture, the permissions for
 /// both, and windows. One object owns them, because a display server may offer them in one session only.
 ///
-/// Making a backend talks to nobody; its parts connect when they are first used. The references stay valid as
-/// long as the backend lives.
+/// Making a backend connects to nothing; its parts connect when they are first used. The references stay
+/// valid as long as the backend lives.
 class DisplayBackend {
  public:
   struct Environment {

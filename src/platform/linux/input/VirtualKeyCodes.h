@@ -10,8 +10,9 @@ namespace tevanto {
 /// Control here. Virtual key codes end at 0x7f, so the bit is free.
 ///
 /// The platform sets it in the key codes of the hot key preferences (`DesktopShortcut`) and reads it where a
-/// key is pressed. In between, a key code with this bit passes through the control layer, which looks at no
-/// bit of it.
+/// key is pressed. In between, the control layer compares such a code with its tables of keys and does not
+/// find it: an arrow or function key with this bit gets no flags of its kind. No Linux adapter reads those
+/// flags.
 inline constexpr std::uint16_t kSuperKeyBit = 0x4000;
 
 /// The command key itself, where a PC keyboard has its left Super key. Desktops open their overview when it

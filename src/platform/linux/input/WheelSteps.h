@@ -15,7 +15,7 @@ class WheelSteps {
   static constexpr int kMostSteps = 100;
 
   /// The clicks to send now; positive is up or left.
-  int take(std::int32_t pixels);
+  int add(std::int32_t pixels);
 
  private:
   std::int32_t rest_ = 0;

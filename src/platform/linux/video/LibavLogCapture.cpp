@@ -28,9 +28,9 @@ LibavLogCapture::LibavLogCapture() {
 
 LibavLogCapture::~LibavLogCapture() { current = nullptr; }
 
-void LibavLogCapture::install() { av_log_set_callback(&LibavLogCapture::take); }
+void LibavLogCapture::install() { av_log_set_callback(&LibavLogCapture::onLog); }
 
-void LibavLogCapture::take(void*, int level, const char* format, va_list arguments) {
+void LibavLogCapture::onLog(void*, int level, const char* format, va_list arguments) {
   if (!current || level > AV_LOG_ERROR || !current->firstError_.empty()) return;
   std::array<char, 512> line{};
   std::vsnprintf(line.data(), line.size(), format, arguments);

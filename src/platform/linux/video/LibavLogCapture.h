@@ -20,7 +20,7 @@ class LibavLogCapture {
   static void install();
 
  private:
-  static void take(void* source, int level, const char* format, va_list arguments);
+  static void onLog(void* source, int level, const char* format, va_list arguments);
 
   std::string firstError_;
 };

@@ -35,7 +35,7 @@ struct CloseEncoder {
 };
 
 /// Keeps the first error said, which is the cause of those behind it.
-void takeLog(void* error, int level, const char* format, va_list arguments) {
+void onLog(void* error, int level, const char* format, va_list arguments) {
   auto& text = *static_cast<std::string*>(error);
   if (level > X264_LOG_ERROR || !text.empty()) return;
   std::array<char, 512> line{};
@@ -138,7 +138,7 @@ struct X264Encoder::Codec {
 };
 
 bool X264Encoder::Codec::open() {
-  parameters.pf_log = takeLog;
+  parameters.pf_log = onLog;
   parameters.p_log_private = &error;
   parameters.i_log_level = X264_LOG_ERROR;
   if (x264_param_apply_profile(&parameters, "main") < 0) return false;
@@ -183,7 +183,7 @@ void X264Encoder::Codec::markWhatStandsStill(const PixelRect& changed) {
 // block looks first where those around it came from in the picture before.
 void X264Encoder::Codec::chooseSearch(const PixelBuffer& picture, const PixelRect& changed) {
   constexpr int kSameStep = 1;  // a row: a step of so many pixels and a part of one
-  const auto shift = probe.take(picture.planes()[0], changed);
+  const auto shift = probe.measure(picture.planes()[0], changed);
   const bool goesOn = shift && lastShift && std::abs(*shift - *lastShift) <= kSameStep;
   lastShift = shift;
   if (goesOn) return search(X264_ME_HEX, kNarrowRange);

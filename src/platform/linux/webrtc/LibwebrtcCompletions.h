@@ -17,12 +17,12 @@ namespace tevanto {
 // nothing once the peer is closed. The closure goes with the engine's last reference.
 
 rtc::scoped_refptr<webrtc::CreateSessionDescriptionObserver> completionOf(
-    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DescriptionHandler done);
+    std::shared_ptr<LibwebrtcPeerCore> core, PeerConnection::DescriptionHandler done);
 rtc::scoped_refptr<webrtc::SetLocalDescriptionObserverInterface> localCompletionOf(
-    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done);
+    std::shared_ptr<LibwebrtcPeerCore> core, PeerConnection::DoneHandler done);
 rtc::scoped_refptr<webrtc::SetRemoteDescriptionObserverInterface> remoteCompletionOf(
-    std::shared_ptr<LibwebrtcPeerCore> link, PeerConnection::DoneHandler done);
-rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerCore> link,
+    std::shared_ptr<LibwebrtcPeerCore> core, PeerConnection::DoneHandler done);
+rtc::scoped_refptr<webrtc::RTCStatsCollectorCallback> completionOf(std::shared_ptr<LibwebrtcPeerCore> core,
                                                                    PeerConnection::StatisticsHandler done);
 
 }  // namespace tevanto

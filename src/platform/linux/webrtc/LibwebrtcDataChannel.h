@@ -21,19 +21,19 @@ class LibwebrtcDataChannel final : public DataChannel {
   ~LibwebrtcDataChannel() override;
 
   std::string label() const override { return label_; }
-  DataChannelState state() const override { return link_->state(); }
-  std::uint64_t bufferedAmount() const override { return link_->bufferedAmount(); }
+  DataChannelState state() const override { return core_->state(); }
+  std::uint64_t bufferedAmount() const override { return core_->bufferedAmount(); }
   bool send(std::span<const std::byte> message) override;
   void setObserver(std::weak_ptr<Observer> observer) override;
   void close() override;
 
  private:
   LibwebrtcDataChannel(std::shared_ptr<LibwebrtcEngine> engine, std::string label,
-                       std::shared_ptr<LibwebrtcChannelCore> link);
+                       std::shared_ptr<LibwebrtcChannelCore> core);
 
   const std::shared_ptr<LibwebrtcEngine> engine_;
   const std::string label_;
-  const std::shared_ptr<LibwebrtcChannelCore> link_;
+  const std::shared_ptr<LibwebrtcChannelCore> core_;
 };
 
 }  // namespace tevanto

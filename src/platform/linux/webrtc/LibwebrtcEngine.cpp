@@ -13,7 +13,7 @@
 namespace tevanto {
 
 std::shared_ptr<LibwebrtcEngine> LibwebrtcEngine::start(const PeerEngineOptions& options) {
-  std::shared_ptr<LibwebrtcEngine> engine(new LibwebrtcEngine(options), &LibwebrtcEngine::end);
+  std::shared_ptr<LibwebrtcEngine> engine(new LibwebrtcEngine(options), &LibwebrtcEngine::release);
   return engine->factory_ ? engine : nullptr;
 }
 
@@ -73,7 +73,7 @@ bool LibwebrtcEngine::isOnOwnThread() const {
   return signaling_.isCurrent() || network_.IsCurrent() || worker_.IsCurrent();
 }
 
-void LibwebrtcEngine::end(LibwebrtcEngine* engine) {
+void LibwebrtcEngine::release(LibwebrtcEngine* engine) {
   std::unique_ptr<LibwebrtcEngine> last(engine);
   if (!engine->isOnOwnThread()) return;
   // A thread cannot wait for its own end, nor does the engine end inside one of its tasks.

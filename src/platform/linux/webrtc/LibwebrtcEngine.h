@@ -38,7 +38,7 @@ class LibwebrtcEngine {
   void makeFactory(bool includeLoopback);
   void keepSrtpReady();
   bool isOnOwnThread() const;
-  static void end(LibwebrtcEngine* engine);
+  static void release(LibwebrtcEngine* engine);
 
   LibwebrtcLog log_;
   rtc::Thread network_;

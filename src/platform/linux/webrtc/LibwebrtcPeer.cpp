@@ -46,54 +46,54 @@ std::unique_ptr<webrtc::SessionDescriptionInterface> parsed(const SessionDescrip
 std::shared_ptr<LibwebrtcPeer> LibwebrtcPeer::create(
     std::shared_ptr<LibwebrtcEngine> engine, const PeerConfiguration& configuration,
     std::weak_ptr<tevanto::PeerConnectionObserver> observer) {
-  auto link = std::make_shared<LibwebrtcPeerCore>(engine, std::move(observer));
+  auto core = std::make_shared<LibwebrtcPeerCore>(engine, std::move(observer));
   const auto opened =
-      engine->signaling().call([&] { return link->open(engine->factory(), configurationOf(configuration)); });
+      engine->signaling().call([&] { return core->open(engine->factory(), configurationOf(configuration)); });
   if (!opened) return nullptr;
-  return std::shared_ptr<LibwebrtcPeer>(new LibwebrtcPeer(std::move(engine), std::move(link)));
+  return std::shared_ptr<LibwebrtcPeer>(new LibwebrtcPeer(std::move(engine), std::move(core)));
 }
 
-LibwebrtcPeer::LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> link)
-    : engine_(std::move(engine)), link_(std::move(link)) {}
+LibwebrtcPeer::LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> core)
+    : engine_(std::move(engine)), core_(std::move(core)) {}
 
 LibwebrtcPeer::~LibwebrtcPeer() { close(); }
 
 template <class F>
 void LibwebrtcPeer::withConnection(F&& function) {
-  engine_->signaling().post([link = link_, function = std::forward<F>(function)]() mutable {
-    if (auto* connection = link->connection()) function(*connection, link);
+  engine_->signaling().post([core = core_, function = std::forward<F>(function)]() mutable {
+    if (auto* connection = core->connection()) function(*connection, core);
   });
 }
 
 void LibwebrtcPeer::createOffer(DescriptionHandler done) {
-  withConnection([done = std::move(done)](Engine& connection, const auto& link) mutable {
-    connection.CreateOffer(completionOf(link, std::move(done)).get(), {});
+  withConnection([done = std::move(done)](Engine& connection, const auto& core) mutable {
+    connection.CreateOffer(completionOf(core, std::move(done)).get(), {});
   });
 }
 
 void LibwebrtcPeer::createAnswer(DescriptionHandler done) {
-  withConnection([done = std::move(done)](Engine& connection, const auto& link) mutable {
-    connection.CreateAnswer(completionOf(link, std::move(done)).get(), {});
+  withConnection([done = std::move(done)](Engine& connection, const auto& core) mutable {
+    connection.CreateAnswer(completionOf(core, std::move(done)).get(), {});
   });
 }
 
 void LibwebrtcPeer::setLocalDescription(const SessionDescription& description, DoneHandler done) {
-  withConnection([description, done = std::move(done)](Engine& connection, const auto& link) mutable {
+  withConnection([description, done = std::move(done)](Engine& connection, const auto& core) mutable {
     std::string error;
     auto local = parsed(description, error);
-    if (!local) return link->report([&] { done(Failure{error}); });
-    connection.SetLocalDescription(std::move(local), localCompletionOf(link, std::move(done)));
+    if (!local) return core->report([&] { done(Failure{error}); });
+    connection.SetLocalDescription(std::move(local), localCompletionOf(core, std::move(done)));
   });
 }
 
 void LibwebrtcPeer::setRemoteDescription(const SessionDescription& description, DoneHandler done) {
   withConnection([weak = std::weak_ptr(engine_), description, done = std::move(done)](
-                     Engine& connection, const auto& link) mutable {
+                     Engine& connection, const auto& core) mutable {
     std::string error;
     auto remote = parsed(description, error);
-    if (!remote) return link->report([&] { done(Failure{error}); });
+    if (!remote) return core->report([&] { done(Failure{error}); });
     if (const auto engine = weak.lock()) engine->awaitSrtp();
-    connection.SetRemoteDescription(std::move(remote), remoteCompletionOf(link, std::move(done)));
+    connection.SetRemoteDescription(std::move(remote), remoteCompletionOf(core, std::move(done)));
   });
 }
 
@@ -113,23 +113,23 @@ std::shared_ptr<DataChannel> LibwebrtcPeer::createDataChannel(const std::string&
   parameters.ordered = options.ordered;
   if (options.maxRetransmits) parameters.maxRetransmits = *options.maxRetransmits;
   return engine_->signaling().call([&]() -> std::shared_ptr<DataChannel> {
-    auto* connection = link_->connection();
-    if (!connection || link_->isShut()) return nullptr;
+    auto* connection = core_->connection();
+    if (!connection || core_->isSilenced()) return nullptr;
     auto made = connection->CreateDataChannelOrError(label, &parameters);
     return made.ok() ? LibwebrtcDataChannel::adopt(engine_, made.MoveValue()) : nullptr;
   });
 }
 
 void LibwebrtcPeer::statistics(StatisticsHandler done) {
-  withConnection([done = std::move(done)](Engine& connection, const auto& link) mutable {
-    connection.GetStats(completionOf(link, std::move(done)).get());
+  withConnection([done = std::move(done)](Engine& connection, const auto& core) mutable {
+    connection.GetStats(completionOf(core, std::move(done)).get());
   });
 }
 
 void LibwebrtcPeer::close() {
-  link_->shut();
-  engine_->signaling().post([link = link_] {
-    if (link->connection()) link->end();
+  core_->silence();
+  engine_->signaling().post([core = core_] {
+    if (core->connection()) core->close();
   });
 }
 

@@ -25,18 +25,18 @@ class LibwebrtcPeer final : public PeerConnection {
   void addCandidate(const IceCandidate& candidate) override;
   std::shared_ptr<DataChannel> createDataChannel(const std::string& label,
                                                  const DataChannelOptions& options) override;
-  IceConnectionState iceConnectionState() const override { return link_->iceConnectionState(); }
+  IceConnectionState iceConnectionState() const override { return core_->iceConnectionState(); }
   void statistics(StatisticsHandler done) override;
   /// The engine's own part ends soon after, on its thread.
   void close() override;
 
  private:
-  LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> link);
+  LibwebrtcPeer(std::shared_ptr<LibwebrtcEngine> engine, std::shared_ptr<LibwebrtcPeerCore> core);
   template <class F>
   void withConnection(F&& function);
 
   const std::shared_ptr<LibwebrtcEngine> engine_;
-  const std::shared_ptr<LibwebrtcPeerCore> link_;
+  const std::shared_ptr<LibwebrtcPeerCore> core_;
 };
 
 }  // namespace tevanto

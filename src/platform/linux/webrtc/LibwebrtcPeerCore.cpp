@@ -56,13 +56,13 @@ bool LibwebrtcPeerCore::open(webrtc::PeerConnectionFactoryInterface& factory,
   return connection_ != nullptr;
 }
 
-void LibwebrtcPeerCore::end() {
+void LibwebrtcPeerCore::close() {
   connection_->Close();
   connection_ = nullptr;
 }
 
-void LibwebrtcPeerCore::shut() {
-  shut_ = true;
+void LibwebrtcPeerCore::silence() {
+  silenced_ = true;
   gate_.quiesce();
 }
 
@@ -70,23 +70,23 @@ void LibwebrtcPeerCore::OnDataChannel(rtc::scoped_refptr<webrtc::DataChannelInte
   const auto engine = engine_.lock();
   if (!engine) return;
   const auto adopted = LibwebrtcDataChannel::adopt(engine, std::move(channel));
-  tell([&](auto& observer) { observer.peerDidOpenDataChannel(adopted); });
+  notify([&](auto& observer) { observer.peerDidOpenDataChannel(adopted); });
 }
 
 void LibwebrtcPeerCore::OnIceConnectionChange(Engine::IceConnectionState state) {
   iceConnectionState_ = stateOf(state);
-  tell([&](auto& observer) { observer.peerDidChangeIceConnectionState(stateOf(state)); });
+  notify([&](auto& observer) { observer.peerDidChangeIceConnectionState(stateOf(state)); });
 }
 
 void LibwebrtcPeerCore::OnIceGatheringChange(Engine::IceGatheringState state) {
-  tell([&](auto& observer) { observer.peerDidChangeIceGatheringState(stateOf(state)); });
+  notify([&](auto& observer) { observer.peerDidChangeIceGatheringState(stateOf(state)); });
 }
 
 void LibwebrtcPeerCore::OnIceCandidate(const webrtc::IceCandidateInterface* candidate) {
   std::string line;
   if (!candidate->ToString(&line)) return;
   const IceCandidate found{line, candidate->sdp_mid(), candidate->sdp_mline_index()};
-  tell([&](auto& observer) { observer.peerDidGenerateCandidate(found); });
+  notify([&](auto& observer) { observer.peerDidGenerateCandidate(found); });
 }
 
 }  // namespace tevanto

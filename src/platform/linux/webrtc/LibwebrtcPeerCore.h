@@ -21,20 +21,20 @@ class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
   // On the signaling thread.
   bool open(webrtc::PeerConnectionFactoryInterface& factory,
             const webrtc::PeerConnectionInterface::RTCConfiguration& configuration);
-  /// Null before `open` and after `end`.
+  /// Null before `open` and after `close`.
   webrtc::PeerConnectionInterface* connection() const { return connection_.get(); }
-  void end();
-  /// Calls it unless `shut` was called.
+  void close();
+  /// Calls it unless `silence` was called.
   template <class F>
   void report(F&& function) {
     const CallbackGuard::Call call(gate_);
-    if (!shut_) std::forward<F>(function)();
+    if (!silenced_) std::forward<F>(function)();
   }
 
   // On any thread.
   /// From now on nothing is reported, besides what runs in the caller's own call.
-  void shut();
-  bool isShut() const { return shut_; }
+  void silence();
+  bool isSilenced() const { return silenced_; }
   IceConnectionState iceConnectionState() const { return iceConnectionState_; }
 
   void OnSignalingChange(webrtc::PeerConnectionInterface::SignalingState) override {}
@@ -45,7 +45,7 @@ class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
 
  private:
   template <class F>
-  void tell(F&& function) {
+  void notify(F&& function) {
     report([&] {
       if (const auto observer = observer_.lock()) function(*observer);
     });
@@ -55,7 +55,7 @@ class LibwebrtcPeerCore final : public webrtc::PeerConnectionObserver {
   const std::weak_ptr<tevanto::PeerConnectionObserver> observer_;
   rtc::scoped_refptr<webrtc::PeerConnectionInterface> connection_;
   CallbackGuard gate_;
-  std::atomic<bool> shut_ = false;
+  std::atomic<bool> silenced_ = false;
   std::atomic<IceConnectionState> iceConnectionState_ = IceConnectionState::new_;
 };
 

@@ -43,10 +43,10 @@ void LibwebrtcSignaling::Waiter::WakeUp() {
 
 void LibwebrtcSignaling::wakeUp() {
   if (isWoken_.exchange(true)) return;
-  queue_->async(weakCall(weakSelf_, [](LibwebrtcSignaling* self) { self->takeTurn(); }));
+  queue_->async(weakCall(weakSelf_, [](LibwebrtcSignaling* self) { self->runTurn(); }));
 }
 
-void LibwebrtcSignaling::takeTurn() {
+void LibwebrtcSignaling::runTurn() {
   assert(isCurrent() && "the loop has one thread, and one engine");
   isWoken_ = false;
   thread_.ProcessMessages(0);
@@ -65,16 +65,16 @@ void LibwebrtcSignaling::wakeUpAt(SerialQueue::TimePoint due) {
   if (alarm_ && alarm_->due <= due) return;
   const auto ring = [](LibwebrtcSignaling* self) {
     self->alarm_.reset();
-    self->takeTurn();
+    self->runTurn();
   };
   alarm_ = Alarm{due, queue_->asyncAfter(due - queue_->now(), weakCall(weakSelf_, ring))};
 }
 
 void LibwebrtcSignaling::finish(const std::function<void()>& last) {
-  if (isCurrent()) return end(last);
+  if (isCurrent()) return stopWith(last);
   bool hasEnded = false;
   queue_->sync([&] {
-    end(last);
+    stopWith(last);
     hasEnded = true;
   });
   if (hasEnded) return;
@@ -83,10 +83,10 @@ void LibwebrtcSignaling::finish(const std::function<void()>& last) {
     thread_.UnwrapCurrent();
     thread_.WrapCurrent();
   }
-  end(last);
+  stopWith(last);
 }
 
-void LibwebrtcSignaling::end(const std::function<void()>& last) {
+void LibwebrtcSignaling::stopWith(const std::function<void()>& last) {
   while (thread_.GetDelay() == 0) thread_.ProcessMessages(0);
   last();
   alarm_.reset();

@@ -74,10 +74,10 @@ class LibwebrtcSignaling final {
   };
 
   void wakeUp();
-  void takeTurn();
+  void runTurn();
   void lookAhead();
   void wakeUpAt(SerialQueue::TimePoint due);
-  void end(const std::function<void()>& last);
+  void stopWith(const std::function<void()>& last);
 
   const std::shared_ptr<SerialQueue> queue_;
   std::atomic<bool> isWoken_ = false;

@@ -73,10 +73,10 @@ void XInputConnection::fakeRelativeMotion(std::int16_t dx, std::int16_t dy) cons
 }
 
 void XInputConnection::readEvents() {
-  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) note(*event);
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) handleEvent(*event);
 }
 
-void XInputConnection::note(const xcb_generic_event_t& event) {
+void XInputConnection::handleEvent(const xcb_generic_event_t& event) {
   const auto type = static_cast<std::uint8_t>(event.response_type & ~kSentBit);
   if (type == XCB_CONFIGURE_NOTIFY) {
     const auto& configured = reinterpret_cast<const xcb_configure_notify_event_t&>(event);

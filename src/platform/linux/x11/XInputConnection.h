@@ -55,7 +55,7 @@ class XInputConnection {
  private:
   XInputConnection(xcb_connection_t* connection, const xcb_screen_t& screen);
   Result<void> useExtensions();
-  void note(const xcb_generic_event_t& event);
+  void handleEvent(const xcb_generic_event_t& event);
 
   xcb_connection_t* connection_;
   xcb_window_t root_;

@@ -142,7 +142,7 @@ void LKRTCPeer::statistics(StatisticsHandler done) {
 
 void LKRTCPeer::close() {
   @autoreleasepool {
-    callbacks_->shut();
+    callbacks_->silence();
     [connection_ close];
   }
 }

@@ -18,13 +18,13 @@ namespace tevanto {
 class BonjourRegistration final : public std::enable_shared_from_this<BonjourRegistration> {
  public:
   BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
-                      std::shared_ptr<StatusReporter> outlet);
+                      std::shared_ptr<StatusReporter> reporter);
   BonjourRegistration(const BonjourRegistration&) = delete;
   BonjourRegistration& operator=(const BonjourRegistration&) = delete;
 
   void begin();
   /// Final: nothing is reported any more.
-  void end();
+  void stop();
 
  private:
   static void replied(DNSServiceRef reference, DNSServiceFlags flags, DNSServiceErrorType error,
@@ -37,7 +37,7 @@ class BonjourRegistration final : public std::enable_shared_from_this<BonjourReg
 
   const dispatch_queue_t queue_;
   const ServiceDescription service_;
-  const std::shared_ptr<StatusReporter> outlet_;
+  const std::shared_ptr<StatusReporter> reporter_;
   DNSServiceRef reference_ = nullptr;
   std::chrono::seconds nextRetry_ = kFirstBonjourRetry;
   bool hasEnded_ = false;

@@ -20,8 +20,8 @@ constexpr DNSServiceFlags kPeerToPeerToo = kDNSServiceFlagsIncludeP2P | kDNSServ
 }  // namespace
 
 BonjourRegistration::BonjourRegistration(dispatch_queue_t queue, ServiceDescription service,
-                                         std::shared_ptr<StatusReporter> outlet)
-    : queue_(queue), service_(std::move(service)), outlet_(std::move(outlet)) {}
+                                         std::shared_ptr<StatusReporter> reporter)
+    : queue_(queue), service_(std::move(service)), reporter_(std::move(reporter)) {}
 
 void BonjourRegistration::begin() {
   if (hasEnded_ || reference_) return;
@@ -29,7 +29,7 @@ void BonjourRegistration::begin() {
   if (error != kDNSServiceErr_NoError) fail(error);
 }
 
-void BonjourRegistration::end() {
+void BonjourRegistration::stop() {
   hasEnded_ = true;
   letGo();
 }
@@ -61,7 +61,7 @@ void BonjourRegistration::replied(DNSServiceRef, DNSServiceFlags flags, DNSServi
 }
 
 void BonjourRegistration::report(AdvertisingState state, const char* name, const char* message) {
-  if (!hasEnded_) outlet_->report({state, name ? name : service_.name, message});
+  if (!hasEnded_) reporter_->report({state, name ? name : service_.name, message});
 }
 
 void BonjourRegistration::fail(DNSServiceErrorType error) {

@@ -23,17 +23,17 @@ ServiceAdvertiser::Registration BonjourServiceAdvertiser::advertise(const Servic
                                                                     StatusHandler onStatus) {
   auto cleaned = service;
   cleaned.name = serviceNameFrom(service.name);
-  const auto outlet = std::make_shared<StatusReporter>(
+  const auto reporter = std::make_shared<StatusReporter>(
       AdvertisingStatus{AdvertisingState::pending, cleaned.name, ""}, std::move(onStatus));
   const dispatch_queue_t queue = core_->queue;
-  const auto registration = std::make_shared<BonjourRegistration>(queue, std::move(cleaned), outlet);
+  const auto registration = std::make_shared<BonjourRegistration>(queue, std::move(cleaned), reporter);
   dispatch_async(queue, ^{
     registration->begin();
   });
-  return Registration(outlet.get(), [outlet, registration, queue](void*) {
-    outlet->close();
+  return Registration(reporter.get(), [reporter, registration, queue](void*) {
+    reporter->close();
     dispatch_async(queue, ^{
-      registration->end();
+      registration->stop();
     });
   });
 }

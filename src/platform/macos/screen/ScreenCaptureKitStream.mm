@@ -48,7 +48,7 @@ class SampleForwarder {
   SampleForwarder(std::shared_ptr<SerialQueue> queue, CaptureStream::Handlers handlers)
       : queue_(std::move(queue)), handlers_(std::move(handlers)) {}
 
-  void take(CMSampleBufferRef buffer, SCStreamOutputType type) const {
+  void forward(CMSampleBufferRef buffer, SCStreamOutputType type) const {
     auto sample = sampleOf(buffer, type);
     if (sample.status == SampleStatus::idle || !handlers_.onSample) return;
     queue_->async([onSample = handlers_.onSample, sample = std::move(sample)] { onSample(sample); });
@@ -95,7 +95,7 @@ SCStreamConfiguration* streamConfigurationOf(const CaptureConfiguration& configu
 - (void)stream:(SCStream*)stream
     didOutputSampleBuffer:(CMSampleBufferRef)sampleBuffer
                    ofType:(SCStreamOutputType)type {
-  _forwarder->take(sampleBuffer, type);
+  _forwarder->forward(sampleBuffer, type);
 }
 
 - (void)stream:(SCStream*)stream didStopWithError:(NSError*)error {

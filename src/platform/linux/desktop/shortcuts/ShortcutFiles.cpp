@@ -52,9 +52,9 @@ struct XfceReader {
   void open(const char* name, const char* value) {
     path.emplace_back(name ? name : "");
     if (path.size() != 4 || path[1] != "xfwm4" || !value) return;
-    note(path[2] == "custom", path[2] == "default", value);
+    record(path[2] == "custom", path[2] == "default", value);
   }
-  void note(bool isOwn, bool isDefault, std::string_view value) {
+  void record(bool isOwn, bool isDefault, std::string_view value) {
     hasOwn |= isOwn;
     hasDefaults |= isDefault;
     if (value != action) return;

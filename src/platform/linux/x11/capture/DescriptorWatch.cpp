@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-struct DescriptorWatch::Stream {
-  Stream(EventLoopQueue& queue, int fd) : strand(queue.strand()), descriptor(queue.context(), fd) {}
+struct DescriptorWatch::Core {
+  Core(EventLoopQueue& queue, int fd) : strand(queue.strand()), descriptor(queue.context(), fd) {}
 
   EventLoopQueue::Strand strand;
   boost::asio::posix::stream_descriptor descriptor;
@@ -17,21 +17,22 @@ struct DescriptorWatch::Stream {
 };
 
 DescriptorWatch::DescriptorWatch(SerialQueue& queue, int descriptor)
-    : stream_(std::make_shared<Stream>(EventLoopQueue::from(queue), descriptor)) {}
+    : core_(std::make_shared<Core>(EventLoopQueue::from(queue), descriptor)) {}
 
 DescriptorWatch::~DescriptorWatch() {
-  stream_->ended = true;
-  stream_->descriptor.release();
+  core_->ended = true;
+  core_->descriptor.release();
 }
 
 void DescriptorWatch::whenReadable(std::function<void()> work) {
-  stream_->descriptor.async_wait(
+  core_->descriptor.async_wait(
       boost::asio::posix::stream_descriptor::wait_read,
-      boost::asio::bind_executor(
-          stream_->strand, [stream = stream_, work = std::move(work)](const boost::system::error_code&) {
-            // An error means that the descriptor is gone or broken, which reading it tells.
-            if (!stream->ended) work();
-          }));
+      boost::asio::bind_executor(core_->strand,
+                                 [core = core_, work = std::move(work)](const boost::system::error_code&) {
+                                   // An error means that the descriptor is gone or broken, which reading it
+                                   // tells.
+                                   if (!core->ended) work();
+                                 }));
 }
 
 }  // namespace tevanto

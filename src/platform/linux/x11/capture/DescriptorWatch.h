@@ -20,8 +20,8 @@ class DescriptorWatch {
   void whenReadable(std::function<void()> work);
 
  private:
-  struct Stream;
-  std::shared_ptr<Stream> stream_;
+  struct Core;
+  std::shared_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -28,7 +28,7 @@ X11CaptureSession::X11CaptureSession(std::string displayName, DisplayID display,
       handlers_(std::move(handlers)),
       display_(display),
       pacer_(std::chrono::duration_cast<FramePacer::Duration>(configuration.minimumFrameInterval)),
-      headStart_(std::chrono::duration_cast<CaptureLeadTime::Duration>(configuration.minimumFrameInterval)) {}
+      leadTime_(std::chrono::duration_cast<CaptureLeadTime::Duration>(configuration.minimumFrameInterval)) {}
 
 void X11CaptureSession::start(std::function<void(Result<void>)> done) {
   queue()->async([self = shared_from_this(), done = std::move(done)] {
@@ -104,10 +104,10 @@ void X11CaptureSession::useMonitor(const XMonitor& monitor) {
 void X11CaptureSession::watch() {
   if (!screen_) return;
   if (!watch_) watch_ = std::make_unique<DescriptorWatch>(*queue(), xcb_get_file_descriptor(screen_->xcb()));
-  watch_->whenReadable(weakCall(&X11CaptureSession::eventsCame));
+  watch_->whenReadable(weakCall(&X11CaptureSession::handleEvents));
 }
 
-void X11CaptureSession::eventsCame() {
+void X11CaptureSession::handleEvents() {
   service();
   watch();
 }
@@ -117,16 +117,16 @@ void X11CaptureSession::eventsCame() {
 void X11CaptureSession::service() {
   assertOnQueue();
   while (screen_ && !stopped_) {
-    note(screen_->readEvents());
-    if (screen_->broken()) return end("The X server is gone.");
+    handleChanges(screen_->readEvents());
+    if (screen_->broken()) return fail("The X server is gone.");
     const auto wait = pacer_.wait(queue()->now());
     if (!wait) return;
-    const auto lead = isPrepared_ ? CaptureLeadTime::Duration::zero() : headStart_.length();
+    const auto lead = isPrepared_ ? CaptureLeadTime::Duration::zero() : leadTime_.length();
     if (*wait > lead) return wakeAfter(*wait - lead);
     if (*wait > FramePacer::Duration::zero()) {
       prepare();
     } else {
-      takePicture();
+      capturePicture();
     }
   }
 }
@@ -139,7 +139,7 @@ void X11CaptureSession::wakeAfter(FramePacer::Duration wait) {
                                }));
 }
 
-void X11CaptureSession::note(const XCaptureConnection::Changes& changes) {
+void X11CaptureSession::handleChanges(const XCaptureConnection::Changes& changes) {
   if (changes.any()) {
     pacer_.changed();
     isRead_ = false;
@@ -157,10 +157,10 @@ void X11CaptureSession::prepare() {
   if (!isRead_ || unshown_.empty()) return;
   const auto region = outputBounds();
   prepared_ = drawPicture(region);
-  headStart_.drew(queue()->now() - began, isLarge(region));
+  leadTime_.drew(queue()->now() - began, isLarge(region));
 }
 
-void X11CaptureSession::takePicture() {
+void X11CaptureSession::capturePicture() {
   pacer_.beginPicture();
   pictureBegan_ = queue()->now();
   isPrepared_ = false;
@@ -182,7 +182,7 @@ bool X11CaptureSession::updateLayout() {
   const auto monitors = screen_->monitors();
   if (screen_->broken()) return true;  // what comes next notices
   if (useMonitors(monitors)) return true;
-  end("No display is left.");
+  fail("No display is left.");
   return false;
 }
 
@@ -228,7 +228,7 @@ std::optional<PixelRect> X11CaptureSession::pointerArea() const {
 // picture.
 void X11CaptureSession::readingFailed() {
   if (screen_->broken()) return;
-  if (++failures_ > kMostFailures) return end("The X server does not give its pixels away.");
+  if (++failures_ > kMostFailures) return fail("The X server does not give its pixels away.");
   layoutStale_ = true;
   pacer_.postponed(pictureBegan_);
 }
@@ -236,11 +236,11 @@ void X11CaptureSession::readingFailed() {
 std::shared_ptr<PixelBuffer> X11CaptureSession::finishPicture() {
   const auto region = outputBounds();
   if (prepared_) {
-    headStart_.ended(isLarge(region));
+    leadTime_.ended(isLarge(region));
     return unshown_.empty() ? std::exchange(prepared_, nullptr) : drawPicture(region);
   }
   auto picture = drawPicture(region);
-  headStart_.drew(queue()->now() - pictureBegan_, isLarge(region));
+  leadTime_.drew(queue()->now() - pictureBegan_, isLarge(region));
   return picture;
 }
 
@@ -296,7 +296,7 @@ void X11CaptureSession::deliver(std::shared_ptr<const PixelBuffer> picture) {
   }
 }
 
-void X11CaptureSession::end(const std::string& reason) {
+void X11CaptureSession::fail(const std::string& reason) {
   close();
   if (!stopped_.exchange(true) && handlers_.onStopped) handlers_.onStopped(reason);
 }

@@ -47,12 +47,12 @@ class X11CaptureSession final : public QueueBound<X11CaptureSession> {
   bool useMonitors(const std::vector<XMonitor>& monitors);
   void useMonitor(const XMonitor& monitor);
   void watch();
-  void eventsCame();
+  void handleEvents();
   void service();
-  void note(const XCaptureConnection::Changes& changes);
+  void handleChanges(const XCaptureConnection::Changes& changes);
   void wakeAfter(FramePacer::Duration wait);
   void prepare();
-  void takePicture();
+  void capturePicture();
   bool updateLayout();
   bool readScreen();
   bool readRows(const XCaptureConnection::Activity& activity);
@@ -66,7 +66,7 @@ class X11CaptureSession final : public QueueBound<X11CaptureSession> {
   PixelRect outputBounds() const;
   bool isLarge(const PixelRect& part) const;
   void deliver(std::shared_ptr<const PixelBuffer> picture);
-  void end(const std::string& reason);
+  void fail(const std::string& reason);
   void close();
 
   const std::string displayName_;
@@ -83,7 +83,7 @@ class X11CaptureSession final : public QueueBound<X11CaptureSession> {
   FramePacer pacer_;
   FramePacer::TimePoint pictureBegan_{};
   PresentationTime lastTime_{0};
-  CaptureLeadTime headStart_;
+  CaptureLeadTime leadTime_;
   bool isPrepared_ = false;                // the next picture was begun, or there was nothing to begin
   bool isRead_ = false;                    // no change is known since the screen was read
   std::shared_ptr<PixelBuffer> prepared_;  // the next picture as far as it is drawn

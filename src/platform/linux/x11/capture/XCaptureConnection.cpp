@@ -143,13 +143,14 @@ void XCaptureConnection::watchPointer(bool watched) {
 
 XCaptureConnection::Changes XCaptureConnection::readEvents() {
   Changes changes;
-  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) note(*event, changes);
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)})
+    handleEvent(*event, changes);
   if (changes.pointerMoved) watchPointer(false);
   xcb_flush(connection_);
   return changes;
 }
 
-void XCaptureConnection::note(const xcb_generic_event_t& event, Changes& changes) {
+void XCaptureConnection::handleEvent(const xcb_generic_event_t& event, Changes& changes) {
   const auto type = static_cast<std::uint8_t>(event.response_type & ~kSentBit);
   if (type == damageEvent_ + XCB_DAMAGE_NOTIFY) {
     changes.picture = true;

@@ -77,7 +77,7 @@ class XCaptureConnection {
   XCaptureConnection(xcb_connection_t* connection, const xcb_screen_t& screen);
   Result<void> useExtensions();
   void watchPointer(bool watched);
-  void note(const xcb_generic_event_t& event, Changes& changes);
+  void handleEvent(const xcb_generic_event_t& event, Changes& changes);
 
   xcb_connection_t* connection_;
   xcb_window_t root_;

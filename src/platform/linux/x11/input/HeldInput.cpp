@@ -28,7 +28,7 @@ HeldInput::HeldInput(std::shared_ptr<XInputConnection> x, Logger log)
   xcb_change_property(x_->xcb(), XCB_PROP_MODE_REPLACE, window_, nonceProperty_, XCB_ATOM_CARDINAL, 32, 1,
                       &nonce_);
   xcb_grab_server(x_->xcb());  // two companions may start at the same time
-  takeSlot();
+  claimSlot();
   write();
   xcb_ungrab_server(x_->xcb());
   x_->flush();
@@ -43,7 +43,7 @@ HeldInput::~HeldInput() {
   const XcbOwned<xcb_get_input_focus_reply_t> done(xcb_get_input_focus_reply(x_->xcb(), cookie, nullptr));
 }
 
-void HeldInput::takeSlot() {
+void HeldInput::claimSlot() {
   for (int number = 0; number < kSlots; ++number) {
     const auto slot = x_->atom("_TEVANTO_HELD_INPUT_" + std::to_string(number));
     if (recover(slot) && slot_ == XCB_ATOM_NONE) slot_ = slot;

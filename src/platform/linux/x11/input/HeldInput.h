@@ -42,7 +42,7 @@ class HeldInput {
  private:
   using Record = std::vector<std::uint32_t>;
 
-  void takeSlot();
+  void claimSlot();
   bool recover(xcb_atom_t slot);
   bool ownerLives(const Record& record) const;
   Record read(xcb_window_t window, xcb_atom_t property) const;

@@ -19,11 +19,11 @@ constexpr std::int16_t kTolerance = 1;
 
 }  // namespace
 
-struct XPointerWindow::Connection {
-  explicit Connection(xcb_connection_t* opened) : xcb(opened) {}
-  ~Connection() { xcb_disconnect(xcb); }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
+struct XPointerWindow::Core {
+  explicit Core(xcb_connection_t* opened) : xcb(opened) {}
+  ~Core() { xcb_disconnect(xcb); }
+  Core(const Core&) = delete;
+  Core& operator=(const Core&) = delete;
 
   /// The next event, or null when none comes in time.
   xcb_generic_event_t* nextEvent(Clock::time_point deadline) const {
@@ -66,7 +66,7 @@ struct XPointerWindow::Connection {
 Result<std::unique_ptr<XPointerWindow>> XPointerWindow::open(const std::string& displayName) {
   const auto server = XcbServer::connect(displayName);
   if (!server) return Failure{"no X server takes us in"};
-  auto connection = std::make_unique<Connection>(server.value().connection);
+  auto connection = std::make_unique<Core>(server.value().connection);
   connection->showWindow(*server.value().screen);
   if (!connection->waitForExpose(Clock::now() + std::chrono::seconds(3))) {
     return Failure{"the X server does not show a window of ours"};
@@ -74,14 +74,14 @@ Result<std::unique_ptr<XPointerWindow>> XPointerWindow::open(const std::string& 
   return std::unique_ptr<XPointerWindow>(new XPointerWindow(std::move(connection)));
 }
 
-XPointerWindow::XPointerWindow(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
+XPointerWindow::XPointerWindow(std::unique_ptr<Core> connection) : core_(std::move(connection)) {}
 XPointerWindow::~XPointerWindow() = default;
 
 PointerLocation XPointerWindow::middle() const { return {kCorner + kMiddle, kCorner + kMiddle}; }
 
 bool XPointerWindow::seesPointer(std::chrono::milliseconds timeout) {
   const auto deadline = Clock::now() + timeout;
-  while (auto* event = connection_->nextEvent(deadline)) {
+  while (auto* event = core_->nextEvent(deadline)) {
     const auto type = event->response_type & 0x7f;
     bool arrived = false;
     if (type == XCB_MOTION_NOTIFY || type == XCB_ENTER_NOTIFY) {

@@ -22,9 +22,9 @@ class XPointerWindow final : public PointerProof {
   bool seesPointer(std::chrono::milliseconds timeout) override;
 
  private:
-  struct Connection;
-  explicit XPointerWindow(std::unique_ptr<Connection> connection);
-  std::unique_ptr<Connection> connection_;
+  struct Core;
+  explicit XPointerWindow(std::unique_ptr<Core> connection);
+  std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -69,8 +69,8 @@ void XTestPointer::button(int number, bool down) {
 }
 
 void XTestPointer::scroll(const ScrollEvent& event) {
-  const int up = vertical_.take(event.vertical);
-  const int left = horizontal_.take(event.horizontal);
+  const int up = vertical_.add(event.vertical);
+  const int left = horizontal_.add(event.horizontal);
   click(up > 0 ? kWheelUp : kWheelDown, std::abs(up));
   click(left > 0 ? kWheelLeft : kWheelRight, std::abs(left));
 }

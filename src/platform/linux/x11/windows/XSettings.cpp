@@ -77,8 +77,8 @@ std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settin
   return std::nullopt;
 }
 
-struct XSettings::Connection {
-  explicit Connection(const XcbServer& server)
+struct XSettings::Core {
+  explicit Core(const XcbServer& server)
       : owned(server.connection),
         xcb(server.connection),
         selection(atomNamed("_XSETTINGS_S" + std::to_string(server.screenNumber), xcb)),
@@ -125,28 +125,28 @@ struct XSettings::Connection {
 std::unique_ptr<XSettings> XSettings::connect() {
   const auto server = XcbServer::connect({});
   if (!server) return nullptr;
-  auto connection = std::make_unique<Connection>(server.value());
+  auto connection = std::make_unique<Core>(server.value());
   return std::unique_ptr<XSettings>(new XSettings(std::move(connection)));
 }
 
-XSettings::XSettings(std::unique_ptr<Connection> connection) : connection_(std::move(connection)) {}
+XSettings::XSettings(std::unique_ptr<Core> connection) : core_(std::move(connection)) {}
 XSettings::~XSettings() = default;
 
 std::optional<std::int32_t> XSettings::integer(std::string_view name) const {
   std::optional<std::int32_t> value;
   do {
-    value = connection_->read(name);
+    value = core_->read(name);
     // What came in together with the answer would not make the descriptor readable any more.
-  } while (connection_->hadQueuedNews());
+  } while (core_->hadQueuedNews());
   return value;
 }
 
-int XSettings::descriptor() const { return xcb_get_file_descriptor(connection_->xcb); }
+int XSettings::descriptor() const { return xcb_get_file_descriptor(core_->xcb); }
 
-bool XSettings::takeNews() {
-  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_->xcb)}) {
+bool XSettings::readEvents() {
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(core_->xcb)}) {
   }
-  return connection_->isUsable();
+  return core_->isUsable();
 }
 
 }  // namespace tevanto

@@ -35,15 +35,15 @@ class XSettings {
 
   /// Becomes readable when something may have changed.
   int descriptor() const;
-  /// Takes what has come in; false when the X server has gone and nothing will come any more.
-  bool takeNews();
+  /// Reads the events that have come; false once the X server has gone.
+  bool readEvents();
 
  private:
-  struct Connection;
+  struct Core;
 
-  explicit XSettings(std::unique_ptr<Connection> connection);
+  explicit XSettings(std::unique_ptr<Core> connection);
 
-  const std::unique_ptr<Connection> connection_;
+  const std::unique_ptr<Core> core_;
 };
 
 }  // namespace tevanto

@@ -23,7 +23,7 @@ void ChannelCallbacks::stateChanged(DataChannelState state) {
 
 void ChannelCallbacks::received(Message message) {
   queue_->async([self = shared_from_this(), message = std::move(message)]() mutable {
-    self->take(std::move(message));
+    self->onMessage(std::move(message));
   });
 }
 
@@ -52,7 +52,7 @@ bool ChannelCallbacks::hasHadObserver() const {
   return hasHadObserver_;
 }
 
-void ChannelCallbacks::take(Message message) {
+void ChannelCallbacks::onMessage(Message message) {
   // Not past those that still wait for their turn.
   if (!hasHadObserver() || !early_.empty()) return keepEarly(std::move(message));
   deliver(message);

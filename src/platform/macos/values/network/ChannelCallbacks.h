@@ -39,7 +39,7 @@ class ChannelCallbacks final : public std::enable_shared_from_this<ChannelCallba
 
   std::shared_ptr<DataChannel::Observer> observer() const;
   bool hasHadObserver() const;
-  void take(Message message);
+  void onMessage(Message message);
   void keepEarly(Message message);
   void deliverEarly();
   void deliver(const Message& message);

@@ -8,27 +8,27 @@ PeerCallbacks::PeerCallbacks(std::shared_ptr<SerialQueue> queue,
 
 void PeerCallbacks::iceConnectionStateChanged(IceConnectionState state) {
   iceConnectionState_ = state;
-  tell([state](PeerConnectionObserver& observer) { observer.peerDidChangeIceConnectionState(state); });
+  notify([state](PeerConnectionObserver& observer) { observer.peerDidChangeIceConnectionState(state); });
 }
 
 void PeerCallbacks::iceGatheringStateChanged(IceGatheringState state) {
-  tell([state](PeerConnectionObserver& observer) { observer.peerDidChangeIceGatheringState(state); });
+  notify([state](PeerConnectionObserver& observer) { observer.peerDidChangeIceGatheringState(state); });
 }
 
 void PeerCallbacks::candidateGenerated(IceCandidate candidate) {
-  tell([candidate = std::move(candidate)](PeerConnectionObserver& observer) {
+  notify([candidate = std::move(candidate)](PeerConnectionObserver& observer) {
     observer.peerDidGenerateCandidate(candidate);
   });
 }
 
 void PeerCallbacks::channelOpened(std::shared_ptr<DataChannel> channel) {
-  tell([channel = std::move(channel)](PeerConnectionObserver& observer) {
+  notify([channel = std::move(channel)](PeerConnectionObserver& observer) {
     observer.peerDidOpenDataChannel(channel);
   });
 }
 
-void PeerCallbacks::shut() {
-  shut_ = true;
+void PeerCallbacks::silence() {
+  silenced_ = true;
   gate_.quiesce();
 }
 

@@ -23,23 +23,23 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
   void iceGatheringStateChanged(IceGatheringState state);
   void candidateGenerated(IceCandidate candidate);
   void channelOpened(std::shared_ptr<DataChannel> channel);
-  /// Calls `function` on the queue, unless the peer has been shut by then.
+  /// Calls `function` on the queue, unless `silence` was called by then.
   template <class F>
   void report(F&& function) {
     queue_->async([self = shared_from_this(), function = std::forward<F>(function)]() mutable {
       const CallbackGuard::Call call(self->gate_);
-      if (!self->shut_) function();
+      if (!self->silenced_) function();
     });
   }
 
   // On any thread.
   /// After it returns, no report starts or is running, except one that this call is made from.
-  void shut();
+  void silence();
   IceConnectionState iceConnectionState() const { return iceConnectionState_; }
 
  private:
   template <class F>
-  void tell(F&& function) {
+  void notify(F&& function) {
     report([observer = observer_, function = std::forward<F>(function)] {
       if (const auto alive = observer.lock()) function(*alive);
     });
@@ -48,7 +48,7 @@ class PeerCallbacks final : public std::enable_shared_from_this<PeerCallbacks> {
   const std::shared_ptr<SerialQueue> queue_;
   const std::weak_ptr<PeerConnectionObserver> observer_;
   CallbackGuard gate_;
-  std::atomic<bool> shut_ = false;
+  std::atomic<bool> silenced_ = false;
   std::atomic<IceConnectionState> iceConnectionState_ = IceConnectionState::new_;
 };
 

@@ -59,7 +59,7 @@ class XSettingsTest : public ::testing::Test {
   bool becomes(std::optional<std::int32_t> expected) {
     while (settings->integer(kName) != expected) {
       pollfd news{settings->descriptor(), POLLIN, 0};
-      if (::poll(&news, 1, 60'000) != 1 || !settings->takeNews()) return false;
+      if (::poll(&news, 1, 60'000) != 1 || !settings->readEvents()) return false;
     }
     return true;
   }
@@ -88,7 +88,7 @@ TEST_F(XSettingsTest, sayThatTheServerHasGone) {
   server.kill();
   pollfd news{settings->descriptor(), POLLIN, 0};
   ASSERT_EQ(::poll(&news, 1, 60'000), 1);
-  EXPECT_FALSE(settings->takeNews());
+  EXPECT_FALSE(settings->readEvents());
   EXPECT_EQ(settings->integer(kName), std::nullopt);
 }
 

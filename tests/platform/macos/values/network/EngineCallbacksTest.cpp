@@ -82,7 +82,7 @@ TEST_F(PeerCallbacksTest, endWithThePeer) {
   int completions = 0;
   callbacks_->iceConnectionStateChanged(IceConnectionState::checking);
   callbacks_->report([&] { ++completions; });
-  callbacks_->shut();
+  callbacks_->silence();
   callbacks_->iceConnectionStateChanged(IceConnectionState::failed);
   queue_->runPending();
   EXPECT_THAT(observer_->states, IsEmpty());
@@ -91,7 +91,7 @@ TEST_F(PeerCallbacksTest, endWithThePeer) {
 
 TEST_F(PeerCallbacksTest, mayEndThePeerThemselves) {
   int later = 0;
-  callbacks_->report([&] { callbacks_->shut(); });
+  callbacks_->report([&] { callbacks_->silence(); });
   callbacks_->report([&] { ++later; });
   queue_->runPending();
   EXPECT_EQ(later, 0);
@@ -113,7 +113,7 @@ TEST(PeerCallbacksOnThreads, areOverWhenThePeerIsShut) {
     std::thread engine([&] {
       for (int i = 0; i < 20; ++i) callbacks->report([open] { EXPECT_TRUE(*open); });
     });
-    callbacks->shut();
+    callbacks->silence();
     *open = false;
     engine.join();
   }

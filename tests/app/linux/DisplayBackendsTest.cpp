@@ -1,4 +1,4 @@
-#include "platform/linux/display/DisplayReach.h"
+#include "app/linux/DisplayBackends.h"
 
 #include <gtest/gtest.h>
 
@@ -7,15 +7,16 @@
 #include <map>
 #include <string>
 
+#include "platform/linux/x11/XServerReach.h"
 #include "tests/support/desktop/WaylandCompositor.h"
 #include "tests/support/desktop/XvfbServer.h"
 
 namespace tevanto {
 namespace {
 
-class DisplayReachTest : public ::testing::Test {
+class DisplayBackendsTest : public ::testing::Test {
  protected:
-  DisplayReachTest() { leaveSession(); }
+  DisplayBackendsTest() { leaveSession(); }
 
   static void leaveSession() {
     for (const auto* name : {"DISPLAY", "WAYLAND_DISPLAY", "XDG_RUNTIME_DIR"}) ::unsetenv(name);
@@ -25,7 +26,7 @@ class DisplayReachTest : public ::testing::Test {
   }
 };
 
-TEST_F(DisplayReachTest, isNoneWhereTheSessionNamesNoDisplay) {
+TEST_F(DisplayBackendsTest, isNoneWhereTheSessionNamesNoDisplay) {
   EXPECT_FALSE(canReachXServer());
   EXPECT_FALSE(canReachDisplay());
   enter("DISPLAY", "");
@@ -34,7 +35,7 @@ TEST_F(DisplayReachTest, isNoneWhereTheSessionNamesNoDisplay) {
   EXPECT_FALSE(canReachDisplay());
 }
 
-TEST_F(DisplayReachTest, isAnXServersWhileItRuns) {
+TEST_F(DisplayBackendsTest, isAnXServersWhileItRuns) {
   test::XvfbServer server;
   enter("DISPLAY", server.display());
   EXPECT_TRUE(canReachXServer());
@@ -44,7 +45,7 @@ TEST_F(DisplayReachTest, isAnXServersWhileItRuns) {
   EXPECT_FALSE(canReachDisplay());
 }
 
-TEST_F(DisplayReachTest, isACompositorsByNameAndByPath) {
+TEST_F(DisplayBackendsTest, isACompositorsByNameAndByPath) {
   const test::WaylandCompositor compositor;
   const auto variables = compositor.environment();
   const std::filesystem::path path =
@@ -60,7 +61,7 @@ TEST_F(DisplayReachTest, isACompositorsByNameAndByPath) {
   EXPECT_TRUE(canReachDisplay());
 }
 
-TEST_F(DisplayReachTest, isNoneWhereTheCompositorIsGoneOrCannotBeNamed) {
+TEST_F(DisplayBackendsTest, isNoneWhereTheCompositorIsGoneOrCannotBeNamed) {
   enter("XDG_RUNTIME_DIR", "/nowhere");
   enter("WAYLAND_DISPLAY", "wayland-1");
   EXPECT_FALSE(canReachDisplay());

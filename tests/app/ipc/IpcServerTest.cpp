@@ -59,7 +59,7 @@ class RawClient {
   int socket_;
 };
 
-class ControlSocket : public ::testing::Test {
+class IpcServerTest : public ::testing::Test {
  protected:
   void listen(IpcServer::Limits limits = {}) {
     auto server = IpcServer::listen(
@@ -67,7 +67,7 @@ class ControlSocket : public ::testing::Test {
     ASSERT_TRUE(server) << server.error();
     server_ = std::move(server).value();
   }
-  ~ControlSocket() override {
+  ~IpcServerTest() override {
     queue_->sync([this] { server_.reset(); });
     loop_->stop();
   }
@@ -88,14 +88,14 @@ class ControlSocket : public ::testing::Test {
   std::atomic<int> answers_ = 0;
 };
 
-TEST_F(ControlSocket, asksOnTheHandlersQueue) {
+TEST_F(IpcServerTest, asksOnTheHandlersQueue) {
   listen();
   RawClient client(path_);
   ASSERT_TRUE(client.send("where\n"));
   EXPECT_EQ(client.line(), "main");
 }
 
-TEST_F(ControlSocket, answersLinesInOrder) {
+TEST_F(IpcServerTest, answersLinesInOrder) {
   listen();
   RawClient client(path_);
   ASSERT_TRUE(client.connected);
@@ -107,7 +107,7 @@ TEST_F(ControlSocket, answersLinesInOrder) {
   EXPECT_EQ(client.line(), "<three>");
 }
 
-TEST_F(ControlSocket, isPrivate) {
+TEST_F(IpcServerTest, isPrivate) {
   listen();
   struct stat info {};
   ASSERT_EQ(::stat(path_.c_str(), &info), 0);
@@ -129,7 +129,7 @@ std::vector<int> serverSockets(const std::filesystem::path& path) {
   return found;
 }
 
-TEST_F(ControlSocket, isNotInheritedByProgramsThatAreStartedMeanwhile) {
+TEST_F(IpcServerTest, isNotInheritedByProgramsThatAreStartedMeanwhile) {
   listen();
   RawClient client(path_);
   ASSERT_TRUE(client.send("one\n"));
@@ -139,7 +139,7 @@ TEST_F(ControlSocket, isNotInheritedByProgramsThatAreStartedMeanwhile) {
   for (const int socket : sockets) EXPECT_EQ(::fcntl(socket, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
 }
 
-TEST_F(ControlSocket, goesAwayWithItsServer) {
+TEST_F(IpcServerTest, goesAwayWithItsServer) {
   listen();
   RawClient client(path_);
   queue_->sync([this] { server_.reset(); });
@@ -147,7 +147,7 @@ TEST_F(ControlSocket, goesAwayWithItsServer) {
   EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
-TEST_F(ControlSocket, takesThePlaceOfOneThatADeadProcessLeft) {
+TEST_F(IpcServerTest, takesThePlaceOfOneThatADeadProcessLeft) {
   const int dead = ::socket(AF_UNIX, SOCK_STREAM, 0);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -159,7 +159,7 @@ TEST_F(ControlSocket, takesThePlaceOfOneThatADeadProcessLeft) {
   EXPECT_TRUE(RawClient(path_).connected);
 }
 
-TEST_F(ControlSocket, aLineThatIsTooLongIsRefusedAndTheClientLetGo) {
+TEST_F(IpcServerTest, aLineThatIsTooLongIsRefusedAndTheClientLetGo) {
   listen({.maxLineBytes = 100});
   for (const auto& bytes : {std::string(101, 'a') + "\n", std::string(5000, 'a')}) {
     RawClient client(path_);
@@ -173,7 +173,7 @@ TEST_F(ControlSocket, aLineThatIsTooLongIsRefusedAndTheClientLetGo) {
   EXPECT_EQ(client.line().size(), 102U) << "the limit itself is still within";
 }
 
-TEST_F(ControlSocket, anUnfinishedLineIsNoRequest) {
+TEST_F(IpcServerTest, anUnfinishedLineIsNoRequest) {
   listen();
   RawClient client(path_);
   ASSERT_TRUE(client.send("half"));
@@ -182,7 +182,7 @@ TEST_F(ControlSocket, anUnfinishedLineIsNoRequest) {
   EXPECT_EQ(answers_, 0);
 }
 
-TEST_F(ControlSocket, aClientThatDoesNotReadHoldsUpNobody) {
+TEST_F(IpcServerTest, aClientThatDoesNotReadHoldsUpNobody) {
   listen();
   RawClient slow(path_);
   ASSERT_TRUE(slow.send("big\nbig\nbig\n"));
@@ -193,14 +193,14 @@ TEST_F(ControlSocket, aClientThatDoesNotReadHoldsUpNobody) {
   EXPECT_EQ(answers_, 2) << "the slow client's second request waits until it has taken the first answer";
 }
 
-TEST_F(ControlSocket, aSilentClientIsLetGo) {
+TEST_F(IpcServerTest, aSilentClientIsLetGo) {
   listen({.silence = std::chrono::milliseconds(50)});
   RawClient client(path_);
   ASSERT_TRUE(client.connected);
   EXPECT_TRUE(client.isAtEnd());
 }
 
-TEST_F(ControlSocket, clientsBeyondTheLimitAreToldSo) {
+TEST_F(IpcServerTest, clientsBeyondTheLimitAreToldSo) {
   listen({.maxClients = 2});
   RawClient first(path_);
   RawClient second(path_);
@@ -216,7 +216,7 @@ TEST_F(ControlSocket, clientsBeyondTheLimitAreToldSo) {
   EXPECT_EQ(first.line(), "<still here>");
 }
 
-TEST_F(ControlSocket, hostileBytesHarmNobody) {
+TEST_F(IpcServerTest, hostileBytesHarmNobody) {
   listen({.maxLineBytes = 256});
   for (int round = 0; round < 200; ++round) {
     RawClient client(path_);
@@ -234,7 +234,7 @@ TEST_F(ControlSocket, hostileBytesHarmNobody) {
   }));
 }
 
-TEST_F(ControlSocket, aProcessOfAnotherUserIsRefused) {
+TEST_F(IpcServerTest, aProcessOfAnotherUserIsRefused) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can start a program as another user";
   listen();
   // The folder and the mode of the socket would keep it out before its user is ever looked at.
@@ -250,7 +250,7 @@ TEST_F(ControlSocket, aProcessOfAnotherUserIsRefused) {
   EXPECT_EQ(answers_, 0);
 }
 
-TEST_F(ControlSocket, aPathThatIsTooLongIsRefused) {
+TEST_F(IpcServerTest, aPathThatIsTooLongIsRefused) {
   const auto server = IpcServer::listen(
       queue_, "/tmp/" + std::string(120, 'x'), {}, [](auto) { return ""; }, queue_);
   ASSERT_FALSE(server);
@@ -284,12 +284,12 @@ TEST_F(IpcClient, findsNobodyWhereNothingListens) {
 
 TEST_F(IpcClient, bringsTheAnswerBack) {
   listen([](std::string_view line) {
-    const auto request = decodeControlRequest(line);
+    const auto request = decodeIpcRequest(line);
     CompanionStatus status;
     status.keepAwakeOn = request && request.value().on;
-    return encodeControlReply({true, "", status});
+    return encodeIpcReply({true, "", status});
   });
-  const auto answer = askCompanion(path_, {ControlRequest::Kind::keepAwake, true});
+  const auto answer = askCompanion(path_, {IpcRequest::Kind::keepAwake, true});
   ASSERT_TRUE(answer) << answer.error();
   ASSERT_TRUE(answer.value() && answer.value()->status);
   EXPECT_TRUE(answer.value()->status->keepAwakeOn);

@@ -1,8 +1,7 @@
-#include "platform/linux/display/DisplayReach.h"
+#include "platform/linux/display/CompositorReach.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <xcb/xcb.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -18,8 +17,9 @@ std::string fromEnvironment(const char* name) {
   return value ? value : "";
 }
 
-/// A name is looked up in the runtime folder; an absolute path stands for itself.
-bool compositorAnswers() {
+}  // namespace
+
+bool canReachCompositor() {
   const auto name = fromEnvironment("WAYLAND_DISPLAY");
   if (name.empty()) return false;
   const auto path = (std::filesystem::path(fromEnvironment("XDG_RUNTIME_DIR")) / name).string();
@@ -31,17 +31,5 @@ bool compositorAnswers() {
   return socket.get() >= 0 &&
          ::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
-
-}  // namespace
-
-bool canReachXServer() {
-  if (fromEnvironment("DISPLAY").empty()) return false;
-  auto* connection = xcb_connect(nullptr, nullptr);
-  const bool answers = xcb_connection_has_error(connection) == 0;
-  xcb_disconnect(connection);
-  return answers;
-}
-
-bool canReachDisplay() { return canReachXServer() || compositorAnswers(); }
 
 }  // namespace tevanto

@@ -7,9 +7,9 @@ namespace {
 
 using namespace test;
 
-class WebRTCTransportRoads : public WebRTCTransportTest {};
+class WebRTCTransportSignaling : public WebRTCTransportTest {};
 
-TEST_F(WebRTCTransportRoads, startsBothRolesAsTheyAre) {
+TEST_F(WebRTCTransportSignaling, startsBothRolesAsTheyAre) {
   make(TransportRole::answerer)->start(withTURN());
   EXPECT_THAT(heard, IsEmpty());
   settle();
@@ -28,7 +28,7 @@ TEST_F(WebRTCTransportRoads, startsBothRolesAsTheyAre) {
   EXPECT_EQ(factory->made, 1);
 }
 
-TEST_F(WebRTCTransportRoads, anOffererTurnsToTheCloudAfterHalfASecond) {
+TEST_F(WebRTCTransportSignaling, anOffererTurnsToTheCloudAfterHalfASecond) {
   start(TransportRole::offerer);
   EXPECT_EQ(relay->joined, std::pair(std::string("ROOM"), SignalRole::phone));
   EXPECT_FALSE(transport->hasTURNServer());
@@ -38,21 +38,21 @@ TEST_F(WebRTCTransportRoads, anOffererTurnsToTheCloudAfterHalfASecond) {
   EXPECT_THAT(cloud->starts, ElementsAre(std::pair(std::string("ROOM"), SignalRole::phone)));
 }
 
-TEST_F(WebRTCTransportRoads, anOffererThatIsAnsweredFastNeedsNoCloud) {
+TEST_F(WebRTCTransportSignaling, anOffererThatIsAnsweredFastNeedsNoCloud) {
   start(TransportRole::offerer);
   signal(answerSignal("A"));
   pass(1min);
   EXPECT_THAT(cloud->starts, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, anOffererThatIsConnectedNeedsNoCloudEither) {
+TEST_F(WebRTCTransportSignaling, anOffererThatIsConnectedNeedsNoCloudEither) {
   start(TransportRole::offerer);
   control().becomes(DataChannelState::open);
   pass(1min);
   EXPECT_THAT(cloud->starts, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, anOffererLeavesTheCloudTwoSecondsAfterItIsConnected) {
+TEST_F(WebRTCTransportSignaling, anOffererLeavesTheCloudTwoSecondsAfterItIsConnected) {
   startConnectedOfferer();
   EXPECT_THAT(heard, ElementsAre("ready"));
   pass(1999ms);
@@ -61,13 +61,13 @@ TEST_F(WebRTCTransportRoads, anOffererLeavesTheCloudTwoSecondsAfterItIsConnected
   EXPECT_EQ(cloud->stops, 1);
 }
 
-TEST_F(WebRTCTransportRoads, anAnswererStaysInTheCloud) {
+TEST_F(WebRTCTransportSignaling, anAnswererStaysInTheCloud) {
   startConnectedAnswerer();
   pass(1min);
   EXPECT_EQ(cloud->stops, 0);
 }
 
-TEST_F(WebRTCTransportRoads, anAnswererLendsItsServersWhenTheCloudIsUp) {
+TEST_F(WebRTCTransportSignaling, anAnswererLendsItsServersWhenTheCloudIsUp) {
   make(TransportRole::answerer)->start(withTURN());
   settle();
   cloud->opens();
@@ -78,7 +78,7 @@ TEST_F(WebRTCTransportRoads, anAnswererLendsItsServersWhenTheCloudIsUp) {
   EXPECT_THAT(cloud->written, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, aByeBeforeTheChannelOpensFails) {
+TEST_F(WebRTCTransportSignaling, aByeBeforeTheChannelOpensFails) {
   start(TransportRole::answerer);
   takeLog();
   signal({.type = "bye"});
@@ -87,7 +87,7 @@ TEST_F(WebRTCTransportRoads, aByeBeforeTheChannelOpensFails) {
   EXPECT_THAT(heard, ElementsAre("failed"));
 }
 
-TEST_F(WebRTCTransportRoads, aConnectedPeerOutlivesItsSignaling) {
+TEST_F(WebRTCTransportSignaling, aConnectedPeerOutlivesItsSignaling) {
   startConnectedAnswerer();
   takeHeard();
   takeLog();
@@ -102,7 +102,7 @@ TEST_F(WebRTCTransportRoads, aConnectedPeerOutlivesItsSignaling) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, aFreshSessionNeedsItsSignalingAgain) {
+TEST_F(WebRTCTransportSignaling, aFreshSessionNeedsItsSignalingAgain) {
   startConnectedAnswerer();
   signal(offerSignal("O2"));
   takeHeard();
@@ -117,7 +117,7 @@ TEST_F(WebRTCTransportRoads, aFreshSessionNeedsItsSignalingAgain) {
   EXPECT_THAT(heard, ElementsAre("failed"));
 }
 
-TEST_F(WebRTCTransportRoads, theCloudCarriesOnWithoutTheRelay) {
+TEST_F(WebRTCTransportSignaling, theCloudCarriesOnWithoutTheRelay) {
   start(TransportRole::answerer);
   takeLog();
   relay->drops();
@@ -129,7 +129,7 @@ TEST_F(WebRTCTransportRoads, theCloudCarriesOnWithoutTheRelay) {
   EXPECT_THAT(heard, ElementsAre("failed"));
 }
 
-TEST_F(WebRTCTransportRoads, withoutTheCloudALostRelayFails) {
+TEST_F(WebRTCTransportSignaling, withoutTheCloudALostRelayFails) {
   start(TransportRole::answerer);
   cloud->isUnavailable();
   settle();
@@ -139,7 +139,7 @@ TEST_F(WebRTCTransportRoads, withoutTheCloudALostRelayFails) {
   EXPECT_THAT(heard, ElementsAre("failed"));
 }
 
-TEST_F(WebRTCTransportRoads, anOffererWhoseRelayIsGoneBeforeTheCloudsTurnFails) {
+TEST_F(WebRTCTransportSignaling, anOffererWhoseRelayIsGoneBeforeTheCloudsTurnFails) {
   start(TransportRole::offerer);
   relay->drops();
   settle();
@@ -147,7 +147,7 @@ TEST_F(WebRTCTransportRoads, anOffererWhoseRelayIsGoneBeforeTheCloudsTurnFails) 
   EXPECT_THAT(cloud->starts, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, aPhoneWhoseRelayIsGoneTurnsToTheCloudAtOnce) {
+TEST_F(WebRTCTransportSignaling, aPhoneWhoseRelayIsGoneTurnsToTheCloudAtOnce) {
   start(TransportRole::offerer, Profile::phone);
   takeLog();
   relay->drops();
@@ -159,7 +159,7 @@ TEST_F(WebRTCTransportRoads, aPhoneWhoseRelayIsGoneTurnsToTheCloudAtOnce) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, anOffererBeginsAgainWithLateTURN) {
+TEST_F(WebRTCTransportSignaling, anOffererBeginsAgainWithLateTURN) {
   start(TransportRole::offerer, Profile::phone);
   signal(answerSignal("A"));
   peer()->gathers({"old", "0", 0});
@@ -187,7 +187,7 @@ TEST_F(WebRTCTransportRoads, anOffererBeginsAgainWithLateTURN) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, theOldOfferIsNotReplayedOnceTURNHasComeLate) {
+TEST_F(WebRTCTransportSignaling, theOldOfferIsNotReplayedOnceTURNHasComeLate) {
   start(TransportRole::offerer);
   relay->sent.clear();
   factory->holds = true;
@@ -200,7 +200,7 @@ TEST_F(WebRTCTransportRoads, theOldOfferIsNotReplayedOnceTURNHasComeLate) {
   EXPECT_THAT(relay->sent, ElementsAre(offerSignal("offer of peer 2")));
 }
 
-TEST_F(WebRTCTransportRoads, lateTURNIsWrittenToTheCloudAgain) {
+TEST_F(WebRTCTransportSignaling, lateTURNIsWrittenToTheCloudAgain) {
   start(TransportRole::offerer);
   pass(500ms);
   cloud->opens();
@@ -214,7 +214,7 @@ TEST_F(WebRTCTransportRoads, lateTURNIsWrittenToTheCloudAgain) {
                 "relay=0, other=0)"));
 }
 
-TEST_F(WebRTCTransportRoads, lateTURNEndsTheGraceOfTheOldAttempt) {
+TEST_F(WebRTCTransportSignaling, lateTURNEndsTheGraceOfTheOldAttempt) {
   start(TransportRole::offerer);
   ice(IceConnectionState::disconnected);
   transport->upgradeIceServers(withTURN());
@@ -222,7 +222,7 @@ TEST_F(WebRTCTransportRoads, lateTURNEndsTheGraceOfTheOldAttempt) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
-TEST_F(WebRTCTransportRoads, lateTURNIsIgnoredWhereItIsNoUse) {
+TEST_F(WebRTCTransportSignaling, lateTURNIsIgnoredWhereItIsNoUse) {
   start(TransportRole::offerer);
   transport->upgradeIceServers(stunOnly());
   settle();
