@@ -101,6 +101,7 @@ TEST_F(BeastWebSocketTest, opensAndCarriesMessagesBothWays) {
   open();
   EXPECT_EQ(peer_->request().target, "/connect?room=r");
   EXPECT_EQ(peer_->request().header("Host"), server_->authority());
+  EXPECT_EQ(peer_->request().header("Sec-WebSocket-Extensions"), "") << "no compression is offered";
   peer_->sendText("one");
   peer_->sendBinary(std::string("t\0wo", 4));
   peer_->sendText("");
