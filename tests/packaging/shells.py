@@ -1,4 +1,5 @@
 """Shells at a terminal, in which the tabulator is pressed, as people do."""
+import itertools
 import os
 import pty
 import signal
@@ -52,7 +53,7 @@ class Terminal:
         self._output = bytearray()
         self._reader = threading.Thread(target=self._read)
         self._reader.start()
-        self.complete("")  # the shell has read its settings when it answers
+        self._wait_for_start()
 
     def _rc(self, template, completion, name):
         path = os.path.join(self._folder.name, name)
@@ -67,22 +68,38 @@ class Terminal:
         except OSError:
             pass  # the shell has ended
 
+    def _wait_for_start(self):
+        """Returns when the shell has answered to all that was typed. One that is still starting throws away what was typed
+        before, so that it is asked again and again, each time with another line: the answer to the last one is the last."""
+        deadline = time.monotonic() + PATIENCE
+        for number in itertools.count():
+            line = f"started {number}"
+            os.write(self._terminal, CLEAR_LINE + line.encode() + TAKE_LINE)
+            again = time.monotonic() + 1
+            while time.monotonic() < min(again, deadline):
+                if self._taken() == line:
+                    return
+                time.sleep(0.002)
+            if time.monotonic() >= deadline:
+                raise TimeoutError(f"the shell does not start; it wrote: {bytes(self._output[-2000:])!r}")
+
     def complete(self, line):
         """What the line has become after one press of the tabulator."""
-        keys = CLEAR_LINE + line.encode() + (b"\t" if line else b"") + TAKE_LINE
         deadline = time.monotonic() + PATIENCE
-        os.write(self._terminal, keys)
-        asked = time.monotonic()
-        while not os.path.exists(self._out):
+        os.write(self._terminal, CLEAR_LINE + line.encode() + b"\t" + TAKE_LINE)
+        while (taken := self._taken()) is None:
             if time.monotonic() > deadline:
                 raise TimeoutError(f"the shell did not answer to {line!r}; it wrote: {bytes(self._output[-2000:])!r}")
-            # A shell that is still starting throws away what was typed before.
-            if not line and time.monotonic() - asked > 1:
-                os.write(self._terminal, keys)
-                asked = time.monotonic()
             time.sleep(0.002)
-        with open(self._out, encoding="utf-8") as file:
-            taken = file.read()
+        return taken
+
+    def _taken(self):
+        """The line that the shell took since the last call, if it took one."""
+        try:
+            with open(self._out, encoding="utf-8") as file:
+                taken = file.read()
+        except FileNotFoundError:
+            return None
         os.unlink(self._out)
         return taken
 
