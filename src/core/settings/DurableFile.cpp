@@ -1,12 +1,9 @@
 #include "core/settings/DurableFile.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-
-#include <cerrno>
 #include <string>
 #include <system_error>
 
+#include "core/Descriptor.h"
 #include "core/settings/FileSystem.h"
 
 namespace tevanto {
@@ -59,19 +56,6 @@ Result<void> replaceDurably(FileSystem& files, const fs::path& path, std::string
   const auto folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
   if (auto error = files.syncFolder(folder)) return failure("cannot sync", folder, error);
   return {};
-}
-
-Result<FileLock> FileLock::acquire(const fs::path& path) {
-  constexpr mode_t kPrivateFile = 0600;
-  Descriptor file(::open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, kPrivateFile));
-  int locked = file ? 0 : -1;
-  if (file) {
-    do {
-      locked = ::flock(file.get(), LOCK_EX);
-    } while (locked != 0 && errno == EINTR);
-  }
-  if (locked != 0) return failure("cannot lock", path, {errno, std::generic_category()});
-  return FileLock(std::move(file));
 }
 
 }  // namespace tevanto

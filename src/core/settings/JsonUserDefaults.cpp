@@ -7,6 +7,7 @@
 
 #include "core/settings/DefaultsJson.h"
 #include "core/settings/DurableFile.h"
+#include "core/settings/FileLock.h"
 #include "core/settings/FileSystem.h"
 #include "core/text/ExactJson.h"
 
