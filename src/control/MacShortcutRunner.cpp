@@ -12,6 +12,7 @@
 #include "control/Workspace.h"
 #include "core/queue/SerialQueue.h"
 #include "core/text/Base64.h"
+#include "core/text/LocalizedOrder.h"
 #include "core/text/Text.h"
 
 namespace tevanto {

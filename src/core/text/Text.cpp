@@ -1,26 +1,19 @@
 #include "core/text/Text.h"
 
 #include <unicode/brkiter.h>
-#include <unicode/coll.h>
 #include <unicode/unistr.h>
 
-#include <algorithm>
-#include <limits>
+#include <cstdint>
 #include <memory>
-#include <utility>
+
+#include "core/text/IcuLength.h"
 
 namespace tevanto {
 namespace {
 
-/// ICU counts in 32 bits; nothing here is near 2 GiB, and what is gets cut.
-std::int32_t length32(std::size_t size) {
-  constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
-  return static_cast<std::int32_t>(std::min(size, kMost));
+icu::UnicodeString fromUtf8(std::string_view utf8) {
+  return icu::UnicodeString::fromUTF8({utf8.data(), icuLength(utf8.size())});
 }
-
-icu::StringPiece piece(std::string_view utf8) { return {utf8.data(), length32(utf8.size())}; }
-
-icu::UnicodeString fromUtf8(std::string_view utf8) { return icu::UnicodeString::fromUTF8(piece(utf8)); }
 
 }  // namespace
 
@@ -41,7 +34,7 @@ void forEachGraphemeCluster(std::string_view utf8, const std::function<void(std:
 
 std::string toUtf8(std::u16string_view utf16) {
   std::string utf8;
-  icu::UnicodeString(false, utf16.data(), length32(utf16.size())).toUTF8String(utf8);
+  icu::UnicodeString(false, utf16.data(), icuLength(utf16.size())).toUTF8String(utf8);
   return utf8;
 }
 
@@ -70,29 +63,6 @@ std::string printable(std::string_view text) {
     }
   }
   return result;
-}
-
-struct LocalizedOrder::Collation {
-  std::unique_ptr<icu::Collator> collator;  // none when ICU has no data
-};
-
-LocalizedOrder::LocalizedOrder() : collation_(std::make_unique<Collation>()) {
-  // The locale of a process without one ("C") would sort by bytes: capitals first, accents last.
-  const auto& users = icu::Locale::getDefault();
-  const auto& locale = std::string_view(users.getVariant()) == "POSIX" ? icu::Locale::getRoot() : users;
-  UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
-  if (U_FAILURE(status)) return;
-  collator->setStrength(icu::Collator::SECONDARY);  // accents count, case does not
-  collation_->collator = std::move(collator);
-}
-
-LocalizedOrder::~LocalizedOrder() = default;
-
-int LocalizedOrder::compare(std::string_view a, std::string_view b) const {
-  if (!collation_->collator) return a.compare(b);
-  UErrorCode status = U_ZERO_ERROR;
-  return collation_->collator->compareUTF8(piece(a), piece(b), status);
 }
 
 }  // namespace tevanto

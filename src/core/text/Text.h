@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -22,22 +21,5 @@ std::string wellFormedUtf8(std::string_view bytes);
 
 /// Well-formed, and without what could steer a terminal.
 std::string printable(std::string_view text);
-
-/// LocalizedOrder compares names as the user's locale sorts them, without regard to case. Build one for a
-/// whole sort.
-class LocalizedOrder {
- public:
-  LocalizedOrder();
-  ~LocalizedOrder();
-  LocalizedOrder(const LocalizedOrder&) = delete;
-  LocalizedOrder& operator=(const LocalizedOrder&) = delete;
-
-  /// Negative, zero or positive, as `a` sorts before, with or after `b` (both UTF-8).
-  int compare(std::string_view a, std::string_view b) const;
-
- private:
-  struct Collation;
-  std::unique_ptr<Collation> collation_;
-};
 
 }  // namespace tevanto
