@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <span>
+#include <vector>
 
 #include "screen/wire/ScreenPackets.h"
 
@@ -16,7 +17,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       std::abort();
     if (packet->payload.size() + kScreenPacketHeaderBytes != size || packet->payload.empty()) std::abort();
   }
-  const auto cut = packets(bytes, static_cast<std::uint32_t>(size * 2654435761U));
+  std::vector<std::vector<std::byte>> cut;
+  forEachPacket(bytes, static_cast<std::uint32_t>(size * 2654435761U),
+                [&](std::span<const std::byte> packet) {
+                  cut.emplace_back(packet.begin(), packet.end());
+                  return true;
+                });
   if (cut.size() != (size + kScreenPacketPayloadBytes - 1) / kScreenPacketPayloadBytes) std::abort();
   std::size_t at = 0;
   for (std::size_t i = 0; i < cut.size(); ++i) {

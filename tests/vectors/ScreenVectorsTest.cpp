@@ -14,6 +14,7 @@
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/support/fakes/FakeTcpConnection.h"
 #include "tests/support/fakes/ManualQueue.h"
+#include "tests/support/peers/CutPackets.h"
 #include "tests/vectors/Vectors.h"
 
 namespace tevanto::test {
@@ -174,9 +175,8 @@ TEST(FrameVectors, areWritten) {
 std::vector<std::string> packetsOf(const Vector& vector) {
   const auto message = bytesOfSample(vector.value().at("message"));
   const auto packetID = vector.value().at("packetID").to_number<std::uint32_t>();
-  const auto list = packets(spanOf(message), packetID);
   std::vector<std::string> texts;
-  for (std::size_t i = 0; i < list.size(); ++i) texts.push_back(stringOf(list[i]));
+  for (const auto& packet : packets(spanOf(message), packetID)) texts.push_back(stringOf(packet));
   return texts;
 }
 

@@ -31,15 +31,6 @@ bool forEachPacket(std::span<const std::byte> message, std::uint32_t packetID,
   return true;
 }
 
-ScreenPacketList packets(std::span<const std::byte> message, std::uint32_t packetID) {
-  ScreenPacketList list;
-  forEachPacket(message, packetID, [&](std::span<const std::byte> packet) {
-    list.bytes_.insert(list.bytes_.end(), packet.begin(), packet.end());
-    return true;
-  });
-  return list;
-}
-
 std::optional<ScreenPacket> parse(std::span<const std::byte> packet) {
   if (packet.size() <= kScreenPacketHeaderBytes) return std::nullopt;
   const ScreenPacket parsed{

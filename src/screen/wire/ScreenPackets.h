@@ -5,7 +5,6 @@
 #include <functional>
 #include <optional>
 #include <span>
-#include <vector>
 
 namespace tevanto {
 
@@ -23,31 +22,11 @@ inline constexpr std::size_t kScreenPacketPayloadBytes = 4000;
 inline constexpr std::size_t kMaxScreenPackets = 800;
 inline constexpr std::size_t kMaxScreenMessageBytes = kMaxScreenPackets * kScreenPacketPayloadBytes;
 
-/// ScreenPacketList holds the packets of one screen message, back to back in one piece of memory.
-class ScreenPacketList {
- public:
-  std::size_t size() const { return (bytes_.size() + kStride - 1) / kStride; }
-  bool empty() const { return bytes_.empty(); }
-  std::span<const std::byte> operator[](std::size_t index) const {
-    const auto rest = std::span(bytes_).subspan(index * kStride);
-    return rest.first(rest.size() < kStride ? rest.size() : kStride);
-  }
-
- private:
-  friend ScreenPacketList packets(std::span<const std::byte> message, std::uint32_t packetID);
-  static constexpr std::size_t kStride = kScreenPacketHeaderBytes + kScreenPacketPayloadBytes;
-
-  std::vector<std::byte> bytes_;
-};
-
 /// Cuts `message` and calls `visit` with one packet after the other, each valid during its call only, until
 /// one call returns false. Whether all were taken; false too when there are none, because the message is
 /// empty or longer than `kMaxScreenMessageBytes`. For sending: a packet at a time stays in the nearest cache.
 bool forEachPacket(std::span<const std::byte> message, std::uint32_t packetID,
                    const std::function<bool(std::span<const std::byte> packet)>& visit);
-
-/// The same packets all at once; no packets when it is empty or longer than `kMaxScreenMessageBytes`.
-ScreenPacketList packets(std::span<const std::byte> message, std::uint32_t packetID);
 
 /// Reads one packet, with a view into it; absent when it is invalid.
 std::optional<ScreenPacket> parse(std::span<const std::byte> packet);

@@ -6,6 +6,7 @@
 #include "remote/message/RemoteMessageCodec.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/channels/DataChannelMessagingFixture.h"
+#include "tests/support/peers/CutPackets.h"
 
 namespace tevanto {
 namespace {
@@ -15,6 +16,7 @@ using test::Bytes;
 using test::bytesOf;
 using test::copyOf;
 using test::FakeDataChannel;
+using test::packets;
 using test::pattern;
 using Texts = std::vector<std::string>;
 
@@ -138,7 +140,7 @@ TEST_F(DataChannelMessagingTest, ignoresChannelsThatAreNotCurrent) {
   receive(*old, message);
   messaging.setMotionChannel(nullptr);
   receive(*motion, message);
-  const auto packet = copyOf(packets(screenMessage(ScreenMessageType::stop), 1)[0]);
+  const auto packet = packets(screenMessage(ScreenMessageType::stop), 1)[0];
   const auto oldScreen = screen;
   messaging.setScreenChannel(nullptr);
   receive(*oldScreen, packet);

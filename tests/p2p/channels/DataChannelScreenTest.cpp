@@ -7,6 +7,7 @@
 #include "screen/wire/ScreenPackets.h"
 #include "screen/wire/ScreenStreamMessage.h"
 #include "tests/p2p/channels/DataChannelMessagingFixture.h"
+#include "tests/support/peers/CutPackets.h"
 
 namespace tevanto {
 namespace {
@@ -14,8 +15,8 @@ namespace {
 using namespace std::chrono_literals;
 using test::Bytes;
 using test::bytesOf;
-using test::copyOf;
 using test::FakeDataChannel;
+using test::packets;
 using test::pattern;
 using Texts = std::vector<std::string>;
 
@@ -27,7 +28,7 @@ TEST_F(DataChannelScreenTest, sendsAFrameInPacketsUnderRisingIds) {
   EXPECT_TRUE(messaging.sendScreenFrame(frame, true));
   ASSERT_EQ(screen->sent.size(), 3u);
   const auto first = packets(frame, 0);
-  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(screen->sent[i], copyOf(first[i]));
+  for (std::size_t i = 0; i < 3; ++i) EXPECT_EQ(screen->sent[i], first[i]);
   EXPECT_TRUE(messaging.sendScreenFrame(frame, false));
   EXPECT_EQ(parse(screen->sent[3])->packetID, 1u);
 }
@@ -151,9 +152,9 @@ TEST_F(DataChannelScreenTest, aNewScreenChannelBeginsWithAnyId) {
 
 TEST_F(DataChannelScreenTest, partialFramesAreForgottenAfterTwoSeconds) {
   const auto cut = packets(videoFrameMessage(pattern(5'000), true), 1);
-  receive(*screen, copyOf(cut[0]));
+  receive(*screen, cut[0]);
   mainQueue->advance(2s);
-  receive(*screen, copyOf(cut[1]));
+  receive(*screen, cut[1]);
   EXPECT_TRUE(delegate->screen.empty());
 }
 

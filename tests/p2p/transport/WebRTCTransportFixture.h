@@ -14,6 +14,7 @@
 #include "tests/support/fakes/FakeRelaySignaling.h"
 #include "tests/support/fakes/ManualQueue.h"
 #include "tests/support/fakes/RecordingLogSink.h"
+#include "tests/support/peers/CutPackets.h"
 #include "tests/support/peers/ScreenBytes.h"
 
 namespace tevanto::test {
@@ -43,7 +44,7 @@ inline std::vector<RemoteIceServerConfig> withTURN() {
 
 /// One screen packet that is a whole message.
 inline Bytes packetOf(std::string_view message, std::uint32_t packetID = 0) {
-  return copyOf(packets(bytesOf(message), packetID)[0]);
+  return packets(bytesOf(message), packetID)[0];
 }
 
 /// The statistics of a peer whose selected pair is named by the transport.

@@ -44,7 +44,7 @@ TEST_F(WebRTCTransportStop, reportsWhatEndsWithItAndThenNothing) {
   const auto motion = connectFromAfar("tevanto-motion");
   peer()->report = routeVia("relay", "relay");
   ice(IceConnectionState::connected);
-  screen->receive(copyOf(packets(bytesOf("12345"), 0)[0]));
+  screen->receive(packets(bytesOf("12345"), 0)[0]);
   settle();
   takeHeard();
   takeLog();
@@ -101,7 +101,7 @@ TEST_F(WebRTCTransportStop, messagesUnderWayAreNotDelivered) {
   const auto screen = connectFromAfar("tevanto-screen");
   takeHeard();
   remoteControl->receive(bytesOf(R"({"type":"command"})"));
-  screen->receive(copyOf(packets(bytesOf("frame"), 0)[0]));
+  screen->receive(packets(bytesOf("frame"), 0)[0]);
   transport->stop();
   settle();
   EXPECT_THAT(heard, ElementsAre("screen closed", "failed"));

@@ -8,6 +8,7 @@
 #include "screen/wire/BigEndian.h"
 #include "screen/wire/ScreenPacketReceiver.h"
 #include "screen/wire/ScreenStreamMessage.h"
+#include "tests/support/peers/CutPackets.h"
 #include "tests/support/peers/ScreenBytes.h"
 
 namespace tevanto {
@@ -16,6 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 using test::Bytes;
 using test::bytesOf;
+using test::packets;
 using test::pattern;
 
 constexpr WebRTCScreenPacketAssembler::TimePoint kStart{1h};
@@ -208,9 +210,7 @@ TEST(WebRTCScreenPacketAssembler, resetForgetsWhatIsUnfinished) {
 
 TEST(ScreenPacketReceiver, holdsBackVideoFramesThatComeLateOrTwice) {
   ScreenPacketReceiver receiver;
-  const auto frame = [](std::uint32_t id) {
-    return test::copyOf(packets(videoFrameMessage(bytesOf("x"), false), id)[0]);
-  };
+  const auto frame = [](std::uint32_t id) { return packets(videoFrameMessage(bytesOf("x"), false), id)[0]; };
   EXPECT_TRUE(receiver.add(frame(0), kStart));
   EXPECT_FALSE(receiver.add(frame(0), kStart));
   EXPECT_TRUE(receiver.add(frame(5), kStart));
@@ -222,9 +222,7 @@ TEST(ScreenPacketReceiver, holdsBackVideoFramesThatComeLateOrTwice) {
 
 TEST(ScreenPacketReceiver, givesEveryOtherMessageRegardlessOfItsId) {
   ScreenPacketReceiver receiver;
-  const auto message = [](const Bytes& bytes, std::uint32_t id) {
-    return test::copyOf(packets(bytes, id)[0]);
-  };
+  const auto message = [](const Bytes& bytes, std::uint32_t id) { return packets(bytes, id)[0]; };
   EXPECT_TRUE(receiver.add(message(videoFrameMessage(bytesOf("x"), true), 9), kStart));
   EXPECT_EQ(receiver.add(message(screenMessage(ScreenMessageType::stop), 3), kStart),
             screenMessage(ScreenMessageType::stop));
