@@ -11,12 +11,14 @@ from unittest import mock
 
 import check_structure
 import file_rules
+import libraries
 import room_rules
 import rooms
 from sound_tree import SOUND
 
 CHECK = pathlib.Path(check_structure.__file__)
 NO_EXCEPTIONS = {"OTHER_TYPES": {}, "OTHER_HEADERS": {}, "LARGE_FOLDERS": {}}
+WRAPPERS = {"core/queue/EventLoopCore.h", "net/tcp/AsioSocket.h", "platform/linux/x11/XTestInputEvents.h"}
 
 
 class CheckStructure(unittest.TestCase):
@@ -38,12 +40,13 @@ class CheckStructure(unittest.TestCase):
         path.write_text(text)
 
     @contextlib.contextmanager
-    def planted(self, changed, **exceptions):
+    def planted(self, changed, wrappers=frozenset(WRAPPERS), **exceptions):
         """The sound tree with these texts instead of its own, without those files whose text is None."""
         for name, text in changed.items():
             self.write(name, text)
         try:
-            with mock.patch.multiple(file_rules, **{**NO_EXCEPTIONS, **exceptions}):
+            with (mock.patch.multiple(file_rules, **{**NO_EXCEPTIONS, **exceptions}),
+                  mock.patch.object(libraries, "WRAPPERS", wrappers)):
                 yield
         finally:
             for name in changed:
@@ -107,7 +110,8 @@ class CheckStructure(unittest.TestCase):
 
     def test_sources_and_their_list(self):
         cmake = "src/core/CMakeLists.txt"
-        self.offends({"src/core/Text.cpp": "", "src/core/Text.h": "#pragma once\n", "bench/a.cpp": '#include "core/Text.h"\n'},
+        self.offends({"src/core/Text.cpp": "", "src/core/Text.h": "#pragma once\n",
+                      "src/core/queue/EventLoop.cpp": SOUND["src/core/queue/EventLoop.cpp"] + '#include "core/Text.h"\n'},
                      "src/core/CMakeLists.txt:1: does not list the source Text.cpp")
         self.offends(self.edited(cmake, "Result.cpp", "Result.cpp Text.cpp"),
                      "lists the source Text.cpp, which this folder")
@@ -172,8 +176,9 @@ class CheckStructure(unittest.TestCase):
         says = "opens Private.h, which no other room includes"
         self.offends(self.edited("src/core/queue/CMakeLists.txt", "EventLoop.h ", "EventLoop.h Private.h "), says)
         self.offends({"src/core/Alone.h": "#pragma once\n"}, "src/core/CMakeLists.txt:1: opens Alone.h")
-        for outside in ("tests/core/a.cpp", "bench/a.cpp", "fuzz/a.h"):
-            self.passes({"src/core/Alone.h": "#pragma once\n", outside: '#pragma once\n#include "core/Alone.h"\n'})
+        for outside in ("tests/core/a.cpp", "bench/a.cpp", "fuzz/a.h", "src/core/Result.cpp"):
+            text = '#pragma once\n#include "core/Result.h"\n#include "core/Alone.h"\n'
+            self.offends({"src/core/Alone.h": "#pragma once\n", outside: text}, "src/core/CMakeLists.txt:1: opens Alone.h")
 
     def test_headers_that_are_not_there_or_not_rooted_at_src(self):
         self.offends({"src/core/Result.cpp": '#include "Result.h"\n'}, '"Result.h" is not a header under src/')
@@ -225,6 +230,41 @@ class CheckStructure(unittest.TestCase):
                 folder = name.rpartition("/")[0]
                 self.offends({f"src/{name}": f'#pragma once\n#include "{target}"\n'},
                              f'src/{name}:2: {folder} may not include "{target}"')
+
+    def test_what_stands_before_the_display_servers(self):
+        x11 = {
+            "src/platform/linux/x11/backend/CMakeLists.txt":
+                "tevanto_room(platform/linux/x11/backend PUBLIC_HEADERS X11Backend.h)\n",
+            "src/platform/linux/x11/backend/X11Backend.h": "#pragma once\nclass X11Backend {};\n",
+            "src/platform/linux/x11/capture/CMakeLists.txt":
+                "tevanto_room(platform/linux/x11/capture PUBLIC_HEADERS X11Capture.h)\n",
+            "src/platform/linux/x11/capture/X11Capture.h": "#pragma once\nclass X11Capture {};\n",
+            # Other composition roots may.
+            **self.edited("src/app/ui/linux/CMakeLists.txt", "linux/x11 ", "linux/x11 platform/linux/x11/backend platform/linux/x11/capture "),
+            "src/app/ui/linux/Activation.cpp": SOUND["src/app/ui/linux/Activation.cpp"]
+                + '#include "platform/linux/x11/backend/X11Backend.h"\n#include "platform/linux/x11/capture/X11Capture.h"\n',
+        }
+        self.passes(x11)
+
+        def app(room, header, source="LinuxServices.cpp"):
+            cmake = self.edited("src/app/linux/CMakeLists.txt", "linux/x11 remote", f"linux/x11 {room} remote" if room else "linux/x11 remote")
+            return {**x11, **cmake, f"src/app/linux/{source}": SOUND[f"src/app/linux/{source}"] + f'#include "{header}"\n'}
+
+        self.passes(app("platform/linux/x11/backend", "platform/linux/x11/backend/X11Backend.h"))
+        capture = "platform/linux/x11/capture"
+        for source in ("LinuxServices.cpp", "main.cpp"):
+            found = self.check(app(capture, f"{capture}/X11Capture.h", source))
+            self.assertIn(f'src/app/linux/CMakeLists.txt:1: "app/linux" may not use "{capture}"', found)
+            self.assertTrue([line for line in found if f'app/linux may not include "{capture}/X11Capture.h"' in line], found)
+        header = "platform/linux/x11/XTestInputEvents.h"
+        self.offends(app(None, header), f'app/linux may not include "{header}"')
+
+        display = "platform/linux/display"
+        for room, header in [("platform/linux/x11", "XServerReach.h"), ("platform/linux/x11/backend", "X11Backend.h")]:
+            self.offends({**x11, f"src/{display}/CMakeLists.txt": f"tevanto_room({display} USES {room})\n",
+                          f"src/{display}/DisplayBackend.h": f'#pragma once\n#include "{room}/{header}"\nclass DisplayBackend {{}};\n'},
+                         f'src/{display}/CMakeLists.txt:1: "{display}" may not use "{room}"',
+                         f'src/{display}/DisplayBackend.h:2: {display} may not include "{room}/{header}"')
 
     def main_function(self, folder):
         return {
@@ -292,6 +332,23 @@ class CheckStructure(unittest.TestCase):
             self.offends({"src/core/queue/Private.h": f"#pragma once\n#include <{header}>\n"},
                          f"Private.h:2: <{header}> shows a library's types")
 
+    def test_which_headers_of_a_wrapping_area_may_show_a_library(self):
+        header, private = "platform/linux/x11/XTestInputEvents.h", "platform/linux/x11/XImage.h"
+        says = f"src/{header}:2: <xcb/xcb.h> shows a library's types"
+        self.offends({}, says, wrappers=WRAPPERS - {header})
+        text = "#pragma once\n#include <xcb/xcb.h>\nclass XImage {\n};\n"
+        self.passes({f"src/{private}": text})
+        self.offends({f"src/{private}": text}, f"src/{private}:1: need not be listed as a wrapper",
+                     wrappers=WRAPPERS | {private})
+        self.offends({"src/app/ui/Activation.h": "#pragma once\n#include <QString>\nvoid activate();\n",
+                      **self.edited("src/app/ui/CMakeLists.txt", "Activation.h", "Activation.h LIBRARIES Qt6::Core")},
+                     "src/app/ui/Activation.h:2: <QString> shows a library's types")
+
+    def test_a_wrapper_that_wraps_nothing_or_is_not_there(self):
+        self.offends({}, "src/net/tcp/BeastLink.h:1: is listed as a wrapper of a library, and is not there",
+                     wrappers=WRAPPERS | {"net/tcp/BeastLink.h"})
+        self.offends({}, "src/core/Result.h:1: need not be listed as a wrapper", wrappers=WRAPPERS | {"core/Result.h"})
+
     def test_a_folder_of_too_many_files(self):
         many = {f"src/screen/{kind}{number}.{suffix}": "#pragma once\n" for number in range(11) for kind, suffix in (("A", "h"), ("B", "qml"))}
         self.passes(many)
@@ -320,6 +377,9 @@ class CheckStructure(unittest.TestCase):
             "enum class Side { left, right };\nstruct Area {\n  int width() const;\n};",
             "/// free(); is a function\nstruct Wrong {\n  bool operator==(const Wrong&) const;\n};\nbool operator<(const Wrong&, const Wrong&);",
             "struct Wrong {\n};\ninline void Wrong::doIt() {\n}",
+            "class Wrong {\n};\nvoid doIt();",
+            "struct Detail {\n};\nclass Wrong final {\n};\nDetail detailOf(std::string_view text);",
+            "template <class T>\nclass Wrong {\n};\ntemplate <class T>\nWrong<T> wrongOf(T value);",
             "// void free();\nstruct Wrong {\n};",
             "@interface Wrong : NSObject\n- (void)go;\n@end",
             'struct Wrong {\n};\ninline const std::string kName("x");',
@@ -334,6 +394,7 @@ class CheckStructure(unittest.TestCase):
             "class Wrong;\nclass Right { void doIt(); };\nstruct Detail {\n};",
             "struct Detail {\n};\nusing Right = std::vector<Detail>;",
             "struct Detail {\n};\nstd::vector<Detail> detailsOf(std::string_view text);",
+            "class Detail;\nenum class Side { left };\nSide sideOf(const Detail& detail);",
             "struct Detail {\n};\ntemplate <class T>\n[[nodiscard]] T read(int);",
             "struct Detail {\n};\nextern \"C\" std::uint8_t* entry(\n    int first);",
             "struct Ri::ght {\n};",
@@ -370,18 +431,37 @@ class CheckStructure(unittest.TestCase):
         self.offends({}, "src/core/Lost.h:1: has an exception of its name, and is not there",
                      OTHER_TYPES={"core/Lost.h": "planted"})
 
+    def test_an_exception_that_is_not_needed(self):
+        says = "needs no exception of its name"
+        self.offends({}, f"src/core/Result.h:1: {says}", OTHER_TYPES={"core/Result.h": "planted"})
+        self.offends({}, f"src/control/Facts.h:1: {says}", OTHER_TYPES={"control/Facts.h": "planted"})
+        self.offends({}, f"src/app/ui/macos/MacActivation.cpp:1: {says}",
+                     OTHER_HEADERS={"app/ui/macos/MacActivation.cpp": "planted"})
+
     def test_the_system_in_shared_code(self):
         for line in ("#ifdef __linux__", "#if defined(__APPLE__)", "#  ifndef _WIN32", "#elif defined(__linux__)"):
             self.offends({"src/core/Result.cpp": f'#include "core/Result.h"\n{line}\n#endif\n'},
                          "src/core/Result.cpp:2: shared code does not ask")
 
     def test_where_tests_stand(self):
-        for place in ("net", "net/tcp/deeper", "core", "platform/linux/x11"):
-            self.offends({f"tests/{place}/TcpConnectionTest.cpp": ""},
-                         f"tests/{place}/TcpConnectionTest.cpp:1: stands in tests/net/tcp")
-        self.offends({"tests/control/XTestInputEventsTest.mm": ""}, "stands in tests/platform/linux/x11")
+        for place in ("net", "core", "platform/linux/x11"):
+            for name in ("TcpConnectionTest", "TcpConnectionLifeTest", "TcpConnection2Test"):
+                self.offends({f"tests/{place}/{name}.cpp": ""},
+                             f"tests/{place}/{name}.cpp:1: belongs in tests/net/tcp, for its name begins with that of TcpConnection.h")
+        self.offends({"tests/net/tcp/deeper/TcpConnectionTest.cpp": ""}, "belongs in tests/net/tcp",
+                     "stands in a folder that src/ does not have")
+        self.offends({"tests/elsewhere/OtherTest.cpp": ""},
+                     "tests/elsewhere/OtherTest.cpp:1: stands in a folder that src/ does not have")
+        self.offends({"tests/control/XTestInputEventsTest.mm": ""}, "belongs in tests/platform/linux/x11")
+        # The longest name counts, and whole words of it.
+        self.offends({"tests/core/EventLoopCoreLifeTest.cpp": ""}, "belongs in tests/core/queue, for its name begins with that of EventLoopCore.h")
+        self.passes({"src/core/queue/Touch.h": "#pragma once\n", "tests/phone/terminal/TouchpadLifeTest.cpp": "",
+                     "tests/net/tcp/TouchyTest.cpp": "", "tests/net/tcp/ResultsTest.cpp": ""})
         self.offends({"src/relay/Touchpad.h": "#pragma once\n", "tests/core/TouchpadTest.cpp": ""},
-                     "stands in tests/phone/terminal or tests/relay")
+                     "belongs in tests/phone/terminal or tests/relay")
+        self.passes({"tests/platform/linux/x11/InputEventsContractTest.cpp": ""})
+        self.passes({"src/app/ui/qml/PixelRowsView.qml": "", "tests/app/ui/PixelRowsViewTest.cpp": ""})
+        self.offends({"tests/app/ui/PixelRowsViewTest.cpp": ""}, "belongs in tests/screen")
         for place in ("net/tcp", "packaging", "structure", "macos", "vectors/json"):
             self.passes({f"tests/{place}/TcpConnectionTest.cpp": ""})
 

@@ -20,12 +20,12 @@ OTHER_TYPES = {
 }
 # Sources without a header of their own name, each with the reason.
 OTHER_HEADERS = {
-    "app/ui/macos/MacAppearance.cpp": "makes the observer that DesktopAppearance.h declares for every system",
     "relay/PlainRelayConnection.cpp": "compiles the template of AsioRelayConnection.h for plain sockets alone",
     "relay/TlsRelayConnection.cpp": "compiles the template of AsioRelayConnection.h for TLS alone",
     "remote/message/RemoteMessageDecode.cpp": "one direction of RemoteMessageCodec.h",
     "remote/message/RemoteMessageEncode.cpp": "the other direction of RemoteMessageCodec.h",
 }
+Type = collections.namedtuple("Type", "name line is_class")
 SYSTEM_PREFIXES = ("Linux", "Mac")
 SYSTEM_FOLDERS = ("linux", "macos")
 PROCESSOR_SUFFIXES = ("NoAvx2", "Avx2")
@@ -33,6 +33,8 @@ THIS_SYSTEMS = re.compile(r"^\s*#\s*(?:if|elif).*\b(__linux__|__APPLE__|_WIN32)\
 COMMENT = re.compile(r"//[^\n]*|/\*.*?\*/", re.S)
 TYPE = re.compile(r"^(?:template\s*<[^\n]*>\s*)?(?:class|struct|union|enum(?:\s+class)?|@interface)\s+"
                   r"(?:\[\[\w+\]\]\s*)?([\w:]*\w)(?:\s+final)?\s*(?::[^:;]|\{)", re.M)
+# What free functions do not excuse: a class has behavior of its own and with it a header.
+CLASS = re.compile(r"^(?:template\s*<[^\n]*>\s*)?(?:class|@interface)\b")
 ALIAS = re.compile(r"^using\s+(\w+)\s*=", re.M)
 FREE_FUNCTION = re.compile(
     r"^(?!\s|using\b|return\b|class\b|struct\b|union\b|enum\b|friend\b|typedef\b|namespace\b)"
@@ -48,8 +50,17 @@ def offences(tree):
     yield from outside_header_offences(tree)
     yield from large_folder_offences(tree)
     yield from test_place_offences(tree)
-    for source in sorted(set(OTHER_TYPES | OTHER_HEADERS) - set(tree.texts)):
-        yield Offence("src/" + source, 1, "has an exception of its name, and is not there")
+    yield from exception_offences(tree)
+
+
+def exception_offences(tree):
+    for exceptions, is_named_well in ((OTHER_TYPES, lambda source: wrongly_named_type(tree.texts[source], source) is None),
+                                      (OTHER_HEADERS, lambda source: has_its_header(tree, source))):
+        for source in sorted(exceptions):
+            if source not in tree.texts:
+                yield Offence("src/" + source, 1, "has an exception of its name, and is not there")
+            elif is_named_well(source):
+                yield Offence("src/" + source, 1, "needs no exception of its name")
 
 
 def file_offences(tree, source, text):
@@ -61,8 +72,10 @@ def file_offences(tree, source, text):
         yield 1, "files are named like types"
     if source.endswith(".h"):
         yield from guard_offences(text)
-        yield from type_name_offences(source, text)
-    elif not has_its_header(tree, source):
+        wrong = wrongly_named_type(text, source)
+        if wrong and source not in OTHER_TYPES:
+            yield wrong.line, f"holds the type {wrong.name} and is not named after it"
+    elif source not in OTHER_HEADERS and not has_its_header(tree, source):
         yield 1, "has no header of its name and implements no header of its room for one system or processor"
 
 
@@ -72,14 +85,21 @@ def guard_offences(text):
         yield 1, "a header begins with #pragma once"
 
 
-def type_name_offences(source, text):
-    """The main type of a header has its name; a header of free functions is named for its topic. A type that is
-    defined apart from the class it belongs to counts under both names together."""
+def wrongly_named_type(text, source):
+    """The type that the header should be named after, or None when its name is right.
+
+    The main type of a header has its name. A header of free functions is named for its topic, and the structs and enums
+    that they take stand beside them; classes do not. A type that is defined apart from the class it belongs to counts
+    under both names together.
+    """
     code = COMMENT.sub(lambda comment: "\n" * comment[0].count("\n"), text)
-    types = [(match[1].replace("::", ""), code.count("\n", 0, match.start(1)) + 1) for match in TYPE.finditer(code)]
-    named = {name for name, _ in types} | set(ALIAS.findall(code))
-    if types and stem_of(source) not in named and source not in OTHER_TYPES and not FREE_FUNCTION.search(code):
-        yield types[0][1], f"holds the type {types[0][0]} and is not named after it"
+    types = [Type(match[1].replace("::", ""), code.count("\n", 0, match.start(1)) + 1, bool(CLASS.match(match[0])))
+             for match in TYPE.finditer(code)]
+    if stem_of(source) in {type_.name for type_ in types} | set(ALIAS.findall(code)):
+        return None
+    if FREE_FUNCTION.search(code):
+        types = [type_ for type_ in types if type_.is_class]
+    return types[0] if types else None
 
 
 def has_its_header(tree, source):
@@ -90,7 +110,7 @@ def has_its_header(tree, source):
     """
     folder, stem, name = folder_of(source), stem_of(source), name_of(source)
     keyword = tree.rooms[folder].keyword_of(name) if folder in tree.rooms else None
-    if f"{folder}/{stem}.h" in tree.headers or source in OTHER_HEADERS or name == "main.cpp" or keyword == "SEPARATE":
+    if f"{folder}/{stem}.h" in tree.headers or name == "main.cpp" or keyword == "SEPARATE":
         return True
     without_system = {stem.removeprefix(prefix) for prefix in SYSTEM_PREFIXES}
     headers = {f"{folder}/{stem.removesuffix(suffix)}.h" for suffix in PROCESSOR_SUFFIXES}
@@ -120,13 +140,29 @@ def large_folder_offences(tree):
 
 
 def test_place_offences(tree):
-    """The test of a unit stands in the folder under tests/ that the unit has under src/."""
+    """The test of a unit stands in the folder under tests/ that the unit has under src/, and any test in such a folder.
+
+    The unit is the header with the longest name that begins the test's. A contract is tested beside each of its
+    implementations, and a view in QML beside the models.
+    """
     folders = collections.defaultdict(set)
     for header in tree.headers:
         folders[stem_of(header)].add(folder_of(header))
+    views = {path.stem for path in (tree.root / "src").rglob("*.qml")}
     tests = tree.root / "tests"
     for path in sorted(path for kind in ("*Test.cpp", "*Test.mm") for path in tests.rglob(kind)):
-        place = path.relative_to(tests).as_posix()
-        expected = folders[path.stem.removesuffix("Test")]
-        if not FREE_TESTS.match(place) and expected and folder_of(place) not in expected:
-            yield Offence(f"tests/{place}", 1, "stands in " + " or ".join(f"tests/{folder}" for folder in sorted(expected)))
+        place, name = path.relative_to(tests).as_posix(), path.stem.removesuffix("Test")
+        if FREE_TESTS.match(place):
+            continue
+        if not (tree.root / "src" / folder_of(place)).is_dir():
+            yield Offence(f"tests/{place}", 1, "stands in a folder that src/ does not have")
+        unit = None if name.endswith("Contract") or name in views else unit_of(name, folders)
+        if unit and folder_of(place) not in folders[unit]:
+            expected = " or ".join(f"tests/{folder}" for folder in sorted(folders[unit]))
+            yield Offence(f"tests/{place}", 1, f"belongs in {expected}, for its name begins with that of {unit}.h")
+
+
+def unit_of(name, stems):
+    """The longest stem that begins the name and ends where a word of it does, or None."""
+    return max((stem for stem in stems if name.startswith(stem) and not name[len(stem):][:1].islower()),
+               key=len, default=None)

@@ -1,7 +1,7 @@
 """The rules about third-party libraries: a room links what it includes, and only wrappers show a library's types."""
 import re
 
-from rooms import Offence, folder_of, name_of
+from rooms import Offence, folder_of, is_in, name_of
 
 # Beginning of an include -> the CMake targets that bring it; one of them has to be linked. The longest beginning counts.
 TARGETS = {
@@ -82,9 +82,37 @@ SYSTEM_HEADERS = re.compile(
     r"|(AppKit|ApplicationServices|CloudKit|CoreFoundation|CoreGraphics|CoreMedia|CoreVideo|Foundation|IOKit"
     r"|ScreenCaptureKit|Security|ServiceManagement|SystemConfiguration|VideoToolbox)/[\w/]+\.h")
 # Headers that wrap a library for the sources beside them and so may name its types.
-WRAPPERS = re.compile(
-    r"(core/queue/EventLoopCore|core/settings/DefaultsJson|core/text/ExactJson|net/(tcp|web)/Asio\w+|net/tcp/TcpStream"
-    r"|net/web/BeastWebSocket(Link|Core)|relay/Asio\w+|relay/TlsSocket|app/ipc/\w+Json|app/ui/.*|platform/.*)\.h")
+WRAPPERS = {
+    "app/ipc/CompanionStatusJson.h",
+    "app/ui/CompanionModel.h",
+    "app/ui/DesktopAppearance.h",
+    "app/ui/MenuBarLabel.h",
+    "app/ui/PanelWindow.h",
+    "app/ui/QtSetupWindow.h",
+    "app/ui/ViewEngine.h",
+    "core/queue/EventLoopCore.h",
+    "core/settings/DefaultsJson.h",
+    "core/text/ExactJson.h",
+    "net/tcp/AsioSocket.h",
+    "net/tcp/TcpStream.h",
+    "net/web/AsioClientStream.h",
+    "net/web/AsioDialer.h",
+    "net/web/AsioTlsContext.h",
+    "net/web/BeastWebSocketCore.h",
+    "platform/linux/desktop/GlibOwned.h",
+    "platform/linux/x11/XInputConnection.h",
+    "platform/linux/x11/XcbOwned.h",
+    "platform/linux/x11/XcbServer.h",
+    "platform/linux/x11/XcbXkb.h",
+    "platform/macos/foundation/CfOwned.h",
+    "platform/macos/foundation/Entitlements.h",
+    "relay/AsioRelayConnection.h",
+    "relay/AsioRelayListener.h",
+    "relay/AsioRelayStream.h",
+    "relay/TlsSocket.h",
+}
+# Areas that consist of wrappers: their private headers need no entry above.
+WRAPPING_AREAS = ("app/ui", "platform")
 
 
 def targets_of(include):
@@ -106,10 +134,30 @@ def offences(tree):
             if include.quoted or is_of_the_language(include.target):
                 continue
             what = link_offence(tree, room, name_of(source), include.target)
-            if source.endswith(".h") and not WRAPPERS.fullmatch(source):
+            if source.endswith(".h") and not may_show_libraries(tree, source):
                 what = f"<{include.target}> shows a library's types to everybody who includes this header"
             if what:
                 yield Offence("src/" + source, include.line, what)
+    yield from wrapper_offences(tree)
+
+
+def is_private_in_a_wrapping_area(tree, header):
+    room = tree.rooms.get(folder_of(header))
+    return room is not None and not room.publishes(name_of(header)) and any(is_in(header, area) for area in WRAPPING_AREAS)
+
+
+def may_show_libraries(tree, header):
+    return header in WRAPPERS or is_private_in_a_wrapping_area(tree, header)
+
+
+def wrapper_offences(tree):
+    for header in sorted(WRAPPERS):
+        includes = tree.includes.get(header, [])
+        if header not in tree.headers:
+            yield Offence("src/" + header, 1, "is listed as a wrapper of a library, and is not there")
+        elif (is_private_in_a_wrapping_area(tree, header)
+              or all(include.quoted or is_of_the_language(include.target) for include in includes)):
+            yield Offence("src/" + header, 1, "need not be listed as a wrapper of a library")
 
 
 def link_offence(tree, room, name, include):

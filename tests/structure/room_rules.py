@@ -1,5 +1,5 @@
 """The rules about rooms: what a tevanto_room lists, and which room may include which header of another."""
-from rooms import (EVERY_SYSTEM, SOURCE_KEYWORDS, USES_KEYWORDS, Offence, folder_of, name_of)
+from rooms import EVERY_SYSTEM, SOURCE_KEYWORDS, USES_KEYWORDS, Offence, folder_of, is_in, name_of
 
 # Area -> the other areas that it may include. An area is a top-level folder, one of the two systems, or what must not
 # drag in the server that it stands beside: the message model, and the invites whose interface the server owns.
@@ -26,16 +26,29 @@ ROOT_FOLDERS = {
     "app/ui/macos": ["platform/macos"],
 }
 BOTH_SYSTEMS = ["platform/linux", "platform/macos"]
+# What offers the display of one kind of server, and stands behind the interface in platform/linux/display.
+DISPLAY_SERVERS = ("platform/linux/x11",)
+# Room -> all that it may include of them: rooms, or single headers. Other rooms are not restricted.
+BEFORE_DISPLAY_SERVERS = {
+    "app/linux": ["platform/linux/x11/XServerReach.h", "platform/linux/x11/backend"],
+    "platform/linux/display": [],
+}
 ROOT_FILES = {"phone/terminal/main.cpp": BOTH_SYSTEMS, "relay/main.cpp": BOTH_SYSTEMS}
-
-
-def is_in(path, folder):
-    return path == folder or path.startswith(folder + "/")
 
 
 def area_of(folder):
     """The longest area that the folder lies in, or None."""
     return max((area for area in ALLOWED if is_in(folder, area)), key=len, default=None)
+
+
+def respects_display(folder, target):
+    """Tells whether the room `folder` may include `target`, a room or a header, as far as display servers go."""
+    if not any(is_in(target, server) for server in DISPLAY_SERVERS):
+        return True
+    allowed = [allowed for room, allowed in BEFORE_DISPLAY_SERVERS.items() if is_in(folder, room)]
+    # A room that single headers of another are open to uses that room for their sake.
+    return all(any(is_in(target, part) or (part.endswith(".h") and folder_of(part) == target) for part in parts)
+               for parts in allowed)
 
 
 def folder_may_use(folder, target_folder):
@@ -45,6 +58,8 @@ def folder_may_use(folder, target_folder):
 
 
 def file_may_include(source, header):
+    if not respects_display(folder_of(source), header):
+        return False
     if folder_may_use(folder_of(source), folder_of(header)):
         return True
     area, target = area_of(folder_of(source)), area_of(folder_of(header))
@@ -125,7 +140,7 @@ def uses_offences(tree, room):
 
 def room_may_use(path, used):
     area = area_of(path)
-    return area is None or folder_may_use(path, used)
+    return area is None or (folder_may_use(path, used) and respects_display(path, used))
 
 
 def include_offences(tree):

@@ -134,19 +134,15 @@ class Tree:
             self.rooms[folder] = Room(folder, file, own[0], [call for call in calls if call not in own])
 
     def is_wanted_outside_its_room(self, header):
-        """Tells whether another room, a test, a benchmark or a fuzz target includes the header."""
+        """Tells whether another room includes the header. Tests, benchmarks and fuzz targets may include any header."""
         return bool(self.users[header] - {folder_of(header)})
 
     def _read_users(self):
-        """Header -> the folders whose files include it; those beside src/ are named from the root."""
+        """Header -> the folders below src/ whose files include it."""
         users = collections.defaultdict(set)
         for source, includes in self.includes.items():
             for include in includes:
                 users[include.target].add(folder_of(source))
-        for folder in ("tests", "bench", "fuzz"):
-            for path in sources_in(self.root / folder):
-                for include in includes_of(path.read_text(encoding="utf-8")):
-                    users[include.target].add("../" + folder)
         return users
 
 
@@ -157,6 +153,10 @@ def sources_in(folder):
 def includes_of(text):
     found = ((number, INCLUDE.match(line)) for number, line in enumerate(text.splitlines(), 1))
     return [Include(number, match[1] == '"', match[2]) for number, match in found if match]
+
+
+def is_in(path, folder):
+    return path == folder or path.startswith(folder + "/")
 
 
 def folder_of(source):

@@ -47,15 +47,18 @@ SOUND = {
     "src/screen/PixelRows.cpp": '#include "screen/PixelRows.h"\n#include <immintrin.h>\n',
     "src/screen/PixelRowsAvx2.cpp": '#include "screen/PixelRows.h"\n',
     "src/remote/CMakeLists.txt": "tevanto_room(remote SOURCES MacRemoteServer.cpp PUBLIC_HEADERS MacRemoteServer.h\n"
-                                 " USES net/tcp control)\n",
+                                 " USES net/tcp control screen)\n",
     "src/remote/MacRemoteServer.h": '#pragma once\n#include "net/tcp/TcpConnection.h"\nclass MacRemoteServer {};\n',
-    "src/remote/MacRemoteServer.cpp": '#include "remote/MacRemoteServer.h"\n#include "control/InputEvents.h"\n',
+    "src/remote/MacRemoteServer.cpp": '#include "remote/MacRemoteServer.h"\n#include "control/InputEvents.h"\n'
+                                      '#include "screen/PixelRows.h"\n',
     "src/remote/invites/CMakeLists.txt": "tevanto_room(remote/invites PUBLIC_HEADERS PairingInvites.h)\n",
     "src/remote/invites/PairingInvites.h": "#pragma once\nclass PairingInvites {};\n",
     "src/p2p/cloud/CMakeLists.txt": "tevanto_room(p2p/cloud USES remote/invites)\n",
     "src/p2p/cloud/CloudPairingInvites.h": '#pragma once\n#include "remote/invites/PairingInvites.h"\nclass CloudPairingInvites {};\n',
     "src/platform/linux/x11/CMakeLists.txt":
-        "tevanto_room(platform/linux/x11 PUBLIC_HEADERS XTestInputEvents.h USES control PUBLIC_LIBRARIES PkgConfig::XCB)\n",
+        "tevanto_room(platform/linux/x11 PUBLIC_HEADERS XServerReach.h XTestInputEvents.h USES control"
+        " PUBLIC_LIBRARIES PkgConfig::XCB)\n",
+    "src/platform/linux/x11/XServerReach.h": "#pragma once\nbool isReachable();\n",
     "src/platform/linux/x11/XTestInputEvents.h":
         '#pragma once\n#include <xcb/xcb.h>\n#ifdef __linux__\n#endif\n#include "control/InputEvents.h"\nclass XTestInputEvents {};\n',
     "src/platform/macos/values/CMakeLists.txt": "tevanto_room(platform/macos/values PUBLIC_HEADERS MediaTime.h)\n",
@@ -64,7 +67,7 @@ SOUND = {
         "tevanto_room(app/linux SOURCES LinuxServices.cpp SEPARATE main.cpp USES platform/linux/x11 remote)\n"
         "tevanto_program(tevanto SOURCES main.cpp LINK tevanto_app_linux tevanto_core Qt6::Core)\n",
     "src/app/linux/LinuxServices.h": "#pragma once\nclass LinuxServices {};\n",
-    "src/app/linux/LinuxServices.cpp": '#include "app/linux/LinuxServices.h"\n#include "platform/linux/x11/XTestInputEvents.h"\n'
+    "src/app/linux/LinuxServices.cpp": '#include "app/linux/LinuxServices.h"\n#include "platform/linux/x11/XServerReach.h"\n'
                                        '#include "remote/MacRemoteServer.h"\n#include <xcb/xproto.h>\n',
     "src/app/linux/main.cpp": '#include "core/Result.h"\n#include <QString>\n',
     "src/app/ui/CMakeLists.txt": "tevanto_room(app/ui PUBLIC_HEADERS Activation.h)\n",
