@@ -16,8 +16,9 @@ class MacInputController;
 class MacPowerManager;
 class MacShortcutRunner;
 
-/// CommandDispatch hands an authorized command to the object that carries it out, and makes the reply. The
-/// reply to an input command is returned at once; every other command is answered later.
+/// CommandDispatch hands an authorized command to the object that carries it out, and makes the reply.
+/// Commands and their replies: docs/protocol.md, section 5.4. The reply to an input command is returned at
+/// once; every other command is answered later.
 ///
 ///     input      queue: permission --> main queue: inject       returned: "ack"
 ///     shortcut   queue --> shortcut queue: run                --> reply: "ack", then "systemState"

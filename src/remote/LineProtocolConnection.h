@@ -10,12 +10,9 @@
 
 namespace tevanto {
 
-/// LineProtocolConnection carries messages over one TCP connection, one JSON object per line, each ended by a
-/// line feed:
+/// LineProtocolConnection carries messages over one TCP connection, one on each line. Format:
+/// docs/protocol.md, section 4. A line that exceeds the maximum closes the connection.
 ///
-///     {"type":"pairRequest","code":"012345"}\n
-///
-/// Lines that do not decode are dropped in silence. A line that exceeds the maximum closes the connection.
 /// Each byte is looked at once for its line feed, so the time that a line costs is proportional to its
 /// length.
 ///

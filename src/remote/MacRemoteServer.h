@@ -21,8 +21,9 @@ namespace tevanto {
 class AwayServer;
 
 /// MacRemoteServer is the computer's end of the control channel. It serves one phone at a time, on the local
-/// network or away from it; the newest one replaces the one before. It pairs a phone, recognizes it by its
-/// token and hands its commands to the dispatch. The access policy decides what each phone may do.
+/// network or away from it; the newest one replaces the one before. Pairing, tokens and sessions:
+/// docs/protocol.md, section 6. The access policy decides what each phone may do, and the dispatch carries
+/// out its commands.
 ///
 /// Lives on its own queue, "tevanto.remote.server". The published values may be read on any thread.
 class MacRemoteServer final : public QueueBound<MacRemoteServer> {
@@ -30,7 +31,7 @@ class MacRemoteServer final : public QueueBound<MacRemoteServer> {
   static constexpr std::uint16_t kDefaultPort = 51637;
   static constexpr std::string_view kServiceType = "_tevanto-remote._tcp";
 
-  /// The server's dependencies. What is referred to outlives it.
+  /// Environment holds the server's dependencies. Everything that it refers to outlives the server.
   struct Environment {
     std::shared_ptr<SerialQueue> queue;
     std::shared_ptr<SerialQueue> mainQueue;

@@ -8,8 +8,8 @@
 
 namespace tevanto {
 
-/// `name` as a DNS-SD service name: valid UTF-8 of at most 63 bytes (RFC 6763, 4.1.1), cut between two code
-/// points.
+/// `name` as a DNS-SD service name (docs/protocol.md, section 3): valid UTF-8 of at most 63 bytes (RFC 6763,
+/// 4.1.1), cut between two code points.
 std::string serviceNameFrom(std::string_view name);
 
 /// The entries as the data of a TXT record (RFC 6763, 6.1): each "key=value" behind its length in one byte;

@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// IncomingChunks joins large control messages from their chunks, which may come in any order. Bounds limit
-/// the unfinished messages that a sender leaves behind when it dies. A value; its owner serializes the calls.
+/// IncomingChunks joins large control messages from their chunks. Rules and limits: docs/protocol.md,
+/// section 10.3. A value; its owner serializes the calls.
 class IncomingChunks {
  public:
   using TimePoint = SerialQueue::TimePoint;
@@ -25,7 +25,7 @@ class IncomingChunks {
     std::size_t maxPendingBytes = 16 * 1024 * 1024;
     std::chrono::seconds lifetime{30};
   };
-  /// What keeping one chunk counts for, besides its payload.
+  /// The bytes that one kept chunk counts for, besides its payload.
   static constexpr std::size_t kBytesPerChunk = 64;
 
   IncomingChunks() : IncomingChunks(Limits()) {}
@@ -33,7 +33,6 @@ class IncomingChunks {
 
   /// Takes one chunk; gives the whole document once its last missing chunk is there. A chunk that disagrees
   /// with the count of its message drops that message; so does one that makes it outgrow the limits alone.
-  /// Where the limits are reached by several, the oldest go. A repeated chunk replaces the stored one.
   std::optional<std::vector<std::byte>> add(const MessageChunk& chunk, TimePoint now);
   /// Drops what is too old.
   void expire(TimePoint now);

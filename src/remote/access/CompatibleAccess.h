@@ -6,15 +6,9 @@ namespace tevanto {
 
 class UserDefaults;
 
-/// CompatibleAccess applies the rules that every released phone can work with. There is one token, which the
-/// last pairing has stored.
+/// CompatibleAccess applies the rules that every released phone can work with: docs/protocol.md, section 6.
 ///
-///                   no token                    stored token   any other token
-///     session       refused                     allowed        refused
-///     command       until the first pairing     allowed        refused
-///     screen        -                           allowed        refused
-///
-/// Anyone may try any number of pairing codes; the one on display pairs. Lines have no limit but the memory.
+/// There is no limit on attempts to pair, and none but the memory on the length of a line.
 class CompatibleAccess final : public AccessPolicy {
  public:
   /// `defaults` holds the token and outlives this object.

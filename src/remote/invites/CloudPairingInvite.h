@@ -7,6 +7,7 @@
 namespace tevanto {
 
 /// CloudPairingInvite names the computer that shows a pairing code, for a phone that knows the code.
+/// Invites: docs/protocol.md, section 11.3.
 struct CloudPairingInvite {
   std::string deviceID;
   std::string deviceName;
@@ -14,7 +15,7 @@ struct CloudPairingInvite {
   bool operator==(const CloudPairingInvite&) const = default;
 };
 
-/// A JSON object with the members' names, in this order.
+/// The payload of a record with an invite: docs/protocol.md, section 11.1.
 std::string encodePairingInvite(const CloudPairingInvite& invite);
 /// Nothing for what is no such object.
 std::optional<CloudPairingInvite> decodePairingInvite(std::string_view json);

@@ -11,7 +11,7 @@
 
 namespace tevanto {
 
-/// Modifier keys held during a key press; the names are the wire strings.
+/// RemoteModifier is a modifier key that is held during a key press. The names are the wire strings.
 enum class RemoteModifier { shift, option, control, command };
 
 // Every member is initialized by `= {}`, so that designated initializers may leave any of them out without a
@@ -46,8 +46,8 @@ struct RemoteAppInfo {
   bool operator==(const RemoteAppInfo&) const = default;
 };
 
-/// RemoteMessage is the one record of the control channel, in both directions. `type` names the kind. Every
-/// other member is written only when it holds a value.
+/// RemoteMessage is the one record of the control channel, in both directions. `type` names the kind.
+/// Members: docs/protocol.md, section 5.
 struct RemoteMessage {
   std::string type = {};
   std::optional<std::int64_t> protocolVersion = {};
@@ -86,8 +86,7 @@ std::vector<std::string> capabilityList();
 std::string_view wireName(RemoteModifier modifier);
 std::optional<RemoteModifier> modifierNamed(std::string_view name);
 
-/// The digest of an application list ("appsHash"): 16 lower-case hexadecimal digits over identifiers and
-/// dates. The order of the list, names and icons do not matter.
+/// The digest of an application list ("appsHash"): docs/protocol.md, section 5.5.
 std::string appsHash(const std::vector<RemoteAppInfo>& apps);
 
 }  // namespace tevanto

@@ -12,9 +12,9 @@
 
 namespace tevanto {
 
-/// FramedConnection carries the screen stream over one TCP connection, in length-prefixed frames
-/// (FrameExtractor). It counts the bytes on their way out, so that its owner can drop video frames instead of
-/// building a queue.
+/// FramedConnection carries the screen stream over one TCP connection, in frames (FrameExtractor). Layout:
+/// docs/protocol.md, section 8. It counts the bytes on their way out, so that its owner can drop video
+/// frames instead of building a queue.
 /// Lives on the queue given to `start`; only `send` is thread-safe.
 /// Owned by the server.
 class FramedConnection final : public std::enable_shared_from_this<FramedConnection> {
@@ -30,10 +30,10 @@ class FramedConnection final : public std::enable_shared_from_this<FramedConnect
   /// The callbacks must be set before.
   void start(std::shared_ptr<SerialQueue> queue);
   /// Sends one frame, unless the bytes on their way out, this frame's header included, would exceed
-  /// `maxPendingBytes`; `force` sends it in any case. Whether it was sent. After `start`, from any thread;
-  /// frames go out in the order of the calls of one thread.
+  /// `maxPendingBytes`; `force` sends it in any case. Returns true when it was sent. After `start`, from any
+  /// thread; frames go out in the order of the calls of one thread.
   bool send(SharedBytes payload, std::int64_t maxPendingBytes, bool force);
-  /// Whether `send` would send a payload of so many bytes now.
+  /// True when `send` would send a payload of so many bytes now.
   bool wouldSend(std::size_t payloadBytes, std::int64_t maxPendingBytes) const;
   void cancel();
   std::string peerName() const { return connection_->peerName(); }
