@@ -6,7 +6,8 @@
 
 namespace tevanto {
 
-/// Global display points, origin at the top left of the main display.
+/// PointerLocation is a place in points of all displays together, with the origin at the top left of the
+/// main display.
 struct PointerLocation {
   double x = 0;
   double y = 0;
@@ -30,6 +31,7 @@ class EventSource {
   virtual ~EventSource() = default;
 };
 
+/// KeyDirection is the half of a key stroke that an event reports.
 enum class KeyDirection { down, up };
 
 /// KeyEvent is a physical key, by its virtual key code on the US layout. The event types `text` instead,
@@ -42,6 +44,8 @@ struct KeyEvent {
   const EventSource* source = nullptr;
 };
 
+/// MouseEventType is the kind of a mouse event. The numbers are those of the system whose key codes are used
+/// here.
 enum class MouseEventType {
   leftDown = 1,
   leftUp = 2,
@@ -51,6 +55,7 @@ enum class MouseEventType {
   leftDragged = 6
 };
 
+/// MouseEvent is a press, a release or a motion of the mouse.
 struct MouseEvent {
   MouseEventType type = MouseEventType::moved;
   PointerLocation location;
@@ -58,13 +63,13 @@ struct MouseEvent {
   int clickState = 0;  // 1 for a click, 2 for the second of a double click, ...; 0 for motion
 };
 
-/// A scroll in pixels; positive is up and left.
+/// ScrollEvent is a scroll in pixels; positive is up and left.
 struct ScrollEvent {
   std::int32_t vertical = 0;
   std::int32_t horizontal = 0;
 };
 
-/// The key of a media keyboard; the numbers are those of the key type in a system-defined event.
+/// MediaKey is a key of a media keyboard. The numbers are those of the key type in a system-defined event.
 enum class MediaKey { play = 16, next = 17, previous = 18 };
 
 /// InputEvents injects synthetic input into the system. Each post returns whether the event could be made.

@@ -4,6 +4,7 @@
 
 namespace tevanto {
 
+/// LoginItemStatus is the state of the registration, as the system reports it.
 enum class LoginItemStatus { notRegistered, enabled, requiresApproval, notFound, unknown };
 
 /// LoginItem is the registration that starts this program after the user logs in. Main queue only.

@@ -18,6 +18,7 @@ class SerialQueue;
 class Workspace;
 enum class MediaKey;
 
+/// VolumeState is the volume of the chosen output; values that cannot be read are absent.
 struct VolumeState {
   std::optional<double> volume;  // 0 to 1
   std::optional<bool> muted;
@@ -29,6 +30,7 @@ struct VolumeState {
 /// events on the main queue and waits for them. `installedApps` may be called from any thread.
 class MacShortcutRunner {
  public:
+  /// Result is the outcome of a shortcut, with the text for the phone.
   struct Result {
     bool success = false;
     std::string message;
@@ -37,7 +39,7 @@ class MacShortcutRunner {
   MacShortcutRunner(std::shared_ptr<SerialQueue> mainQueue, ScriptHost& scripts, Workspace& workspace,
                     InputEvents& events, AccessibilityPermission& permission);
 
-  /// Whether `type` is a command of this class.
+  /// True when `type` is a command of this class.
   static bool handles(std::string_view type);
 
   Result run(const RemoteCommand& command);

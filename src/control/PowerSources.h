@@ -8,6 +8,7 @@
 
 namespace tevanto {
 
+/// PowerSource is one battery or supply. The two capacities have the same unit, which sources choose.
 struct PowerSource {
   std::optional<std::int64_t> currentCapacity;
   std::optional<std::int64_t> maxCapacity;

@@ -8,6 +8,7 @@
 
 namespace tevanto {
 
+/// ScriptResult is the outcome of one script, with its value.
 struct ScriptResult {
   bool success = false;
   std::string errorMessage;  // when not successful

@@ -9,6 +9,7 @@ namespace tevanto {
 class SleepAssertions {
  public:
   using Code = std::int32_t;  // 0: success; else a result code of the system, shown to the user in decimal
+  /// Created is the outcome of `create`.
   struct Created {
     Code code = 0;
     std::uint32_t identifier = 0;  // only with code 0

@@ -35,6 +35,7 @@ class Workspace {
   virtual std::optional<std::string> locationOf(std::string_view identifier) = 0;
   virtual bool exists(const std::string& location) = 0;
 
+  /// Activation is the way in which an application comes forward when it is opened.
   enum class Activation { systemDefault, activate };
   /// Starts the application, or raises it when it already runs. Returns before that has happened.
   virtual void open(const std::string& location, Activation activation) = 0;

@@ -6,7 +6,7 @@
 
 namespace tevanto {
 
-/// Severities, with the numbers of syslog(3), which the journal uses too.
+/// LogLevel is the severity of a line, with the numbers of syslog(3), which the journal uses too.
 enum class LogLevel { error = 3, warning = 4, info = 6, debug = 7 };
 
 /// LogSink receives the log lines of all categories.

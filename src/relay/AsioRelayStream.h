@@ -22,9 +22,9 @@ namespace tevanto::relay {
 namespace http = boost::beast::http;
 namespace websocket = boost::beast::websocket;
 
-/// A connection over a stream of Boost.Asio. There are many and most are idle: the request's buffers are gone
-/// once it has been read, a buffer that a large message has stretched is given back, compression is off, and
-/// no connection has a timer of its own.
+/// AsioRelayStream is a connection over a stream of Boost.Asio. There are many and most are idle: the
+/// request's buffers are gone once it has been read, a buffer that a large message has stretched is
+/// released, compression is off, and no connection has a timer of its own.
 template <class Stream>
 class AsioRelayStream : public RelayConnection, public std::enable_shared_from_this<AsioRelayStream<Stream>> {
  public:
@@ -108,7 +108,7 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
   static constexpr unsigned kHttp11 = 11;
   static constexpr const char* kServerName = "tevanto-relay";
   static constexpr std::size_t kMaxHeadBytes = 8 * 1024;
-  /// What a member's buffer may keep between two messages.
+  /// The bytes that a member's buffer may keep between two messages.
   static constexpr std::size_t kKeptBytes = 4 * 1024;
 
   using Answer = http::response<http::string_body>;
@@ -119,7 +119,7 @@ class AsioRelayStream : public RelayConnection, public std::enable_shared_from_t
 
   void requestRead(const Error& error) {
     const bool ended = error == http::error::end_of_stream || error == http::error::partial_message;
-    // What the parser says of the request has an answer; what the socket says has not.
+    // Errors of the parser have an answer, those of the socket have not.
     const bool isHttp = error.category() == make_error_code(http::error::bad_method).category();
     if (error && isHttp && !ended) return handleBadRequest();
     if (error) return readFailed();

@@ -17,7 +17,7 @@ struct IpAddress {
 
   static std::optional<IpAddress> parse(std::string_view text);
   bool isV4() const;
-  /// What counts as one client: an IPv4 address, or the IPv6 network of 64 bits that a household has.
+  /// The key of one client: an IPv4 address, or the IPv6 network of 64 bits that a household has.
   std::string clientKey() const;
 
   bool operator==(const IpAddress&) const = default;

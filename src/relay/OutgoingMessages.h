@@ -8,8 +8,8 @@
 
 namespace tevanto::relay {
 
-/// What waits for a member that reads more slowly than its peer writes, the message on its way included. A
-/// list, because it costs nothing while it is empty, as it nearly always is.
+/// OutgoingMessages holds the messages for a member that reads more slowly than its peer writes, the one on
+/// its way included. A list, because it costs nothing while it is empty, as it nearly always is.
 class OutgoingMessages {
  public:
   explicit OutgoingMessages(std::size_t maxBytes) : maxBytes_(maxBytes) {}

@@ -15,7 +15,7 @@
 
 namespace tevanto::relay {
 
-/// What one connection does, whatever carries its bytes:
+/// RelayConnection is the state machine of one connection, whatever carries its bytes:
 ///
 ///   request --> answering --> ended
 ///      |                        ^
@@ -44,7 +44,8 @@ class RelayConnection : public RelayMember {
   void close(CloseReason reason) final;
 
  protected:
-  // What carries the bytes. Each call ends in one of the calls below, unless the socket is closed before.
+  // The transport of the bytes. Each call ends in one of the calls below, unless the socket is closed
+  // before.
   virtual void readRequest() = 0;
   virtual void writeAnswer(HttpAnswer answer) = 0;
   virtual void acceptUpgrade() = 0;

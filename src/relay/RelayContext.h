@@ -15,7 +15,8 @@ namespace tevanto::relay {
 
 class RelayConnection;
 
-/// What all connections of one relay share. The monotonic and the wall clock come from outside.
+/// RelayContext holds the objects that all connections of one relay share. The monotonic and the wall clock
+/// come from outside.
 struct RelayContext {
   using TimePoint = TimerWheel::TimePoint;
 

@@ -5,7 +5,7 @@
 
 namespace tevanto::relay {
 
-/// What the relay has counted since its start.
+/// RelayMetrics holds the counters of the relay since its start.
 struct RelayMetrics {
   std::uint64_t connections = 0;  // open now, requests included
   std::uint64_t macMembers = 0;   // in a room now

@@ -20,7 +20,7 @@ struct RelayLimits {
   std::size_t connectionsPerAddress = 256;
   /// Over all addresses; 0: as many as come.
   std::size_t connections = 0;
-  /// What waits for a client that does not read.
+  /// The bytes that may wait for a client that does not read.
   std::size_t maxUnsentBytes = 1024 * 1024;
   std::chrono::milliseconds pingInterval{25'000};
   int unansweredPings = 2;

@@ -12,7 +12,7 @@ namespace tevanto::relay {
 
 class RelayMember;
 
-/// Who is in which room. A room exists for as long as it has a member.
+/// RoomTable holds the members of every room. A room exists for as long as it has a member.
 class RoomTable {
   using Room = std::pair<const std::string, std::array<RelayMember*, 2>>;
 
@@ -30,7 +30,7 @@ class RoomTable {
   };
   struct Joined {
     Seat seat;
-    /// Who sat there until now; its seat is no longer valid.
+    /// The member that had this seat until now; its own seat is no longer valid.
     RelayMember* replaced = nullptr;
   };
 

@@ -14,7 +14,7 @@ class TokenBucket {
   TokenBucket(double rate, double burst, TimePoint now)
       : rate_(static_cast<float>(rate)), burst_(static_cast<float>(burst)), tokens_(burst_), filled_(now) {}
 
-  /// Whether one more may pass at `now`; if so, it is counted.
+  /// True when one more may pass at `now`; if so, it is counted.
   bool take(TimePoint now) {
     const std::chrono::duration<float> passed = now - filled_;
     tokens_ = std::min(burst_, tokens_ + rate_ * std::max(passed.count(), 0.0F));

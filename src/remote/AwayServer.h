@@ -27,7 +27,7 @@ class AwayServer {
   void withdraw(const std::string& code);
   /// Ends `channel`, whose place another answerer's takes.
   void close(const std::shared_ptr<MessageChannel>& channel);
-  /// Whether `channel` is the one that was dropped last. Its `ready` may have been on its way by then.
+  /// True when `channel` is the one that was dropped last. Its `ready` may have been on its way by then.
   bool hasDropped(const std::shared_ptr<MessageChannel>& channel) const;
   /// Ends the answerer and publishes nothing any more. May be called twice.
   void stop();

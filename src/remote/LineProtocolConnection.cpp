@@ -53,7 +53,7 @@ void LineProtocolConnection::send(const RemoteMessage& message) {
 void LineProtocolConnection::close() {
   closed_ = true;
   connection_->cancel();
-  // The cancellation is reported in the queue's next turn, to an object that its owner may have let go of.
+  // The cancellation is reported in the queue's next turn, to an object that its owner may have released.
   if (queue_) queue_->async([self = shared_from_this()] {});
 }
 

@@ -161,7 +161,7 @@ void MacRemoteServer::accept(std::unique_ptr<TcpConnection> connection) {
   line->start(queue());
 }
 
-// Deliberately does not ask whether the connection is still the current one, except for letting go of it: the
+// Deliberately does not ask whether the connection is still the current one, except for releasing it: the
 // cancellation of a replaced connection comes through here too, and the newer connection's own `ready` comes
 // after it and sets the state again. But one that a phone away has replaced ends after that phone's `ready`.
 void MacRemoteServer::connectionChanged(const MessageChannel* channel, ConnectionState state) {

@@ -12,8 +12,8 @@ namespace tevanto {
 struct ScreenRoute {
   std::function<bool(SharedBytes message)> sendParameterSets;
   std::function<bool(SharedBytes message, bool isKeyframe)> sendFrame;
-  /// Whether it has the room for a key frame's message of so many bytes now; any thread. One that is empty
-  /// says yes, as it will not have more, even where the message alone is beyond what it takes. Unset: not
+  /// True when it has the room for a key frame's message of so many bytes now; any thread. An empty route
+  /// always has it, as it will not have more, even where the message alone exceeds its limit. Unset: not
   /// known.
   std::function<bool(std::size_t bytes)> takesKeyframe;
 };

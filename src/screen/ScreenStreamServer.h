@@ -36,7 +36,7 @@ class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<S
  public:
   static constexpr std::uint16_t kDefaultPort = 51638;
 
-  /// The services that the server uses. Everything outlives it.
+  /// Environment holds the services that the server uses. All of them outlive it.
   struct Environment {
     std::shared_ptr<SerialQueue> queue;         // "tevanto.screen.server", of the loop of the sockets
     std::shared_ptr<SerialQueue> captureQueue;  // "tevanto.screen.capture", of a background loop: it encodes
@@ -44,12 +44,12 @@ class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<S
     TcpListenerFactory& listeners;
     ServiceAdvertiser& advertiser;
     UserDefaults& defaults;
-    /// Whether the phone with this token may watch. Called on `queue`.
+    /// True when the phone with this token may watch. Called on `queue`.
     std::function<bool(const std::string& token)> mayWatch;
     std::optional<std::string> computerName;
     std::uint16_t port = kDefaultPort;  // 0: any free one
   };
-  /// The sources of pictures, and their encoders.
+  /// Machinery holds the sources of pictures, and their encoders.
   struct Machinery {
     DisplayCapture& displays;
     EncoderSessionFactory& encoders;
@@ -83,7 +83,7 @@ class ScreenStreamServer final : public ScreenTransportHost, public QueueBound<S
   void requestScreenRecording();
 
  private:
-  /// The sender of a message: exactly one of the two is set.
+  /// Sender is the sender of a message: exactly one of the two is set.
   struct Sender {
     std::shared_ptr<FramedConnection> connection;
     std::shared_ptr<ScreenTransport> transport;

@@ -24,7 +24,7 @@ class ScreenTransport {
   virtual bool sendScreenPayload(std::span<const std::byte> message) = 0;
   /// Sends a video-frame message on the screen channel; false when the drop rule or the channel refused it.
   virtual bool sendScreenFrame(std::span<const std::byte> message, bool isKeyFrame) = 0;
-  /// Whether it would take a key frame's message of so many bytes now.
+  /// True when it would take a key frame's message of so many bytes now.
   virtual bool takesKeyFrame(std::size_t bytes) const = 0;
 };
 

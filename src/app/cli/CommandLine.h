@@ -19,12 +19,15 @@ struct CompanionOptions {
   bool loopbackOnly = false;
   bool noDiscovery = false;
 };
+/// StatusOptions prints the state of the running companion.
 struct StatusOptions {
   bool json = false;
 };
+/// KeepAwakeOptions switches keep-awake on or off.
 struct KeepAwakeOptions {
   bool on = false;
 };
+/// DefaultsOptions lists, reads, stores or removes user defaults.
 struct DefaultsOptions {
   enum class Action { list, get, set, remove };
   enum class Type { automatic, string, boolean, integer, real, array };
@@ -33,6 +36,7 @@ struct DefaultsOptions {
   std::string value;
   Type type = Type::automatic;
 };
+/// DoctorOptions checks this computer for everything that the companion needs.
 struct DoctorOptions {
   bool json = false;
   std::optional<std::uint16_t> remotePort;
@@ -43,6 +47,7 @@ struct EndNow {
   int exitStatus = 0;
 };
 
+/// Invocation is one call of the program, with its options.
 using Invocation =
     std::variant<CompanionOptions, StatusOptions, KeepAwakeOptions, DefaultsOptions, DoctorOptions, EndNow>;
 

@@ -20,6 +20,7 @@ class TevantoMacRuntime;
 /// Main queue only.
 class CompanionTerminal final : public SetupWindowHost, public ApplicationPresence {
  public:
+  /// Environment holds what the terminal shows, and where it prints.
   struct Environment {
     std::shared_ptr<SerialQueue> mainQueue;
     std::function<CompanionStatus()> status;

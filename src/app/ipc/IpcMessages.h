@@ -32,6 +32,7 @@ struct IpcRequest {
   bool operator==(const IpcRequest&) const = default;
 };
 
+/// IpcReply is the answer of the companion to one request.
 struct IpcReply {
   bool ok = false;
   std::string error;  // when not ok, one sentence for a person

@@ -17,6 +17,7 @@ class UserDefaults;
 /// IpcRequestHandler carries out the requests that come through the control socket. Main queue only.
 class IpcRequestHandler {
  public:
+  /// Environment holds the parts of the companion that requests concern. The references outlive the handler.
   struct Environment {
     TevantoMacRuntime& runtime;
     MacAppDelegate& application;
@@ -25,7 +26,7 @@ class IpcRequestHandler {
     std::function<std::vector<std::string>()> addresses;  // under which others reach this computer
     std::function<void()> reloadDefaults;
     std::function<void(const std::string& token)> useActivationToken;  // of the next window
-    std::function<bool()> giveWay;  // whether it ends, for a companion that has a display
+    std::function<bool()> giveWay;  // true when it ends, for a companion that has a display
   };
 
   explicit IpcRequestHandler(Environment environment) : environment_(std::move(environment)) {}

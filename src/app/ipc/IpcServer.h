@@ -15,17 +15,19 @@
 namespace tevanto {
 
 /// IpcServer answers lines on a Unix socket of mode 0600, and only for processes of the same user
-/// (SO_PEERCRED). It lives on the queue given to it. A client gets one answer at a time and is not read until
-/// it has taken that answer, so a slow one costs a descriptor and a few kilobytes, never time.
+/// (SO_PEERCRED). It lives on the queue given to it. A client gets one answer at a time and is not read
+/// until it has taken that answer. A slow client therefore costs a descriptor and a few kilobytes, never
+/// time.
 class IpcServer {
  public:
-  /// A line without its line feed to the answer without its line feed.
+  /// Handler returns the answer to a line, both without their line feeds.
   using Handler = std::function<std::string(std::string_view line)>;
 
+  /// Limits bounds what clients may cost.
   struct Limits {
     std::size_t maxLineBytes = 4096;
     std::size_t maxClients = 16;
-    std::chrono::milliseconds silence = std::chrono::seconds(10);  // then the client is let go
+    std::chrono::milliseconds silence = std::chrono::seconds(10);  // then the connection is closed
   };
 
   /// The caller holds the `CompanionLock` of the folder: a file at `path` is removed. The sockets live on

@@ -175,7 +175,7 @@ class Companion {
     });
   }
 
-  /// Lets go of everything that others would notice, then ends both loops.
+  /// Releases everything that others would notice, then ends both loops.
   void stop() {
     if (isEnding_) return;
     isEnding_ = true;

@@ -172,7 +172,7 @@ void Services::endBackgroundWork() {
 
 void Services::releasePeers() {
   if (!core_->peers) return;
-  // The server's stop goes on to the answerer on the main queue, which lets go of the transport there in a
+  // The server's stop goes on to the answerer on the main queue, which releases the transport there in a
   // turn of its own; that one closes its peer on a queue of the network's loop, which has one thread.
   core_->queues.main->sync([] {});
   core_->queues.main->sync([] {});

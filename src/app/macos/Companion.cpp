@@ -91,7 +91,7 @@ class Companion {
     runtime_.power().refreshBattery();
   }
 
-  /// Lets go of everything that others would notice, then ends the loops.
+  /// Releases everything that others would notice, then ends the loops.
   void stop() {
     if (std::exchange(isEnding_, true)) return;
     terminal_.stopFollowing();

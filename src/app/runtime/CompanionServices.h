@@ -43,11 +43,13 @@ class Workspace;
 ///   capture      tevanto.screen.capture: encoding needs a thread of its own
 class CompanionServices {
  public:
+  /// Loops holds the event loops that carry the queues.
   struct Loops {
     std::shared_ptr<EventLoop> network;
     std::shared_ptr<EventLoop> background = EventLoop::background(2);
     std::shared_ptr<EventLoop> capture = EventLoop::background(1);
   };
+  /// Queues holds the serial queues of the services.
   struct Queues {
     Queues(const Loops& loops, std::shared_ptr<SerialQueue> mainQueue);
 
@@ -58,7 +60,7 @@ class CompanionServices {
     const std::shared_ptr<SerialQueue> shortcuts;
     const std::shared_ptr<SerialQueue> applications;
   };
-  /// The adapters of the system. All of them outlive the services.
+  /// System holds the adapters of the system. All of them outlive the services.
   struct System {
     InputEvents& pointerEvents;
     InputEvents& keyEvents;
@@ -81,6 +83,7 @@ class CompanionServices {
     /// Called on the main queue when mirroring begins and when it ends. May be empty.
     std::function<void(bool isStreaming)> onStreaming = {};
   };
+  /// Options holds the values that the command line replaces; absent: the usual ones.
   struct Options {
     std::optional<std::string> computerName;
     std::optional<std::uint16_t> remotePort;

@@ -6,8 +6,8 @@
 
 namespace tevanto {
 
-/// The application's appearance among others: `regular` has a Dock icon and menus, `accessory` has an icon in
-/// the menu bar only.
+/// ActivationPolicy is the application's appearance among others. `regular` has a Dock icon and menus,
+/// `accessory` has an icon in the menu bar only.
 enum class ActivationPolicy { accessory, regular };
 
 /// ApplicationPresence sets how the desktop treats the application. Main queue only.

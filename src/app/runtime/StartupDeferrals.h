@@ -28,6 +28,7 @@ class StartupDeferrals {
   }
 
  private:
+  /// DeferredPowerSources asks the kernel before the start, and the service after it.
   class DeferredPowerSources final : public PowerSources {
    public:
     DeferredPowerSources(PowerSources& kernel, PowerSources& service) : kernel_(kernel), service_(service) {}
@@ -41,6 +42,7 @@ class StartupDeferrals {
     bool hasStarted_ = false;
   };
 
+  /// DeferredScreenPermission does not ask for the state of the permission before the start.
   class DeferredScreenPermission final : public ScreenCapturePermission {
    public:
     explicit DeferredScreenPermission(ScreenCapturePermission& permission) : permission_(permission) {}

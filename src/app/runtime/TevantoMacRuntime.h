@@ -15,7 +15,7 @@ class ScreenService;
 /// as long as the process lives; `start` runs once. Main queue only.
 class TevantoMacRuntime {
  public:
-  /// The functions that make the services of this system. Making one starts nothing.
+  /// Factories holds the functions that make the services of this system. Making one starts nothing.
   struct Factories {
     std::function<std::shared_ptr<MacRemoteServer>()> server;
     std::function<std::shared_ptr<ScreenService>()> screen;

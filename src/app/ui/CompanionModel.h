@@ -47,7 +47,7 @@ class CompanionModel : public QObject {
   Q_PROPERTY(QString appStoreURL READ appStoreURL CONSTANT FINAL)
 
  public:
-  /// The services whose published state is shown. All of them outlive the model.
+  /// Services holds the services whose published state is shown. All of them outlive the model.
   struct Services {
     MacRemoteServer& server;
     ScreenService& screen;

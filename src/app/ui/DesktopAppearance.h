@@ -19,7 +19,7 @@ class DesktopAppearance : public QObject {
   Q_PROPERTY(QString monospacedFamily READ monospacedFamily CONSTANT FINAL)
 
  public:
-  /// Keeps an appearance up to date with the system's desktop for as long as the result lives.
+  /// Follow keeps an appearance up to date with the system's desktop for as long as the result lives.
   using Follow = std::unique_ptr<QObject> (*)(DesktopAppearance&);
   /// Makes every appearance that is constructed from now on follow the desktop. Without a call they keep the
   /// palette's value.

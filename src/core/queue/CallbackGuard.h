@@ -19,6 +19,7 @@ namespace tevanto {
 /// thread-safe.
 class CallbackGuard {
  public:
+  /// Call marks the time of one callback, from its construction to its destruction.
   class Call {
    public:
     explicit Call(CallbackGuard& gate) : gate_(gate) { gate_.enter(); }

@@ -15,7 +15,9 @@
 
 namespace tevanto {
 
+/// EventLoop::Core holds the I/O context of an event loop and the threads that run it.
 struct EventLoop::Core {
+  /// Context is an I/O context whose pending work can be destroyed before the context.
   class Context : public boost::asio::io_context {
    public:
     using execution_context::shutdown;
@@ -40,7 +42,7 @@ struct EventLoop::Core {
   bool stopped = false;
 };
 
-/// The serial queue of an event loop: a strand.
+/// EventLoopQueue is the serial queue of an event loop: a strand.
 class EventLoopQueue final : public SerialQueue, public std::enable_shared_from_this<EventLoopQueue> {
  public:
   using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;

@@ -30,7 +30,7 @@ class Timer {
   void cancel() {
     if (auto cancelOnce = std::exchange(cancel_, nullptr)) cancelOnce();
   }
-  /// Whether a timer was set here and not cancelled since; it stays true after the timer fired.
+  /// True when a timer was set here and not cancelled since. It stays true after the timer fired.
   explicit operator bool() const { return cancel_ != nullptr; }
 
  private:
@@ -52,8 +52,8 @@ class SerialQueue {
 
   /// Runs `work` later, never before this call returns.
   virtual void async(Task work) = 0;
-  /// Like `async`, but where the caller already runs on this queue's loop and nothing waits in front, the
-  /// work may be done before this call returns: for the hot path, which then pays for no turn of the loop in
+  /// Like `async`, but the work may be done before this call returns, where the caller already runs on this
+  /// queue's loop and nothing waits in front. For the hot path, which then pays for no turn of the loop in
   /// between.
   virtual void dispatch(Task work) { async(std::move(work)); }
   /// Runs `work` once, `delay` from now (at once when not positive). Dropping the returned timer cancels it.
@@ -61,7 +61,7 @@ class SerialQueue {
   /// Runs `work` on this queue and returns when it is done; at once when already on this queue. Returns
   /// without having run it when what runs the queue has been stopped, or stops before its turn comes.
   virtual void sync(Task work) = 0;
-  /// Whether the caller runs on this queue.
+  /// True when the caller runs on this queue.
   virtual bool isCurrent() const = 0;
   /// The monotonic time by which this queue's timers run.
   virtual TimePoint now() const = 0;

@@ -10,8 +10,8 @@
 namespace tevanto {
 
 /// FileSystem offers the steps of which durable files are made. Each step is one system call (POSIX) in its
-/// effect on the disk: a test can record the steps, let any of them fail, and replay the state that a power
-/// cut leaves. A signal that interrupts a step is no error: the step goes on.
+/// effect on the disk. A test can therefore record the steps, let any of them fail, and replay the state
+/// that a power cut leaves. A signal that interrupts a step is no error: the step goes on.
 class FileSystem {
  public:
   using Path = std::filesystem::path;

@@ -14,7 +14,9 @@
 
 namespace tevanto {
 
+/// DefaultsData is a value of raw bytes.
 using DefaultsData = std::vector<std::byte>;
+/// DefaultsValue is a value of one of the types that can be stored.
 using DefaultsValue =
     std::variant<bool, std::int64_t, double, std::string, std::vector<std::string>, DefaultsData>;
 
@@ -29,8 +31,8 @@ class UserDefaults {
   virtual Result<void> set(std::string_view key, DefaultsValue value) = 0;
   virtual Result<void> remove(std::string_view key) = 0;
   virtual std::map<std::string, DefaultsValue> all() const = 0;
-  /// Whether the string under `key` equals `candidate`, both being allowed to be absent. Copies nothing, so
-  /// that it can be asked for every command.
+  /// True when the string under `key` equals `candidate`; both may be absent. Copies nothing, so that it can
+  /// be asked for every command.
   virtual bool stringEquals(std::string_view key, std::optional<std::string_view> candidate) const = 0;
 
   /// The string under `key`; absent when nothing or something else is stored there.

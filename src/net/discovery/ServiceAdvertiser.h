@@ -19,12 +19,14 @@ struct ServiceDescription {
   bool operator==(const ServiceDescription&) const = default;
 };
 
+/// AdvertisingState tells how far a service is visible on the local network.
 enum class AdvertisingState {
   pending,      // asked for, not yet visible on the network
   advertised,   // visible, under `name`
   unavailable,  // there is no discovery service on this machine; published as soon as there is one
 };
 
+/// AdvertisingStatus is the state of one registration, with its name and the reason of a failure.
 struct AdvertisingStatus {
   AdvertisingState state = AdvertisingState::pending;
   std::string name;     // the name in use: a collision on the network may have changed it

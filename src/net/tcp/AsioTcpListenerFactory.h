@@ -14,8 +14,8 @@ namespace tevanto {
 /// The queue given to a listener's `start` must belong to the same loop; accepted connections live there too.
 class AsioTcpListenerFactory final : public TcpListenerFactory {
  public:
-  /// Prepares each socket, by its descriptor, before it is bound, as the system needs. Listening does not
-  /// depend on the outcome.
+  /// SocketPreparation prepares each socket, by its descriptor, before it is bound, as the system needs.
+  /// Listening does not depend on the outcome.
   using SocketPreparation = std::function<void(int descriptor)>;
 
   /// `keepAlive`: of the connections that are accepted.

@@ -6,7 +6,7 @@
 namespace tevanto {
 namespace {
 
-/// A block that grew beyond this is given back once it is empty.
+/// A block that grew beyond this is released once it is empty.
 constexpr std::size_t kKeptBytes = 64 * 1024;
 
 }  // namespace

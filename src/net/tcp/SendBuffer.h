@@ -28,7 +28,7 @@ class SendBuffer {
   void consume(std::size_t count);
   /// Drops everything; what was to be done about it becomes due.
   void clear();
-  /// What has become due since the last call.
+  /// The work that has become due since the last call.
   std::vector<Task> takeProcessed() { return std::exchange(processed_, {}); }
   bool hasProcessed() const { return !processed_.empty(); }
 

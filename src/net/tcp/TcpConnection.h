@@ -29,7 +29,7 @@ struct Received {
   std::optional<std::string> error;
 };
 
-/// Bytes that several may hold and nobody changes.
+/// SharedBytes holds shared bytes that do not change.
 using SharedBytes = std::shared_ptr<const std::vector<std::byte>>;
 
 /// ReceiveRoom is memory that a receive may write into, with its owner.
@@ -61,12 +61,12 @@ class TcpConnection {
   /// The same straight into the caller's memory, which stays alive and is left alone until the bytes have
   /// come: they lie at its beginning. It must not be empty.
   virtual void receive(ReceiveRoom room) = 0;
-  /// Queues the bytes behind those still unsent; they are written together when the current turn of the queue
-  /// ends. What the kernel refuses is kept, up to `kMaxPendingBytes`; beyond that the connection fails.
+  /// Queues the bytes behind those still unsent; they are written together when the current turn of the
+  /// queue ends. Bytes that the kernel refuses are kept, up to `kMaxPendingBytes`; beyond that the
+  /// connection fails.
   virtual void send(std::span<const std::byte> bytes) = 0;
-  /// The same for a few bytes and, without a copy, those of `body` behind them, and tells: `processed` runs
-  /// in a turn of its own, once the kernel has taken the last of them, or once they are dropped because the
-  /// connection has ended.
+  /// The same for a few bytes and, without a copy, those of `body` behind them. `processed` runs in a turn
+  /// of its own, once the kernel has taken the last of them or the connection has ended.
   virtual void send(std::span<const std::byte> head, SharedBytes body, Task processed) = 0;
   /// Bytes given to `send` that the kernel has not taken yet.
   virtual std::size_t pendingBytes() const = 0;

@@ -10,6 +10,7 @@
 
 namespace tevanto {
 
+/// ListenerState is the state of a listener. `failed` and `cancelled` are final.
 enum class ListenerState { setup, waiting, ready, failed, cancelled };
 
 /// ListenScope tells from where connections are accepted.

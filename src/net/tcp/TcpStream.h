@@ -59,7 +59,7 @@ class TcpStream : public std::enable_shared_from_this<TcpStream> {
   void becomeReady();
   void beginRead();
   void finishRead(Error error, std::size_t count);
-  /// Whether to read on at once.
+  /// True to read on at once.
   bool handOn(const Error& error, std::size_t count);
   void readLater();
   void flushAtEndOfTurn();

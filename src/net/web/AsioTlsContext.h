@@ -7,7 +7,8 @@
 
 namespace tevanto {
 
-/// What all TLS connections of a client share: the versions that it speaks and whom it believes.
+/// AsioTlsContext holds the settings that all TLS connections of a client share: the versions of TLS and the
+/// accepted certificates.
 class AsioTlsContext {
  public:
   explicit AsioTlsContext(const TlsTrust& trust);

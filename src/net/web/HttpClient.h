@@ -13,7 +13,8 @@
 
 namespace tevanto {
 
-/// TlsTrust names whose certificates a client believes: those of the system's authorities, or these alone.
+/// TlsTrust names the certificates that a client accepts: those that the system's authorities have signed,
+/// or only those of `authoritiesPem`.
 struct TlsTrust {
   std::optional<std::string> authoritiesPem = {};  // certificates in PEM (RFC 7468), one after the other
 };
@@ -28,6 +29,7 @@ struct HttpRequest {
   std::chrono::milliseconds timeout{60'000};
 };
 
+/// HttpResponse is one HTTP/1.1 response (RFC 9112) of any status, with its whole body.
 struct HttpResponse {
   int status = 0;
   std::vector<std::pair<std::string, std::string>> headers;
@@ -38,7 +40,7 @@ struct HttpResponse {
 /// verified.
 class HttpClient {
  public:
-  /// Called exactly once, on the queue given to `send`.
+  /// Completion is called exactly once, on the queue given to `send`.
   using Completion = std::function<void(Result<HttpResponse>)>;
 
   virtual ~HttpClient() = default;

@@ -17,20 +17,22 @@ namespace tevanto {
 /// has a turn of its own, never inside a call.
 class WebSocketConnection {
  public:
-  /// Why it ended by itself: the server's close frame, or a fault.
+  /// End is the reason why the connection ended by itself: the server's close frame, or a fault.
   struct End {
     std::optional<std::uint16_t> closeCode;
     std::string error;
   };
+  /// Handlers holds the callbacks of a connection.
   struct Handlers {
     std::function<void()> onOpen;
     /// One whole message, text or binary alike.
     std::function<void(std::string_view message)> onMessage;
     std::function<void(const End& end)> onEnd;
   };
-  /// The error's description, or nothing when the pong came. None in time is an error too: a line that
-  /// went dead keeps silent.
+  /// PongHandler receives the error's description, or nothing when the pong came. A pong that does not come
+  /// in time is an error too: a dead line keeps silent.
   using PongHandler = std::function<void(std::optional<std::string> error)>;
+  /// SentHandler receives the error's description, or nothing when the frame was sent.
   using SentHandler = std::function<void(std::optional<std::string> error)>;
 
   virtual ~WebSocketConnection() = default;

@@ -27,17 +27,18 @@ namespace tevanto {
 ///     motion   "movePointer" commands, framed like those on the control channel
 ///     screen   screen packets, which are dropped before they queue
 ///
-/// Thread-safe. A lock rather than a queue guards the state: the engine's threads, which bring the frames,
-/// must not wait for another thread, and posting every packet would cost more than the lock.
+/// Thread-safe. A lock rather than a queue guards the state. The engine's threads bring the frames and must
+/// not wait for another thread. Posting every packet would cost more than the lock.
 class DataChannelMessaging {
  public:
+  /// Environment holds the queue of the delegate, and the log.
   struct Environment {
     std::shared_ptr<SerialQueue> mainQueue;
     std::string role;  // stands in brackets before each log line
     Logger log = {};
   };
 
-  /// Receives the messages that arrive; held weakly.
+  /// Delegate receives the messages that arrive; held weakly.
   class Delegate {
    public:
     virtual ~Delegate() = default;
@@ -82,6 +83,7 @@ class DataChannelMessaging {
   TurnByteCounter::RouteChange routeSelected(bool relayed);
 
  private:
+  /// Channels holds the current channels; null for none.
   struct Channels {
     std::shared_ptr<DataChannel> control;
     std::shared_ptr<DataChannel> motion;

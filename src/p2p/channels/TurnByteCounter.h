@@ -15,7 +15,7 @@ class TurnByteCounter {
 
   struct RouteChange {
     bool changed = false;
-    /// What was counted and not yet reported, when the route has left the relay.
+    /// The bytes that were counted and not yet reported, when the route has left the relay.
     std::optional<std::uint64_t> bytes;
 
     bool operator==(const RouteChange&) const = default;

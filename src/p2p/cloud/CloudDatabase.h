@@ -14,7 +14,7 @@ namespace tevanto {
 
 inline constexpr std::string_view kCloudRecordType = "TevantoSignal";
 
-/// The state of the user's account. Logs show these numbers.
+/// CloudAccountStatus is the state of the user's account. Logs show these numbers.
 enum class CloudAccountStatus {
   couldNotDetermine = 0,
   available = 1,
@@ -54,13 +54,14 @@ struct CloudError {
 /// For logs: the domain and the code, then "retryAfter=" and "partial=" where they are set.
 std::string summary(const CloudError& error);
 
-/// A value, or the cloud's error.
+/// CloudOutcome is a value, or the cloud's error.
 template <class T>
 struct CloudOutcome {
   std::optional<T> value;
   CloudError error;  // where there is no value
 };
 
+/// CloudUrgency tells whether a user waits for a request: `userInitiated`, or `utility` when nobody waits.
 enum class CloudUrgency { userInitiated, utility };
 
 /// CloudDatabase is the public database of the application's container. Of two writes of one record the later

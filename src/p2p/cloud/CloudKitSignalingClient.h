@@ -27,6 +27,7 @@ namespace tevanto {
 ///      └── no account: off for good
 class CloudKitSignalingClient final : public CloudSignaling, public QueueBound<CloudKitSignalingClient> {
  public:
+  /// Environment holds the dependencies of a client.
   struct Environment {
     std::shared_ptr<CloudDatabase> database;
     std::shared_ptr<SerialQueue> queue;

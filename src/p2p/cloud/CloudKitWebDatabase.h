@@ -23,6 +23,7 @@ namespace tevanto {
 class CloudKitWebDatabase final : public CloudDatabase,
                                   public std::enable_shared_from_this<CloudKitWebDatabase> {
  public:
+  /// Environment holds the dependencies of the database.
   struct Environment {
     std::shared_ptr<HttpClient> http;
     std::shared_ptr<SerialQueue> queue;

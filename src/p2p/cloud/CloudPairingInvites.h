@@ -17,6 +17,7 @@ namespace tevanto {
 /// docs/protocol.md, section 11.3. Thread-safe. Calls are independent of one another and of any negotiation.
 class CloudPairingInvites final : public PairingInvites {
  public:
+  /// Found is an invite that was looked up, and the room that it leads to.
   struct Found {
     std::string room;
     CloudPairingInvite invite;

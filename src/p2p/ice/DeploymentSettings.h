@@ -34,15 +34,15 @@ class DeploymentSettings {
  public:
   using Environment = std::function<std::optional<std::string>(const std::string& name)>;
 
-  /// The names of one value in the three sources.
+  /// Key holds the names of one value in the three sources.
   struct Key {
     std::string_view info;
     std::string_view defaults;
     std::string_view environment;
   };
 
-  /// The record database of the away connection. Without container, key identifier and key file there is
-  /// none.
+  /// CloudKit describes the record database of the away connection. Without container, key identifier and
+  /// key file there is none.
   struct CloudKit {
     std::string container;
     std::string environment = "production";  // or "development"

@@ -22,8 +22,8 @@ constexpr std::size_t kStunHeaderBytes = 20;
 
 std::array<std::byte, kStunHeaderBytes> stunBindingRequest(const StunTransaction& transaction);
 
-/// What a server answered: the address that it saw, as "203.0.113.7:4711" or "[2001:db8::1]:4711", or its
-/// error (300 to 699).
+/// StunAnswer is the answer of a server: the address that it saw, as "203.0.113.7:4711" or
+/// "[2001:db8::1]:4711", or its error (300 to 699).
 struct StunAnswer {
   std::string address;
   int error = 0;  // 0: none

@@ -22,7 +22,7 @@ std::optional<std::string> credentialURL(std::string_view relayURL);
 /// answer: docs/protocol.md, section 9.1. Thread-safe.
 class TurnCredentialService {
  public:
-  /// Nothing when no service gave a readable answer.
+  /// Completion receives the servers, or nothing when no service gave a readable answer.
   using Completion = std::function<void(std::optional<std::vector<RemoteIceServerConfig>>)>;
 
   /// For each relay: a slow service must not hold up a call.

@@ -8,7 +8,8 @@ inline constexpr std::string_view kControlChannelLabel = "tevanto";
 inline constexpr std::string_view kMotionChannelLabel = "tevanto-motion";
 inline constexpr std::string_view kScreenChannelLabel = "tevanto-screen";
 
-/// The purpose of a data channel, known by its label alone. The channels: docs/protocol.md, section 10.1.
+/// DataChannelKind is the purpose of a data channel, known by its label alone. The channels:
+/// docs/protocol.md, section 10.1.
 enum class DataChannelKind { control, motion, screen, unknown };
 
 constexpr DataChannelKind dataChannelKind(std::string_view label) {

@@ -15,7 +15,8 @@
 
 namespace tevanto {
 
-/// The state of ICE (RFC 8445) as WebRTC 1.0 names it; `count` and anything later are not states.
+/// IceConnectionState is the state of ICE (RFC 8445) as WebRTC 1.0 names it. `count` and anything later are
+/// not states.
 enum class IceConnectionState { new_, checking, connected, completed, failed, disconnected, closed, count };
 /// The name of a state in WebRTC 1.0; "count" and "unknown" for the values that are none.
 constexpr std::string_view toString(IceConnectionState state) {
@@ -45,11 +46,14 @@ constexpr bool isConnected(IceConnectionState state) {
   return state == IceConnectionState::connected || state == IceConnectionState::completed;
 }
 
+/// IceGatheringState is the state of gathering candidates, as WebRTC 1.0 names it.
 enum class IceGatheringState { new_, gathering, complete };
+/// DataChannelState is the state of a data channel, as WebRTC 1.0 names it.
 enum class DataChannelState { connecting, open, closing, closed };
+/// SdpType is the part of a session description in a negotiation (RFC 3264).
 enum class SdpType { offer, answer };
 
-/// A session description (RFC 8866) of a peer.
+/// SessionDescription is the session description (RFC 8866) of a peer.
 struct SessionDescription {
   SdpType type = SdpType::offer;
   std::string sdp;
@@ -57,7 +61,7 @@ struct SessionDescription {
   bool operator==(const SessionDescription&) const = default;
 };
 
-/// `sdp` is the candidate line.
+/// IceCandidate is one ICE candidate; `sdp` is its candidate line.
 struct IceCandidate {
   std::string sdp;
   std::string sdpMid;
@@ -75,6 +79,7 @@ struct DataChannelOptions {
 /// RouteReport is the part of the statistics from which the selected candidate pair can be found. Its names
 /// are the W3C WebRTC statistics identifiers.
 struct RouteReport {
+  /// CandidatePair is one "candidate-pair" report.
   struct CandidatePair {
     std::string id = {};
     std::string localCandidateId = {};
@@ -83,6 +88,7 @@ struct RouteReport {
     bool nominated = false;
     std::string state = {};
   };
+  /// Candidate is one report of a local candidate.
   struct Candidate {
     std::string id;
     std::string candidateType;  // "host", "srflx", "prflx" or "relay"
@@ -96,7 +102,8 @@ struct RouteReport {
 /// peer holds it.
 class DataChannel {
  public:
-  /// Called on threads of the engine; must return soon and must not wait for another thread.
+  /// Observer receives the events of one channel. Called on threads of the engine; must return soon and must
+  /// not wait for another thread.
   class Observer {
    public:
     virtual ~Observer() = default;
@@ -118,7 +125,8 @@ class DataChannel {
   virtual void close() = 0;
 };
 
-/// Called on threads of the engine; must return soon and must not wait for another thread.
+/// PeerConnectionObserver receives the events of one peer. Called on threads of the engine; must return soon
+/// and must not wait for another thread.
 class PeerConnectionObserver {
  public:
   virtual ~PeerConnectionObserver() = default;
@@ -160,6 +168,7 @@ struct PeerConfiguration {
   std::vector<RemoteIceServerConfig> iceServers;
 };
 
+/// PeerConnectionFactory makes the peers of one engine.
 class PeerConnectionFactory {
  public:
   virtual ~PeerConnectionFactory() = default;

@@ -8,13 +8,14 @@
 
 namespace tevanto {
 
-/// The side of the pairing that a client of the relay represents.
+/// SignalRole is the side of the pairing that a client of the relay represents.
 enum class SignalRole { mac, phone };
 
 /// "mac" or "phone".
 std::string_view toString(SignalRole role);
 
-/// The side of a negotiation that a transport takes. The phone offers, the computer answers.
+/// TransportRole is the side of a negotiation that a transport takes. The phone offers, the computer
+/// answers.
 enum class TransportRole : std::uint8_t { offerer = 0, answerer = 1 };
 
 constexpr std::string_view toString(TransportRole role) {
@@ -25,7 +26,7 @@ constexpr SignalRole signalRole(TransportRole role) {
   return role == TransportRole::offerer ? SignalRole::phone : SignalRole::mac;
 }
 
-/// One ICE candidate as it travels with an offer or an answer.
+/// SignalIceCandidate is one ICE candidate as it travels with an offer or an answer.
 struct SignalIceCandidate {
   std::string candidate;
   std::optional<std::string> sdpMid = {};

@@ -52,7 +52,7 @@ void SignalingClient::send(const SignalMessage& message) {
 
 void SignalingClient::close() {
   if (closed_.exchange(true)) return;
-  // Holds the client: its owner may let go of it right after this, and the relay is to hear of it still.
+  // Holds the client: its owner may release it right after this, and the relay is to hear of it still.
   queue()->async([self = shared_from_this()] { self->closeNow(); });
 }
 

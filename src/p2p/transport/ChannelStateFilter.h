@@ -23,7 +23,7 @@ class ChannelStateFilter {
     std::string_view logLine;
   };
 
-  /// What to report; nothing when the event is no news.
+  /// The report to make; nothing when the event is no news.
   std::optional<Report> on(Event event, bool channelEverReady) {
     const auto report = consider(event, channelEverReady);
     if (report) last_ = report->state;

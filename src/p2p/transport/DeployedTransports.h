@@ -20,15 +20,16 @@ class WebSocketFactory;
 /// from the parts of the system. Its construction opens no connection.
 class DeployedTransports {
  public:
+  /// Environment holds the parts of the program that the transports use.
   struct Environment {
     std::shared_ptr<EventLoop> loop;  // of the sockets, and of the queues below the transports
     std::shared_ptr<SerialQueue> mainQueue;
     UserDefaults& defaults;  // outlives it
     std::shared_ptr<LogSink> log;
   };
-  /// The parts that differ from system to system.
+  /// Platform holds the parts that differ from system to system.
   struct Platform {
-    DeploymentSettings settings;  // what was deployed, with this program and by its user
+    DeploymentSettings settings;  // the deployment, by this program and by its user
     std::shared_ptr<PeerConnectionFactory> peers;
     /// The cloud's records as the system itself reaches them; null: by the web service, where there is a key.
     std::shared_ptr<CloudDatabase> database = nullptr;

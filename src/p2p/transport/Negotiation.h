@@ -45,7 +45,7 @@ class Negotiation {
   virtual void answered(PeerSession& session, const SignalMessage& answer, bool viaCloud) = 0;
   void handleCandidate(PeerSession& session, const SignalMessage& message);
 
-  /// Whether the cloud's record is to hold our description now.
+  /// True when the cloud's record is to hold our description now.
   virtual bool wantsSnapshot() const = 0;
   /// Our description with all our candidates; nothing while there is no description.
   std::optional<SignalMessage> snapshot(const PeerSession& session) const;

@@ -57,8 +57,9 @@ class PeerConnector final : public QueueBound<PeerConnector>,
     std::function<void(const std::vector<RemoteIceServerConfig>&)> rememberIceServers;
     Logger log = {};
   };
-  /// What an offerer is: `plain` makes the control channel alone; `phone` makes those for motion and the
-  /// screen too, and turns to the cloud without delay when the relay is gone before the cloud's turn.
+  /// Profile is the kind of an offerer. `plain` makes the control channel alone; `phone` makes those for
+  /// motion and the screen too. A `phone` turns to the cloud without delay when the relay is gone before the
+  /// cloud's turn.
   enum class Profile { plain, phone };
 
   PeerConnector(Environment environment, TransportRole role, const std::string& room, Profile profile,
@@ -75,7 +76,7 @@ class PeerConnector final : public QueueBound<PeerConnector>,
   bool signalingEverOpened() const { return signalingEverOpened_; }
   bool cloudSignalingEverOpened() const { return cloudEverOpened_; }
   bool hasTURNServer() const { return hasTURNServer_; }
-  /// Whether the route that ICE has selected leads through a TURN relay; nothing while that is not known.
+  /// True when the route that ICE has selected leads through a TURN relay; nothing while that is not known.
   std::optional<bool> isRelayed() const { return route_->isRelayed(); }
   bool hasBeenOffered() const { return hasBeenOffered_; }
   void screenDataDidArrive() { route_->screenDataDidArrive(); }

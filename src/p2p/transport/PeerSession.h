@@ -68,7 +68,7 @@ class PeerSession final : public PeerConnectionObserver, public QueueBound<PeerS
   IceConnectionState iceConnectionState() const { return peer_->iceConnectionState(); }
   void statistics(StatisticsHandler done);
 
-  /// Lets go of the channels and the peer.
+  /// Releases the channels and the peer.
   void close();
 
  private:

@@ -46,7 +46,7 @@ class RouteMonitor final : public QueueBound<RouteMonitor> {
   void stop();
 
   // From any thread.
-  /// Whether the route leads through a relay; nothing while that is not known.
+  /// True when the route leads through a relay; nothing while that is not known.
   std::optional<bool> isRelayed() const;
   void screenDataDidArrive();
 

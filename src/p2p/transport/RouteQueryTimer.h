@@ -9,7 +9,7 @@
 
 namespace tevanto {
 
-/// Whether the pair of candidates that ICE selected leads through a TURN relay; nothing while none is
+/// True when the pair of candidates that ICE selected leads through a TURN relay; nothing while none is
 /// selected.
 std::optional<bool> routeUsesTURN(const RouteReport& report);
 

@@ -5,7 +5,7 @@
 namespace tevanto {
 namespace {
 
-/// Calls a copy, so that a callback may be replaced, or let go of its transport, while it runs.
+/// Calls a copy, so that a callback may be replaced, or release its transport, while it runs.
 template <class Callback, class... Arguments>
 void call(const Callback& callback, Arguments&&... arguments) {
   if (const auto copy = callback) copy(std::forward<Arguments>(arguments)...);
@@ -33,7 +33,7 @@ std::shared_ptr<WebRTCTransport> WebRTCTransport::create(const Environment& envi
 }
 
 WebRTCTransport::~WebRTCTransport() {
-  // Whatever thread this is, an engine's too: peers are let go of on the state queue.
+  // Whatever thread this is, an engine's too: peers are released on the state queue.
   if (connector_) stateQueue_->async([connector = std::move(connector_)] { connector->stop(); });
 }
 

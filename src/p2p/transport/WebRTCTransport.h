@@ -64,7 +64,7 @@ class WebRTCTransport final : public MessageChannel,
   bool hasTURNServer() const { return connector_->hasTURNServer(); }
   /// Nothing while the route is not known.
   std::optional<bool> isRelayed() const { return connector_->isRelayed(); }
-  /// Whether an answerer has heard from an offerer.
+  /// True when an answerer has received something of an offerer.
   bool hasBeenOffered() const { return connector_->hasBeenOffered(); }
 
  private:

@@ -23,9 +23,9 @@ struct AwayTransport {
   std::shared_ptr<MessageChannel> messages;
   std::shared_ptr<ScreenTransport> screen;
   std::function<void()> start;
-  /// Whether what is sent goes through a TURN relay; nothing while that is not known.
+  /// True when messages go through a TURN relay; nothing while that is not known.
   std::function<std::optional<bool>()> isRelayed = [] { return std::optional<bool>(); };
-  /// Whether nothing but records in the cloud leads to the companion.
+  /// True when only records in the cloud lead to the companion.
   std::function<bool()> goesByRecords = [] { return false; };
 };
 
@@ -37,8 +37,8 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
  public:
   /// How long after a failure the next attempt begins.
   static constexpr auto kPause = std::chrono::seconds(1);
-  /// The longest time that an attempt may take. Without one, two sides that wait for each other would not
-  /// end.
+  /// Timeouts bounds the waits. An attempt has a longest time: without one, two sides that wait for each
+  /// other would not end.
   struct Timeouts {
     std::chrono::milliseconds usual = std::chrono::seconds(15);
     /// Where only records in the cloud lead to the companion. It looks every few seconds, and takes an offer
@@ -50,6 +50,7 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
     std::chrono::milliseconds closing = std::chrono::seconds(2);
   };
 
+  /// Environment holds the dependencies of a session.
   struct Environment {
     /// The queue on which the transports call back; not on the caller's own thread.
     std::shared_ptr<SerialQueue> mainQueue;

@@ -22,6 +22,7 @@ struct Target {
 /// name or identifier; else the only one on the network; else the one that this phone is paired with.
 class CompanionFinder {
  public:
+  /// Choice is the selection of a companion by the user, and the longest search.
   struct Choice {
     std::optional<Endpoint> host;
     std::string companion;  // name or device identifier; empty: any
@@ -39,8 +40,9 @@ class CompanionFinder {
   Answer<Target> findScreen(const std::optional<std::string>& deviceID) const;
   /// The companion that the user named by its address, else the one met at `endpoint`.
   std::optional<std::string> pairedAt(const Endpoint& endpoint) const;
-  /// Whether the user gave an address.
+  /// True when the user gave an address.
   bool hasAddress() const { return choice_.host.has_value(); }
+  /// For is the purpose of a search.
   enum class For { pairing, command };
   Answer<Target> find(For purpose) const;
 

@@ -22,10 +22,10 @@ class Inbox {
   Inbox();
 
   void put(Message message);
-  /// Nothing more will come. What is there can still be taken.
+  /// Nothing more will come. Messages that are there can still be taken.
   void close();
   std::optional<Message> take();
-  /// Whether it is closed and empty.
+  /// True when it is closed and empty.
   bool isOver() const;
   /// Waits until there is something to take, it is closed, or the deadline has come.
   void wait(Deadline deadline) const;

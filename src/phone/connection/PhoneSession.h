@@ -31,11 +31,11 @@ class PhoneSession {
   Answer<RemoteMessage> hello(const PhoneIdentity& identity, std::optional<std::string> token);
   /// "pairAccepted" is the answer.
   Answer<RemoteMessage> pair(const PhoneIdentity& identity, const std::string& code);
-  /// Sends the commands and waits for one "ack" each. The first refusal is the trouble; `onReply` sees every
+  /// Sends the commands and waits for one "ack" each. Fails with the first refusal; `onReply` receives every
   /// ack, that one included.
   Answer<bool> perform(const std::vector<RemoteCommand>& commands,
                        const std::function<void(const RemoteMessage&)>& onReply);
-  /// Sends a command that is answered by a message of the kind `reply`, whatever that says.
+  /// Sends a command that is answered by a message of the kind `reply`, with any content.
   Answer<RemoteMessage> ask(RemoteCommand command, std::string_view reply);
 
   /// Sends without waiting for an answer.

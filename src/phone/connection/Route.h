@@ -11,7 +11,8 @@
 
 namespace tevanto::phone {
 
-/// Returns whether the user wants to end a long wait. Called several times a second during the wait.
+/// GivesUp returns true when the user wants to end a long wait. It is called several times a second during
+/// the wait.
 using GivesUp = std::function<bool()>;
 
 /// Route leads to companions: over the local network, or from another one. `find` costs little or nothing;
@@ -28,7 +29,8 @@ class Route {
                                     const std::optional<std::string>& deviceID) const = 0;
   virtual Answer<std::unique_ptr<ScreenChannel>> connectScreen(const Target& target,
                                                                const GivesUp& givesUp = {}) = 0;
-  /// Whether a lost connection is worth waiting for: the phone stays away while its network comes and goes.
+  /// True when a lost connection is worth waiting for, because the phone stays away while its network comes
+  /// and goes.
   virtual bool comesBack() const = 0;
   /// The way that the packets of the current connection take, for a person; empty where there is only one.
   virtual std::string route() const { return {}; }

@@ -17,6 +17,7 @@ class MirrorStatistics {
   /// picture has a key frame anyway, so that the answer is not taken for one that was on its way.
   static constexpr auto kDelayAge = std::chrono::seconds(3);
 
+  /// Report is the state of the counters at one moment.
   struct Report {
     std::chrono::milliseconds elapsed{0};  // since the hello
     std::int64_t frames = 0;               // decoded

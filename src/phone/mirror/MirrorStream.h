@@ -25,6 +25,7 @@ class MirrorStream {
   /// So many frames in a row may give no picture before the decoder counts as stuck.
   static constexpr int kMostHeldBack = 4;
 
+  /// Outlets holds the callbacks of a stream.
   struct Outlets {
     std::function<void()> askForKeyFrame;
     /// Each frame that was decoded, and its picture, unless the decoder held that back. The spans are valid

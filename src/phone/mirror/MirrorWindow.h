@@ -8,25 +8,27 @@
 
 namespace tevanto::phone {
 
-/// The mouse moved by so much, in pixels of the picture.
+/// WindowMotion is a motion of the mouse, in pixels of the picture.
 struct WindowMotion {
   double dx = 0;
   double dy = 0;
 };
 
+/// WindowButton is a press or a release of a button of the mouse.
 struct WindowButton {
   enum class Button { left, right };
   Button button = Button::left;
   bool isDown = false;
 };
 
-/// Steps of the wheel, positive to the left and up.
+/// WindowScroll counts steps of the wheel, positive to the left and up.
 struct WindowScroll {
   double dx = 0;
   double dy = 0;
 };
 
-/// A key that stands for no text, or one that is held together with control, option or command.
+/// WindowKey is a pressed key that stands for no text, or one that is held together with control, option or
+/// command.
 struct WindowKey {
   std::string key;  // as `keyNamed` takes it
   bool shift = false;
@@ -35,12 +37,15 @@ struct WindowKey {
   bool command = false;
 };
 
+/// WindowText is text that was typed.
 struct WindowText {
   std::string text;  // UTF-8
 };
 
+/// WindowClosed tells that the user closed the window.
 struct WindowClosed {};
 
+/// WindowEvent is one event of the window.
 using WindowEvent =
     std::variant<WindowMotion, WindowButton, WindowScroll, WindowKey, WindowText, WindowClosed>;
 
@@ -49,7 +54,7 @@ class MirrorWindow {
  public:
   virtual ~MirrorWindow() = default;
   virtual void show(const DecodedPicture& picture) = 0;
-  /// What happened since the last call; never waits. Also redraws what was uncovered.
+  /// The events since the last call; never waits. Also redraws the parts that were uncovered.
   virtual std::vector<WindowEvent> takeEvents() = 0;
 };
 

@@ -15,7 +15,7 @@ class WindowGestures {
   static constexpr double kWheelStep = 60;  // pixels
 
   std::vector<RemoteCommand> handle(const std::vector<WindowEvent>& events);
-  /// Lets go of what is held.
+  /// Releases the keys and buttons that are held.
   std::vector<RemoteCommand> finish();
   bool wantsToClose() const { return closed_; }
 

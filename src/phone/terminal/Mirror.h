@@ -21,7 +21,7 @@ namespace tevanto::phone {
 class PhoneOutput;
 class PhoneSession;
 
-/// What is to be done with the pictures.
+/// MirrorSettings chooses the uses of the pictures.
 struct MirrorSettings {
   bool view = false;                    // in a window that controls the computer
   std::filesystem::path out = {};       // a recording; ".mp4", or ".h264" for the bare stream

@@ -19,7 +19,7 @@
 
 namespace tevanto::phone {
 
-/// What the program stands on. Everything outlives it.
+/// PhoneEnvironment holds the dependencies of the program. All of them outlive it.
 struct PhoneEnvironment {
   ServiceBrowser* browser = nullptr;
   UserDefaults& defaults;
@@ -75,7 +75,7 @@ class PhoneCommands {
   /// The route that was chosen. It is made when it is first asked for.
   Answer<Route*> route();
   std::optional<std::string> tokenFor(const Target& target) const;
-  /// What to do about a refusal by a companion that this phone has no token of.
+  /// The advice after a refusal by a companion that this phone has no token of.
   Trouble strangerTrouble(const Target& target, Trouble trouble) const;
 
   PhoneEnvironment environment_;

@@ -16,8 +16,9 @@ namespace tevanto::phone {
 
 class PairedCompanions;
 
-/// What the program prints: sentences and tables for people, or one JSON object per line for scripts. Texts
-/// of the companion lose their control characters before a terminal sees them; tokens are never printed.
+/// PhoneOutput prints the results of the program: sentences and tables for people, or one JSON object per
+/// line for scripts. Texts of the companion lose their control characters before a terminal sees them;
+/// tokens are never printed.
 class PhoneOutput {
  public:
   enum class Format { text, json };

@@ -6,8 +6,8 @@
 
 namespace tevanto::phone {
 
-/// A terminal that hands over every key and every motion of the mouse, on its alternate screen. Holding it
-/// means that it is so; letting go restores what was there before.
+/// RawTerminal makes a terminal report every key and every motion of the mouse, on its alternate screen, for
+/// as long as it lives. Its destruction restores the former state.
 class RawTerminal {
  public:
   /// Nothing when `input` is no terminal.

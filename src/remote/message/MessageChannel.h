@@ -6,7 +6,7 @@
 
 namespace tevanto {
 
-/// `interrupted` is for channels that may recover by themselves; `failed` is final.
+/// ChannelState is the state of a MessageChannel. `interrupted` may recover by itself; `failed` is final.
 enum class ChannelState { ready = 0, interrupted = 1, failed = 2 };
 
 /// MessageChannel carries messages between the server and the phone, over any kind of connection. An event

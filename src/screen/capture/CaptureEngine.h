@@ -14,6 +14,7 @@
 
 namespace tevanto {
 
+/// OutputSize is the size of the captured pictures, in pixels.
 struct OutputSize {
   std::int64_t width = 0;
   std::int64_t height = 0;
@@ -61,6 +62,7 @@ class CaptureEngine final : public QueueBound<CaptureEngine> {
   void refresh();
 
  private:
+  /// Frame is the latest picture, with its time and its size in pixels.
   struct Frame {
     std::shared_ptr<const PixelBuffer> pixelBuffer;
     PresentationTime time{0};

@@ -14,6 +14,7 @@
 
 namespace tevanto {
 
+/// DisplayID is the number of a display in the system.
 using DisplayID = std::uint32_t;
 
 /// ShareableDisplay is a display that can be captured; its size is in pixels.
@@ -26,6 +27,7 @@ struct ShareableDisplay {
   bool operator==(const ShareableDisplay&) const = default;
 };
 
+/// CaptureConfiguration describes the pictures of a stream. Width and height are in pixels.
 struct CaptureConfiguration {
   std::int64_t width = 0;  // of the delivered pictures: the display is scaled to it
   std::int64_t height = 0;
@@ -37,7 +39,9 @@ struct CaptureConfiguration {
   bool operator==(const CaptureConfiguration&) const = default;
 };
 
+/// SampleType is the kind of a sample. Only samples of the screen are used.
 enum class SampleType { screen, audio };
+/// SampleStatus is the state of a frame. Only a complete one has a new picture.
 enum class SampleStatus { complete, idle, blank, suspended };
 
 /// CaptureSample is what a stream delivers. Only a valid, complete screen sample carries a picture.
@@ -59,6 +63,7 @@ struct CaptureSample {
 /// Thread-safe; it may be called and destroyed within a callback too.
 class CaptureStream {
  public:
+  /// Handlers holds the callbacks of a stream.
   struct Handlers {
     std::function<void(const CaptureSample&)> onSample;  // on the sample queue
     std::function<void(const std::string& reason)>
@@ -68,8 +73,8 @@ class CaptureStream {
   virtual ~CaptureStream() = default;
   /// Once. `done` comes on any thread, before or after the first sample.
   virtual void start(std::function<void(Result<void>)> done) = 0;
-  /// For good: ends the capture and gives back what it holds of the display's resources; may be called from a
-  /// handler, before `start` and twice. A sample under way may still arrive. `done` comes on any thread.
+  /// For good: ends the capture and releases the display's resources. May be called from a handler, before
+  /// `start` and twice. A sample under way may still arrive. `done` comes on any thread.
   virtual void stop(std::function<void(Result<void>)> done) = 0;
 };
 

@@ -22,7 +22,7 @@ enum class NalUnitType : std::uint8_t {
 NalUnitType nalUnitType(std::span<const std::byte> nalUnit);
 
 /// The NAL units between the start codes of a byte stream (H.264, Annex B), in their order, without the zero
-/// bytes that may follow one. What comes before the first start code is left out.
+/// bytes that may follow one. Bytes before the first start code are left out.
 std::vector<std::span<const std::byte>> annexBNalUnits(std::span<const std::byte> stream);
 
 /// AccessUnit is the output of an encoder for one picture, taken apart.

@@ -15,8 +15,10 @@
 
 namespace tevanto {
 
+/// VideoCodec is a format of compressed video, by its four-character code.
 enum class VideoCodec : std::uint32_t { h264 = 0x61766331 };  // 'avc1'
 
+/// EncoderProperty is a property of a compression session, with the type and unit of its value.
 enum class EncoderProperty {
   realTime,                     // bool
   profileLevel,                 // EncoderProfileLevel
@@ -28,10 +30,12 @@ enum class EncoderProperty {
   expectedFrameRate,            // std::int64_t, frames per second
 };
 
+/// EncoderProfileLevel is the profile of the stream; the encoder chooses the level.
 enum class EncoderProfileLevel { h264MainAutoLevel };
 
-/// At most `bytes` in every window of `window`, by the clock: a picture that is delivered again has a time of
-/// its own making, and what goes out in a second is what the network has to carry.
+/// DataRateLimit allows at most `bytes` in every window of `window`, by the clock. The pictures' own times
+/// do not count: a picture that is delivered again has an invented one, and the network carries bytes by the
+/// clock.
 struct DataRateLimit {
   std::int64_t bytes = 0;
   std::chrono::seconds window{1};
@@ -39,8 +43,10 @@ struct DataRateLimit {
   bool operator==(const DataRateLimit&) const = default;
 };
 
+/// EncoderPropertyValue is the value of a property, of the type that EncoderProperty names.
 using EncoderPropertyValue = std::variant<bool, std::int64_t, EncoderProfileLevel, DataRateLimit>;
 
+/// EncodeFrameProperties holds the options of one frame.
 struct EncodeFrameProperties {
   bool forceKeyFrame = false;
 
@@ -49,7 +55,7 @@ struct EncodeFrameProperties {
 
 /// EncodedSample is the output for one frame. The bytes are valid during the output handler only.
 struct EncodedSample {
-  /// The sample's attachments; `notSync` absent or false marks a key frame (IDR).
+  /// Attachments holds the sample's attachments; `notSync` absent or false marks a key frame (IDR).
   struct Attachments {
     std::optional<bool> notSync;
   };
@@ -59,11 +65,12 @@ struct EncodedSample {
   std::optional<std::span<const std::byte>> pps;
   /// Slices and SEI only, each NAL unit behind its length as a 4-byte big-endian integer.
   std::optional<std::span<const std::byte>> data;
-  /// Whether the encoder did its best, so that the same picture again would gain nothing; absent when it does
-  /// not tell.
+  /// True when the encoder did its best, so that the same picture again would gain nothing; absent when it
+  /// does not tell.
   std::optional<bool> isFinest;
 };
 
+/// EncodeStatus is the outcome of one frame.
 enum class EncodeStatus { success, failure };
 
 /// EncoderSession is one compression session for pictures of one size.
@@ -71,9 +78,10 @@ enum class EncodeStatus { success, failure };
 /// an output handler too.
 class EncoderSession {
  public:
-  /// `sample` is null when nothing came out. A picture is left out where the data rate does not allow for it,
-  /// or where one key frame is requested right after another; the key frame then comes with a later picture.
-  /// Called on any thread, also within `encodeFrame`; never later than the next frame's.
+  /// OutputHandler receives the output for one frame; `sample` is null when nothing came out. A picture is
+  /// left out where the data rate does not allow for it, or where one key frame is requested right after
+  /// another; the key frame then comes with a later picture. Called on any thread, also within
+  /// `encodeFrame`; never later than the next frame's.
   using OutputHandler = std::function<void(EncodeStatus status, const EncodedSample* sample)>;
 
   virtual ~EncoderSession() = default;
@@ -84,7 +92,7 @@ class EncoderSession {
   /// Calls `output` once at most. After `invalidate` the frame is dropped.
   virtual void encodeFrame(std::shared_ptr<const PixelBuffer> picture, PresentationTime presentationTime,
                            const EncodeFrameProperties& properties, OutputHandler output) = 0;
-  /// Ends the session and gives back what it holds. May be called while a frame is being encoded and from an
+  /// Ends the session and releases its resources. May be called while a frame is being encoded and from an
   /// output handler, and does not wait for either: a frame under way may still come out.
   virtual void invalidate() = 0;
 };

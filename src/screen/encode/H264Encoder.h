@@ -13,9 +13,9 @@
 
 namespace tevanto {
 
-/// H264Encoder turns the pictures of one streaming session into H.264 for low latency: no reordering, a key
-/// frame at least every four seconds, a hard cap on the data of each second. It makes its compression session
-/// with the first picture, and a new one whenever the size changes.
+/// H264Encoder turns the pictures of one streaming session into H.264 for low latency. Nothing is reordered,
+/// a key frame comes at least every four seconds, and the data of each second has a hard limit. It makes its
+/// compression session with the first picture, and a new one whenever the size changes.
 /// `encode` runs on the capture queue; output comes on the session's thread.
 class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
  public:
@@ -37,9 +37,10 @@ class H264Encoder final : public std::enable_shared_from_this<H264Encoder> {
               std::int64_t width, std::int64_t height);
   /// Makes the next picture that is encoded a key frame. From any thread.
   void requestKeyframe() { forceKeyframe_.set(); }
-  /// Whether the last picture came out as good as the encoder makes any, as far as it tells. From any thread.
+  /// True when the last picture came out as good as the encoder makes any, as far as it tells. From any
+  /// thread.
   bool lastWasFinest() const { return lastWasFinest_; }
-  /// Whether nothing came out for the last picture. From any thread.
+  /// True when nothing came out for the last picture. From any thread.
   bool lastWasLeftOut() const { return lastWasLeftOut_; }
   /// Ends the session. From any thread.
   void invalidate();

@@ -16,7 +16,8 @@ class PictureEncoder {
   virtual ~PictureEncoder() = default;
 
   /// The output for this picture, as nothing is held back; absent when the encoder put nothing out. The
-  /// picture is not copied; the encoder lets go of it by its return. Key frames carry their parameter sets.
+  /// picture is not copied; the encoder releases it before it returns. Key frames carry their parameter
+  /// sets.
   virtual Result<std::optional<AccessUnit>> encode(std::shared_ptr<const PixelBuffer> picture,
                                                    bool forceKeyFrame) = 0;
   /// The mean quantizer of the last output; absent for encoders that do not tell.

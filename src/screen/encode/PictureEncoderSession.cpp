@@ -36,7 +36,7 @@ void PictureEncoderSession::prepareToEncodeFrames() { state_->prepare(); }
 void PictureEncoderSession::encodeFrame(std::shared_ptr<const PixelBuffer> picture,
                                         PresentationTime /*presentationTime*/,
                                         const EncodeFrameProperties& properties, OutputHandler output) {
-  const auto state = state_;  // the handler may let go of this session
+  const auto state = state_;  // the handler may release this session
   if (!state->enter()) return;
   state->prepare();
   const auto encoded = state->encode(std::move(picture), properties.forceKeyFrame);

@@ -19,6 +19,7 @@ struct EncoderSettings;
 /// whose format it takes. Output comes within `encodeFrame`, on the caller's thread.
 class PictureEncoderSession final : public EncoderSession {
  public:
+  /// Environment holds the dependencies of a session.
   struct Environment {
     Logger log;
     std::function<std::chrono::nanoseconds()> now;  // monotonic; data rate and key frames go by it

@@ -33,6 +33,7 @@ class PictureRefinement final : public QueueBound<PictureRefinement> {
   /// While the route has no room, and where all that was not enough for a phone that lacks the picture.
   static constexpr auto kLongPause = std::chrono::seconds(1);
 
+  /// Steps holds the functions of the session that refinement calls, on the capture queue.
   struct Steps {
     std::function<void()> again;      // delivers the latest picture once more, before it returns
     std::function<bool()> isFinest;   // the last picture came out as good as any

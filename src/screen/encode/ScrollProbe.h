@@ -20,7 +20,8 @@ class ScrollProbe {
   std::optional<int> measure(const PixelPlane& luma, const PixelRect& changed);
 
  private:
-  /// The columns and rows that are compared: all are in what changed, with the farthest shift added.
+  /// Window holds the columns and rows that are compared: all are in what changed, with the farthest shift
+  /// added.
   struct Window {
     std::size_t begin = 0;  // in bytes of a sampled row
     std::size_t bytes = 0;

@@ -20,7 +20,7 @@ struct AreaTaps {
   const std::int8_t* weightsOf(int output) const {
     return weights.data() + static_cast<std::size_t>(output) * static_cast<std::size_t>(taps);
   }
-  /// Whether output and source pixels are the same.
+  /// True when output and source pixels are the same.
   bool isIdentity() const { return sourceLength == outputLength; }
   /// The output pixels that the source pixels from `begin` to `end` (exclusive) have a part in.
   int outputBegin(int begin) const;

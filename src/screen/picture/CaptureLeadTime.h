@@ -11,9 +11,9 @@ namespace tevanto {
 ///     with   read, draw|encode    read, draw|encode
 ///            <--lead-->           <--lead-->
 ///
-/// Reading and drawing a page that scrolls takes a good part of the time of encoding it: begun by so much
+/// Reading and drawing a page that scrolls takes a good part of the time of encoding it. Begun by so much
 /// earlier, the picture goes out when it is due, and later changes are drawn into it. Small changes take no
-/// time worth saving. Where most of an early picture is drawn over again, the work was wasted: some pictures
+/// time worth saving. Where most of an early picture is drawn over again, the work was wasted. Some pictures
 /// are then begun when they are due, up to eight in a row while that goes on.
 /// A value without a clock.
 class CaptureLeadTime {

@@ -29,6 +29,7 @@ class ParallelScaler {
   void draw(const std::byte* source, std::size_t stride, const PixelRect& part, PixelBuffer& buffer);
 
  private:
+  /// Drawing is one call of `draw`, which both threads carry out.
   struct Drawing {
     const std::byte* source;
     std::size_t stride;

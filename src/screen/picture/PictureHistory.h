@@ -21,9 +21,9 @@ class PictureHistory {
   std::uint64_t add(ChangedArea area);
   /// From here on earlier pictures are of no use: the picture has another shape.
   void restart(PixelRect everything);
-  /// What to redraw of the latest picture in a buffer that holds `picture`; 0 when it holds none.
+  /// The area of the latest picture to redraw in a buffer that holds `picture`; 0 when it holds none.
   ChangedArea since(std::uint64_t picture) const;
-  /// Whether the latest picture can be told by its difference from the one before.
+  /// True when the latest picture can be described by its difference from the one before.
   bool continues() const { return areas_.size() > 1; }
 
  private:

@@ -31,7 +31,7 @@ class PictureScaler {
   static void clear(PixelBuffer& buffer);
 
  private:
-  /// What one pass of `draw` works on; columns in pixels of the viewport.
+  /// Pass holds the input of one pass of `draw`; columns in pixels of the viewport.
   struct Pass {
     const std::uint8_t* source;
     std::size_t stride;

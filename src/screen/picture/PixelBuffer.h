@@ -8,9 +8,11 @@
 
 namespace tevanto {
 
-/// On the clock of the capture, from an origin of its own; strictly increasing within one stream.
+/// PresentationTime is a time on the clock of the capture, from an origin of its own. It is strictly
+/// increasing within one stream.
 using PresentationTime = std::chrono::nanoseconds;
 
+/// PixelFormat is the layout of the samples in a buffer, 8 bits each.
 enum class PixelFormat {
   bgra,    // one plane, 4 bytes a pixel
   i420,    // Y, U, V; U and V at half the width and height
@@ -22,6 +24,7 @@ enum class PixelFormat {
 /// range.
 enum class ColorSpace { srgb, bt709Limited };
 
+/// PixelPlane is one plane of a buffer. Each of its rows has `rowBytes` bytes of samples.
 struct PixelPlane {
   std::byte* data = nullptr;
   std::size_t stride = 0;  // bytes from one row to the next
@@ -29,7 +32,7 @@ struct PixelPlane {
   std::size_t rows = 0;
 };
 
-/// In pixels of the buffer.
+/// PixelRect is a rectangle in pixels of a buffer.
 struct PixelRect {
   int x = 0;
   int y = 0;
@@ -49,7 +52,7 @@ struct PictureChange {
 };
 
 /// PixelBuffer is one picture on its way from capture to encoder. It is shared, never copied: the capture
-/// fills it, and after its delivery it does not change until the last owner lets go.
+/// fills it, and after its delivery it does not change until the last owner releases it.
 class PixelBuffer {
  public:
   virtual ~PixelBuffer() = default;

@@ -7,7 +7,7 @@
 
 namespace tevanto {
 
-/// PixelBufferPool recycles buffers of one shape: a buffer comes back when its last owner lets go of it.
+/// PixelBufferPool recycles buffers of one shape: a buffer comes back when its last owner releases it.
 /// Buffers and pool may outlive one another. Thread-safe; the last owner may be on any thread.
 class PixelBufferPool {
  public:

@@ -16,6 +16,7 @@ class FrameExtractor {
   static constexpr std::size_t kHeaderBytes = 4;
   static constexpr std::size_t kMaxFrameBytes = 8 * 1024 * 1024;
 
+  /// Outcome tells how the extraction ended.
   enum class Outcome { wantsMore, oversized, stopped };
   /// Takes one payload, valid during the call only; false: stop, and drop the rest.
   using FrameHandler = std::function<bool(std::span<const std::byte> payload)>;

@@ -8,8 +8,9 @@
 
 namespace tevanto {
 
-/// The first byte of every message of the screen stream. Layout: docs/protocol.md, section 7. The message of
-/// `hello` is ScreenStreamHello; those of `keyframeRequest` and `stop` are their type alone.
+/// ScreenMessageType is the first byte of every message of the screen stream. Layout: docs/protocol.md,
+/// section 7. The message of `hello` is ScreenStreamHello; those of `keyframeRequest` and `stop` are their
+/// type alone.
 enum class ScreenMessageType : std::uint8_t {
   parameterSets = 0x01,
   videoFrame = 0x02,
@@ -18,12 +19,13 @@ enum class ScreenMessageType : std::uint8_t {
   stop = 0x12,
 };
 
-/// NAL units without start code or length.
+/// ParameterSets holds the parameter sets of a message: NAL units without start code or length.
 struct ParameterSets {
   std::span<const std::byte> sps;
   std::span<const std::byte> pps;
 };
 
+/// VideoFrame is one encoded picture of a message, as a view into it.
 struct VideoFrame {
   bool isKeyframe = false;
   std::span<const std::byte> data;

@@ -13,6 +13,7 @@
 
 namespace tevanto {
 
+/// AssembledScreenMessage is one whole screen message.
 struct AssembledScreenMessage {
   std::uint32_t packetID = 0;
   std::vector<std::byte> bytes;
@@ -25,6 +26,7 @@ class WebRTCScreenPacketAssembler {
  public:
   using TimePoint = SerialQueue::TimePoint;
 
+  /// Limits bounds the unfinished messages.
   struct Limits {
     std::size_t maxPendingPackets = 8;        // unfinished messages
     std::size_t maxPacketBytes = 3'145'728;   // of one message
@@ -57,7 +59,7 @@ class WebRTCScreenPacketAssembler {
     std::size_t capacity() const { return bytes_.capacity(); }
     TimePoint createdAt() const { return createdAt_; }
     bool isComplete() const { return held_ == chunks_.size(); }
-    /// What it would hold with this chunk, a stored one of the same index replaced.
+    /// The bytes that it would hold with this chunk, a stored one of the same index replaced.
     std::size_t byteCountWith(const ScreenPacket& packet) const;
     void reserve(std::size_t bytes) { bytes_.reserve(bytes); }
     void store(const ScreenPacket& packet);

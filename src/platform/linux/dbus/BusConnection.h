@@ -18,6 +18,7 @@ namespace tevanto {
 /// BusAddress names a bus: the system's, or that of the user's session. An empty `address` means the one that
 /// the environment names.
 struct BusAddress {
+  /// Kind is the kind of a bus.
   enum class Kind { system, session };
 
   static BusAddress system(std::string address = {}) { return {Kind::system, std::move(address)}; }
@@ -27,14 +28,15 @@ struct BusAddress {
   std::string address;
 };
 
-/// A variant that holds a boolean, as the Set method of properties takes it.
+/// BusVariant is a variant that holds a boolean, as the Set method of properties takes it.
 struct BusVariant {
   bool value = false;
 };
+/// BusArgument is an argument of a method, of one of the types that are used here.
 using BusArgument = std::variant<bool, std::int32_t, std::uint32_t, std::string, BusVariant>;
 
-/// BusCall is one method call. Only services that already run are called: this program asks about the present
-/// session, which a service that had to be started would know nothing about.
+/// BusCall is one method call. Only services that already run are called. This program asks about the
+/// present session, and a service that had to be started would know nothing about it.
 struct BusCall {
   std::string service;
   std::string path;
@@ -46,7 +48,7 @@ struct BusCall {
 /// BusConnection is a connection to a D-Bus bus. The timeout bounds every operation. A service that did not
 /// answer is not asked again on the same connection, so one that hangs costs its caller the timeout once.
 ///
-/// The connection takes no part in an event loop, so it costs nothing while unused and notices its end only
+/// The connection takes no part in an event loop: it costs nothing while unused and notices its end only
 /// when it is used. Callers therefore open one when they need it, which takes about a millisecond, and keep
 /// it only while it holds something. One thread at a time.
 class BusConnection {

@@ -9,6 +9,7 @@
 
 namespace tevanto {
 
+/// GlibRelease calls `release` with the owned pointer.
 template <auto release>
 struct GlibRelease {
   template <class T>
@@ -17,9 +18,12 @@ struct GlibRelease {
   }
 };
 
+/// GObjectOwned owns one reference to a GObject.
 template <class T>
 using GObjectOwned = std::unique_ptr<T, GlibRelease<g_object_unref>>;
+/// GlibText owns a text that `g_free` frees.
 using GlibText = std::unique_ptr<char, GlibRelease<g_free>>;
+/// KeyFile owns one reference to a key file.
 using KeyFile = std::unique_ptr<GKeyFile, GlibRelease<g_key_file_unref>>;
 
 /// A copy of a text that GLib hands over, which may be none.

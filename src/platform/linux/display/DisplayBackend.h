@@ -23,6 +23,7 @@ struct WindowIdentity;
 /// valid as long as the backend lives.
 class DisplayBackend {
  public:
+  /// Environment holds the dependencies of a backend.
   struct Environment {
     std::shared_ptr<SerialQueue> mainQueue;
     CommandModifierSource commandModifier;

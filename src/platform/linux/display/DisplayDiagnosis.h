@@ -12,6 +12,7 @@ namespace tevanto {
 /// on any thread; it blocks for a few round trips, and for a window of ours up to three seconds.
 class DisplayDiagnosis {
  public:
+  /// Desktop describes the display server's desktop.
   struct Desktop {
     bool hasTray = false;  // one of the server's own protocol; StatusNotifier is asked elsewhere
     std::optional<double> dotsPerInch{};  // that toolkits scale by; 96 is 100 %

@@ -12,7 +12,8 @@ enum class CommandModifier {
   super
 };
 
-/// Asked for every key stroke, so that a changed setting takes effect at once.
+/// CommandModifierSource returns the present setting. It is asked for every key stroke, so that a changed
+/// setting takes effect at once.
 using CommandModifierSource = std::function<CommandModifier()>;
 
 /// Reads the user default "tevanto.linux.commandModifier": "super", or anything else for Control.

@@ -11,6 +11,7 @@ class PointerPosition {
   /// The farthest step on an axis. X coordinates are 16 bits, so this crosses any screen twice over.
   static constexpr int kFarthestStep = 65534;
 
+  /// Step is a motion of the pointer in whole pixels.
   struct Step {
     int dx = 0;
     int dy = 0;
@@ -26,6 +27,7 @@ class PointerPosition {
   Step moveTo(PointerLocation target);
 
  private:
+  /// Axis tracks one coordinate.
   struct Axis {
     int pixel = 0;
     double part = 0;  // -0.5 to 0.5 pixels

@@ -12,7 +12,7 @@ namespace tevanto {
 /// LogindSession locks and ends the user's session and switches the machine's power, through logind and the
 /// desktop's own services. Failures are short texts for the phone.
 ///
-/// Nothing here asks for authorization on the machine's screen: the user may be far away from it, and a
+/// Nothing here asks for authorization on the machine's screen. The user may be far away from it, and a
 /// question that nobody answers would keep the phone waiting. A call that the system's policy does not allow
 /// as it is fails at once, with the policy's text.
 ///
@@ -20,6 +20,7 @@ namespace tevanto {
 /// hangs.
 class LogindSession {
  public:
+  /// Identity names this process' session, process and user.
   struct Identity {
     std::string sessionId;  // logind's, empty when not known
     std::uint32_t process = 0;

@@ -10,7 +10,8 @@ constexpr auto kName = "Tevanto";
 constexpr std::uint32_t kNoWindow = 0;
 constexpr std::uint32_t kInhibitSuspend = 4;  // of org.gnome.SessionManager; 8 would keep the display lit too
 
-/// A service of the session that holds off sleep, and how that is given back with the cookie it answers.
+/// SessionService is a service of the session that holds off sleep, and the method that ends this with the
+/// cookie it answers.
 struct SessionService {
   BusCall inhibit;
   const char* giveBack;

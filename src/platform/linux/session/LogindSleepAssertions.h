@@ -28,7 +28,7 @@ class LogindSleepAssertions final : public SleepAssertions {
   Code release(std::uint32_t identifier) override;
 
  private:
-  /// Inhibitors of the session's services; they live with the connection.
+  /// SessionInhibitors holds the inhibitors of the session's services; they live with the connection.
   struct SessionInhibitors {
     BusConnection connection;
     std::vector<BusCall> giveBack;

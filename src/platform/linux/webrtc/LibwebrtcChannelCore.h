@@ -13,8 +13,9 @@
 
 namespace tevanto {
 
-/// The engine's end of a data channel: lives on the signaling thread until the channel is let go there, and
-/// keeps what every thread asks for where it can be read without asking the engine.
+/// LibwebrtcChannelCore is the engine's end of a data channel. It lives on the signaling thread until the
+/// channel is released there. It keeps the values that every thread asks for, so that the engine need not be
+/// asked.
 class LibwebrtcChannelCore final : public webrtc::DataChannelObserver {
  public:
   explicit LibwebrtcChannelCore(rtc::scoped_refptr<webrtc::DataChannelInterface> channel);
@@ -30,7 +31,7 @@ class LibwebrtcChannelCore final : public webrtc::DataChannelObserver {
   // On any thread.
   DataChannelState state() const;
   std::uint64_t bufferedAmount() const { return buffered_; }
-  /// Whether it fits; counts it as buffered then.
+  /// True when it fits; counts it as buffered then.
   bool reserve(std::size_t bytes);
   void setObserver(std::weak_ptr<DataChannel::Observer> observer);
   void closeSoon() { closing_ = true; }

@@ -11,8 +11,8 @@
 
 namespace tevanto {
 
-/// A data channel as the rest of the program holds it. Letting it go closes it. What waits in SCTP when a
-/// channel is closed is lost: the engine resets the stream without it.
+/// LibwebrtcDataChannel is a data channel as the rest of the program holds it. Its destruction closes the
+/// channel. Messages that wait in SCTP are lost then: the engine resets the stream without it.
 class LibwebrtcDataChannel final : public DataChannel {
  public:
   /// On the signaling thread.

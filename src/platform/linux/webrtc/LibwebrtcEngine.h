@@ -14,8 +14,9 @@
 
 namespace tevanto {
 
-/// The engine's threads and its factory. Shared by all that uses it; the last of them ends it, also when that
-/// one is let go on a thread of the engine: then in a later turn of the loop that it signals on.
+/// LibwebrtcEngine owns the engine's threads and its factory. It is shared by all its users, and the last of
+/// them ends it. One that is released on a thread of the engine ends in a later turn of the loop that it
+/// signals on.
 class LibwebrtcEngine {
  public:
   /// Null when the engine does not come up.

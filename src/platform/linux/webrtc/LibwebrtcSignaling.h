@@ -82,7 +82,8 @@ class LibwebrtcSignaling final {
   const std::shared_ptr<SerialQueue> queue_;
   std::atomic<bool> isWoken_ = false;
   std::optional<Alarm> alarm_;  // the loop's, for what was posted with a delay
-  /// What turns of the queue find this by; gone once the thread was given back. The loop's.
+  /// The pointer by which turns of the queue find this object; gone once the thread was released. The
+  /// loop's.
   std::shared_ptr<LibwebrtcSignaling*> self_ = std::make_shared<LibwebrtcSignaling*>(this);
   const std::weak_ptr<LibwebrtcSignaling*> weakSelf_ = self_;
   Waiter waiter_{*this};

@@ -42,7 +42,7 @@ class XInputConnection {
 
   /// Reads the events that have arrived, without waiting for any.
   void readEvents();
-  /// Key codes whose keysyms changed; a negative count means the whole keyboard.
+  /// KeyRange is a range of key codes whose keysyms changed; a negative count means the whole keyboard.
   struct KeyRange {
     int first = 0;
     int count = 0;

@@ -7,6 +7,7 @@
 
 namespace tevanto {
 
+/// FreeDeleter frees memory that the C library allocated.
 struct FreeDeleter {
   void operator()(void* memory) const { std::free(memory); }
 };
@@ -14,9 +15,11 @@ struct FreeDeleter {
 template <class T>
 using XcbOwned = std::unique_ptr<T, FreeDeleter>;
 
+/// XcbDisconnect closes a connection to an X server.
 struct XcbDisconnect {
   void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
 };
+/// XcbConnection owns a connection to an X server.
 using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
 
 }  // namespace tevanto

@@ -9,7 +9,7 @@ namespace tevanto {
 /// suits the bar. The icon exists for as long as this object. Main queue only.
 class AppKitStatusItem {
  public:
-  /// Of the icon, in points; the origin is at the top left of the main display.
+  /// Frame is the frame of the icon, in points; the origin is at the top left of the main display.
   struct Frame {
     double x = 0;
     double y = 0;

@@ -47,7 +47,7 @@ DNSServiceErrorType BonjourRegistration::registerService() {
   return DNSServiceSetDispatchQueue(reference_, queue_);
 }
 
-// The reference is let go on the queue that its replies come on, so that none comes for a context that is
+// The reference is released on the queue that its replies come on, so that none comes for a context that is
 // gone.
 void BonjourRegistration::replied(DNSServiceRef, DNSServiceFlags flags, DNSServiceErrorType error,
                                   const char* name, const char*, const char*, void* context) {

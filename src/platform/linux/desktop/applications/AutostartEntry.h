@@ -10,8 +10,8 @@
 
 namespace tevanto {
 
-/// One desktop entry file for autostart, as the Desktop Entry Specification has it. What it holds besides the
-/// keys named here is kept.
+/// AutostartEntry is one desktop entry file for autostart, as the Desktop Entry Specification has it. Other
+/// keys than those named here are kept.
 class AutostartEntry {
  public:
   AutostartEntry();

@@ -20,14 +20,14 @@ struct WindowIdentity;
 /// of the desktop file.
 class DesktopWorkspace final : public Workspace {
  public:
-  /// The locations that stand for the desktop's overviews rather than for a desktop entry. Each function
-  /// returns true when it knows the location; `open` shows it then. May be empty.
+  /// Overviews knows the locations that stand for the desktop's overviews rather than for a desktop entry.
+  /// Each function returns true when it knows the location; `open` shows it then. May be empty.
   struct Overviews {
     std::function<bool(const std::string& location)> exists;
     std::function<bool(const std::string& location)> open;
   };
 
-  /// Raises a window of the application; false when there is none to raise. May be empty.
+  /// RaiseWindow raises a window of the application; false when there is none to raise. May be empty.
   using RaiseWindow = std::function<bool(const WindowIdentity& application)>;
 
   DesktopWorkspace(DesktopFolders folders, Overviews overviews, RaiseWindow raiseWindow,

@@ -15,11 +15,12 @@ class XdgAutostartLoginItem final : public LoginItem {
  public:
   static constexpr auto kFileName = "app.tevanto.Tevanto.desktop";
 
+  /// Surroundings describes the program, its desktop and the folders of entries.
   struct Surroundings {
     std::filesystem::path configHome;                    // entries stand in its folder "autostart"
     std::vector<std::filesystem::path> configFolders;    // the system's, the most important one first
-    std::filesystem::path program;                       // what is to be started
-    std::vector<std::string> arguments;                  // and with which arguments
+    std::filesystem::path program;                       // the program to start
+    std::vector<std::string> arguments;                  // and its arguments
     std::vector<std::filesystem::path> installedPlaces;  // where a program counts as installed
     std::string currentDesktop;  // names separated by colons, as in XDG_CURRENT_DESKTOP
 

@@ -12,7 +12,7 @@ namespace tevanto {
 /// keys go to the player. All other events pass unchanged. Main queue.
 class DesktopKeyStrokes final : public InputEvents {
  public:
-  /// Each returns true when it could be done.
+  /// Actions holds the desktop's operations. Each returns true when it could be done.
   struct Actions {
     std::function<bool()> lockSession;
     std::function<bool()> openOverview;           // when it cannot, the Super key is tapped

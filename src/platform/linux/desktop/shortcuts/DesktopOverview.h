@@ -16,6 +16,7 @@ struct BusAddress;
 /// queue.
 class DesktopOverview {
  public:
+  /// Kind is the kind of an overview.
   enum class Kind { windows, applications };
 
   /// The locations under which the overviews are known as applications of the workspace.

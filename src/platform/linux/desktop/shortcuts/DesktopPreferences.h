@@ -12,7 +12,7 @@ namespace tevanto {
 /// DesktopPreferences presents the user's shortcuts of the desktop (GNOME, Xfce or KDE Plasma) in the form of
 /// the symbolic hot keys that system gestures look up. Other desktops define none. Each call reads them anew.
 ///
-/// A shortcut that the user has removed is disabled, and so is one that no key event can express: to do
+/// A shortcut that the user has removed is disabled, and so is one that no key event can express. To do
 /// nothing is better than to press other keys instead.
 ///
 /// From a gesture to the keyboard; the example is Xfce with "<Super>Page_Up" for the workspace on the left:
@@ -32,6 +32,7 @@ namespace tevanto {
 ///                             XTestKeyboard
 class DesktopPreferences final : public UserPreferences {
  public:
+  /// Session describes the desktop of a session, and its folders.
   struct Session {
     std::string currentDesktop;  // as XDG_CURRENT_DESKTOP has it, "ubuntu:GNOME"
     DesktopFolders folders;

@@ -95,7 +95,7 @@ class X11CaptureSession final : public QueueBound<X11CaptureSession> {
   std::unique_ptr<PixelBufferPool> pool_;
   std::optional<PictureHistory> history_;
   ChangedArea unread_;   // rows of which the server has newer pixels
-  ChangedArea unshown_;  // what differs from the latest picture
+  ChangedArea unshown_;  // the parts that differ from the latest picture
   std::optional<PointerPosition> pointer_;
   std::optional<XPointerImage> pointerImage_;
   bool pointerStale_ = true;

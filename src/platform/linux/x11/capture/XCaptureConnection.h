@@ -65,8 +65,8 @@ class XCaptureConnection {
   /// The events that have arrived, without waiting for any.
   Changes readEvents();
 
-  /// What was drawn since the last call, in pixels of the screen, and where the pointer is now; absent when
-  /// the server did not answer. One round trip.
+  /// Activity holds the rectangles that were drawn since the last call, in pixels of the screen, and where
+  /// the pointer is now; absent when the server did not answer. One round trip.
   struct Activity {
     std::vector<PixelRect> drawn;
     std::optional<PointerPosition> pointer;  // absent while it is on another screen

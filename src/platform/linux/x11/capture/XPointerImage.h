@@ -18,7 +18,7 @@ class XPointerImage {
   /// The pointer as it is now; absent when the server does not tell. One round trip.
   static std::optional<XPointerImage> fetch(const XCaptureConnection& screen);
 
-  /// What it covers with its tip at `x`, `y`.
+  /// The area that it covers with its tip at `x`, `y`.
   PixelRect area(int x, int y) const { return {x - hotX_, y - hotY_, width_, height_}; }
   /// Draws it with its tip at `x`, `y` into rows of 32-bit pixels, as far as it lies within `bounds`, and
   /// keeps what it covers.

@@ -12,10 +12,11 @@
 
 namespace tevanto {
 
-/// Keys and buttons that are held down by XTEST stay down when their client dies, and so do borrowed key
-/// codes. What this process holds is therefore written on the root window before it is pressed, in the same
-/// stream of requests: it lives and dies with the server that holds the keys. Whoever comes next releases
-/// what a dead owner left. Main queue; ends before its connection.
+/// HeldInput releases keys, buttons and borrowed key codes that a dead process has left. Those that XTEST
+/// holds down stay down when their client dies. Each process therefore records its own on the root window
+/// before it presses them, in the same stream of requests. The record lives and dies with the server that
+/// holds the keys, and the next process releases the input of a dead owner. Main queue; ends before its
+/// connection.
 ///
 /// The property _TEVANTO_HELD_INPUT_<slot>, CARDINAL of 32 bits: [owner's window, owner's nonce,
 /// (what << 8 | code)...]. The owner lives as long as that window exists and carries the same nonce: window
@@ -35,7 +36,7 @@ class HeldInput {
   bool holds(What what, std::uint8_t code) const { return entries_.contains({what, code}); }
   /// Records all, then presses the keys and buttons among them, in this order.
   void press(std::span<const Entry> entries);
-  /// Releases, the last one first, then takes them off the record. A borrowed key code is not given back by
+  /// Releases, the last one first, then takes them off the record. A borrowed key code is not released by
   /// this, only taken off the record.
   void release(std::span<const Entry> entries);
 

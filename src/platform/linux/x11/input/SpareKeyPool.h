@@ -36,7 +36,7 @@ class SpareKeyPool {
     Keycode keycode = 0;
     Keysym keysym = 0;  // 0: none
   };
-  /// The codes that may be used, with what they carry now. What is known of the ones that stay is kept.
+  /// The codes that may be used, with what they carry now. The state of those that stay is kept.
   void assign(const std::vector<Spare>& spares);
   bool empty() const { return slots_.empty(); }
   bool owns(int keycode) const;

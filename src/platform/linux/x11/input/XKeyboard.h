@@ -21,7 +21,7 @@ class XKeyboard {
   /// After a successful `refresh`.
   XKeymap& keymap() { return *keymap_; }
   SpareKeyPool& spares() { return spares_; }
-  /// What the keyboard does now. A round trip.
+  /// The present state of the keyboard. A round trip.
   KeyboardState state() const;
   /// The key with this keysym, or the one that has it on most keyboards.
   std::uint8_t keyOf(std::uint32_t keysym, std::uint8_t usual) const;

@@ -9,7 +9,8 @@
 
 namespace tevanto {
 
-/// What the keyboard does at this moment: the layout group, and modifiers as X's eight bits.
+/// KeyboardState is the state of the keyboard at one moment: the layout group, and modifiers as X's eight
+/// bits.
 struct KeyboardState {
   std::uint8_t group = 0;
   std::uint8_t heldModifiers = 0;
@@ -45,7 +46,7 @@ class XKeymap {
   std::optional<std::uint8_t> keyOf(std::uint32_t keysym) const;
   /// Key codes that have no keysym at all, in ascending order.
   std::vector<std::uint8_t> unusedKeycodes() const;
-  /// What a key code gives without modifiers; 0 for nothing.
+  /// The keysym of a key code without modifiers; 0 for none.
   std::uint32_t keysymAt(std::uint8_t keycode) const;
 
   std::uint8_t shiftKey() const;

@@ -15,7 +15,7 @@
 namespace tevanto {
 namespace {
 
-// How long nothing may be typed before the borrowed key codes are given back: clients of a busy desktop ask
+// How long nothing may be typed before the borrowed key codes are released: clients of a busy desktop ask
 // for the keymap late, and find nothing then.
 constexpr auto kGiveBackAfter = SpareKeyPool::kRest;
 

@@ -15,7 +15,7 @@ class XTestPermission final : public AccessibilityPermission {
   explicit XTestPermission(std::shared_ptr<ReconnectingXServer> link);
 
   bool isTrusted() override;
-  /// Looks for an X server now. There is nobody to ask.
+  /// Looks for an X server now. X11 has no such permission to request.
   void request() override;
 
  private:

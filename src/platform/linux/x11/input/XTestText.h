@@ -15,16 +15,16 @@
 
 namespace tevanto {
 
-/// Types characters of any script by key strokes, whatever the keyboard layout. A character that the layout
-/// has is typed with its key; another one is put on a key code that the layout leaves unused, for as long as
-/// it is needed. It never waits: it returns how long the rest has to. Main queue.
+/// XTestText types characters of any script by key strokes, whatever the keyboard layout. A character that
+/// the layout has is typed with its key; another one is put on a key code that the layout leaves unused, for
+/// as long as it is needed. It never waits: it returns how long the rest has to. Main queue.
 class XTestText {
  public:
   XTestText(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyboard& keyboard,
             std::shared_ptr<SerialQueue> clock, Logger log);
   XTestText(const XTestText&) = delete;
   XTestText& operator=(const XTestText&) = delete;
-  /// Ends what is going on: locks are set again, key codes are given back.
+  /// Ends what is going on: locks are set again, key codes are released.
   ~XTestText();
 
   struct Progress {

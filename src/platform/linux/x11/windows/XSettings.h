@@ -30,7 +30,7 @@ class XSettings {
   XSettings(const XSettings&) = delete;
   XSettings& operator=(const XSettings&) = delete;
 
-  /// As it is now; nothing where no daemon runs, or it does not tell.
+  /// The present value; nothing where no daemon runs, or it does not publish the setting.
   std::optional<std::int32_t> integer(std::string_view name) const;
 
   /// Becomes readable when something may have changed.

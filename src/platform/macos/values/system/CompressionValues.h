@@ -13,8 +13,8 @@
 
 namespace tevanto {
 
-/// The value of a compression session's property, in the types of a property list. The two numbers are the
-/// highest count of bytes, and the seconds that it is counted over.
+/// CompressionValue is the value of a compression session's property, in the types of a property list. The
+/// two numbers are the highest count of bytes, and the seconds that it is counted over.
 using CompressionValue = std::variant<bool, std::int64_t, std::array<std::int64_t, 2>, EncoderProfileLevel>;
 
 /// Fails for a value that is not of the property's type.
