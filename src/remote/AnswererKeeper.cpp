@@ -38,7 +38,7 @@ void AnswererKeeper::replaceWhenAged(const Answerer& answerer) {
   answerer.whenAged(weakCall([weakChannel = std::weak_ptr(answerer.channel)](AnswererKeeper& self) {
     const auto& current = self.webRTCAnswerer_.channel;
     if (!current || current != weakChannel.lock()) return;
-    self.letGo();
+    self.closeAnswerer();
     self.start(self.room_);
   }));
 }
@@ -56,12 +56,12 @@ void AnswererKeeper::close(const std::shared_ptr<MessageChannel>& channel) {
 
 void AnswererKeeper::failed() {
   const auto channel = webRTCAnswerer_.channel;
-  letGo();
+  closeAnswerer();
   restartLater();
   callbacks_.onChannelState(channel, ChannelState::failed);
 }
 
-void AnswererKeeper::letGo() {
+void AnswererKeeper::closeAnswerer() {
   auto answerer = std::exchange(webRTCAnswerer_, {});
   if (!answerer.channel) return;
   if (const auto screen = screen_.lock()) screen->detach(answerer.screen);
@@ -79,7 +79,7 @@ void AnswererKeeper::restartLater() {
 void AnswererKeeper::stop() {
   restart_.cancel();
   webRTCRestartDelay_ = kFirstRestartDelay;
-  letGo();
+  closeAnswerer();
 }
 
 }  // namespace tevanto

@@ -49,7 +49,7 @@ class AnswererKeeper final : public QueueBound<AnswererKeeper> {
   void replaceWhenAged(const Answerer& answerer);
   void channelChanged(const std::shared_ptr<MessageChannel>& channel, ChannelState state);
   void failed();
-  void letGo();
+  void closeAnswerer();
   void restartLater();
 
   const AnswererFactory makeAnswerer_;

@@ -191,7 +191,7 @@ class Companion {
     // queue, so this loop runs on until the other one has ended.
     services_.networkQueue()->async([this] {
       ending_ = std::thread([this] {
-        services_.endBackgroundWork();
+        services_.stopBackgroundWork();
         services_.releasePeers();
         if (ui_) {
           ui_->stop();

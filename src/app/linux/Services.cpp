@@ -165,7 +165,7 @@ Services::Services(const CompanionOptions& options, UserDefaults& defaults,
 Services::~Services() = default;
 
 EventLoop& Services::networkLoop() { return *core_->loops.network; }
-void Services::endBackgroundWork() {
+void Services::stopBackgroundWork() {
   core_->loops.capture->stop();
   core_->loops.background->stop();
 }

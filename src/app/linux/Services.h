@@ -36,8 +36,8 @@ class Services {
 
   /// The caller runs it when headless, and stops it.
   EventLoop& networkLoop();
-  /// Ends the threads of the background, once the services have stopped.
-  void endBackgroundWork();
+  /// Stops the threads of the background, once the services have stopped.
+  void stopBackgroundWork();
   /// For a program that ends, once the services have stopped and while both loops still run. Returns when the
   /// last messages to a phone outside the local network are sent. Not on a thread of a loop.
   void releasePeers();

@@ -104,7 +104,7 @@ class Companion {
     // queue, so this loop runs on until the other ones have ended.
     services_.networkQueue()->async([this, socket = std::shared_ptr(std::move(ipcSocket_))] {
       ending_ = std::thread([this] {
-        services_.endThreads();
+        services_.stopThreads();
         ui_ ? ui_->stop() : mainLoop_->stop();
       });
     });

@@ -112,7 +112,7 @@ EventLoop& Services::networkLoop() { return *core_->loops.network; }
 std::shared_ptr<SerialQueue> Services::networkQueue() { return core_->queues.remote; }
 std::optional<std::string> Services::computerName() const { return core_->name; }
 
-void Services::endThreads() {
+void Services::stopThreads() {
   core_->loops.capture->stop();
   core_->loops.background->stop();
   core_->loops.network->stop();

@@ -33,8 +33,8 @@ class Services {
   TevantoMacRuntime::Factories factories(ApplicationPresence& presence, SetupWindowHost& windows);
   EventLoop& networkLoop();
   std::shared_ptr<SerialQueue> networkQueue();
-  /// Ends the threads, once the services have stopped.
-  void endThreads();
+  /// Stops the threads, once the services have stopped.
+  void stopThreads();
   std::optional<std::string> computerName() const;
 
  private:

@@ -142,10 +142,10 @@ void AwayChannel::startTransport() {
 }
 
 AwayChannel::~AwayChannel() {
-  if (transport_.messages) endTransport();
+  if (transport_.messages) closeTransport();
 }
 
-void AwayChannel::endTransport() {
+void AwayChannel::closeTransport() {
   const auto over = std::make_shared<OneShotResult<ChannelState>>();
   const bool wasReady = isReady();
   environment_.mainQueue->sync([&] {

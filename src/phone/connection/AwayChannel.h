@@ -82,7 +82,7 @@ class AwayChannel : public std::enable_shared_from_this<AwayChannel> {
   State attempt(std::chrono::steady_clock::time_point deadline, const GivesUp& givesUp);
   std::chrono::steady_clock::duration timeout() const;
   void startTransport();
-  void endTransport();
+  void closeTransport();
   void stateDidChange(ChannelState state);
 
   const Environment environment_;

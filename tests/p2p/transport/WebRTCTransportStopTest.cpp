@@ -190,7 +190,7 @@ class HookedQueue final : public SerialQueue {
   const std::function<void()> hook_;
 };
 
-enum class End { stop, letGo };
+enum class End { stop, release };
 
 /// Ends a transport before each single piece of work that a negotiation takes.
 class WebRTCTransportStopAtEachStep : public WebRTCTransportStop,
@@ -262,13 +262,13 @@ TEST_P(WebRTCTransportStopAtEachStep, leavesNothing) {
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<TransportRole, End>>& tested) {
   const bool offers = std::get<0>(tested.param) == TransportRole::offerer;
   return std::string(offers ? "offerer" : "answerer") +
-         (std::get<1>(tested.param) == End::stop ? "Stopped" : "LetGo");
+         (std::get<1>(tested.param) == End::stop ? "Stopped" : "Released");
 }
 
 INSTANTIATE_TEST_SUITE_P(Roles, WebRTCTransportStopAtEachStep,
                          ::testing::Combine(::testing::Values(TransportRole::offerer,
                                                               TransportRole::answerer),
-                                            ::testing::Values(End::stop, End::letGo)),
+                                            ::testing::Values(End::stop, End::release)),
                          nameOf);
 
 }  // namespace

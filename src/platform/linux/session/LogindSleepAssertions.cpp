@@ -14,7 +14,7 @@ constexpr std::uint32_t kInhibitSuspend = 4;  // of org.gnome.SessionManager; 8 
 /// cookie it answers.
 struct SessionService {
   BusCall inhibit;
-  const char* giveBack;
+  const char* releaseMethod;
 };
 
 std::vector<SessionService> sessionServices(const std::string& reason) {
@@ -53,7 +53,7 @@ SleepAssertions::Code LogindSleepAssertions::release(std::uint32_t identifier) {
   if (held == held_.end()) return EINVAL;
   // A service that does not answer loses the inhibitor all the same, with the connection that is closed
   // below.
-  if (auto& session = held->second.session) session->connection.callAll(session->giveBack);
+  if (auto& session = held->second.session) session->connection.callAll(session->releaseCalls);
   held_.erase(held);
   return 0;
 }
@@ -85,15 +85,15 @@ std::optional<LogindSleepAssertions::SessionInhibitors> LogindSleepAssertions::i
   const auto replies = inhibitors.connection.callAll(calls);
   for (std::size_t i = 0; i < services.size(); ++i) {
     if (const auto cookie = replies[i].uint32()) {
-      BusCall giveBack = services[i].inhibit;
-      giveBack.method = services[i].giveBack;
-      giveBack.arguments = {*cookie};
-      inhibitors.giveBack.push_back(std::move(giveBack));
+      BusCall releaseCall = services[i].inhibit;
+      releaseCall.method = services[i].releaseMethod;
+      releaseCall.arguments = {*cookie};
+      inhibitors.releaseCalls.push_back(std::move(releaseCall));
     } else if (!replies[i].error().isNoService()) {
       log_.warning(services[i].inhibit.service + " does not hold off sleep: " + replies[i].error().text);
     }
   }
-  if (inhibitors.giveBack.empty()) return std::nullopt;
+  if (inhibitors.releaseCalls.empty()) return std::nullopt;
   return inhibitors;
 }
 

@@ -31,7 +31,7 @@ class LogindSleepAssertions final : public SleepAssertions {
   /// SessionInhibitors holds the inhibitors of the session's services; they live with the connection.
   struct SessionInhibitors {
     BusConnection connection;
-    std::vector<BusCall> giveBack;
+    std::vector<BusCall> releaseCalls;
   };
   struct Held {
     Descriptor logind;

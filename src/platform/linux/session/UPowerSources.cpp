@@ -45,17 +45,17 @@ std::vector<PowerSource> UPowerSources::snapshot() {
   return sources ? std::move(*sources) : kernel_.snapshot();
 }
 
-std::optional<std::vector<PowerSource>> UPowerSources::giveUp(const BusError& error) {
+std::optional<std::vector<PowerSource>> UPowerSources::askFailed(const BusError& error) {
   if (error.isTimeout()) skipped_ = kSnapshotsWithoutHungService;
   return std::nullopt;
 }
 
 std::optional<std::vector<PowerSource>> UPowerSources::ask() {
   auto opened = BusConnection::open(systemBus_);
-  if (const auto* error = std::get_if<BusError>(&opened)) return giveUp(*error);
+  if (const auto* error = std::get_if<BusError>(&opened)) return askFailed(*error);
   auto& bus = std::get<BusConnection>(opened);
   const auto listed = bus.call({kUPower, kUPowerPath, kUPower, "EnumerateDevices"});
-  if (!listed) return giveUp(listed.error());
+  if (!listed) return askFailed(listed.error());
   const auto paths = listed.strings();
   if (!paths) return std::nullopt;
 
@@ -64,7 +64,7 @@ std::optional<std::vector<PowerSource>> UPowerSources::ask() {
     if (!path.ends_with(kSumOfAll)) questions.push_back(BusConnection::getAll(kUPower, path, kDevice));
   }
   const auto answers = bus.callAll(questions);
-  if (!answers.front()) return giveUp(answers.front().error());
+  if (!answers.front()) return askFailed(answers.front().error());
   const auto machine = answers.front().properties().value_or(BusProperties());
 
   std::vector<PowerSource> sources;

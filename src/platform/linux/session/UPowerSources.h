@@ -21,7 +21,7 @@ class UPowerSources final : public PowerSources {
 
  private:
   std::optional<std::vector<PowerSource>> ask();
-  std::optional<std::vector<PowerSource>> giveUp(const BusError& error);
+  std::optional<std::vector<PowerSource>> askFailed(const BusError& error);
 
   BusAddress systemBus_;
   SysfsPowerSources kernel_;

@@ -33,7 +33,7 @@ class BonjourRegistration final : public std::enable_shared_from_this<BonjourReg
   void report(AdvertisingState state, const char* name, const char* message);
   void fail(DNSServiceErrorType error);
   void tryAgainLater();
-  void letGo();
+  void releaseReference();
 
   const dispatch_queue_t queue_;
   const ServiceDescription service_;

@@ -31,7 +31,7 @@ void BonjourRegistration::begin() {
 
 void BonjourRegistration::stop() {
   hasEnded_ = true;
-  letGo();
+  releaseReference();
 }
 
 DNSServiceErrorType BonjourRegistration::registerService() {
@@ -66,7 +66,7 @@ void BonjourRegistration::report(AdvertisingState state, const char* name, const
 
 void BonjourRegistration::fail(DNSServiceErrorType error) {
   const auto failure = bonjourFailureOf(error);
-  letGo();
+  releaseReference();
   report(failure.state, nullptr, failure.message);
   if (failure.isWorthRetrying) tryAgainLater();
 }
@@ -80,7 +80,7 @@ void BonjourRegistration::tryAgainLater() {
   });
 }
 
-void BonjourRegistration::letGo() {
+void BonjourRegistration::releaseReference() {
   if (reference_) DNSServiceRefDeallocate(std::exchange(reference_, nullptr));
 }
 

@@ -31,7 +31,7 @@ struct LastPeer {
       channel = peer->createDataChannel("tevanto", {});
     });
   }
-  void letGo() {
+  void release() {
     channel = nullptr;
     peer = nullptr;
   }
@@ -45,7 +45,7 @@ struct LastPeer {
 
 TEST(LibwebrtcOnALoop, endsInALaterTurnWhereTheLastReferenceGoesOnTheLoop) {
   LastPeer last;
-  last.state->sync([&] { last.letGo(); });
+  last.state->sync([&] { last.release(); });
   // Behind the turns in which peer, channel and engine end.
   for (int turn = 0; turn < 3; ++turn) last.state->sync([] {});
   // So that there is room for the next.
@@ -54,13 +54,13 @@ TEST(LibwebrtcOnALoop, endsInALaterTurnWhereTheLastReferenceGoesOnTheLoop) {
   LibwebrtcPeerFactory next(options);
   last.state->sync([&] { last.peer = next.create({}, last.nobody); });
   EXPECT_NE(last.peer, nullptr);
-  last.letGo();
+  last.release();
 }
 
 TEST(LibwebrtcOnALoop, endsWhereItsLoopStopsAtThatMoment) {
   for (int round = 0; round < 30; ++round) {
     LastPeer last;
-    last.state->sync([&] { last.letGo(); });
+    last.state->sync([&] { last.release(); });
     last.loop->stop();
   }
 }
@@ -68,7 +68,7 @@ TEST(LibwebrtcOnALoop, endsWhereItsLoopStopsAtThatMoment) {
 TEST(LibwebrtcOnALoop, endsBehindItsLoop) {
   LastPeer last;
   last.loop->stop();
-  last.letGo();
+  last.release();
 }
 
 TEST(LibwebrtcOnALoop, opensNoChannelOnceThePeerIsClosed) {

@@ -36,7 +36,7 @@ HeldInput::HeldInput(std::shared_ptr<XInputConnection> x, Logger log)
 
 HeldInput::~HeldInput() {
   if (x_->broken()) return;
-  for (const auto& entry : entries_) giveBack(entry);
+  for (const auto& entry : entries_) releaseEntry(entry);
   xcb_delete_property(x_->xcb(), x_->root(), slot_);
   xcb_destroy_window(x_->xcb(), window_);
   const auto cookie = xcb_get_input_focus(x_->xcb());  // its answer comes after all of the above
@@ -56,7 +56,7 @@ bool HeldInput::recover(xcb_atom_t slot) {
   if (record.size() < kHeader) return true;
   if (ownerLives(record)) return false;
   for (std::size_t i = kHeader; i < record.size(); ++i)
-    giveBack({static_cast<What>(record[i] >> 8), static_cast<std::uint8_t>(record[i] & 0xff)});
+    releaseEntry({static_cast<What>(record[i] >> 8), static_cast<std::uint8_t>(record[i] & 0xff)});
   if (record.size() > kHeader) log_.info("Released the keys and buttons that an earlier run left held down");
   xcb_delete_property(x_->xcb(), x_->root(), slot);
   return true;
@@ -99,7 +99,7 @@ void HeldInput::fake(const Entry& entry, bool down) const {
   if (entry.first == What::button) x_->fakeButton(entry.second, down);
 }
 
-void HeldInput::giveBack(const Entry& entry) const {
+void HeldInput::releaseEntry(const Entry& entry) const {
   fake(entry, false);
   if (entry.first != What::borrowedKeycode) return;
   const xcb_keysym_t none = XCB_NO_SYMBOL;

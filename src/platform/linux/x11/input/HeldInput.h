@@ -49,7 +49,7 @@ class HeldInput {
   Record read(xcb_window_t window, xcb_atom_t property) const;
   void write();
   void fake(const Entry& entry, bool down) const;
-  void giveBack(const Entry& entry) const;
+  void releaseEntry(const Entry& entry) const;
 
   const std::shared_ptr<XInputConnection> x_;
   const Logger log_;

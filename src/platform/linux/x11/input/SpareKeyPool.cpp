@@ -70,7 +70,7 @@ SerialQueue::Duration SpareKeyPool::reuseAfter() const {
   return std::min<SerialQueue::Duration>(kReuseAfter + kDelayFactor * delay_, kLongestReuseAfter);
 }
 
-void SpareKeyPool::giveBack() {
+void SpareKeyPool::releaseAll() {
   for (auto& slot : slots_) slot.keysym = 0;
 }
 

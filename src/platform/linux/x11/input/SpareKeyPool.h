@@ -55,7 +55,7 @@ class SpareKeyPool {
   /// When the next code may be claimed; nothing without codes.
   std::optional<TimePoint> nextClaim() const;
   /// Nothing is carried any more.
-  void giveBack();
+  void releaseAll();
 
  private:
   static constexpr TimePoint kNever{};  // of a monotonic clock: when the machine was started

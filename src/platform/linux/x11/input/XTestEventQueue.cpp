@@ -17,7 +17,7 @@ namespace {
 
 // How long nothing may be typed before the borrowed key codes are released: clients of a busy desktop ask
 // for the keymap late, and find nothing then.
-constexpr auto kGiveBackAfter = SpareKeyPool::kRest;
+constexpr auto kReleaseAfter = SpareKeyPool::kRest;
 
 // Motions closer together than this have arrived in one read.
 constexpr auto kBurst = std::chrono::microseconds(200);
@@ -183,7 +183,7 @@ void XTestEventQueue::pump() {
   if (!current) return;
   current->text.pause();
   current->x->flush();
-  restTimer_ = queue()->asyncAfter(kGiveBackAfter, weakCall(&XTestEventQueue::rest));
+  restTimer_ = queue()->asyncAfter(kReleaseAfter, weakCall(&XTestEventQueue::rest));
 }
 
 void XTestEventQueue::removeFront() {
@@ -200,7 +200,7 @@ void XTestEventQueue::pumpAfter(SerialQueue::Duration wait) {
 }
 
 void XTestEventQueue::rest() {
-  if (session_ && waiting_.empty()) session_->text.giveBackKeycodes();
+  if (session_ && waiting_.empty()) session_->text.releaseKeycodes();
 }
 
 }  // namespace tevanto

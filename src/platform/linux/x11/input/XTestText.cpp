@@ -35,7 +35,7 @@ XTestText::XTestText(std::shared_ptr<XInputConnection> x, HeldInput& held, XKeyb
 XTestText::~XTestText() {
   if (x_->broken()) return;
   pause();
-  giveBackKeycodes();
+  releaseKeycodes();
 }
 
 XTestText::Progress XTestText::type(std::u32string_view text) {
@@ -170,7 +170,7 @@ void XTestText::pause() {
   x_->flush();
 }
 
-void XTestText::giveBackKeycodes() {
+void XTestText::releaseKeycodes() {
   std::vector<HeldInput::Entry> borrowed;
   auto mappings = keyboard_.spares().carrying();
   for (auto& mapping : mappings) {
@@ -179,7 +179,7 @@ void XTestText::giveBackKeycodes() {
   }
   map(std::move(mappings));
   held_.release(borrowed);
-  keyboard_.spares().giveBack();
+  keyboard_.spares().releaseAll();
   x_->flush();
 }
 

@@ -35,7 +35,7 @@ class XTestText {
   Progress type(std::u32string_view text);
   /// No text follows for now: Caps Lock and its like are as the user left them.
   void pause();
-  void giveBackKeycodes();
+  void releaseKeycodes();
 
  private:
   struct Stroke {

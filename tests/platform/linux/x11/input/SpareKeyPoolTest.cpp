@@ -73,7 +73,7 @@ TEST_F(SpareKeyPoolTest, knowsWhatItCarriesUntilItGivesItBack) {
   ASSERT_EQ(pool.carrying().size(), 1u);
   EXPECT_EQ(pool.carrying()[0].keycode, 8);
   EXPECT_EQ(pool.carrying()[0].keysym, 0x101u);
-  pool.giveBack();
+  pool.releaseAll();
   EXPECT_TRUE(pool.carrying().empty());
 }
 
