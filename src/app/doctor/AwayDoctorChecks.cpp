@@ -168,7 +168,7 @@ Attempt checkCloud(const AwayDoctorEnvironment& environment) {
            ", with tevanto.cloudkit.keyID and tevanto.cloudkit.keyFile";
   }
   if (const auto key = CloudKitServerKey::load(settings->keyID, settings->keyFile); !key)
-    return Failure{"The CloudKit key cannot be used: " + key.error() + "; check tevanto.cloudkit.keyFile."};
+    return Failure{"The CloudKit key cannot be used: " + key.error() + " Check tevanto.cloudkit.keyFile."};
   const auto answer = std::make_shared<OneShotResult<CloudAccountStatus>>();
   environment.database->accountStatus([answer](CloudAccountStatus status) { answer->set(status); });
   return inWords(answer->waitFor(kCloudTimeout).value_or(CloudAccountStatus::couldNotDetermine), *settings);

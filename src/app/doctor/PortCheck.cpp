@@ -26,8 +26,7 @@ Result<std::string> tryPort(std::uint16_t port, const std::string& option) {
   const auto loop = EventLoop::forCallingThread();
   const auto listener = AsioTcpListenerFactory(loop, ListenScope::everywhere).listen(port);
   if (listener) return name + " is free";
-  return Failure{"TCP " + name + " cannot be used (" + listener.error() +
-                 "); end the program that has it, or choose another one with " + option + "."};
+  return Failure{listener.error() + " End the program that has it, or choose another port with " + option + "."};
 }
 
 }  // namespace tevanto

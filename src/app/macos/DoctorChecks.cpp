@@ -39,7 +39,7 @@ Attempt tryScreenRecording() {
 
 Attempt tryEncoder() {
   const auto session = VideoToolboxEncoder().create(1280, 720, VideoCodec::h264);
-  if (!session) return Failure{"The screen cannot be encoded: " + session.error() + "."};
+  if (!session) return Failure{"The screen cannot be encoded: " + session.error()};
   session.value()->invalidate();
   return std::string("VideoToolbox encodes H.264");
 }

@@ -37,14 +37,14 @@ plist_t itemOf(plist_t dictionary, std::string_view key) {
 }  // namespace
 
 Result<InfoPlist> InfoPlist::parse(std::span<const std::byte> bytes) {
-  if (bytes.size() > kMaxBytes) return Failure{"the property list is larger than 64 KiB"};
+  if (bytes.size() > kMaxBytes) return Failure{"The property list is larger than 64 KiB."};
   plist_t raw = nullptr;
   const auto* data = reinterpret_cast<const char*>(bytes.data());
   const auto size = static_cast<std::uint32_t>(bytes.size());
   if (bytes.size() >= 8) plist_from_memory(data, size, &raw);
   const std::shared_ptr<void> root(raw, [](plist_t node) { plist_free(node); });
   if (!raw || plist_get_node_type(raw) != PLIST_DICT)
-    return Failure{"not a property list with a dictionary at its top"};
+    return Failure{"This is not a property list with a dictionary at its top."};
 
   InfoPlist result;
   result.dictionary_ = root;
@@ -53,7 +53,7 @@ Result<InfoPlist> InfoPlist::parse(std::span<const std::byte> bytes) {
 
 Result<InfoPlist> InfoPlist::load(const std::filesystem::path& file) {
   std::ifstream in(file, std::ios::binary);
-  if (!in) return Failure{"cannot open " + file.string()};
+  if (!in) return Failure{"Cannot open " + file.string() + "."};
   std::string bytes(kMaxBytes + 1, '\0');
   in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   bytes.resize(static_cast<std::size_t>(in.gcount()));

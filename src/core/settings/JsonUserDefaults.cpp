@@ -137,9 +137,9 @@ Result<void> JsonUserDefaults::change(const std::function<void(Content&)>& edit)
   edit(*reading.content);
 
   const std::string text = json::serialize(reading.content->members) + "\n";
-  if (text.size() > kMaxBytes) return Failure{"the settings would be larger than 4 MiB"};
+  if (text.size() > kMaxBytes) return Failure{"The settings would be larger than 4 MiB. Remove some of them first."};
   // What could not be read back (text that is not UTF-8, a number that is not one) would cost all the rest.
-  if (!parseObject(text)) return Failure{"only valid UTF-8 and finite numbers can be kept in the settings"};
+  if (!parseObject(text)) return Failure{"Only valid UTF-8 and finite numbers can be kept in the settings."};
 
   auto written = replaceDurably(*files_, file_, text);
   // After a failure the file may hold either state, so that it has to be asked.

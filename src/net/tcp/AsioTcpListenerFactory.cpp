@@ -218,7 +218,7 @@ Result<std::vector<Acceptor>> openAcceptors(asio::io_context& context, ListenSco
     last = {};
   }
   if (open.empty() || (last && !lacksFamily(last)))
-    return Failure{"cannot listen on port " + std::to_string(port) + ": " + last.message()};
+    return Failure{"Cannot listen on port " + std::to_string(port) + ": " + last.message() + "."};
   return open;
 }
 

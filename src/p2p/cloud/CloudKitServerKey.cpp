@@ -78,16 +78,16 @@ struct CloudKitServerKey::PrivateKey {
 Result<CloudKitServerKey> CloudKitServerKey::parse(std::string keyID, std::string_view pem) {
   const OwnedBio source(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
   OwnedKey key(source ? PEM_read_bio_PrivateKey(source.get(), nullptr, noPassPhrase, nullptr) : nullptr);
-  if (!key) return Failure{"not a private key in PEM without a pass phrase"};
-  if (!isP256(key.get())) return Failure{"not a key for the elliptic curve P-256"};
+  if (!key) return Failure{"This is not a private key in PEM without a pass phrase."};
+  if (!isP256(key.get())) return Failure{"This is not a key for the elliptic curve P-256."};
   return CloudKitServerKey(std::move(keyID), std::make_shared<PrivateKey>(PrivateKey{std::move(key)}));
 }
 
 Result<CloudKitServerKey> CloudKitServerKey::load(std::string keyID, const std::filesystem::path& file) {
   std::string pem;
   if (const auto error = FileSystem::real()->read(file, kMaxBytes, pem))
-    return Failure{"cannot read " + file.string() + ": " + error.message()};
-  if (pem.size() > kMaxBytes) return Failure{file.string() + " is too large for a key"};
+    return Failure{"Cannot read " + file.string() + ": " + error.message() + "."};
+  if (pem.size() > kMaxBytes) return Failure{file.string() + " is too large for a key."};
   auto key = parse(std::move(keyID), pem);
   return key ? std::move(key) : Failure{file.string() + ": " + key.error()};
 }

@@ -38,7 +38,7 @@ void CloudKitWebDatabase::send(const std::string& operation, std::string body, s
   auto headers = key_.sign(subpath, body, environment_.now());
   if (!headers) {
     return environment_.queue->async(
-        [answered = std::move(answered)] { answered(Failure{"the request cannot be signed"}); });
+        [answered = std::move(answered)] { answered(Failure{"The request cannot be signed."}); });
   }
   HttpRequest request;
   request.method = body.empty() ? "GET" : "POST";

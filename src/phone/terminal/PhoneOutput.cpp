@@ -216,7 +216,7 @@ ExitCode PhoneOutput::trouble(const Trouble& trouble) {
 Result<int> writeIcons(const std::vector<RemoteAppInfo>& apps, const std::filesystem::path& folder) {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  if (error) return Failure{folder.string() + ": " + error.message()};
+  if (error) return Failure{"Cannot create " + folder.string() + ": " + error.message() + "."};
   int written = 0;
   for (const auto& app : apps) {
     const auto png = app.iconPNGBase64 ? fromBase64(*app.iconPNGBase64) : std::nullopt;
@@ -225,7 +225,7 @@ Result<int> writeIcons(const std::vector<RemoteAppInfo>& apps, const std::filesy
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(png->data()), static_cast<std::streamsize>(png->size()));
     file.close();
-    if (!file) return Failure{path.string() + " cannot be written"};
+    if (!file) return Failure{path.string() + " cannot be written."};
     ++written;
   }
   return written;

@@ -175,7 +175,7 @@ TEST_F(AsioTcpListenerTest, saysWhyAPortCannotBeBound) {
   const auto second = AsioTcpListenerFactory(loop_, ListenScope::loopback).listen(listener_->port());
   ASSERT_FALSE(second);
   EXPECT_EQ(second.error(),
-            "cannot listen on port " + std::to_string(listener_->port()) + ": Address already in use");
+            "Cannot listen on port " + std::to_string(listener_->port()) + ": Address already in use.");
 }
 
 TEST_F(AsioTcpListenerTest, failsWhenOnlyOneProtocolIsFree) {

@@ -30,9 +30,9 @@ TEST(CloudKitServerKey, isAP256KeyInPem) {
             "taken")
       << "as the openssl program writes it";
   EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("EC", "P-384")),
-            "not a key for the elliptic curve P-256");
-  EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("RSA")), "not a key for the elliptic curve P-256");
-  const std::string noKey = "not a private key in PEM without a pass phrase";
+            "This is not a key for the elliptic curve P-256.");
+  EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("RSA")), "This is not a key for the elliptic curve P-256.");
+  const std::string noKey = "This is not a private key in PEM without a pass phrase.";
   EXPECT_EQ(refusal(""), noKey);
   EXPECT_EQ(refusal("nonsense"), noKey);
   EXPECT_EQ(refusal(good.substr(0, good.size() / 2)), noKey);
@@ -44,15 +44,15 @@ TEST(CloudKitServerKey, isReadFromAFile) {
   const auto file = folder.path() / "key.pem";
   const auto missing = CloudKitServerKey::load("id", file);
   ASSERT_FALSE(missing.ok());
-  EXPECT_EQ(missing.error(), "cannot read " + file.string() + ": No such file or directory");
+  EXPECT_EQ(missing.error(), "Cannot read " + file.string() + ": No such file or directory.");
   test::fill(file, "nonsense");
   const auto nonsense = CloudKitServerKey::load("id", file);
   ASSERT_FALSE(nonsense.ok());
-  EXPECT_EQ(nonsense.error(), file.string() + ": not a private key in PEM without a pass phrase");
+  EXPECT_EQ(nonsense.error(), file.string() + ": This is not a private key in PEM without a pass phrase.");
   test::fill(file, std::string(CloudKitServerKey::kMaxBytes + 1, ' '));
   const auto large = CloudKitServerKey::load("id", file);
   ASSERT_FALSE(large.ok());
-  EXPECT_EQ(large.error(), file.string() + " is too large for a key");
+  EXPECT_EQ(large.error(), file.string() + " is too large for a key.");
   test::fill(file, CloudKitTestService::makePrivateKeyPem("EC", "P-256"));
   EXPECT_TRUE(CloudKitServerKey::load("id", file).ok());
 }

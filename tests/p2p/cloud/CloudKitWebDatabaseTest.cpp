@@ -107,7 +107,7 @@ TEST_F(CloudKitWebDatabaseTest, saysWhyTheKeyFileIsOfNoUse) {
   EXPECT_EQ(status(*make()), CloudAccountStatus::noAccount);
   ASSERT_EQ(log_->lines().size(), 1U);
   EXPECT_EQ(log_->lines()[0].text, "cksignal: CloudKit key: " + keyFile_.string() +
-                                       ": not a private key in PEM without a pass phrase");
+                                       ": This is not a private key in PEM without a pass phrase.");
 }
 
 TEST_F(CloudKitWebDatabaseTest, hasNoAccountWithAKeyThatTheServiceDoesNotKnow) {

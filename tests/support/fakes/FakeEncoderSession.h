@@ -24,7 +24,7 @@ class FakeEncoderSession final : public EncoderSession {
 
   Result<void> setProperty(EncoderProperty property, const EncoderPropertyValue& value) override {
     properties.emplace_back(property, value);
-    if (refusesProperties) return Failure{"no such property"};
+    if (refusesProperties) return Failure{"There is no such property."};
     return {};
   }
   void prepareToEncodeFrames() override { propertiesWhenPrepared = properties.size(); }

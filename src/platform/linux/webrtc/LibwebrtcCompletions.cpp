@@ -31,7 +31,7 @@ class DescriptionCompletion : public webrtc::CreateSessionDescriptionObserver {
     std::string sdp;
     const bool written = description->ToString(&sdp);
     core_->report([&] {
-      if (!written) return done_(Failure{"the description cannot be written"});
+      if (!written) return done_(Failure{"The description cannot be written."});
       done_(SessionDescription{type, std::move(sdp)});
     });
   }

@@ -17,7 +17,7 @@ Result<std::shared_ptr<EncoderSession>> VideoToolboxEncoder::create(std::int32_t
                                  nullptr, nullptr, nullptr, nullptr, nullptr, &made);
   auto session = CfOwned<VTCompressionSessionRef>(made);
   if (status != noErr || !session)
-    return Failure{"VideoToolbox makes no compression session (" + std::to_string(status) + ")"};
+    return Failure{"VideoToolbox makes no compression session (" + std::to_string(status) + ")."};
   return std::shared_ptr<EncoderSession>(std::make_shared<VideoToolboxSession>(std::move(session)));
 }
 

@@ -97,12 +97,12 @@ Result<void> VideoToolboxSession::setProperty(EncoderProperty property, const En
   const auto translated = compressionValue(property, value);
   if (!translated) return Failure{translated.error()};
   const auto session = this->session();
-  if (!session) return Failure{"the session has ended"};
+  if (!session) return Failure{"The session has ended."};
   @autoreleasepool {
     const id object = std::visit(PropertyList(), translated.value());
     const OSStatus status = VTSessionSetProperty(session.get(), keyOf(property), (__bridge CFTypeRef)object);
     if (status == noErr) return {};
-    return Failure{"VideoToolbox refuses the property (" + std::to_string(status) + ")"};
+    return Failure{"VideoToolbox refuses the property (" + std::to_string(status) + ")."};
   }
 }
 

@@ -108,7 +108,7 @@ Result<void> AutostartEntry::save(const std::filesystem::path& file) const {
   const GlibText content(g_key_file_to_data(keys_->file, &size, nullptr));
   const auto folder = file.parent_path();
   if (g_mkdir_with_parents(folder.c_str(), kPrivateFolder) != 0) {
-    return Failure{"cannot create " + folder.string() + ": " + g_strerror(errno)};
+    return Failure{"Cannot create " + folder.string() + ": " + g_strerror(errno) + "."};
   }
   Error error;
   const auto flags =

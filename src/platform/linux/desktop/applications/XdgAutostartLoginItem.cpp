@@ -112,7 +112,7 @@ LoginItemStatus XdgAutostartLoginItem::status() {
 
 Result<void> XdgAutostartLoginItem::registerItem() {
   if (!isInstalled()) {
-    return Failure{surroundings_.program.string() + " is no installed program; install Tevanto first"};
+    return Failure{surroundings_.program.string() + " is no installed program. Install Tevanto first."};
   }
   auto loaded = AutostartEntry::load(userEntry());
   if (!loaded) return Failure{loaded.error()};
@@ -131,7 +131,7 @@ Result<void> XdgAutostartLoginItem::unregisterItem() {
   }
   std::error_code error;
   fs::remove(userEntry(), error);
-  if (error) return Failure{"cannot remove " + userEntry().string() + ": " + error.message()};
+  if (error) return Failure{"Cannot remove " + userEntry().string() + ": " + error.message() + "."};
   return {};
 }
 

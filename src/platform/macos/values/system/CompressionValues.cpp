@@ -6,13 +6,13 @@ namespace {
 template <class T>
 Result<CompressionValue> only(const EncoderPropertyValue& value) {
   const auto* typed = std::get_if<T>(&value);
-  if (!typed) return Failure{"the value is not of the property's type"};
+  if (!typed) return Failure{"The value is not of the property's type."};
   return CompressionValue(*typed);
 }
 
 Result<CompressionValue> limit(const EncoderPropertyValue& value) {
   const auto* typed = std::get_if<DataRateLimit>(&value);
-  if (!typed) return Failure{"the value is not of the property's type"};
+  if (!typed) return Failure{"The value is not of the property's type."};
   return CompressionValue(std::array<std::int64_t, 2>{typed->bytes, typed->window.count()});
 }
 
@@ -33,7 +33,7 @@ Result<CompressionValue> compressionValue(EncoderProperty property, const Encode
     case EncoderProperty::dataRateLimits:
       return limit(value);
   }
-  return Failure{"no such property"};
+  return Failure{"There is no such property."};
 }
 
 ParameterSets parameterSetsOf(const ParameterSetAt& at) { return {at(0), at(1)}; }
