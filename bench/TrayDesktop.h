@@ -21,7 +21,7 @@ class TrayDesktop {
 
   /// From now on another window is waited for.
   void forgetWindow();
-  /// When the window that appeared had got its ground's colour: it is black before its first frame.
+  /// When the window that appeared had got its ground's color: it is black before its first frame.
   Clock::time_point awaitFirstFrame();
   int windowHeight();
   /// As a window manager does it; waits until the window has gone.

@@ -94,8 +94,8 @@ def on_phone(*command):
     return run("env", f"DISPLAY={os.environ['PHONE_DISPLAY']}", *command)
 
 
-def open_terminal(title, place, script, *arguments, colours=(), environment=None):
-    return subprocess.Popen(["xterm", "-title", title, "-geometry", place, "-fs", "10", *colours, "-e", "bash", "-c",
+def open_terminal(title, place, script, *arguments, colors=(), environment=None):
+    return subprocess.Popen(["xterm", "-title", title, "-geometry", place, "-fs", "10", *colors, "-e", "bash", "-c",
                              script, "bash", *map(str, arguments)], stdin=subprocess.DEVNULL, env=environment)
 
 
@@ -377,8 +377,8 @@ def make_film(folder):
     computer, phone, film, desktop = Computer(folder), None, Film(), []
     try:
         paper = ["-bg", "#fbf8f0", "-fg", "#20242c", "-cr", "#20242c"]
-        desktop.append(open_terminal("Notes", "42x8+12+54", "cat", colours=paper))
-        desktop.append(open_terminal("Sound", "42x1+12+260", VOLUME, colours=paper))
+        desktop.append(open_terminal("Notes", "42x8+12+54", "cat", colors=paper))
+        desktop.append(open_terminal("Sound", "42x1+12+260", VOLUME, colors=paper))
         expect(eventually(lambda: windows("^Notes$") and windows("^Sound$"), 30), "The windows do not open.")
         phone = Phone(folder)
         run("pactl", "set-sink-volume", "@DEFAULT_SINK@", "30%")

@@ -182,7 +182,7 @@ TEST_F(MacPowerManagerTest, judgesByTheLastReading) {
   EXPECT_EQ(manager.batteryPercent.get(), 5);  // read again once it is on
 }
 
-TEST_F(MacPowerManagerTest, honoursAnotherFloor) {
+TEST_F(MacPowerManagerTest, honorsAnotherFloor) {
   sources_.setBattery(50, kBattery);
   auto& manager = make();
   manager.batteryFloor.set(50);

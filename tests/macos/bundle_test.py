@@ -72,7 +72,7 @@ class Bundle(unittest.TestCase):
                     "application-identifier", "developer.team-identifier"):
             self.assertTrue(any(f"com.apple.{key} ".replace(".", "\\\\.") in step for step in rights), key)
 
-    def test_packaging_signs_from_the_inside_out_before_it_asks_for_notarisation(self):
+    def test_packaging_signs_from_the_inside_out_before_it_asks_for_notarization(self):
         done = package("--identity", "A", "--notary-profile", "P", "--dry-run")
         self.assertEqual(done.returncode, 0, done.stderr)
         steps = done.stdout.splitlines()

@@ -32,7 +32,7 @@ class CompanionTerminal::Panel final : public SetupWindow {
  public:
   Panel(CompanionTerminal& terminal, std::function<void()> onClose)
       : terminal_(terminal), onClose_(std::move(onClose)) {}
-  void centre() override {}
+  void center() override {}
   void orderFrontAsKey() override {
     terminal_.showPanel();
     onClose_();

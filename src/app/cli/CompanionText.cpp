@@ -65,10 +65,10 @@ std::string inputText(const CompanionStatus& status) {
 }
 
 std::string bold(const std::string& text, TextStyle style) {
-  return style.colour ? "\x1b[1m" + text + "\x1b[0m" : text;
+  return style.color ? "\x1b[1m" + text + "\x1b[0m" : text;
 }
 std::string faint(const std::string& text, TextStyle style) {
-  return style.colour ? "\x1b[2m" + text + "\x1b[0m" : text;
+  return style.color ? "\x1b[2m" + text + "\x1b[0m" : text;
 }
 
 std::vector<Row> panelRows(const CompanionStatus& status) {
@@ -113,8 +113,8 @@ std::string mirroringText(const CompanionStatus& status) {
 TextStyle TextStyle::forStandardOutput() {
   const char* terminal = std::getenv("TERM");
   const bool capable = ::isatty(STDOUT_FILENO) == 1 && terminal && std::string_view(terminal) != "dumb";
-  const char* noColour = std::getenv("NO_COLOR");  // https://no-color.org
-  return {capable, capable && (!noColour || *noColour == '\0')};
+  const char* noColor = std::getenv("NO_COLOR");  // https://no-color.org
+  return {capable, capable && (!noColor || *noColor == '\0')};
 }
 
 std::string companionPanel(const CompanionStatus& status, const std::string& phoneProgram, TextStyle style) {

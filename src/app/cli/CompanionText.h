@@ -10,7 +10,7 @@ namespace tevanto {
 /// TextStyle tells how a text may look on its output.
 struct TextStyle {
   bool picture = false;  // a terminal: frames and alignment; else plain lines
-  bool colour = false;
+  bool color = false;
   /// The standard output of this process.
   static TextStyle forStandardOutput();
 };

@@ -53,7 +53,7 @@ Attempt tryPortal() {
                                        "org.freedesktop.portal.Settings", "version");
   if (version) return std::string("the settings portal answers; light, dark and motion follow the desktop");
   return std::string(
-      "no settings portal answers; the window follows the colours of Qt's theme and the motion of Gtk's "
+      "no settings portal answers; the window follows the colors of Qt's theme and the motion of Gtk's "
       "settings");
 }
 

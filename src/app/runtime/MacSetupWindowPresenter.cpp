@@ -9,7 +9,7 @@ void MacSetupWindowPresenter::show() {
   presence_.setActivationPolicy(ActivationPolicy::regular);
   if (!window_) {
     window_ = host_.makeWindow(SetupWindowStyle{}, [this] { windowClosed(); });
-    window_->centre();
+    window_->center();
   }
   window_->orderFrontAsKey();
   presence_.activateIgnoringOtherApps();

@@ -38,7 +38,7 @@ struct SetupWindowStyle {
 class SetupWindow {
  public:
   virtual ~SetupWindow() = default;
-  virtual void centre() = 0;
+  virtual void center() = 0;
   virtual void orderFrontAsKey() = 0;
 };
 

@@ -34,7 +34,7 @@ QtSetupWindow::QtSetupWindow(QQuickView& view, const SetupWindowStyle& style, st
   view.installEventFilter(this);
 }
 
-void QtSetupWindow::centre() {
+void QtSetupWindow::center() {
   if (!view_) return;
   auto frame = view_->geometry();
   frame.moveCenter(view_->screen()->availableGeometry().center());

@@ -19,7 +19,7 @@ class QtSetupWindow final : public QObject, public SetupWindow {
   QtSetupWindow(QQuickView& view, const SetupWindowStyle& style, std::function<void()> onClose,
                 WindowActivation& activation);
 
-  void centre() override;
+  void center() override;
   void orderFrontAsKey() override;
 
  private:

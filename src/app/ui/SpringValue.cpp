@@ -6,7 +6,7 @@
 namespace tevanto {
 namespace {
 
-/// Less than a pixel of any way that is travelled here.
+/// Less than a pixel of any way that is traveled here.
 constexpr double kPrecision = 0.0005;
 constexpr double kMillisecondsPerSecond = 1000;
 

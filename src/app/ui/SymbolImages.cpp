@@ -18,13 +18,13 @@ SymbolImages::SymbolImages() : QQuickImageProvider(QQuickImageProvider::Image) {
 
 QImage SymbolImages::requestImage(const QString& id, QSize* size, const QSize& requestedSize) {
   const auto wanted = requestedSize.isEmpty() ? kOrdinarySize : requestedSize;
-  const auto colour = QUrl::fromPercentEncoding(id.section('/', 1).toUtf8());
-  auto image = draw(id.section('/', 0, 0), QColor(colour), wanted);
+  const auto color = QUrl::fromPercentEncoding(id.section('/', 1).toUtf8());
+  auto image = draw(id.section('/', 0, 0), QColor(color), wanted);
   if (size) *size = image.size();
   return image;
 }
 
-QImage SymbolImages::draw(const QString& name, const QColor& colour, const QSize& size) {
+QImage SymbolImages::draw(const QString& name, const QColor& color, const QSize& size) {
   const auto file = kFolder + name + ".svg";
   if (!QFile::exists(file)) return {};
   QSvgRenderer renderer(file);
@@ -33,9 +33,9 @@ QImage SymbolImages::draw(const QString& name, const QColor& colour, const QSize
   QPainter painter(&image);
   renderer.setAspectRatioMode(Qt::KeepAspectRatio);
   renderer.render(&painter, QRectF(QPointF(0, 0), QSizeF(size)));
-  if (colour.isValid()) {
+  if (color.isValid()) {
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.fillRect(image.rect(), colour);
+    painter.fillRect(image.rect(), color);
   }
   return image;
 }

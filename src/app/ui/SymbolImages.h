@@ -16,9 +16,9 @@ class SymbolImages : public QQuickImageProvider {
   SymbolImages();
   QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override;
 
-  /// `name` without folder and ending; null when there is no such image. `size` in pixels. In its own colours
+  /// `name` without folder and ending; null when there is no such image. `size` in pixels. In its own colors
   /// without a valid one.
-  static QImage draw(const QString& name, const QColor& colour, const QSize& size);
+  static QImage draw(const QString& name, const QColor& color, const QSize& size);
 };
 
 }  // namespace tevanto

@@ -29,7 +29,7 @@ struct LeakyBucket {
 };
 
 /// The bucket that keeps each window of the data rate limit, wherever it begins: a window takes at most the
-/// whole bucket and what flows in meanwhile. One part in twenty is left for an encoder's misjudgements. The
+/// whole bucket and what flows in meanwhile. One part in twenty is left for an encoder's misjudgments. The
 /// bucket is no larger than five pictures' flow where that pays: x264 lets one picture have all of such a
 /// bucket, but only half of a larger one.
 LeakyBucket leakyBucket(const EncoderSettings& settings);

@@ -12,7 +12,7 @@ struct Stretch {
 };
 
 // Rounds the running total, so that the weights add up exactly. A pixel that counts in full would weigh 128,
-// which eight signed bits do not hold: its neighbour takes the rest, two levels at most.
+// which eight signed bits do not hold: its neighbor takes the rest, two levels at most.
 void setWeights(const Stretch& stretch, std::int64_t parts, std::int64_t firstSource, std::int8_t* weights,
                 int count) {
   const auto length = stretch.end - stretch.begin;
@@ -58,7 +58,7 @@ AreaTaps::AreaTaps(int sourcePixels, int outputPixels)
 }
 
 int AreaTaps::outputBegin(int begin) const {
-  const auto reached = std::max(0, begin - 1);  // by the neighbour's share
+  const auto reached = std::max(0, begin - 1);  // by the neighbor's share
   return static_cast<int>(static_cast<std::int64_t>(reached) * outputLength / sourceLength);
 }
 

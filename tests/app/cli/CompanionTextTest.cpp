@@ -52,12 +52,12 @@ TEST(CompanionText, thePlainPanelIsLinesOfNameAndValue) {
 }
 
 TEST(CompanionText, thePicturePanelShowsTheSame) {
-  const auto panel = companionPanel(readyStatus(), "tevanto-phone", {.picture = true, .colour = false});
+  const auto panel = companionPanel(readyStatus(), "tevanto-phone", {.picture = true, .color = false});
   for (const auto* part :
        {"│     012345     │", "desk", "192.0.2.7:51637", "    tevanto-phone pair 012345\n"}) {
     EXPECT_TRUE(contains(panel, part)) << part << "\n" << panel;
   }
-  EXPECT_FALSE(contains(panel, "\x1b")) << "colours only where they were asked for";
+  EXPECT_FALSE(contains(panel, "\x1b")) << "colors only where they were asked for";
   EXPECT_TRUE(contains(companionPanel(readyStatus(), "x", {true, true}), "\x1b[1m012345\x1b[0m"));
 }
 

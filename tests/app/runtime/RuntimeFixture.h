@@ -91,7 +91,7 @@ class RecordingDesktop final : public ApplicationPresence, public SetupWindowHos
   class Window final : public SetupWindow {
    public:
     explicit Window(Steps& steps) : steps_(steps) {}
-    void centre() override { steps_.emplace_back("centre"); }
+    void center() override { steps_.emplace_back("center"); }
     void orderFrontAsKey() override { steps_.emplace_back("front"); }
 
    private:

@@ -115,7 +115,7 @@ TEST_F(Runtime, openingTheSetupWindowStartsTheServicesAndShowsIt) {
   runtime.openSetupWindow();
   main->runPending();
   EXPECT_EQ(listeners.made, 1);
-  EXPECT_THAT(desktop.steps, ElementsAre("regular", "make", "centre", "front", "activate"));
+  EXPECT_THAT(desktop.steps, ElementsAre("regular", "make", "center", "front", "activate"));
   EXPECT_EQ(desktop.lastStyle.x, 0);
   EXPECT_EQ(desktop.lastStyle.y, 0);
   EXPECT_EQ(desktop.lastStyle.width, 360);
@@ -161,7 +161,7 @@ TEST_F(Runtime, everyLaunchShowsTheSetupWindow) {
   MacAppDelegate application(desktop, runtime);
   application.applicationDidFinishLaunching();
   EXPECT_THAT(desktop.steps,
-              ElementsAre("regular", "activate", "regular", "make", "centre", "front", "activate"));
+              ElementsAre("regular", "activate", "regular", "make", "center", "front", "activate"));
 }
 
 TEST_F(Runtime, openingTheApplicationAgainShowsTheSetupWindow) {

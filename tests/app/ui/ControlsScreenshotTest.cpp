@@ -36,7 +36,7 @@ class ControlsScreenshot : public ::testing::TestWithParam<bool> {
   }
 
   int cellHeight() { return view_.rootObject()->property("cellHeight").toInt(); }
-  QPoint centreOf(const QQuickItem& control) {
+  QPoint centerOf(const QQuickItem& control) {
     return control.mapToScene({control.width() / 2, control.height() / 2}).toPoint();
   }
   void leaveAlone(QQuickItem& control) {
@@ -48,12 +48,12 @@ class ControlsScreenshot : public ::testing::TestWithParam<bool> {
     EXPECT_TRUE(QTest::qWaitFor([&] { return !control.property("isHovered").toBool(); }, kTimeout));
   }
   void pointAt(QQuickItem& control) {
-    QTest::mouseMove(&view_, centreOf(control));
+    QTest::mouseMove(&view_, centerOf(control));
     EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isHovered").toBool(); }, kTimeout));
   }
   void press(QQuickItem& control) {
     pointAt(control);
-    QTest::mousePress(&view_, Qt::LeftButton, Qt::NoModifier, centreOf(control));
+    QTest::mousePress(&view_, Qt::LeftButton, Qt::NoModifier, centerOf(control));
     EXPECT_TRUE(QTest::qWaitFor([&] { return control.property("isPressed").toBool(); }, kTimeout));
   }
   void focus(QQuickItem& control) {

@@ -24,9 +24,9 @@ using test::ShownView;
 using test::UiWorld;
 
 /// Relative luminance and contrast, as the Web Content Accessibility Guidelines 2.1 define them.
-double luminance(const QColor& colour) {
+double luminance(const QColor& color) {
   const auto linear = [](double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
-  return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
 }
 
 double contrast(const QColor& a, const QColor& b) {
@@ -112,14 +112,14 @@ TEST(MenuBarLabel, canBeToldFromLightAndDarkPanels) {
   }
 }
 
-TEST(MenuBarLabel, hasTheMarkInItsOwnColours) {
+TEST(MenuBarLabel, hasTheMarkInItsOwnColors) {
   const auto image = MenuBarLabel::mark().pixmap(64, 64).toImage();
   ASSERT_EQ(image.size(), QSize(64, 64));
   EXPECT_GT(image.pixelColor(20, 6).blue(), 150);
   EXPECT_EQ(image.pixelColor(0, 0).alpha(), 0) << "round";
 }
 
-TEST(Symbols, areThereInEachColourAndSize) {
+TEST(Symbols, areThereInEachColorAndSize) {
   for (const auto* name : {"iphone", "iphone.radiowaves.left.and.right", "doc.on.doc",
                            "exclamationmark.triangle.fill", "cup.and.saucer.fill", "power"}) {
     const auto image = SymbolImages::draw(name, QColor("#ff0000"), {48, 48});
@@ -138,18 +138,18 @@ TEST(Symbols, areThereInEachColourAndSize) {
   EXPECT_TRUE(SymbolImages::draw("no.such.symbol", Qt::black, {48, 48}).isNull());
 }
 
-TEST(Symbols, withoutAColourAnImageKeepsItsOwn) {
+TEST(Symbols, withoutAColorAnImageKeepsItsOwn) {
   SymbolImages images;
   QSize size;
   const auto mark = images.requestImage("TevantoLogoMark", &size, {64, 64});
   EXPECT_EQ(size, QSize(64, 64));
-  std::set<QRgb> colours;
+  std::set<QRgb> colors;
   for (int y = 0; y < 64; ++y) {
     for (int x = 0; x < 64; ++x) {
-      if (qAlpha(mark.pixel(x, y)) == 255) colours.insert(mark.pixel(x, y));
+      if (qAlpha(mark.pixel(x, y)) == 255) colors.insert(mark.pixel(x, y));
     }
   }
-  EXPECT_GT(colours.size(), 10U) << "it is a gradient";
+  EXPECT_GT(colors.size(), 10U) << "it is a gradient";
 }
 
 TEST(Direction, turnsTheWindowRoundWhenTheInterfaceRunsFromRightToLeft) {

@@ -90,9 +90,9 @@ TEST_F(Panel, isDismissedByEscapeUnderTheIcon) {
 }
 
 TEST_F(Panel, dotTurnsGreenWhileAPhoneIsConnected) {
-  const auto colour = [this] { return view().find("dot")->property("color").value<QColor>(); };
+  const auto color = [this] { return view().find("dot")->property("color").value<QColor>(); };
   const auto isGreen = [&] {
-    return colour().green() > colour().red() + 60 && colour().green() > colour().blue() + 60;
+    return color().green() > color().red() + 60 && color().green() > color().blue() + 60;
   };
   EXPECT_FALSE(isGreen());
   const auto phone = world.connectPhone();

@@ -9,8 +9,8 @@
 namespace tevanto::test {
 namespace {
 
-/// Few colours make a small file; nobody sees the difference.
-QImage withFewColours(const QImage& picture) {
+/// Few colors make a small file; nobody sees the difference.
+QImage withFewColors(const QImage& picture) {
   auto few = picture.convertToFormat(QImage::Format_RGB888);
   for (int y = 0; y < few.height(); ++y) {
     auto* const line = few.scanLine(y);
@@ -44,7 +44,7 @@ QString compareWithReference(const QString& name, const QImage& picture) {
   QDir().mkpath(QStringLiteral(TEVANTO_SCREENSHOTS));
   if (!picture.save(shown)) return "cannot write " + shown;
   if (qEnvironmentVariableIsSet("TEVANTO_UPDATE_REFERENCES")) {
-    return withFewColours(picture).save(reference, "PNG", 0) ? QString() : "cannot write " + reference;
+    return withFewColors(picture).save(reference, "PNG", 0) ? QString() : "cannot write " + reference;
   }
   const QImage expected(reference);
   if (expected.isNull()) return "there is no reference " + reference;

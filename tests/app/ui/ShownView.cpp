@@ -138,8 +138,8 @@ QStringList ShownView::controlsByTab() {
 
 void ShownView::click(QQuickItem* item) {
   if (!item) throw std::invalid_argument("nothing to click");
-  const auto centre = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
-  QTest::mouseClick(view_.get(), Qt::LeftButton, Qt::NoModifier, centre);
+  const auto center = item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+  QTest::mouseClick(view_.get(), Qt::LeftButton, Qt::NoModifier, center);
   settle();
 }
 

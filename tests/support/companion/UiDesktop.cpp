@@ -18,7 +18,7 @@ namespace {
 
 constexpr auto kTimeout = std::chrono::seconds(60);
 constexpr int kTrayHeight = 28;
-constexpr std::size_t kFewColours = 8;
+constexpr std::size_t kFewColors = 8;
 constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 
 /// A panel at the top of the screen with nothing on it but the tray.
@@ -153,8 +153,8 @@ bool UiDesktop::showsTrayIcon() const {
         const auto [x, y] = trayIcon();
         const auto seen =
             pixels(x - kTrayHeight / 2 + 2, y - kTrayHeight / 2 + 2, kTrayHeight - 4, kTrayHeight - 4);
-        // An empty tray has one colour, or shades of it.
-        return std::set<unsigned>(seen.begin(), seen.end()).size() > kFewColours;
+        // An empty tray has one color, or shades of it.
+        return std::set<unsigned>(seen.begin(), seen.end()).size() > kFewColors;
       },
       kTimeout);
 }

@@ -67,9 +67,9 @@ AvahiDaemon::~AvahiDaemon() = default;
 
 void AvahiDaemon::start() {
   auto command = inNamespaces();
-  const auto neighbour = options_.besides ? std::to_string(options_.besides->pid()) : std::string();
+  const auto neighbor = options_.besides ? std::to_string(options_.besides->pid()) : std::string();
   command.insert(command.end(), {"sh", "-c", kScript, "avahi", (folder_ / "avahi.conf").string(),
-                                 (folder_ / "log").string(), neighbour});
+                                 (folder_ / "log").string(), neighbor});
   ChildProcess::Options options;
   options.environment = {{"DBUS_SYSTEM_BUS_ADDRESS", bus_.address()}};
   daemon_ = std::make_unique<ChildProcess>(std::move(command), std::move(options));

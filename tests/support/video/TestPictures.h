@@ -12,7 +12,7 @@
 namespace tevanto::test {
 
 /// What a desktop shows, at its hardest for scaling: lines of small high-contrast glyphs, a zone plate that
-/// holds every frequency, a smooth slope and saturated colours.
+/// holds every frequency, a smooth slope and saturated colors.
 inline RgbPicture desktopPicture(int width, int height, unsigned seed = 1) {
   RgbPicture picture{width, height, {}};
   picture.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));

@@ -19,7 +19,7 @@ void bringForwardOnX11(QWindow& window, std::string token) {
     return activation.activate(identifier);
   }
   activation.prepare(identifier);
-  // Also out of the minimised state.
+  // Also out of the minimized state.
   window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
   window.show();
   window.raise();

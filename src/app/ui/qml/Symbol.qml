@@ -1,7 +1,7 @@
 import QtQuick
 import Tevanto
 
-/// One of the interface's symbols in one colour, sharp at every scale. Its owner provides the accessible name.
+/// One of the interface's symbols in one color, sharp at every scale. Its owner provides the accessible name.
 Image {
     property string name
     property color tint: Theme.secondary

@@ -3,7 +3,7 @@ pragma Singleton
 import QtQuick
 import Tevanto
 
-/// Colours, sizes and times: one visual language, light and dark. Text on its ground has a contrast of 4.5 to 1
+/// Colors, sizes and times: one visual language, light and dark. Text on its ground has a contrast of 4.5 to 1
 /// or more.
 QtObject {
     readonly property bool isDark: DesktopAppearance.isDark
@@ -38,7 +38,7 @@ QtObject {
     readonly property int codeSize: 26
     readonly property string monospacedFamily: DesktopAppearance.monospacedFamily
 
-    /// Milliseconds that a colour or a switch's knob takes.
+    /// Milliseconds that a color or a switch's knob takes.
     readonly property int quick: isMotionReduced ? 0 : 140
 
     /// The overlay of a control under the pointer, and while it is pressed.

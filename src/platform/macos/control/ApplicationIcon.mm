@@ -11,11 +11,11 @@ constexpr std::size_t kBitsPerComponent = 8;
 
 /// 8 bits a component, red first, the premultiplied alpha last.
 CfOwned<CGContextRef> bitmapOf(int pixels) {
-  const CfOwned<CGColorSpaceRef> colours(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
+  const CfOwned<CGColorSpaceRef> colors(CGColorSpaceCreateWithName(kCGColorSpaceSRGB));
   const auto side = static_cast<std::size_t>(pixels);
   constexpr std::size_t kRowBytesOfItsChoice = 0;
   return CfOwned<CGContextRef>(CGBitmapContextCreate(nullptr, side, side, kBitsPerComponent,
-                                                     kRowBytesOfItsChoice, colours.get(),
+                                                     kRowBytesOfItsChoice, colors.get(),
                                                      kCGImageAlphaPremultipliedLast));
 }
 

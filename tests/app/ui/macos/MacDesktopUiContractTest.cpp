@@ -120,7 +120,7 @@ TEST_F(MacDesktopUiContract, showsTheSetupWindowAgainAfterItWasClosed) {
     int closings = 0;
     onMain([&] {
       window = ui_->makeWindow(SetupWindowStyle(), [&] { ++closings; });
-      window->centre();
+      window->center();
       window->orderFrontAsKey();
     });
     ASSERT_TRUE(eventuallyOnMain([] { return setupWindow() != nullptr; }));

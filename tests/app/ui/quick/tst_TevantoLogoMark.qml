@@ -23,7 +23,7 @@ ViewTestCase {
         compare(mark.height, data.extent);
         compare(mark.sourceSize, Qt.size(data.extent, data.extent), "and not scaled up");
         const picture = grabImage(mark);
-        const centre = data.extent / 2;
-        verify(!Qt.colorEqual(picture.pixel(centre, centre), picture.pixel(centre, 2)) || !Qt.colorEqual(picture.pixel(centre, centre), "#ffffff"));
+        const center = data.extent / 2;
+        verify(!Qt.colorEqual(picture.pixel(center, center), picture.pixel(center, 2)) || !Qt.colorEqual(picture.pixel(center, center), "#ffffff"));
     }
 }

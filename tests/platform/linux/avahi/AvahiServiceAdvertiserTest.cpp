@@ -243,11 +243,10 @@ TEST_F(AvahiAdvertising, takesAnotherNameWhenThisMachineUsesItAlready) {
 }
 
 /// A second machine on the network, with a service published by another program.
-class Neighbour {
+class Neighbor {
  public:
-  explicit Neighbour(const AvahiDaemon& daemon, const std::string& service)
-      : daemon_(bus_, {.hostName = "neighbour", .besides = &daemon}),
-        publisher_(command(service), options()) {
+  explicit Neighbor(const AvahiDaemon& daemon, const std::string& service)
+      : daemon_(bus_, {.hostName = "neighbor", .besides = &daemon}), publisher_(command(service), options()) {
     EXPECT_THAT(publisher_.readLine().value_or(""), HasSubstr("Established"));
   }
 
@@ -267,7 +266,7 @@ class Neighbour {
 TEST_F(AvahiAdvertising, takesAnotherNameWhenAnotherMachineUsesIt) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can lay a cable between two networks";
   const AvahiDaemon daemon(*bus_);
-  const Neighbour neighbour(daemon, "Study");
+  const Neighbor neighbor(daemon, "Study");
   StatusRecord status;
   AvahiServiceAdvertiser advertiser;
   const auto registration = advertiser.advertise(controlService(), status.handler());
@@ -279,7 +278,7 @@ TEST_F(AvahiAdvertising, takesAnotherNameWhenAnotherMachineUsesIt) {
 TEST_F(AvahiAdvertising, browsingMergesTheAddressesOfOneService) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can lay a cable between two networks";
   const AvahiDaemon daemon(*bus_);
-  const Neighbour neighbour(daemon, "Attic");
+  const Neighbor neighbor(daemon, "Attic");
   // Interfaces have names only inside their network: the search goes there.
   std::vector<FoundService> found;
   std::thread([&] {
@@ -293,7 +292,7 @@ TEST_F(AvahiAdvertising, browsingMergesTheAddressesOfOneService) {
     }));
   }).join();
   ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(found[0].hostName, "neighbour.local");
+  EXPECT_EQ(found[0].hostName, "neighbor.local");
   EXPECT_THAT(found[0].addresses,
               ElementsAre("10.99.0.2", testing::AllOf(StartsWith("fe80::"), EndsWith("%tevanto0"))));
   EXPECT_THAT(found[0].txt,

@@ -34,7 +34,7 @@ std::vector<test::Bytes> unitsOf(std::span<const std::byte> data) {
 
 class StreamFormat : public PictureEncoderSessionTest {};
 
-TEST_F(StreamFormat, theStreamSaysMainProfileAndItsColours) {
+TEST_F(StreamFormat, theStreamSaysMainProfileAndItsColors) {
   for (const auto& [width, height] : {std::pair{1280, 720}, std::pair{960, 540}, std::pair{1280, 830}}) {
     auto stream = makeStream(width, height);
     stream.encode(test::EncoderPictures(PixelFormat::i420, width, height).text(0), 0ms, true);

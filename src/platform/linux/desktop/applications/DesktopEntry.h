@@ -10,7 +10,7 @@ namespace tevanto {
 /// An application's desktop entry (Desktop Entry Specification), as this desktop and locale read it.
 struct DesktopEntry {
   std::string path;
-  std::string name;         // localised; empty when it has none
+  std::string name;         // localized; empty when it has none
   std::string icon;         // a name for the icon theme, or an absolute path
   std::string windowClass;  // StartupWMClass
   std::string program;      // the first word of Exec, without its folder

@@ -112,7 +112,7 @@ std::optional<PreferenceValue> DesktopPreferences::value(std::string_view key, s
   for (const auto& gesture : kGestures)
     if (const auto accelerators = acceleratorsOf(desktop, session_.folders, gesture))
       hotKeys.emplace(gesture.number, hotKey(*accelerators, parse));
-  // Not made elsewhere and moved: GCC 12 then takes what the variant does not hold for uninitialised.
+  // Not made elsewhere and moved: GCC 12 then takes what the variant does not hold for uninitialized.
   auto preference = std::make_optional<PreferenceValue>();
   preference->content = std::move(hotKeys);
   return preference;

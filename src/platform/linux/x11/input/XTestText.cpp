@@ -124,7 +124,7 @@ void XTestText::map(std::vector<SpareKeyPool::Spare> mappings) {
     borrowed.emplace_back(HeldInput::What::borrowedKeycode, mapping.keycode);
   held_.press(borrowed);
   std::ranges::sort(mappings, [](const auto& a, const auto& b) { return a.keycode < b.keycode; });
-  // Every request makes every client ask for the keymap, so neighbours share one.
+  // Every request makes every client ask for the keymap, so neighbors share one.
   std::vector<std::uint32_t> keysyms;
   for (std::size_t i = 0; i < mappings.size(); ++i) {
     keysyms.insert(keysyms.end(), kLevels, mappings[i].keysym);

@@ -55,7 +55,7 @@ class Reader {
   bool isWhole_ = true;
 };
 
-enum Kind : std::uint32_t { integer = 0, string = 1, colour = 2 };
+enum Kind : std::uint32_t { integer = 0, string = 1, color = 2 };
 
 }  // namespace
 
@@ -67,9 +67,9 @@ std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settin
     reader.skip(1);
     const auto found = reader.text(reader.number(2));
     reader.skip(4);
-    if (kind > Kind::colour) return std::nullopt;  // of unknown length
+    if (kind > Kind::color) return std::nullopt;  // of unknown length
     if (kind == Kind::string) reader.text(reader.number(4));
-    if (kind == Kind::colour) reader.skip(8);
+    if (kind == Kind::color) reader.skip(8);
     if (kind != Kind::integer) continue;
     const auto value = static_cast<std::int32_t>(reader.number(4));
     if (reader.isWhole() && found == name) return value;

@@ -17,7 +17,7 @@ namespace tevanto {
 ///     setting: type, 1 | unused, 1 | length of the name, 2 | name, padded to 4 | serial, 4 | value
 ///     type 0:  integer, 4
 ///     type 1:  length, 4 | text, padded to 4
-///     type 2:  four numbers of a colour, 2 each
+///     type 2:  four numbers of a color, 2 each
 std::optional<std::int32_t> integerInXSettings(std::span<const std::byte> settings, std::string_view name);
 
 /// XSettings reads the settings that the settings daemon of an X desktop publishes for every toolkit. It has

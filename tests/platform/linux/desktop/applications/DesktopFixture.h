@@ -37,21 +37,21 @@ class DesktopFixture {
                          const std::string& lines) const {
     return write(dataFolder + "/applications/" + id, "[Desktop Entry]\nType=Application\n" + lines);
   }
-  /// A PNG image of one colour, 0xRRGGBBAA.
-  std::string writePng(const std::string& below, int width, int height, std::uint32_t colour) const {
+  /// A PNG image of one color, 0xRRGGBBAA.
+  std::string writePng(const std::string& below, int width, int height, std::uint32_t color) const {
     const auto file = root_ / below;
     std::filesystem::create_directories(file.parent_path());
     auto* image = gdk_pixbuf_new(GDK_COLORSPACE_RGB, TRUE, 8, width, height);
-    gdk_pixbuf_fill(image, colour);
+    gdk_pixbuf_fill(image, color);
     const bool saved = gdk_pixbuf_save(image, file.c_str(), "png", nullptr, nullptr) != FALSE;
     g_object_unref(image);
     if (!saved) throw std::runtime_error("cannot write " + file.string());
     return file;
   }
-  std::string writeSvg(const std::string& below, int width, int height, const std::string& colour) const {
+  std::string writeSvg(const std::string& below, int width, int height, const std::string& color) const {
     const auto size = "width=\"" + std::to_string(width) + "\" height=\"" + std::to_string(height) + "\"";
     return write(below, "<svg xmlns=\"http://www.w3.org/2000/svg\" " + size + "><rect " + size + " fill=\"" +
-                            colour + "\"/></svg>");
+                            color + "\"/></svg>");
   }
   /// An index for a theme with the folders "48x48/apps", "64x64/apps" (both fixed) and "scalable/apps".
   void writeTheme(const std::string& root, const std::string& name, const std::string& inherits = "") const {

@@ -43,7 +43,7 @@ class Applications : public testing::Test {
     return in("data").at("a.desktop").hidden;
   }
   /// The pixel in the middle of the icon of an application with this Icon line.
-  std::optional<std::uint32_t> iconColour(const std::string& icon) {
+  std::optional<std::uint32_t> iconColor(const std::string& icon) {
     ApplicationBundle bundle;
     bundle.location = desktop_.writeEntry("data", "a.desktop", "Name=A\nExec=true\nIcon=" + icon + "\n");
     const auto png = workspace_.iconPng(bundle);
@@ -230,16 +230,16 @@ TEST_F(Applications, haveTheIconOfTheThemeOfTheirNameOrOfAFile) {
   desktop_.writeSvg("first/icons/hicolor/scalable/apps/drawn.svg", 16, 16, "#445566");
   desktop_.writePng("second/pixmaps/pixmap.png", 32, 32, 0x778899FF);
   const auto absolute = desktop_.writePng("anywhere/icon.png", 256, 256, 0xAABBCCFF);
-  EXPECT_EQ(iconColour("themed"), 0x112233FFu);
-  EXPECT_EQ(iconColour("themed.png"), 0x112233FFu);
-  EXPECT_EQ(iconColour("drawn"), 0x445566FFu);
-  EXPECT_EQ(iconColour("pixmap.png"), 0x778899FFu);
-  EXPECT_EQ(iconColour(absolute), 0xAABBCCFFu);
+  EXPECT_EQ(iconColor("themed"), 0x112233FFu);
+  EXPECT_EQ(iconColor("themed.png"), 0x112233FFu);
+  EXPECT_EQ(iconColor("drawn"), 0x445566FFu);
+  EXPECT_EQ(iconColor("pixmap.png"), 0x778899FFu);
+  EXPECT_EQ(iconColor(absolute), 0xAABBCCFFu);
 }
 
 TEST_F(Applications, withoutAReadableIconHaveTheGenericOneIfThereIsOne) {
-  EXPECT_EQ(iconColour("missing"), std::nullopt);
-  EXPECT_EQ(iconColour(""), std::nullopt);
+  EXPECT_EQ(iconColor("missing"), std::nullopt);
+  EXPECT_EQ(iconColor(""), std::nullopt);
   DesktopFixture other;
   other.writeTheme("first/icons", "hicolor");
   other.writePng("first/icons/hicolor/64x64/apps/application-x-executable.png", 64, 64, 0x010203FF);
@@ -266,9 +266,9 @@ TEST_F(Applications, ofAWholeDesktopAreListedWithTheirIcons) {
   desktop_.writeTheme("first/icons", "hicolor");
   for (int i = 0; i < 300; ++i) {
     const auto name = "app" + std::to_string(i);
-    const auto colour = static_cast<std::uint32_t>(i) << 16 | 0xFF;
+    const auto color = static_cast<std::uint32_t>(i) << 16 | 0xFF;
     auto icon = name;
-    if (i % 3 == 0) desktop_.writePng("first/icons/hicolor/48x48/apps/" + name + ".png", 48, 48, colour);
+    if (i % 3 == 0) desktop_.writePng("first/icons/hicolor/48x48/apps/" + name + ".png", 48, 48, color);
     if (i % 3 == 1) {
       desktop_.write(
           "first/icons/hicolor/scalable/apps/" + name + ".svg",
@@ -278,7 +278,7 @@ TEST_F(Applications, ofAWholeDesktopAreListedWithTheirIcons) {
           "fill=\"url(#g)\"/><path d=\"M20 20 C 40 100 80 100 100 20 Z\" fill=\"#f80\" stroke=\"#000\" "
           "stroke-width=\"3\"/><circle cx=\"64\" cy=\"64\" r=\"30\" opacity=\".4\"/></svg>");
     }
-    if (i % 3 == 2) icon = desktop_.writePng("anywhere/" + name + ".png", 256, 256, colour);
+    if (i % 3 == 2) icon = desktop_.writePng("anywhere/" + name + ".png", 256, 256, color);
     desktop_.writeEntry(i % 2 == 0 ? "first" : "second", "org.example." + name + ".desktop",
                         "Name=" + name + "\nExec=true\nIcon=" + icon + "\n");
   }

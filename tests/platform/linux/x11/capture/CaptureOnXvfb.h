@@ -46,7 +46,7 @@ struct TakenPicture {
       }
     }
   }
-  /// The colour of a pixel of a bgra picture.
+  /// The color of a pixel of a bgra picture.
   std::uint32_t at(int x, int y) const {
     std::uint32_t pixel = 0;
     std::memcpy(

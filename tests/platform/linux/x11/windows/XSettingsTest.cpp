@@ -26,7 +26,7 @@ TEST(XSettingsList, isReadInEitherByteOrder) {
     EXPECT_EQ(integerInXSettings(list, "Gtk/EnableAnimationsElse"), 41);
     EXPECT_EQ(integerInXSettings(list, "Gtk/Enable"), std::nullopt);
     EXPECT_EQ(integerInXSettings(list, "Net/ThemeName"), std::nullopt) << "a text";
-    EXPECT_EQ(integerInXSettings(list, "Gtk/Background"), std::nullopt) << "a colour";
+    EXPECT_EQ(integerInXSettings(list, "Gtk/Background"), std::nullopt) << "a color";
   }
 }
 
