@@ -20,6 +20,7 @@ class Counter : public QueueBound<Counter> {
     assertOnQueue();
     said_.push_back(what);
   }
+  void notePair(const std::string& what, int number) { note(what + std::to_string(number)); }
   int length(const std::string& what) { return static_cast<int>(what.size()); }
   void noteLater(const std::string& what) {
     post([what](Counter& self) { self.note(what); });
@@ -27,6 +28,7 @@ class Counter : public QueueBound<Counter> {
   auto callOnQueue() { return weakCall(&Counter::note); }
   auto lengthOnQueue() { return weakCall(&Counter::length); }
   auto callFromAnywhere() { return weakPost(&Counter::note); }
+  auto pairFromAnywhere() { return weakPost(&Counter::notePair); }
 
  private:
   std::vector<std::string>& said_;
@@ -82,6 +84,15 @@ TEST_F(QueueBoundTest, takesCallsFromAnywhereToItsQueue) {
   counter_.reset();
   queue_->runPending();
   EXPECT_EQ(said_.size(), 1U);
+}
+
+TEST_F(QueueBoundTest, takesAllArgumentsInTheOrderOfTheCalls) {
+  auto call = counter_->pairFromAnywhere();
+  call("a", 1);
+  call("b", 2);
+  EXPECT_TRUE(said_.empty());
+  queue_->runPending();
+  EXPECT_EQ(said_, (std::vector<std::string>{"a1", "b2"}));
 }
 
 TEST_F(QueueBoundTest, aCallDoesNotKeepItAlive) {
