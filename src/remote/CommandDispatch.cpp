@@ -1,6 +1,7 @@
 #include "remote/CommandDispatch.h"
 
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "control/AccessibilityPermission.h"

@@ -3,7 +3,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "core/queue/QueueBound.h"
 #include "remote/message/RemoteMessage.h"

@@ -1,5 +1,7 @@
 #include "remote/CommandDispatch.h"
 
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "remote/AppListCache.h"

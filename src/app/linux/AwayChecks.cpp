@@ -1,7 +1,5 @@
 #include "app/linux/AwayChecks.h"
 
-#include <memory>
-
 #include "app/doctor/AwayDoctorChecks.h"
 #include "p2p/transport/DeployedTransports.h"
 #include "platform/linux/webrtc/LinuxPeers.h"

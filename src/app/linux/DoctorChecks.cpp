@@ -5,10 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include "app/doctor/DiscoveryCheck.h"

@@ -2,9 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <utility>
 
 #include "app/linux/CheckedDisplay.h"
 #include "core/Log.h"

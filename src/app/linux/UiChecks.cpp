@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <variant>

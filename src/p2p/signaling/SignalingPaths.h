@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "p2p/signaling/CloudSignaling.h"
 #include "p2p/signaling/RelaySignaling.h"

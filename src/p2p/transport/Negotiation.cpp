@@ -1,7 +1,6 @@
 #include "p2p/transport/Negotiation.h"
 
 #include <utility>
-#include <vector>
 
 #include "p2p/transport/PeerSession.h"
 

@@ -1,6 +1,7 @@
 #include "p2p/transport/PeerSession.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "p2p/channels/DataChannelListener.h"
 #include "p2p/channels/DataChannelMessaging.h"

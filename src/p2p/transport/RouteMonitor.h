@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "core/queue/QueueBound.h"
 #include "core/queue/SerialQueue.h"

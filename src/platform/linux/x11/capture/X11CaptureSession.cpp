@@ -1,7 +1,6 @@
 #include "platform/linux/x11/capture/X11CaptureSession.h"
 
 #include <algorithm>
-#include <cassert>
 #include <utility>
 
 namespace tevanto {
