@@ -33,9 +33,11 @@ Result<Certificates> loadCertificates(const RelayOptions& options) {
   ::SSL_CTX_set_num_tickets(context->native_handle(), 0);
   error_code error;
   context->use_certificate_chain_file(options.certificateFile, error);
-  if (error) return Failure{"Cannot use the certificate " + options.certificateFile + ": " + error.message() + "."};
+  if (error)
+    return Failure{"Cannot use the certificate " + options.certificateFile + ": " + error.message() + "."};
   context->use_private_key_file(options.privateKeyFile, asio::ssl::context::pem, error);
-  if (error) return Failure{"Cannot use the private key " + options.privateKeyFile + ": " + error.message() + "."};
+  if (error)
+    return Failure{"Cannot use the private key " + options.privateKeyFile + ": " + error.message() + "."};
   return context;
 }
 

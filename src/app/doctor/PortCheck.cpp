@@ -26,7 +26,8 @@ Result<std::string> tryPort(std::uint16_t port, const std::string& option) {
   const auto loop = EventLoop::forCallingThread();
   const auto listener = AsioTcpListenerFactory(loop, ListenScope::everywhere).listen(port);
   if (listener) return name + " is free";
-  return Failure{listener.error() + " End the program that has it, or choose another port with " + option + "."};
+  return Failure{listener.error() + " End the program that has it, or choose another port with " + option +
+                 "."};
 }
 
 }  // namespace tevanto

@@ -137,7 +137,8 @@ Result<void> JsonUserDefaults::change(const std::function<void(Content&)>& edit)
   edit(*reading.content);
 
   const std::string text = json::serialize(reading.content->members) + "\n";
-  if (text.size() > kMaxBytes) return Failure{"The settings would be larger than 4 MiB. Remove some of them first."};
+  if (text.size() > kMaxBytes)
+    return Failure{"The settings would be larger than 4 MiB. Remove some of them first."};
   // What could not be read back (text that is not UTF-8, a number that is not one) would cost all the rest.
   if (!parseObject(text)) return Failure{"Only valid UTF-8 and finite numbers can be kept in the settings."};
 

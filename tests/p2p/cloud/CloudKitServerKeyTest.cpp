@@ -31,7 +31,8 @@ TEST(CloudKitServerKey, isAP256KeyInPem) {
       << "as the openssl program writes it";
   EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("EC", "P-384")),
             "This is not a key for the elliptic curve P-256.");
-  EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("RSA")), "This is not a key for the elliptic curve P-256.");
+  EXPECT_EQ(refusal(CloudKitTestService::makePrivateKeyPem("RSA")),
+            "This is not a key for the elliptic curve P-256.");
   const std::string noKey = "This is not a private key in PEM without a pass phrase.";
   EXPECT_EQ(refusal(""), noKey);
   EXPECT_EQ(refusal("nonsense"), noKey);
