@@ -280,7 +280,7 @@ TEST_F(Companion, theDoctorNamesARemedyForWhatIsMissing) {
   EXPECT_EQ(result.output.find("ok      pointer"), std::string::npos);
   for (const auto* remedy :
        {"run this in a graphical X11 session", "start the Avahi daemon", "start PulseAudio or PipeWire",
-        "keep-awake needs logind", "choose another one with --remote-port", "make the folder writable"}) {
+        "keep-awake needs logind", "choose another port with --remote-port", "make the folder writable"}) {
     EXPECT_THAT(result.output, HasSubstr(remedy));
   }
 }
